@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QFileInfo>
+#include <QMimeData>
+
+class QDropEvent;
+
+/// Dropping folders and images on the browser. Of what is dropped only the first URL counts.
+namespace FileDrop {
+
+/// The path of the first URL, empty if there is none that is a local file.
+QString firstPath(const QMimeData *mimeData);
+
+/// Accepts a drag that brings a folder or an image, as a link, and refuses any other. `isDirDrop` tells which
+/// of the two it was; the drop itself doesn't look again.
+void enter(QDropEvent *event, bool &isDirDrop);
+
+/// Emits the `addFolder` signal of `view` that belongs to what was dropped.
+template <typename View>
+void drop(const QMimeData *mimeData, bool isDirDrop, View *view)
+{
+    const QString path = firstPath(mimeData);
+    if (path.isEmpty())
+        return;
+    const QFileInfo info(path);
+    if (isDirDrop)
+        emit view->addFolder(path);
+    else
+        emit view->addFolder(info.path(), info.fileName());
+}
+
+} // namespace FileDrop

@@ -1,0 +1,9 @@
+#pragma once
+
+#include <QString>
+
+/// The file name broken into lines of 16 characters for the text under a thumbnail.
+QString wrapFileName(const QString &text);
+
+/// True if both are the same path, whatever the case and the kind of the separators.
+bool isSamePath(const QString &a, const QString &b);

@@ -1,0 +1,41 @@
+#include "library/FolderProbe.h"
+
+#include <QDeadlineTimer>
+#include <QFileInfo>
+#include <QMutex>
+#include <QWaitCondition>
+
+#include <memory>
+#include <thread>
+
+namespace {
+
+/// Shared with the threads, since one that hangs outlives the call.
+struct Answers
+{
+    QMutex mutex;
+    QWaitCondition added;
+    QHash<QString, bool> exists;
+};
+
+} // namespace
+
+QHash<QString, bool> probeFolders(const QStringList &paths, int milliseconds)
+{
+    const auto answers = std::make_shared<Answers>();
+    for (const QString &path : paths) {
+        std::thread([answers, path] {
+            const bool exists = QFileInfo::exists(path);
+            const QMutexLocker locker(&answers->mutex);
+            answers->exists.insert(path, exists);
+            answers->added.wakeOne();
+        }).detach();
+    }
+
+    const QDeadlineTimer deadline(milliseconds);
+    const qsizetype different = QSet<QString>(paths.cbegin(), paths.cend()).size();
+    const QMutexLocker locker(&answers->mutex);
+    while (answers->exists.size() < different && answers->added.wait(&answers->mutex, deadline)) {
+    }
+    return answers->exists;
+}

@@ -1,0 +1,26 @@
+#include "library/TDropFrame.h"
+
+#include "library/FileDrop.h"
+
+#include <QDropEvent>
+
+TDropFrame::TDropFrame(QWidget *parent)
+    : QFrame(parent)
+{
+    setAcceptDrops(true);
+}
+
+void TDropFrame::dragEnterEvent(QDragEnterEvent *event)
+{
+    FileDrop::enter(event, isDirDrop);
+}
+
+void TDropFrame::dragMoveEvent(QDragMoveEvent *event)
+{
+    event->accept();
+}
+
+void TDropFrame::dropEvent(QDropEvent *event)
+{
+    FileDrop::drop(event->mimeData(), isDirDrop, this);
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QTreeView>
+
+/// The list of folders. Takes folders and images dropped from elsewhere, and lets its own rows be dragged to
+/// another place; the owner does the moving.
+class TTreeView : public QTreeView
+{
+    Q_OBJECT
+
+public:
+    explicit TTreeView(QWidget *parent = nullptr);
+
+    /// Where the drop indicator is, as the base class tells its heirs.
+    enum class DropPlace
+    {
+        OnItem = OnItem,
+        AboveItem = AboveItem,
+        BelowItem = BelowItem,
+        OnViewport = OnViewport
+    };
+
+    /// The row in which a dragged row ends: `row` is the one under the pointer, -1 over empty space.
+    static int movedRow(int sourceRow, int row, DropPlace place, int rowCount);
+
+signals:
+    void addFolder(QString path);
+    void addFolder(QString path, QString fileName);
+    void needToMoveitem(int oldPos, int newPos);
+
+protected:
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dragMoveEvent(QDragMoveEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+
+private:
+    bool isDirDrop = false;
+    int sourceRow = -1;
+    int targetRow = -1;
+};

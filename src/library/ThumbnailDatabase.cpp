@@ -1,0 +1,298 @@
+#include "library/ThumbnailDatabase.h"
+
+#include <QBuffer>
+#include <QDate>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QMutex>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QStandardPaths>
+#include <QtDebug>
+
+#include <atomic>
+
+namespace {
+
+constexpr int jpegQuality = 75;
+constexpr int workerBusyTimeoutMs = 500;
+constexpr int pauseAfterFailureMs = 5000;
+
+QMutex fileNameMutex;
+QString sharedFileName; // guarded by fileNameMutex
+
+QString currentFileName()
+{
+    const QMutexLocker locker(&fileNameMutex);
+    return sharedFileName;
+}
+
+QString lookupStatement(const QString &tableName)
+{
+    return QStringLiteral("SELECT image, resolution FROM ") + tableName
+           + QStringLiteral(" WHERE fullPath = :fullPath AND size=:size AND creationTime=:creationTime");
+}
+
+QString insertStatement(const QString &tableName)
+{
+    return QStringLiteral("INSERT INTO ") + tableName
+           + QStringLiteral(
+               " (fullPath, resolution, size, creationTime, image, date) VALUES (:fullPath, :resolution, "
+               ":size, :creationTime, :image, :date)");
+}
+
+QString createStatement(const QString &tableName)
+{
+    return QStringLiteral("CREATE TABLE IF NOT EXISTS ") + tableName
+           + QStringLiteral(
+               " (id INTEGER PRIMARY KEY AUTOINCREMENT, fullPath TEXT NOT NULL, resolution TEXT NOT NULL, "
+               "size INTEGER, creationTime TEXT, image BLOB, date INTEGER)");
+}
+
+QString indexStatement(const QString &tableName)
+{
+    return QStringLiteral("CREATE INDEX IF NOT EXISTS %1Key ON %1 (fullPath, size, creationTime)")
+        .arg(tableName);
+}
+
+bool isBusy(const QSqlError &error)
+{
+    // SQLITE_BUSY and SQLITE_LOCKED
+    return error.nativeErrorCode() == QLatin1String("5") || error.nativeErrorCode() == QLatin1String("6");
+}
+
+void bindKey(QSqlQuery &query, const TThumbnailRecord &record)
+{
+    query.bindValue(QStringLiteral(":size"), static_cast<quint64>(record.size));
+    query.bindValue(QStringLiteral(":creationTime"), record.creationTime.toString(Qt::TextDate));
+}
+
+/// Runs a prepared lookup. The query is left finished, so that it holds no lock and no memory.
+ThumbnailDatabase::Outcome runLookup(QSqlQuery &query, const TThumbnailRecord &record,
+                                     ThumbnailDatabase::Stored &found)
+{
+    query.bindValue(QStringLiteral(":fullPath"), record.fullPath);
+    bindKey(query, record);
+    if (!query.exec()) {
+        return isBusy(query.lastError()) ? ThumbnailDatabase::Outcome::Busy
+                                         : ThumbnailDatabase::Outcome::Failed;
+    }
+    const bool hasRow = query.next();
+    if (hasRow)
+        found = {query.value(0).toByteArray(), query.value(1).toString()};
+    query.finish();
+    return hasRow ? ThumbnailDatabase::Outcome::Found : ThumbnailDatabase::Outcome::Missing;
+}
+
+bool runInsertion(QSqlQuery &query, const TThumbnailRecord &record, const QByteArray &jpeg)
+{
+    const QDate today = QDate::currentDate();
+    query.bindValue(QStringLiteral(":fullPath"), record.fullPath);
+    query.bindValue(QStringLiteral(":resolution"), record.resolution);
+    bindKey(query, record);
+    query.bindValue(QStringLiteral(":image"), jpeg);
+    query.bindValue(QStringLiteral(":date"), today.year() * 100 + today.month());
+    const bool done = query.exec();
+    query.finish();
+    return done;
+}
+
+/// A worker thread's own connection with its two statements, prepared once.
+class Connection
+{
+public:
+    ~Connection() { close(); }
+
+    std::optional<ThumbnailDatabase::Stored> find(const TThumbnailRecord &record)
+    {
+        ThumbnailDatabase::Stored found;
+        if (!ready())
+            return std::nullopt;
+        const auto outcome = runLookup(*lookup, record, found);
+        if (outcome == ThumbnailDatabase::Outcome::Found)
+            return found;
+        if (outcome != ThumbnailDatabase::Outcome::Missing)
+            pause();
+        return std::nullopt;
+    }
+
+    bool add(const TThumbnailRecord &record, const QByteArray &jpeg)
+    {
+        if (!ready())
+            return false;
+        if (runInsertion(*insertion, record, jpeg))
+            return true;
+        if (isBusy(insertion->lastError()))
+            pause();
+        return false;
+    }
+
+private:
+    /// True if the statements can be run. Opens the file where needed, but not during a pause.
+    bool ready()
+    {
+        const QString current = currentFileName();
+        if (fileName != current) {
+            close();
+            fileName = current;
+            pausedUntil = {};
+        }
+        if (!pausedUntil.hasExpired())
+            return false;
+        if (!isOpen && !open())
+            pause();
+        return isOpen;
+    }
+
+    bool open()
+    {
+        static std::atomic_int count = 0;
+        name = QStringLiteral("thumbnails%1").arg(++count);
+        const QString &tableName = VistamoGlobal::thumbnailTableName;
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+        db.setDatabaseName(fileName);
+        lookup.emplace(db);
+        insertion.emplace(db);
+        isOpen = ThumbnailDatabase::open(db, workerBusyTimeoutMs)
+                 && VistamoGlobal().createThumbnailTable(tableName, db)
+                 && lookup->prepare(lookupStatement(tableName))
+                 && insertion->prepare(insertStatement(tableName));
+        if (isOpen)
+            QSqlQuery(db).exec(indexStatement(tableName));
+        else
+            close();
+        return isOpen;
+    }
+
+    void close()
+    {
+        lookup.reset();
+        insertion.reset();
+        isOpen = false;
+        if (!name.isEmpty())
+            QSqlDatabase::removeDatabase(name);
+        name.clear();
+    }
+
+    void pause() { pausedUntil.setRemainingTime(pauseAfterFailureMs); }
+
+    QString fileName;
+    QString name;
+    std::optional<QSqlQuery> lookup;
+    std::optional<QSqlQuery> insertion;
+    QDeadlineTimer pausedUntil; // expired from the start
+    bool isOpen = false;
+};
+
+Connection &threadConnection()
+{
+    static thread_local Connection connection;
+    return connection;
+}
+
+} // namespace
+
+void ThumbnailDatabase::setFileName(const QString &fileName)
+{
+    const QMutexLocker locker(&fileNameMutex);
+    sharedFileName = fileName;
+}
+
+bool ThumbnailDatabase::open(QSqlDatabase &db, int busyTimeout)
+{
+    db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(busyTimeout));
+    if (!db.open())
+        return false;
+    QSqlQuery query(db);
+    query.exec(QStringLiteral("PRAGMA journal_mode=WAL"));
+    query.exec(QStringLiteral("PRAGMA synchronous=NORMAL"));
+    return true;
+}
+
+QDateTime ThumbnailDatabase::keyTime(const QFileInfo &info)
+{
+    const QDateTime birth = info.fileTime(QFile::FileBirthTime);
+    return birth.isValid() ? birth : info.fileTime(QFile::FileModificationTime);
+}
+
+QDateTime ThumbnailDatabase::keyTime(const TFileRecord &record)
+{
+    return record.creationTime.isValid() ? record.creationTime : record.modifiedTime;
+}
+
+ThumbnailDatabase::Outcome ThumbnailDatabase::find(const TThumbnailRecord &record, const QString &tableName,
+                                                   const QSqlDatabase &db, Stored &found)
+{
+    QSqlQuery query(db);
+    if (!query.prepare(lookupStatement(tableName)))
+        return isBusy(query.lastError()) ? Outcome::Busy : Outcome::Failed;
+    return runLookup(query, record, found);
+}
+
+std::optional<ThumbnailDatabase::Stored> ThumbnailDatabase::find(const TThumbnailRecord &record)
+{
+    return threadConnection().find(record);
+}
+
+bool ThumbnailDatabase::add(const TThumbnailRecord &record, const QByteArray &jpeg)
+{
+    return threadConnection().add(record, jpeg);
+}
+
+bool VistamoGlobal::thumbnailTableExists(const QString &tableName, const QSqlDatabase &db) const
+{
+    if (!db.isOpen())
+        return false;
+    QSqlQuery query(db);
+    query.prepare(QStringLiteral("SELECT name FROM sqlite_master WHERE type='table' AND name=:tableName"));
+    query.bindValue(QStringLiteral(":tableName"), tableName);
+    return query.exec() && query.next();
+}
+
+bool VistamoGlobal::createThumbnailTable(const QString &tableName, const QSqlDatabase &db) const
+{
+    return db.isOpen() && QSqlQuery(db).exec(createStatement(tableName));
+}
+
+bool VistamoGlobal::getThumbnail(TThumbnailRecord &record, const QString &tableName,
+                                 const QSqlDatabase &db) const
+{
+    ThumbnailDatabase::Stored found;
+    switch (ThumbnailDatabase::find(record, tableName, db, found)) {
+    case ThumbnailDatabase::Outcome::Found:
+        record.resolution = found.resolution;
+        record.image = QImage();
+        record.image.loadFromData(found.jpeg, "JPG");
+        return true;
+    case ThumbnailDatabase::Outcome::Missing:
+        return true;
+    default:
+        record.image = QImage();
+        return false;
+    }
+}
+
+bool VistamoGlobal::addThumbnail(const TThumbnailRecord &record, const QString &tableName,
+                                 const QSqlDatabase &db) const
+{
+    QSqlQuery query(db);
+    return query.prepare(insertStatement(tableName))
+           && runInsertion(query, record, imageToByteArray(record.image));
+}
+
+QByteArray VistamoGlobal::imageToByteArray(const QImage &image) const
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    if (!buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "JPG", jpegQuality))
+        return {};
+    return bytes;
+}
+
+QString VistamoGlobal::getThumbnailsFolder() const
+{
+    const QString folder =
+        QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Thumbnails");
+    QDir().mkpath(folder);
+    return folder;
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QFont>
+#include <QHash>
+#include <QStyledItemDelegate>
+
+/// Draws a thumbnail with its name as the default delegate does, and answers for its size without laying out
+/// the text again: a list asks for the size of every item at each layout.
+class ThumbnailDelegate : public QStyledItemDelegate
+{
+    Q_OBJECT
+
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override;
+
+private:
+    /// All that the size depends on, for plain text.
+    struct Shape
+    {
+        int lines;
+        int widestLine; ///< pixels
+        bool checkable;
+        friend bool operator==(const Shape &, const Shape &) = default;
+        friend size_t qHash(const Shape &shape, size_t seed)
+        {
+            return qHashMulti(seed, shape.lines, shape.widestLine, shape.checkable);
+        }
+    };
+
+    void forgetIfChanged(const QStyleOptionViewItem &option) const;
+
+    mutable QFont font;
+    mutable QSize iconSize;
+    mutable QHash<Shape, QSize> sizeOfShape;
+    mutable QHash<QString, QSize> sizeOfText[2]; ///< without and with a check box
+};

@@ -1,0 +1,97 @@
+#include "library/VistamoLoadFolderThread.h"
+
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QtDebug>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+// On a slow disk a batch goes out after this time, however small it is.
+constexpr int longestSilenceMs = 300;
+
+TFileRecord recordOf(const QFileInfo &info, const QString &fullPath)
+{
+    TFileRecord record;
+    record.fileName = info.fileName();
+    record.path = info.path();
+    record.fullPath = fullPath;
+    record.size = info.size();
+    record.accessTime = info.fileTime(QFile::FileAccessTime);
+    record.creationTime = info.fileTime(QFile::FileBirthTime);
+    record.modifiedTime = info.fileTime(QFile::FileModificationTime);
+    record.suffix = info.suffix();
+    return record;
+}
+
+} // namespace
+
+int batchSize(int published)
+{
+    return std::max(64, published / 2);
+}
+
+VistamoLoadFolderThread::VistamoLoadFolderThread(int load, const QString &path,
+                                                 const QString &selectedFileName, QObject *parent)
+    : QThread(parent)
+    , load(load)
+    , selectedFileName(selectedFileName)
+    , pathList(path)
+{
+    setObjectName(QStringLiteral("LoadFolder"));
+}
+
+void VistamoLoadFolderThread::run()
+{
+    qDebug() << "VistamoLoadFolderThread::run()";
+    setPriority(QThread::HighPriority);
+    loadFiles(pathList.takeLast());
+}
+
+void VistamoLoadFolderThread::loadFiles(const QString &path)
+{
+    qDebug() << "VistamoLoadFolderThread::loadFiles Begin: " << path;
+    if (stopRequested)
+        return;
+
+    int row = 0;
+    QList<int> columnsToSelect;
+    FoundFiles batch;
+    batch.load = load;
+    QElapsedTimer sincePublished;
+    sincePublished.start();
+    const auto publish = [&] {
+        emit filesFound(batch);
+        batch.records.clear();
+        batch.infos.clear();
+        batch.firstRow = row;
+        for (const int column : std::exchange(columnsToSelect, {}))
+            emit currentColumnChanged(column);
+        sincePublished.restart();
+    };
+
+    QDirIterator files(path, QDir::Files | QDir::NoDotAndDotDot);
+    while (!stopRequested && files.hasNext()) {
+        files.next();
+        const QString fullPath = path + QLatin1Char('/') + files.fileName();
+        if (!VistamoGlobal().isImageFile(fullPath))
+            continue;
+        const QFileInfo info(fullPath);
+        batch.records.append(recordOf(info, fullPath));
+        batch.infos.append(info);
+        if (!selectedFileName.isEmpty()
+            && selectedFileName.compare(info.fileName(), Qt::CaseInsensitive) == 0)
+            columnsToSelect.append(row);
+        ++row;
+        if (batch.records.size() >= batchSize(batch.firstRow) || sincePublished.hasExpired(longestSilenceMs))
+            publish();
+    }
+    if (!stopRequested) {
+        batch.complete = true;
+        publish();
+    }
+    emit enumFilesFinish(row);
+    qDebug() << "VistamoLoadFolderThread::loadFiles End";
+}

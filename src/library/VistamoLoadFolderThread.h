@@ -1,0 +1,64 @@
+#pragma once
+
+#include "shared/VistamoGlobal.h"
+
+#include <QFileInfo>
+#include <QList>
+#include <QStringList>
+#include <QThread>
+
+#include <atomic>
+
+/// A piece of what the walk of a folder finds, in the order of the walk.
+struct FoundFiles
+{
+    int load = 0;
+    int firstRow = 0;
+    QList<TFileRecord> records;
+    QList<QFileInfo> infos; ///< of the same files, with what the walk has read of them
+    bool complete = false;  ///< the walk has come to its end with these
+};
+Q_DECLARE_METATYPE(FoundFiles)
+
+/// Files that a batch of the walk holds at least when `published` files stand in the list: a small batch at
+/// once, so that the screen fills, then each half as large as what stands, so that the list is laid out only
+/// a few times.
+int batchSize(int published);
+
+/// Walks one folder, without its subfolders, and reports the images in it.
+///
+/// The object is owned by the form and lives on the GUI thread; `run` and `loadFiles` are the worker's. One
+/// load, one object.
+class VistamoLoadFolderThread : public QThread
+{
+    Q_OBJECT
+
+public:
+    /// @param load             number of the load, handed back with each batch
+    /// @param selectedFileName file that is to be selected when it is found; may be empty
+    VistamoLoadFolderThread(int load, const QString &path, const QString &selectedFileName,
+                            QObject *parent = nullptr);
+
+    /// Gives the load up at the next file.
+    void stop() { stopRequested = true; }
+
+signals:
+    void filesFound(const FoundFiles &files);
+
+    /// The file to be selected is in row and column `col`. Comes after its batch.
+    void currentColumnChanged(int col);
+
+    /// The end of the walk, also after a stop; `count` images were found.
+    void enumFilesFinish(int count);
+
+protected:
+    void run() override;
+
+private:
+    void loadFiles(const QString &path);
+
+    const int load;
+    const QString selectedFileName;
+    QStringList pathList;
+    std::atomic_bool stopRequested = false;
+};

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "library/ThumbnailMaker.h"
+#include "library/ThumbnailRequestQueue.h"
+
+#include <QElapsedTimer>
+#include <QList>
+#include <QMutex>
+#include <QThread>
+#include <QWaitCondition>
+
+#include <atomic>
+
+/// Finds the thumbnails of one load of a folder: in the database, or by way of the `ThumbnailMaker`.
+///
+/// The object is owned by the form and lives on the GUI thread; `run` is the only function of the worker. One
+/// load, one object. It ends when all requests are served after `setEnumFinished`, or soon after `stop`.
+class VistamoLoadThumbnailThread : public QThread
+{
+    Q_OBJECT
+
+public:
+    /// @param load  number of the load, handed back with each answer
+    /// @param maker must outlive the thread
+    VistamoLoadThumbnailThread(int load, ThumbnailMaker *maker, QObject *parent = nullptr);
+
+    /// Adds a file to the end of the queue. Rows come in ascending order.
+    void addRequest(const QFileInfo &info, int row);
+
+    /// Tells what the user is looking at.
+    /// @param ratio scroll position, value / maximum
+    /// @param files in the list by now
+    void setScrollPosition(float ratio, int files);
+
+    /// No request will follow.
+    void setEnumFinished();
+
+    /// Gives the load up. Decodes in hand go on in the maker.
+    void stop();
+
+signals:
+    /// Thumbnails that the database has. Those that have to be made come from the maker.
+    void thumbnailsFound(const QList<ThumbnailAnswer> &answers);
+
+    /// Part of the interface; nothing emits it.
+    void processRequestThumbnailFinish();
+
+protected:
+    void run() override;
+
+private:
+    std::optional<TThumbnailRequest> nextRequest();
+    void processRequestThumbnail(const TThumbnailRequest &request);
+    void publish();
+
+    const int load;
+    ThumbnailMaker *const maker;
+    std::atomic_bool stopRequested = false;
+
+    QMutex mutex; // guards what follows up to the blank line
+    QWaitCondition changed;
+    ThumbnailRequestQueue requestList;
+    float scrollPositionRatio = 0;
+    int fileCount = 0;
+    bool enumFinished = false;
+
+    QList<ThumbnailAnswer> found; ///< not published yet; the worker's own
+    QElapsedTimer sincePublished;
+};

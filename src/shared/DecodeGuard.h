@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QString>
+
+/// Keeps a picture that kills its decoder from killing the program at every start.
+///
+/// While a picture is being decoded its path stands in a journal of this instance, a small file mapped into
+/// memory that outlives a crash. The next start reads the journals of instances that died. A file that was
+/// alone in decoding at two deaths is passed over until it changes; files that were decoded side by side at a
+/// death are suspects, and are decoded alone from then on. One that decodes well is cleared of all suspicion.
+///
+/// Without a folder that can be written to there is no guard, and everything is decoded.
+namespace DecodeGuard {
+
+/// Reads what instances that died have left in `folder` and starts this instance's journal there. GUI thread,
+/// before anything is decoded.
+void start(const QString &folder);
+
+/// Takes the journal away: from here on, ending is no death. GUI thread.
+void finish();
+
+/// True while one picture may be decoded; held for as long as that takes. Safe from any thread.
+class Decoding
+{
+public:
+    explicit Decoding(const QString &path);
+    ~Decoding();
+    Q_DISABLE_COPY_MOVE(Decoding)
+
+    /// False if the file is to be passed over.
+    explicit operator bool() const { return allowed; }
+
+private:
+    enum class Lock
+    {
+        None,
+        Shared,
+        Alone
+    };
+
+    const QString path;
+    int slot = -1;
+    Lock lock = Lock::None;
+    bool allowed = true;
+};
+
+} // namespace DecodeGuard

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QImageIOHandler>
+#include <QString>
+
+/// The orientation stored in a file's EXIF block, as what has to be done to show the picture upright.
+/// None if the file has no such block or cannot be read. Safe to call from any thread.
+QImageIOHandler::Transformations exifOrientation(const QString &path);
+
+/// What an EXIF orientation value asks for: 1 to 8, anything else is none.
+QImageIOHandler::Transformations transformationOfExifValue(int orientation);

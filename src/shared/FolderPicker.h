@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+
+/// The program's only way of asking for a folder, and the places where it starts to look.
+class FolderPicker
+{
+public:
+    /// Asks the user for a folder; blocks until the dialog closes. Empty if cancelled, otherwise the path as
+    /// the system writes it.
+    QString selectFolder(const QString &startFolder, const QString &title) const;
+
+    /// The user's documents and pictures folders; empty where the system has none.
+    QString documentsFolder() const;
+    QString picturesFolder() const;
+};

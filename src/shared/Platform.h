@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+
+/// What the program needs of the operating system beyond Qt, defined in one set of files per system.
+namespace Platform {
+
+/// Bytes of memory that this process may use: the least of what the machine has and of the limits set on the
+/// process (control group, resource limits).
+qint64 usableMemory();
+
+/// Asks the user for a folder, modal, in the system's own dialog. `startFolder` is shown first if it exists.
+/// Gives an empty string if the user cancels, otherwise a path as the system writes it.
+QString selectFolder(const QString &startFolder, const QString &title);
+
+} // namespace Platform

@@ -1,0 +1,9 @@
+#pragma once
+
+#include <QSettings>
+
+/// The program's settings store, opened anew for each use.
+inline QSettings programSettings()
+{
+    return QSettings(QStringLiteral("Orrelan"), QStringLiteral("Vistamo"));
+}

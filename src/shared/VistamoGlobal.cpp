@@ -1,0 +1,25 @@
+#include "shared/VistamoGlobal.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+
+bool VistamoGlobal::isImageFile(const QString &fileName) const
+{
+    const QString extension = QLatin1Char('.') + QFileInfo(fileName).suffix();
+    return std::any_of(
+        imageFileExtensionList.cbegin(), imageFileExtensionList.cend(),
+        [&](const QString &known) { return known.compare(extension, Qt::CaseInsensitive) == 0; });
+}
+
+QString VistamoGlobal::getAppTitle() const
+{
+    return QStringLiteral("Orrelan Gallery");
+}
+
+void VistamoGlobal::buildImageFileExtensionList()
+{
+    imageFileExtensionList = {".avif", ".bmp", ".gif",      ".heif", ".heic", ".jpg",
+                              ".jpeg", ".jpe", ".jif",      ".jfif", ".jfi",  ".jxl",
+                              ".png",  ".psd", ".pspimage", ".tif",  ".tiff", ".webp"};
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QMainWindow>
+#include <QRect>
+
+#include <memory>
+
+class ThumbsForm;
+
+namespace Ui {
+class MainWindow;
+}
+
+/// The top-level window around the one `ThumbsForm`. It remembers its place between runs, and goes to full
+/// screen and back when the form asks for it.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit MainWindow(QWidget *parent = nullptr);
+    ~MainWindow() override;
+
+public slots:
+    void OnchangeTitle(QString title);
+    void OnEnterFullScreen();
+    void OnExitFullScreen();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
+private:
+    void loadWindowGeometry();
+
+    std::unique_ptr<Ui::MainWindow> ui;
+    ThumbsForm *thumbsForm = nullptr;
+    QRect savedGeometry; ///< just before full screen
+};

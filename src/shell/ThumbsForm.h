@@ -1,0 +1,319 @@
+#pragma once
+
+#include "library/TFolderData.h"
+#include "library/ThumbnailIcons.h"
+#include "library/ThumbnailMaker.h"
+#include "library/VistamoLoadFolderThread.h"
+#include "library/VistamoLoadThumbnailThread.h"
+#include "shared/VistamoGlobal.h"
+#include "viewer/DisplayedImage.h"
+#include "viewer/ViewGeometry.h"
+#include "viewer/VistamoLoadImageThread.h"
+
+#include <QElapsedTimer>
+#include <QFileSystemWatcher>
+#include <QItemSelection>
+#include <QMenu>
+#include <QStandardItemModel>
+#include <QTimer>
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+
+class QAction;
+class QSettings;
+class QStackedLayout;
+
+namespace Ui {
+class ThumbsForm;
+}
+
+/// The central widget: the browser (page 0), the viewer (page 1), and further pages while their forms exist.
+///
+/// It owns the views, their models, the folder list and the workers. Its members live in `thumbsform/`, one
+/// source file per concern; the header goes through the concerns in the order of the pages.
+class ThumbsForm : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit ThumbsForm(QWidget *parent = nullptr);
+    ~ThumbsForm() override;
+
+    /// Shows `path` in the list and starts to read it; nothing if it is the folder last asked for.
+    void loadFolder(const QString &path);
+
+    /// Opens the viewer on a file.
+    void loadImage(const QString &path);
+
+    /// Puts the theme's colours into force; reads the folder again.
+    void applyThemeChange();
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+signals:
+    void changeTitle(QString title);
+    void enterFullScreen();
+    void exitFullScreen();
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+
+private slots:
+    // Pages
+    void onImagesToPDFAction();
+    void onImagesToPdfDestroyed();
+    void onCloseToolWidget();
+    void on_pdfButton_clicked();
+    void on_convertButton_clicked();
+    void on_webButton_clicked();
+    void on_aboutButton_clicked();
+
+    // Folder list
+    void showDirModified(QString str);
+    void onChangeTimer();
+    void onAddFolder(QString path);
+    void onAddFolder(QString path, QString fileName);
+    void onNeedToMoveitem(int oldPos, int newPos);
+    void on_sideTreeView_clicked(QModelIndex index);
+    void on_openFileAddButton_clicked();
+    void on_openFileMinButton_clicked();
+
+    // Enumeration
+    void onFilesFound(const FoundFiles &files);
+    void onRequestGetThumbnail(QFileInfo info, int row);
+    void onCurrentColumnChanged(int col);
+    void onLoadFolderFinish();
+    void onEnumFilesFinish(int count);
+    void onRefreshTimer();
+
+    // Thumbnails
+    void startThumbnailThread();
+    void onThumbnailsFound(const QList<ThumbnailAnswer> &answers);
+    void onThumbnailMade(const ThumbnailAnswer &answer);
+    void onThumbnailLost(const QString &fullPath, int row, bool stored);
+    void onThumbnailRepaintNeeded();
+    void onLoadThumbnailFinish();
+
+    // Thumbnail list
+    void onContentScrolledEvent(int value);
+    void onRightMouseButtonPressEvent(QPoint pos);
+    void onMainListViewSelectionChanged(QItemSelection selected, QItemSelection deselected);
+    void on_plusButton_clicked();
+    void on_minButton_clicked();
+    void onClickedListView(QModelIndex index);
+    void onDoubleClickListView(QModelIndex index);
+    void on_showCheckboxButton_clicked();
+    void on_hideCheckboxButton_clicked();
+
+    // Viewer
+    void onImageLoaded(QPixmap pixmap);
+    void onLoadImageFinished();
+    void on_closeButton_clicked();
+    void onKeyPressTimer();
+    void onLoadHighQualityTimer();
+    void on_forwardButton_clicked();
+    void on_backButton_clicked();
+    void on_forward2Button_clicked();
+    void on_back2Button_clicked();
+
+    // Zoom
+    void onNeedToResizeImage(int val);
+    void onStartDragImage(QPoint point);
+    void onEndDragImage();
+    void onMouseMove(QPoint point, QPoint localPoint);
+    void onMouseLeave();
+    void on_fitVHButton_clicked();
+    void on_fitHButton_clicked();
+    void on_fitVButton_clicked();
+    void on_fullButton_clicked();
+
+    // Rotate, flip and crop
+    void on_rotateLeftButton_clicked();
+    void on_rotateRightButton_clicked();
+    void on_flipHButton_clicked();
+    void on_flipVButton_clicked();
+    void on_cropButton_clicked();
+    void on_leftSpinBox_valueChanged(int arg1);
+    void on_topSpinBox_valueChanged(int arg1);
+    void on_widthSpinBox_valueChanged(int arg1);
+    void on_heightSpinBox_valueChanged(int arg1);
+
+    // Colour adjustments
+    void on_filterResultAvailable(QImage image);
+    void on_filterFinished();
+    void onGrayscaleAction();
+    void onSepiaAction();
+    void onContrastAction();
+    void onBrightnessAction();
+    void onGammaAction();
+    void onInvertColorsAction();
+    void onResetImageAction();
+    void startProcessImageThread();
+    void stopProcessImageThread();
+    void on_filterDialogApplyChanges();
+    void on_filterDialogCancelChanges();
+    void on_adjustmentsVisible(bool stat);
+    void on_setFilter(int contrast, int brightness, int gamma, int invertColours);
+    void showFilterDialog(int filterIndex);
+
+    // Export
+    void onSaveImageFinished();
+    void imageFileActionClicked(bool checked);
+    void pasteboardActionMenuClicked(bool checked);
+    void on_exportCropImageButton_clicked();
+
+    // Gallery strip
+    void onClickListView(QModelIndex index);
+    void on_galleryButton_clicked();
+
+    // File operations
+    void onCopytoAction();
+    void onMovetoAction();
+    void handleConvertFinish();
+    void handleOverwriteFiles(QStringList fileExistsList, QStringList fileSourceList);
+    void onRenameAction();
+    void on_readyToDeleteFile();
+    void on_fileDeleted(QList<VistamoGlobal::TFileData> deletedFileList);
+    void showDeleteDialog();
+    void on_deleteButton_clicked();
+
+    // Slideshow
+    void on_slideShowButton_clicked();
+    void OnExitFullScreen();
+    void onSlideShowDestroyed();
+    void on_optionsButton_clicked();
+
+private:
+    // Construction
+    void layoutThumbsPage();
+    void layoutViewerPage();
+    void setUpPages();
+    void setUpViews();
+    void setUpMenus();
+    void connectViews();
+    void openThumbnailDatabase();
+    void setUpContextMenu();
+
+    // Settings
+    void loadSettings();
+    void loadFolderList(QSettings &settings);
+    void saveSettings();
+
+    // Folder list
+    bool addFolderToList(const QString &path);
+    void insertFolder(const QString &path, const QIcon &icon);
+    void removeSelectedFolder();
+    void checkEmptyFolderList();
+    void showList(bool visible);
+
+    // Enumeration
+    void startLoadThreads(const QString &path);
+    void waitForLoadThreads();
+    void folderThreadEnded();
+    void reloadIfWanted();
+    void leaveBehind(QThread *thread);
+    void endThreads();
+    void clearFiles();
+    void addRows(const FoundFiles &files);
+    void removeRowsFrom(int row);
+
+    // Thumbnails
+    int rowOf(const QString &fullPath, int row) const;
+    void applyThumbnail(const ThumbnailAnswer &answer, const QSet<QString> &tickedFiles);
+    QSet<QString> tickedFiles() const;
+
+    // Thumbnail list
+    void tellScrollPosition();
+    void checkIconSizeButtons();
+    void checkDeleteButton();
+    void setCheckboxVisible(bool visible);
+    void applyListStyleSheet();
+    void addItemToCheckedItemList(const QString &path, const QString &fileName);
+    void removeItemFromCheckedItemList(const QString &path, const QString &fileName);
+    void removeItemFromList(QString path);
+
+    // Viewer
+    const TFileRecord *recordAt(int row) const;
+    void loadImage();
+    void loadSelectedImage(const QString &path);
+    QPixmap placeholder(const QString &path) const;
+    void startLoadImageThread(const QStringList &paths);
+    void drawSelectedImage(bool highQuality);
+    void showDisplayedImage(bool highQuality);
+    void showNextImage();
+    void showPreviousImage();
+    void stepTo(int index);
+    void placeNavigationButtons();
+
+    // Gallery strip
+    void keepStripInPlace(const std::function<void()> &change);
+
+    // Zoom
+    void resizeSelectedImage();
+    void setImageScale(ScaleMode mode);
+    void fitLabelToView(QSize label);
+    QSize viewport() const;
+
+    const std::unique_ptr<Ui::ThumbsForm> ui;
+    QStackedLayout *stackedLayout = nullptr;
+    bool widgetShown = false; ///< false while a slideshow runs
+
+    // Folder list; entry n and row n of `treeModel` are the same folder
+    QStandardItemModel treeModel;
+    QStandardItem *folderRoot = nullptr;
+    QList<TFolderData> folderList;
+    QFileSystemWatcher directoryWatcher;
+    bool skipDirModified = false;
+    bool pendingFolderRemoval = false;
+    QTimer changeTimer; ///< runs while the folder on show changes
+    QElapsedTimer firstChange;
+    QString changedPath;
+
+    // Enumeration
+    QStandardItemModel mainModel;    ///< a row per file
+    QStandardItemModel galleryModel; ///< a column per file
+    int currentLoad = 0;             ///< counts the loads; answers of an earlier one are dropped
+    QString oldPath;                 ///< folder last asked for; emptied to force a reload
+    QString currentPath;             ///< folder on show
+    VistamoLoadFolderThread *loadFolderThread = nullptr;
+    VistamoLoadThumbnailThread *loadThumbnailThread = nullptr;
+    bool vistamoLoadThumbnailThreadStat = false;
+    bool reloadWanted = false;      ///< as soon as both threads have ended
+    bool threadLeftBehind = false;  ///< since it hangs
+    QTimer *refreshTimer = nullptr; ///< runs while the threads are ending; those that hang are left behind
+
+    // Thumbnails
+    QString thumbnailDatabasePath;
+    std::unique_ptr<ThumbnailMaker> thumbnailMaker;
+    ThumbnailIcons thumbnailIcons;
+
+    // Thumbnail list
+    const int maxIconSize = thumbnailSide; ///< pixels
+    const int minIconSize = 128;           ///< pixels
+    QMenu contextMenu;
+    QAction *copyToAction = nullptr;
+    QAction *moveToAction = nullptr;
+    QAction *renameAction = nullptr;
+
+    // Viewer
+    QPixmap selectedImage; ///< in full, with its edits; the thumbnail until the file is decoded
+    DisplayedImage displayedImage;
+    int selectedImageIndex = 0;
+    QSize previousImageSize;
+    bool viewerClosed = true;
+    double scaleFactor = 0; ///< width as displayed / width in full
+    int highQualityCountdown = 10;
+    QTimer *highQualityTimer = nullptr;
+    bool keyPressPending = false;
+    QTimer *keyPressTimer = nullptr;
+    VistamoLoadImageThread *loadImageThread = nullptr;
+    bool loadImageThreadRunning = false;
+
+    // Zoom
+    ScaleMode imageScale = ScaleMode::Fit;
+    bool imageDragging = false;
+    QPoint imageDragPos;
+};

@@ -1,0 +1,280 @@
+#include "shell/ThumbsForm.h"
+
+#include "library/ThumbnailDatabase.h"
+#include "library/ThumbnailDelegate.h"
+#include "shared/DecodeGuard.h"
+#include "ui_ThumbsForm.h"
+
+#include <QBoxLayout>
+#include <QHeaderView>
+#include <QStackedLayout>
+
+namespace {
+
+constexpr int stripIconSize = 96;
+
+void addAll(QBoxLayout *layout, const QList<QWidget *> &widgets)
+{
+    for (QWidget *const widget : widgets)
+        layout->addWidget(widget);
+}
+
+/// A row with one group of widgets at its left end and one at its right end.
+QHBoxLayout *rowOfTwoGroups(const QList<QWidget *> &left, const QList<QWidget *> &right)
+{
+    auto *const leftGroup = new QHBoxLayout;
+    addAll(leftGroup, left);
+    leftGroup->setAlignment(Qt::AlignLeft);
+    auto *const rightGroup = new QHBoxLayout;
+    addAll(rightGroup, right);
+    rightGroup->setAlignment(Qt::AlignRight);
+    auto *const row = new QHBoxLayout;
+    row->addLayout(leftGroup);
+    row->addLayout(rightGroup);
+    return row;
+}
+
+} // namespace
+
+ThumbsForm::ThumbsForm(QWidget *parent)
+    : QWidget(parent)
+    , ui(std::make_unique<Ui::ThumbsForm>())
+    , thumbnailMaker(std::make_unique<ThumbnailMaker>())
+{
+    Q_INIT_RESOURCE(resources);
+    ui->setupUi(this);
+    layoutThumbsPage();
+    layoutViewerPage();
+    setUpPages();
+    VistamoGlobal::buildImageFileExtensionList();
+    setUpViews();
+    setUpMenus();
+    connectViews();
+    checkIconSizeButtons();
+    ui->deleteButton->setEnabled(false);
+    setCheckboxVisible(VistamoGlobal::showCheckbox);
+    openThumbnailDatabase();
+    setUpContextMenu();
+    applyListStyleSheet();
+    loadSettings();
+    ui->toolsButton->hide();
+    ui->pdfButton->setVisible(VistamoGlobal::showPdfAndConvertButtons);
+    ui->convertButton->setVisible(VistamoGlobal::showPdfAndConvertButtons);
+    checkEmptyFolderList();
+}
+
+ThumbsForm::~ThumbsForm()
+{
+    saveSettings();
+    endThreads();
+    DecodeGuard::finish();
+    VistamoGlobal::thumbnailDatabase.close();
+    const QString connection = VistamoGlobal::thumbnailDatabase.connectionName();
+    VistamoGlobal::thumbnailDatabase = QSqlDatabase();
+    QSqlDatabase::removeDatabase(connection);
+    // The next form starts with an empty list.
+    VistamoGlobal::fileDataList.clear();
+}
+
+void ThumbsForm::layoutThumbsPage()
+{
+    auto *const pathLayout = new QHBoxLayout(ui->pathWidget);
+    pathLayout->setContentsMargins(0, 0, 0, 0);
+    pathLayout->setAlignment(Qt::AlignLeft);
+    pathLayout->addWidget(ui->pathValueLabel);
+
+    auto *const noItemLayout = new QVBoxLayout(ui->noItemFrame);
+    noItemLayout->setAlignment(Qt::AlignVCenter);
+    addAll(noItemLayout, {ui->noItemImageLabel, ui->noItemLabel});
+
+    auto *const listColumn = new QVBoxLayout;
+    addAll(listColumn, {ui->mainListView, ui->pathWidget, ui->noItemFrame});
+    auto *const browserRow = new QHBoxLayout;
+    browserRow->addWidget(ui->sideTreeView);
+    browserRow->addLayout(listColumn);
+
+    auto *const page = new QVBoxLayout(ui->widget1);
+    page->addLayout(rowOfTwoGroups({ui->openFileAddButton, ui->openFileMinButton, ui->line_5, ui->plusButton,
+                                    ui->minButton, ui->showCheckboxButton, ui->hideCheckboxButton,
+                                    ui->deleteButton, ui->line_6, ui->toolsButton, ui->optionsButton,
+                                    ui->slideShowButton, ui->convertButton, ui->pdfButton},
+                                   {ui->webButton, ui->aboutButton}));
+    page->addLayout(browserRow);
+}
+
+void ThumbsForm::layoutViewerPage()
+{
+    QHBoxLayout *const toolRow =
+        rowOfTwoGroups({ui->backButton, ui->forwardButton, ui->line, ui->fitVHButton, ui->fitHButton,
+                        ui->fitVButton, ui->fullButton, ui->line_2, ui->rotateLeftButton,
+                        ui->rotateRightButton, ui->flipHButton, ui->flipVButton, ui->cropButton, ui->line_3,
+                        ui->galleryButton, ui->adjustButton, ui->line_7, ui->exportButton},
+                       {ui->closeButton});
+    toolRow->setContentsMargins(6, 0, 6, 0);
+
+    constexpr int gapAfterTitle = 40;
+    constexpr int gap = 10;
+    auto *const cropRow = new QHBoxLayout(ui->cropWidget);
+    cropRow->setAlignment(Qt::AlignLeft);
+    cropRow->addWidget(ui->cropImagelabel);
+    cropRow->addSpacing(gapAfterTitle);
+    addAll(cropRow, {ui->leftLabel, ui->leftSpinBox});
+    cropRow->addSpacing(gap);
+    addAll(cropRow, {ui->topLabel, ui->topSpinBox});
+    cropRow->addSpacing(gap);
+    addAll(cropRow, {ui->widthLabel, ui->widthSpinBox});
+    cropRow->addSpacing(gap);
+    addAll(cropRow, {ui->heightLabel, ui->heightSpinBox, ui->line_4, ui->exportCropImageButton});
+
+    auto *const imageRow = new QHBoxLayout;
+    imageRow->addWidget(ui->scrollArea);
+
+    auto *const infoRow = new QHBoxLayout(ui->fileInfoWidget);
+    infoRow->setAlignment(Qt::AlignLeft);
+    infoRow->setContentsMargins(6, 0, 2, 4);
+    addAll(infoRow, {ui->sizeInfoLabel, ui->percentResizeLabel});
+
+    auto *const page = new QVBoxLayout(ui->widget2);
+    page->setContentsMargins(0, 0, 0, 0);
+    page->addLayout(toolRow);
+    page->addWidget(ui->cropWidget);
+    page->addLayout(imageRow);
+    page->addWidget(ui->galleryTableView);
+    page->addWidget(ui->fileInfoWidget);
+
+    for (QToolButton *const floating : {ui->back2Button, ui->forward2Button}) {
+        floating->adjustSize();
+        floating->raise();
+    }
+    ui->cropWidget->hide();
+}
+
+void ThumbsForm::setUpPages()
+{
+    stackedLayout = new QStackedLayout;
+    stackedLayout->addWidget(ui->widget1);
+    stackedLayout->addWidget(ui->widget2);
+    stackedLayout->setCurrentIndex(0);
+    setLayout(stackedLayout);
+}
+
+void ThumbsForm::setUpViews()
+{
+    ui->mainListView->setViewMode(QListView::IconMode);
+    ui->mainListView->setSpacing(10);
+    ui->mainListView->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    ui->mainListView->setDragEnabled(false);
+    ui->mainListView->setItemDelegate(new ThumbnailDelegate(this));
+    ui->mainListView->setModel(&mainModel);
+
+    ui->galleryTableView->setModel(&galleryModel);
+    ui->galleryTableView->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    ui->galleryTableView->setDragEnabled(false);
+    ui->galleryTableView->setIconSize(QSize(stripIconSize, stripIconSize));
+    for (QHeaderView *const header :
+         {ui->galleryTableView->verticalHeader(), ui->galleryTableView->horizontalHeader()}) {
+        header->setSectionResizeMode(QHeaderView::Fixed);
+        header->setDefaultSectionSize(stripIconSize);
+        header->hide();
+    }
+
+    ui->sideTreeView->hide();
+    ui->sideTreeView->setHeaderHidden(true);
+    ui->sideTreeView->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    folderRoot = treeModel.invisibleRootItem();
+    ui->sideTreeView->setModel(&treeModel);
+
+    ui->imageLabel->setGeometry(0, 0, 0, 0);
+    QIcon cropExportIcon = ui->exportCropImageButton->icon();
+    cropExportIcon.addFile(QStringLiteral(":/resources/images/Save24.png"));
+    ui->exportCropImageButton->setIcon(cropExportIcon);
+}
+
+void ThumbsForm::setUpMenus()
+{
+    auto *const exportMenu = new QMenu(ui->exportButton);
+    connect(exportMenu->addAction(tr("Export to Image File")), SIGNAL(triggered(bool)), this,
+            SLOT(imageFileActionClicked(bool)));
+    connect(exportMenu->addAction(tr("Copy to Clipboard")), SIGNAL(triggered(bool)), this,
+            SLOT(pasteboardActionMenuClicked(bool)));
+    ui->exportButton->setMenu(exportMenu);
+
+    auto *const adjustMenu = new QMenu(ui->adjustButton);
+    connect(adjustMenu->addAction(tr("Grayscale")), SIGNAL(triggered()), this, SLOT(onGrayscaleAction()));
+    connect(adjustMenu->addAction(tr("Sepia")), SIGNAL(triggered()), this, SLOT(onSepiaAction()));
+    connect(adjustMenu->addAction(tr("Contrast")), SIGNAL(triggered()), this, SLOT(onContrastAction()));
+    connect(adjustMenu->addAction(tr("Brightness")), SIGNAL(triggered()), this, SLOT(onBrightnessAction()));
+    connect(adjustMenu->addAction(tr("Gaamma")), SIGNAL(triggered()), this, SLOT(onGammaAction()));
+    connect(adjustMenu->addAction(tr("Invert Colors")), SIGNAL(triggered()), this,
+            SLOT(onInvertColorsAction()));
+    adjustMenu->addSeparator();
+    connect(adjustMenu->addAction(tr("Reset Image")), SIGNAL(triggered()), this, SLOT(onResetImageAction()));
+    ui->adjustButton->setMenu(adjustMenu);
+
+    auto *const toolsMenu = new QMenu(ui->toolsButton);
+    connect(toolsMenu->addAction(tr("Create PDF from Images")), SIGNAL(triggered()), this,
+            SLOT(onImagesToPDFAction()));
+    ui->toolsButton->setMenu(toolsMenu);
+}
+
+void ThumbsForm::connectViews()
+{
+    // Everything that takes drops reports them alike.
+    for (QWidget *const view :
+         {static_cast<QWidget *>(ui->sideTreeView), static_cast<QWidget *>(ui->noItemFrame),
+          static_cast<QWidget *>(ui->mainListView)}) {
+        connect(view, SIGNAL(addFolder(QString)), SLOT(onAddFolder(QString)));
+        connect(view, SIGNAL(addFolder(QString, QString)), SLOT(onAddFolder(QString, QString)));
+    }
+    connect(ui->sideTreeView, SIGNAL(needToMoveitem(int, int)), SLOT(onNeedToMoveitem(int, int)));
+
+    connect(ui->mainListView, SIGNAL(clicked(QModelIndex)), SLOT(onClickedListView(QModelIndex)));
+    connect(ui->mainListView, SIGNAL(doubleClicked(QModelIndex)), SLOT(onDoubleClickListView(QModelIndex)));
+    connect(ui->mainListView, SIGNAL(rightMouseButtonPressEvent(QPoint)),
+            SLOT(onRightMouseButtonPressEvent(QPoint)));
+    connect(ui->mainListView->selectionModel(), SIGNAL(selectionChanged(QItemSelection, QItemSelection)),
+            SLOT(onMainListViewSelectionChanged(QItemSelection, QItemSelection)));
+    connect(ui->mainListView, SIGNAL(contentScrolledEvent(int)), SLOT(onContentScrolledEvent(int)));
+
+    connect(ui->galleryTableView, SIGNAL(clicked(QModelIndex)), SLOT(onClickListView(QModelIndex)));
+
+    connect(ui->imageLabel, SIGNAL(needToResizeImage(int)), SLOT(onNeedToResizeImage(int)));
+    connect(ui->imageLabel, SIGNAL(startDragImage(QPoint)), SLOT(onStartDragImage(QPoint)));
+    connect(ui->imageLabel, SIGNAL(endDragImage()), SLOT(onEndDragImage()));
+    connect(ui->imageLabel, SIGNAL(mouseMove(QPoint, QPoint)), SLOT(onMouseMove(QPoint, QPoint)));
+    connect(ui->imageLabel, SIGNAL(mouseLeave()), SLOT(onMouseLeave()));
+
+    connect(&directoryWatcher, SIGNAL(directoryChanged(QString)), SLOT(showDirModified(QString)));
+    changeTimer.setSingleShot(true);
+    connect(&changeTimer, SIGNAL(timeout()), SLOT(onChangeTimer()));
+
+    connect(thumbnailMaker.get(), SIGNAL(made(ThumbnailAnswer)), SLOT(onThumbnailMade(ThumbnailAnswer)));
+    connect(&thumbnailIcons, SIGNAL(lost(QString, int, bool)), SLOT(onThumbnailLost(QString, int, bool)));
+    connect(&thumbnailIcons, SIGNAL(repaintNeeded()), SLOT(onThumbnailRepaintNeeded()));
+}
+
+void ThumbsForm::openThumbnailDatabase()
+{
+    const QString folder = VistamoGlobal().getThumbnailsFolder();
+    DecodeGuard::start(folder);
+    thumbnailDatabasePath = folder + QStringLiteral("/thumbnail.db");
+    ThumbnailDatabase::setFileName(thumbnailDatabasePath);
+
+    VistamoGlobal::thumbnailDatabase = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
+    VistamoGlobal::thumbnailDatabase.setDatabaseName(thumbnailDatabasePath);
+    // The GUI thread never waits for a lock.
+    ThumbnailDatabase::open(VistamoGlobal::thumbnailDatabase, 0);
+    const VistamoGlobal global;
+    if (!global.thumbnailTableExists(VistamoGlobal::thumbnailTableName, VistamoGlobal::thumbnailDatabase))
+        global.createThumbnailTable(VistamoGlobal::thumbnailTableName, VistamoGlobal::thumbnailDatabase);
+}
+
+void ThumbsForm::setUpContextMenu()
+{
+    copyToAction = contextMenu.addAction(tr("Copy to..."));
+    moveToAction = contextMenu.addAction(tr("Move to..."));
+    renameAction = contextMenu.addAction(tr("Rename..."));
+    connect(copyToAction, SIGNAL(triggered()), SLOT(onCopytoAction()));
+    connect(moveToAction, SIGNAL(triggered()), SLOT(onMovetoAction()));
+    connect(renameAction, SIGNAL(triggered()), SLOT(onRenameAction()));
+}

@@ -1,0 +1,229 @@
+#include "shell/ThumbsForm.h"
+
+#include "ui_ThumbsForm.h"
+
+#include <QKeyEvent>
+#include <QStackedLayout>
+#include <QtDebug>
+
+#include <utility>
+
+namespace {
+
+constexpr int viewerPage = 1;
+constexpr int keyDebounceMs = 10;
+// The smooth redraw comes when this many ticks have passed without a fast one.
+constexpr int ticksToHighQuality = 10;
+constexpr int highQualityTickMs = 100;
+
+} // namespace
+
+/// The file in `row`, or null if the list has no such row (any more).
+const TFileRecord *ThumbsForm::recordAt(int row) const
+{
+    const QList<TFileRecord> &records = VistamoGlobal::fileDataList;
+    return row >= 0 && row < records.size() ? &records[row] : nullptr;
+}
+
+void ThumbsForm::loadImage()
+{
+    if (const TFileRecord *const record = recordAt(selectedImageIndex))
+        loadImage(record->fullPath);
+}
+
+void ThumbsForm::loadImage(const QString &path)
+{
+    viewerClosed = false;
+    const bool hasNeighbours = VistamoGlobal::fileDataList.size() >= 2;
+    ui->backButton->setVisible(hasNeighbours);
+    ui->forwardButton->setVisible(hasNeighbours);
+    stackedLayout->setCurrentIndex(viewerPage);
+    // A page that has just come up has the size of its last show until its layout is done.
+    stackedLayout->activate();
+    ui->widget2->layout()->activate();
+    loadSelectedImage(path);
+    placeNavigationButtons();
+}
+
+void ThumbsForm::loadSelectedImage(const QString &path)
+{
+    qDebug() << "loadSelectedImage: " << path;
+    if (!selectedImage.isNull())
+        previousImageSize = selectedImage.size();
+    selectedImage = placeholder(path);
+    resizeSelectedImage();
+
+    if (loadImageThreadRunning)
+        loadImageThread->addFile(path);
+    else
+        startLoadImageThread({path});
+    emit changeTitle(VistamoGlobal().getAppTitle() + QLatin1Char('-') + path);
+}
+
+/// The thumbnail of the file, cut out of its square; null if the list has none for it.
+QPixmap ThumbsForm::placeholder(const QString &path) const
+{
+    const TFileRecord *const record = recordAt(selectedImageIndex);
+    const QStandardItem *const item = mainModel.item(selectedImageIndex, 0);
+    if (!record || !item || record->fullPath != path)
+        return {};
+    return item->icon().pixmap(QSize(maxIconSize, maxIconSize), 1.0).copy(record->imageRect);
+}
+
+void ThumbsForm::startLoadImageThread(const QStringList &paths)
+{
+    loadImageThreadRunning = true;
+    loadImageThread = new VistamoLoadImageThread;
+    connect(loadImageThread, SIGNAL(imageLoaded(QPixmap)), SLOT(onImageLoaded(QPixmap)));
+    connect(loadImageThread, SIGNAL(finished()), SLOT(onLoadImageFinished()));
+    for (const QString &path : paths)
+        loadImageThread->addFile(path);
+    loadImageThread->start(QThread::InheritPriority);
+}
+
+void ThumbsForm::onImageLoaded(QPixmap pixmap)
+{
+    selectedImage = pixmap;
+    ui->sizeInfoLabel->setText(
+        QStringLiteral("%1x%2").arg(selectedImage.width()).arg(selectedImage.height()));
+    resizeSelectedImage();
+}
+
+void ThumbsForm::onLoadImageFinished()
+{
+    // What was asked for while the thread was ending goes to the next one.
+    const QStringList waiting = loadImageThread ? loadImageThread->takeWaiting() : QStringList();
+    delete std::exchange(loadImageThread, nullptr);
+    loadImageThreadRunning = false;
+    if (!waiting.isEmpty())
+        startLoadImageThread(waiting);
+}
+
+void ThumbsForm::drawSelectedImage(bool highQuality)
+{
+    if (viewerClosed)
+        return;
+    scaleFactor = static_cast<double>(displayedImage.width()) / selectedImage.width();
+    ui->percentResizeLabel->setText(percentText(scaleFactor));
+    qDebug() << "drawSelectedImage: " << highQuality;
+    if (highQuality) {
+        displayedImage.smooth = true;
+        if (isKeptWhole(displayedImage.size, viewport())) {
+            displayedImage.pixels = smoothPart(selectedImage, displayedImage.size,
+                                               QRect(QPoint(), displayedImage.size), devicePixelRatio());
+        }
+    }
+    showDisplayedImage(highQuality);
+}
+
+void ThumbsForm::showDisplayedImage(bool highQuality)
+{
+    if (viewerClosed)
+        return;
+    ui->imageLabel->showImage(selectedImage, displayedImage);
+    if (highQuality)
+        return;
+    highQualityCountdown = ticksToHighQuality;
+    if (highQualityTimer)
+        return;
+    highQualityTimer = new QTimer(this);
+    connect(highQualityTimer, SIGNAL(timeout()), SLOT(onLoadHighQualityTimer()));
+    highQualityTimer->start(highQualityTickMs);
+}
+
+void ThumbsForm::onLoadHighQualityTimer()
+{
+    if (highQualityCountdown >= 1) {
+        --highQualityCountdown;
+        return;
+    }
+    highQualityTimer->stop();
+    std::exchange(highQualityTimer, nullptr)->deleteLater();
+    drawSelectedImage(true);
+}
+
+void ThumbsForm::showNextImage()
+{
+    stepTo(nextIndex(selectedImageIndex, static_cast<int>(VistamoGlobal::fileDataList.size())));
+}
+
+void ThumbsForm::showPreviousImage()
+{
+    stepTo(previousIndex(selectedImageIndex, static_cast<int>(VistamoGlobal::fileDataList.size())));
+}
+
+void ThumbsForm::stepTo(int index)
+{
+    selectedImageIndex = index;
+    if (imageScale == ScaleMode::RealSize || imageScale == ScaleMode::Free) {
+        setImageScale(ScaleMode::Fit);
+        resizeSelectedImage();
+    }
+    loadImage();
+    ui->galleryTableView->selectColumn(selectedImageIndex);
+}
+
+void ThumbsForm::on_forwardButton_clicked()
+{
+    showNextImage();
+}
+
+void ThumbsForm::on_backButton_clicked()
+{
+    showPreviousImage();
+}
+
+void ThumbsForm::on_forward2Button_clicked()
+{
+    showNextImage();
+}
+
+void ThumbsForm::on_back2Button_clicked()
+{
+    showPreviousImage();
+}
+
+bool ThumbsForm::eventFilter(QObject *watched, QEvent *event)
+{
+    if (stackedLayout->currentIndex() == viewerPage && event->type() == QEvent::KeyPress
+        && !keyPressPending) {
+        const int key = static_cast<QKeyEvent *>(event)->key();
+        if (key == Qt::Key_Left || key == Qt::Key_Right) {
+            keyPressPending = true;
+            if (key == Qt::Key_Left)
+                showPreviousImage();
+            else
+                showNextImage();
+            if (!keyPressTimer) {
+                keyPressTimer = new QTimer(this);
+                connect(keyPressTimer, SIGNAL(timeout()), SLOT(onKeyPressTimer()));
+                keyPressTimer->start(keyDebounceMs);
+            }
+            ui->galleryTableView->selectColumn(selectedImageIndex);
+        }
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void ThumbsForm::onKeyPressTimer()
+{
+    keyPressTimer->stop();
+    keyPressPending = false;
+    std::exchange(keyPressTimer, nullptr)->deleteLater();
+}
+
+/// Puts the floating buttons at half height of the scroll area, whose coordinates are used as they are.
+void ThumbsForm::placeNavigationButtons()
+{
+    const NavigationButtons places =
+        navigationButtons(ui->scrollArea->size(), ui->back2Button->size(), ui->forward2Button->size());
+    ui->back2Button->move(places.back);
+    ui->forward2Button->move(places.forward);
+}
+
+void ThumbsForm::on_closeButton_clicked()
+{
+    viewerClosed = true;
+    emit changeTitle(VistamoGlobal().getAppTitle());
+    stackedLayout->setCurrentIndex(0);
+}

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "viewer/DisplayedImage.h"
+
+#include <QLabel>
+
+/// Carries the picture of a viewer, centred, and turns the mouse into signals. All decisions are the owner's.
+/// Any button drags.
+class TImageLabel : public QLabel
+{
+    Q_OBJECT
+
+public:
+    using QLabel::QLabel;
+
+    /// Shows `full` as `displayed` says. Nothing is scaled here; painting renders what is visible.
+    void showImage(const QPixmap &full, const DisplayedImage &displayed);
+
+    /// Reports mouse moves also while no button is held.
+    void setCropMode(bool on);
+
+signals:
+    void needToResizeImage(int val);
+    void startDragImage(QPoint starPos);
+    void endDragImage();
+    void mouseMove(QPoint globalPoint, QPoint localPoint);
+    void mouseLeave();
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
+    void leaveEvent(QEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    QRect imageRect() const;
+    void paintFast(QPainter &painter, const QRect &exposed) const;
+    void paintSmooth(QPainter &painter, const QRect &exposed);
+
+    bool cropMode = false;
+    QPixmap fullImage;
+    DisplayedImage displayedImage;
+    QPixmap smoothTile;   ///< rendered around what was visible last
+    QRect smoothTileRect; ///< its place in the displayed image
+};
