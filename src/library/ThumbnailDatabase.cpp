@@ -139,12 +139,17 @@ private:
         }
         if (!pausedUntil.hasExpired())
             return false;
-        if (!isOpen && !open())
-            pause();
+        if (!isOpen) {
+            open();
+            if (!isOpen) {
+                close();
+                pause();
+            }
+        }
         return isOpen;
     }
 
-    bool open()
+    void open()
     {
         static std::atomic_int count = 0;
         name = QStringLiteral("thumbnails%1").arg(++count);
@@ -155,13 +160,9 @@ private:
         insertion.emplace(db);
         isOpen = ThumbnailDatabase::open(db, workerBusyTimeoutMs)
                  && VistamoGlobal().createThumbnailTable(tableName, db)
-                 && lookup->prepare(lookupStatement(tableName))
-                 && insertion->prepare(insertStatement(tableName));
+                 && lookup->prepare(lookupStatement(tableName)) && insertion->prepare(insertStatement(tableName));
         if (isOpen)
             QSqlQuery(db).exec(indexStatement(tableName));
-        else
-            close();
-        return isOpen;
     }
 
     void close()

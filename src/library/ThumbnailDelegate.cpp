@@ -1,18 +1,36 @@
 #include "library/ThumbnailDelegate.h"
 
-#include <QFontMetrics>
+#include <QTextLayout>
+#include <QtMath>
 
 #include <algorithm>
+#include <limits>
 
 namespace {
 
 constexpr qsizetype mostTexts = 500'000;
+// Wider than any line, as the style lays out text that is not to be wrapped.
+constexpr qreal endlessLine = std::numeric_limits<int>::max() / 256;
 
-/// True if the widths of the parts of `text` tell its size: no other script, and so no other font, comes in.
-bool isPlain(const QString &text)
+/// Room that the lines of `text` take, pixels, measured as the style does it for an item.
+QSize textSize(QString text, const QStyleOptionViewItem &option)
 {
-    return std::all_of(text.cbegin(), text.cend(),
-                       [](QChar c) { return c == u'\n' || (c >= u' ' && c <= u'~'); });
+    text.replace(u'\n', QChar::LineSeparator);
+    QTextOption textOption;
+    textOption.setWrapMode(QTextOption::ManualWrap);
+    textOption.setTextDirection(option.direction);
+    QTextLayout layout(text, option.font);
+    layout.setTextOption(textOption);
+    layout.beginLayout();
+    qreal width = 0;
+    qreal height = 0;
+    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        line.setLineWidth(endlessLine);
+        width = std::max(width, line.naturalTextWidth());
+        height += line.height();
+    }
+    layout.endLayout();
+    return {qCeil(width), qCeil(height)};
 }
 
 } // namespace
@@ -23,21 +41,14 @@ QSize ThumbnailDelegate::sizeHint(const QStyleOptionViewItem &option, const QMod
     const bool checkable = index.flags().testFlag(Qt::ItemIsUserCheckable);
     const QString text = index.data(Qt::DisplayRole).toString();
     QSize &size = sizeOfText[checkable][text];
-    if (size.isValid())
-        return size;
-    if (!isPlain(text))
-        return size = QStyledItemDelegate::sizeHint(option, index);
-
-    const QFontMetrics metrics(option.font);
-    Shape shape = {0, 0, checkable};
-    for (const QStringView line : QStringView(text).split(u'\n')) {
-        ++shape.lines;
-        shape.widestLine = std::max(shape.widestLine, metrics.horizontalAdvance(line.toString()));
+    if (!size.isValid()) {
+        const QSize room = textSize(text, option);
+        QSize &known = sizeOfShape[{room.width(), room.height(), checkable}];
+        if (!known.isValid())
+            known = QStyledItemDelegate::sizeHint(option, index);
+        size = known;
     }
-    QSize &known = sizeOfShape[shape];
-    if (!known.isValid())
-        known = QStyledItemDelegate::sizeHint(option, index);
-    return size = known;
+    return size;
 }
 
 void ThumbnailDelegate::initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const

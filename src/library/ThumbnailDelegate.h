@@ -19,16 +19,16 @@ protected:
     void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override;
 
 private:
-    /// All that the size depends on, for plain text.
+    /// All that the size depends on besides the font and the icon size.
     struct Shape
     {
-        int lines;
-        int widestLine; ///< pixels
+        int textWidth;  ///< pixels
+        int textHeight; ///< pixels
         bool checkable;
         friend bool operator==(const Shape &, const Shape &) = default;
         friend size_t qHash(const Shape &shape, size_t seed)
         {
-            return qHashMulti(seed, shape.lines, shape.widestLine, shape.checkable);
+            return qHashMulti(seed, shape.textWidth, shape.textHeight, shape.checkable);
         }
     };
 
