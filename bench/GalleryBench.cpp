@@ -1,0 +1,258 @@
+// Measures the program on folders that `make-inputs` has prepared, and prints a row for each figure.
+//
+//   gallery-bench folder DIR     a folder is shown: rows, thumbnails, memory, answering
+//   gallery-bench picture FILE   a picture is opened in the viewer: first sight, full picture, zoom
+//
+// The program has a home of its own: the first run in it is without stored thumbnails, a second one
+// (--home DIR, the same) finds them in the database.
+
+#include "shared/ImageReading.h"
+#include "shared/VistamoGlobal.h"
+#include "shell/MainWindow.h"
+#include "viewer/TImageLabel.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFile>
+#include <QImageReader>
+#include <QLabel>
+#include <QListView>
+#include <QPixmap>
+#include <QSemaphore>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <QTimer>
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <thread>
+
+namespace {
+
+QTextStream out(stdout);
+
+void print(const QString &what, double value, const QString &unit)
+{
+    out << QStringLiteral("| %1 | %2 %3 |").arg(what, -48).arg(value, 10, 'f', 1).arg(unit) << Qt::endl;
+}
+
+/// A number of /proc/self/status in megabytes.
+double statusMegabytes(const QByteArray &key)
+{
+    QFile file(QStringLiteral("/proc/self/status"));
+    if (file.open(QIODevice::ReadOnly)) {
+        const QList<QByteArray> lines = file.readAll().split('\n');
+        for (const QByteArray &line : lines) {
+            if (line.startsWith(key + ':'))
+                return line.mid(key.size() + 1).trimmed().split(' ').first().toDouble() / 1024;
+        }
+    }
+    return 0;
+}
+
+/// Asks the GUI thread every few milliseconds whether it answers, and keeps the longest wait.
+class AnswerWatch
+{
+public:
+    AnswerWatch()
+        : asking([this] { ask(); })
+    {
+    }
+    ~AnswerWatch()
+    {
+        stopped = true;
+        asking.join();
+    }
+    double longestMs() const { return longest / 1e6; }
+
+private:
+    void ask()
+    {
+        while (!stopped) {
+            QElapsedTimer asked;
+            asked.start();
+            const auto answered = std::make_shared<QSemaphore>();
+            QMetaObject::invokeMethod(qApp, [=] { answered->release(); }, Qt::QueuedConnection);
+            while (!answered->tryAcquire(1, 100) && !stopped) { }
+            longest = std::max<qint64>(longest, asked.nsecsElapsed());
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    }
+
+    std::atomic_bool stopped = false;
+    std::atomic<qint64> longest = 0;
+    std::thread asking;
+};
+
+/// Runs the event loop until `done`, which is looked at every few milliseconds; milliseconds since `time` began.
+double waitFor(const QElapsedTimer &time, const std::function<bool()> &done)
+{
+    QEventLoop loop;
+    QTimer looking;
+    QObject::connect(&looking, &QTimer::timeout, &loop, [&] {
+        if (done())
+            loop.quit();
+    });
+    looking.start(4);
+    if (!done())
+        loop.exec();
+    return time.nsecsElapsed() / 1e6;
+}
+
+double median(QList<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+bool answered(const TFileRecord &record)
+{
+    return record.imageRect != QRect();
+}
+
+/// True if every row in the list's viewport has had its answer.
+bool screenIsComplete(const QListView &list)
+{
+    const auto &records = VistamoGlobal::fileDataList;
+    for (int row = 0; row < records.size(); ++row) {
+        if (list.visualRect(list.model()->index(row, 0)).top() > list.viewport()->height())
+            return true;
+        if (!answered(records[row]))
+            return false;
+    }
+    return !records.isEmpty();
+}
+
+void measureFolder(MainWindow &window, const QString &folder)
+{
+    auto &list = *window.findChild<QListView *>("mainListView");
+    const auto &records = VistamoGlobal::fileDataList;
+    const int files = static_cast<int>(QDir(folder).entryList(QDir::Files).size());
+    QObject *const form = window.findChild<QObject *>("ThumbsForm");
+    const double before = statusMegabytes("VmRSS");
+
+    QElapsedTimer time;
+    time.start();
+    QMetaObject::invokeMethod(form, "onAddFolder", Q_ARG(QString, folder));
+    {
+        const AnswerWatch watch;
+        print("first rows", waitFor(time, [&] { return !records.isEmpty(); }), "ms");
+        print("first screen of icons", waitFor(time, [&] { return screenIsComplete(list); }), "ms");
+        print("all rows", waitFor(time, [&] { return records.size() >= files; }), "ms");
+        qsizetype seen = 0;
+        const double all = waitFor(time, [&] {
+            while (seen < records.size() && answered(records[seen]))
+                ++seen;
+            return seen == records.size();
+        });
+        print("all icons", all, "ms");
+        print("icons a second", 1000.0 * files / all, "");
+        print("longest wait for the GUI thread", watch.longestMs(), "ms");
+    }
+    print("resident memory", statusMegabytes("VmRSS"), "MB");
+    print("resident memory, added by the folder", statusMegabytes("VmRSS") - before, "MB");
+
+    time.restart();
+    window.resize(window.width() - 150, window.height());
+    QCoreApplication::processEvents();
+    print("resize of the window", time.nsecsElapsed() / 1e6, "ms");
+}
+
+void measurePicture(MainWindow &window, const QString &path)
+{
+    const QFileInfo info(path);
+    QElapsedTimer time;
+    QObject *const form = window.findChild<QObject *>("ThumbsForm");
+    const auto &records = VistamoGlobal::fileDataList;
+    QMetaObject::invokeMethod(form, "onAddFolder", Q_ARG(QString, info.path()));
+    time.restart();
+    waitFor(time, [&] {
+        return !records.isEmpty() && !VistamoGlobal::vistamoLoadFolderThreadStat
+               && std::all_of(records.cbegin(), records.cend(), answered);
+    });
+    auto &list = *window.findChild<QListView *>("mainListView");
+    const auto record = std::find_if(records.cbegin(), records.cend(),
+                                     [&](const TFileRecord &r) { return r.fileName == info.fileName(); });
+    const QModelIndex index = list.model()->index(static_cast<int>(record - records.cbegin()), 0);
+    auto *const label = window.findChild<TImageLabel *>("imageLabel");
+    auto *const sizeLabel = window.findChild<QLabel *>("sizeInfoLabel");
+
+    // In turn, so that both have the same machine; the median of each.
+    QList<double> plain;
+    QList<double> first;
+    QList<double> full;
+    for (int round = 0; round < 7; ++round) {
+        time.restart();
+        QImageReader(path).read();
+        plain.append(time.nsecsElapsed() / 1e6);
+
+        sizeLabel->clear();
+        time.restart();
+        emit list.doubleClicked(index);
+        label->repaint();
+        first.append(time.nsecsElapsed() / 1e6);
+        full.append(waitFor(time, [&] { return !sizeLabel->text().isEmpty(); }));
+        waitFor(time, [&] { return time.hasExpired(2000); }); // the smooth pass
+    }
+    print("plain read", median(plain), "ms");
+    print("first sight", median(first), "ms");
+    print("full picture", median(full), "ms");
+    print("full picture, times a plain read", median(full) / median(plain), "");
+    print("resident memory", statusMegabytes("VmRSS"), "MB");
+    for (const int step : {1, -1}) {
+        double longest = 0;
+        for (int i = 0; i < 25; ++i) {
+            time.restart();
+            emit label->needToResizeImage(step);
+            QCoreApplication::sendPostedEvents();
+            label->repaint();
+            longest = std::max(longest, time.nsecsElapsed() / 1e6);
+        }
+        print(step > 0 ? "longest step of zooming in" : "longest step of zooming out", longest, "ms");
+    }
+    print("resident memory after zooming", statusMegabytes("VmRSS"), "MB");
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    // The home must stand before Qt looks for it.
+    QTemporaryDir temporaryHome;
+    QString home = temporaryHome.path();
+    for (int i = 1; i + 1 < argc; ++i) {
+        if (qstrcmp(argv[i], "--home") == 0)
+            home = QFile::decodeName(argv[i + 1]);
+    }
+    for (const char *const variable : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"}) {
+        QDir().mkpath(home + '/' + variable);
+        qputenv(variable, QFile::encodeName(home + '/' + variable));
+    }
+    QFile::remove(home + "/XDG_CONFIG_HOME/Orrelan/Vistamo.conf");
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+
+    QApplication application(argc, argv);
+    QApplication::setStyle("Fusion");
+    ImageReading::setAllocationLimit();
+    QCommandLineParser parser;
+    parser.addOption({"home", "Where settings and thumbnails are kept.", "folder"});
+    parser.process(application);
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 2)
+        return 2;
+
+    MainWindow window;
+    window.resize(1400, 900);
+    window.show();
+    QCoreApplication::processEvents();
+    if (arguments[0] == "folder")
+        measureFolder(window, QFileInfo(arguments[1]).absoluteFilePath());
+    else
+        measurePicture(window, QFileInfo(arguments[1]).absoluteFilePath());
+    return 0;
+}
