@@ -77,8 +77,10 @@ private:
             QElapsedTimer asked;
             asked.start();
             const auto answered = std::make_shared<QSemaphore>();
-            QMetaObject::invokeMethod(qApp, [=] { answered->release(); }, Qt::QueuedConnection);
-            while (!answered->tryAcquire(1, 100) && !stopped) { }
+            QMetaObject::invokeMethod(
+                qApp, [=] { answered->release(); }, Qt::QueuedConnection);
+            while (!answered->tryAcquire(1, 100) && !stopped) {
+            }
             longest = std::max<qint64>(longest, asked.nsecsElapsed());
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
@@ -89,7 +91,8 @@ private:
     std::thread asking;
 };
 
-/// Runs the event loop until `done`, which is looked at every few milliseconds; milliseconds since `time` began.
+/// Runs the event loop until `done`, which is looked at every few milliseconds; milliseconds since `time`
+/// began.
 double waitFor(const QElapsedTimer &time, const std::function<bool()> &done)
 {
     QEventLoop loop;

@@ -160,7 +160,8 @@ private:
         insertion.emplace(db);
         isOpen = ThumbnailDatabase::open(db, workerBusyTimeoutMs)
                  && VistamoGlobal().createThumbnailTable(tableName, db)
-                 && lookup->prepare(lookupStatement(tableName)) && insertion->prepare(insertStatement(tableName));
+                 && lookup->prepare(lookupStatement(tableName))
+                 && insertion->prepare(insertStatement(tableName));
         if (isOpen)
             QSqlQuery(db).exec(indexStatement(tableName));
     }
