@@ -11,10 +11,11 @@ QString FileDrop::firstPath(const QMimeData *mimeData)
     return urls.isEmpty() ? QString() : urls.first().toLocalFile();
 }
 
-void FileDrop::enter(QDropEvent *event, bool &isDirDrop)
+bool FileDrop::enter(QDropEvent *event)
 {
     const QString path = firstPath(event->mimeData());
-    isDirDrop = !path.isEmpty() && QFileInfo(path).isDir();
+    const bool isDir = !path.isEmpty() && QFileInfo(path).isDir();
     event->setDropAction(Qt::LinkAction);
-    event->setAccepted(isDirDrop || VistamoGlobal().isImageFile(path));
+    event->setAccepted(isDir || VistamoGlobal().isImageFile(path));
+    return isDir;
 }

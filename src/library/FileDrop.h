@@ -11,9 +11,9 @@ namespace FileDrop {
 /// The path of the first URL, empty if there is none that is a local file.
 QString firstPath(const QMimeData *mimeData);
 
-/// Accepts a drag that brings a folder or an image, as a link, and refuses any other. `isDirDrop` tells which
-/// of the two it was; the drop itself doesn't look again.
-void enter(QDropEvent *event, bool &isDirDrop);
+/// Accepts a drag that brings a folder or an image, as a link, and refuses any other. True for a folder; the
+/// drop itself doesn't look again.
+bool enter(QDropEvent *event);
 
 /// Emits the `addFolder` signal of `view` that belongs to what was dropped.
 template <typename View>

@@ -11,6 +11,11 @@ QString wrapFileName(const QString &text)
     return wrapped;
 }
 
+QString pathKey(const QString &path)
+{
+    return QDir::toNativeSeparators(path).toCaseFolded();
+}
+
 bool isSamePath(const QString &a, const QString &b)
 {
     return QDir::toNativeSeparators(a).compare(QDir::toNativeSeparators(b), Qt::CaseInsensitive) == 0;

@@ -3,9 +3,12 @@
 #include <QDeadlineTimer>
 #include <QFileInfo>
 #include <QMutex>
+#include <QSet>
+#include <QtDebug>
 #include <QWaitCondition>
 
 #include <memory>
+#include <system_error>
 #include <thread>
 
 namespace {
@@ -24,12 +27,17 @@ QHash<QString, bool> probeFolders(const QStringList &paths, int milliseconds)
 {
     const auto answers = std::make_shared<Answers>();
     for (const QString &path : paths) {
-        std::thread([answers, path] {
+        const auto look = [answers, path] {
             const bool exists = QFileInfo::exists(path);
             const QMutexLocker locker(&answers->mutex);
             answers->exists.insert(path, exists);
             answers->added.wakeOne();
-        }).detach();
+        };
+        try {
+            std::thread(look).detach();
+        } catch (const std::system_error &error) {
+            qDebug() << "probeFolders: " << error.what(); // too many threads: no answer
+        }
     }
 
     const QDeadlineTimer deadline(milliseconds);

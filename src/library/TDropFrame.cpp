@@ -12,7 +12,7 @@ TDropFrame::TDropFrame(QWidget *parent)
 
 void TDropFrame::dragEnterEvent(QDragEnterEvent *event)
 {
-    FileDrop::enter(event, isDirDrop);
+    isDirDrop = FileDrop::enter(event);
 }
 
 void TDropFrame::dragMoveEvent(QDragMoveEvent *event)

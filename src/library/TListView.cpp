@@ -30,7 +30,7 @@ void TListView::mousePressEvent(QMouseEvent *event)
 
 void TListView::dragEnterEvent(QDragEnterEvent *event)
 {
-    FileDrop::enter(event, isDirDrop);
+    isDirDrop = FileDrop::enter(event);
 }
 
 void TListView::dragMoveEvent(QDragMoveEvent *event)

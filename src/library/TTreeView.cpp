@@ -33,7 +33,7 @@ TTreeView::TTreeView(QWidget *parent)
 void TTreeView::dragEnterEvent(QDragEnterEvent *event)
 {
     if (event->source() != this) {
-        FileDrop::enter(event, isDirDrop);
+        isDirDrop = FileDrop::enter(event);
         return;
     }
     sourceRow = currentIndex().row();

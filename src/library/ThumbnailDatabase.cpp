@@ -9,8 +9,10 @@
 #include <QSqlQuery>
 #include <QStandardPaths>
 #include <QtDebug>
+#include <QThreadStorage>
 
 #include <atomic>
+#include <memory>
 
 namespace {
 
@@ -57,11 +59,12 @@ QString indexStatement(const QString &tableName)
 
 bool isBusy(const QSqlError &error)
 {
-    // SQLITE_BUSY and SQLITE_LOCKED
-    return error.nativeErrorCode() == QLatin1String("5") || error.nativeErrorCode() == QLatin1String("6");
+    // SQLITE_BUSY and SQLITE_LOCKED; the upper bits of an extended code say more.
+    const int code = error.nativeErrorCode().toInt() & 0xff;
+    return code == 5 || code == 6;
 }
 
-void bindKey(QSqlQuery &query, const TThumbnailRecord &record)
+void bindSizeAndTime(QSqlQuery &query, const TThumbnailRecord &record)
 {
     query.bindValue(QStringLiteral(":size"), static_cast<quint64>(record.size));
     query.bindValue(QStringLiteral(":creationTime"), record.creationTime.toString(Qt::TextDate));
@@ -72,7 +75,7 @@ ThumbnailDatabase::Outcome runLookup(QSqlQuery &query, const TThumbnailRecord &r
                                      ThumbnailDatabase::Stored &found)
 {
     query.bindValue(QStringLiteral(":fullPath"), record.fullPath);
-    bindKey(query, record);
+    bindSizeAndTime(query, record);
     if (!query.exec()) {
         return isBusy(query.lastError()) ? ThumbnailDatabase::Outcome::Busy
                                          : ThumbnailDatabase::Outcome::Failed;
@@ -89,7 +92,7 @@ bool runInsertion(QSqlQuery &query, const TThumbnailRecord &record, const QByteA
     const QDate today = QDate::currentDate();
     query.bindValue(QStringLiteral(":fullPath"), record.fullPath);
     query.bindValue(QStringLiteral(":resolution"), record.resolution);
-    bindKey(query, record);
+    bindSizeAndTime(query, record);
     query.bindValue(QStringLiteral(":image"), jpeg);
     query.bindValue(QStringLiteral(":date"), today.year() * 100 + today.month());
     const bool done = query.exec();
@@ -188,8 +191,11 @@ private:
 
 Connection &threadConnection()
 {
-    static thread_local Connection connection;
-    return connection;
+    // Freed before the end of a thread is reported, unlike what is thread_local.
+    static QThreadStorage<std::shared_ptr<Connection>> connections;
+    if (!connections.hasLocalData())
+        connections.setLocalData(std::make_shared<Connection>());
+    return *connections.localData();
 }
 
 } // namespace
@@ -205,21 +211,23 @@ bool ThumbnailDatabase::open(QSqlDatabase &db, int busyTimeout)
     db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(busyTimeout));
     if (!db.open())
         return false;
+    // Where there can be no such log, as on a network drive, the default one serves.
     QSqlQuery query(db);
     query.exec(QStringLiteral("PRAGMA journal_mode=WAL"));
     query.exec(QStringLiteral("PRAGMA synchronous=NORMAL"));
     return true;
 }
 
-QDateTime ThumbnailDatabase::keyTime(const QFileInfo &info)
+TThumbnailRecord ThumbnailDatabase::keyOf(const QFileInfo &info)
 {
-    const QDateTime birth = info.fileTime(QFile::FileBirthTime);
-    return birth.isValid() ? birth : info.fileTime(QFile::FileModificationTime);
-}
-
-QDateTime ThumbnailDatabase::keyTime(const TFileRecord &record)
-{
-    return record.creationTime.isValid() ? record.creationTime : record.modifiedTime;
+    TThumbnailRecord key;
+    key.fullPath = info.filePath();
+    key.size = info.size();
+    key.accessTime = info.fileTime(QFile::FileAccessTime);
+    key.creationTime = info.fileTime(QFile::FileBirthTime);
+    if (!key.creationTime.isValid())
+        key.creationTime = info.fileTime(QFile::FileModificationTime);
+    return key;
 }
 
 ThumbnailDatabase::Outcome ThumbnailDatabase::find(const TThumbnailRecord &record, const QString &tableName,
@@ -293,7 +301,7 @@ QByteArray VistamoGlobal::imageToByteArray(const QImage &image) const
 
 QString VistamoGlobal::getThumbnailsFolder() const
 {
-    const QString folder =
+    QString folder =
         QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Thumbnails");
     QDir().mkpath(folder);
     return folder;

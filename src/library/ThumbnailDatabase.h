@@ -7,8 +7,8 @@
 
 #include <optional>
 
-/// The thumbnail database, as the worker threads use it: each thread has a connection of its own, opened when
-/// it is first needed and closed with the thread.
+/// The thumbnail database behind the operations of `VistamoGlobal`. Each worker thread has a connection of
+/// its own, opened when it is first needed and closed with the thread; the GUI thread opens its own.
 ///
 /// No failure is reported beyond the result. Where the file is locked by somebody else, it is left alone for
 /// a while after a failed attempt, so that the lock costs the cache and not the time.
@@ -37,10 +37,9 @@ void setFileName(const QString &fileName);
 /// killed never damages the file. Waits `busyTimeout` milliseconds for a lock. False if it cannot be opened.
 bool open(QSqlDatabase &db, int busyTimeout);
 
-/// The time that belongs to a file's key: its birth, or its modification where the file system keeps no
-/// birth.
-QDateTime keyTime(const QFileInfo &info);
-QDateTime keyTime(const TFileRecord &record);
+/// What identifies the thumbnail of a file. Where the file system keeps no birth time, the modification time
+/// stands in for it.
+TThumbnailRecord keyOf(const QFileInfo &info);
 
 /// Looks up the key of `record` over the connection `db`. Of several rows with the key the oldest counts.
 Outcome find(const TThumbnailRecord &record, const QString &tableName, const QSqlDatabase &db, Stored &found);

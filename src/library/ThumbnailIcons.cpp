@@ -3,23 +3,29 @@
 #include "library/ThumbnailDatabase.h"
 #include "library/ThumbnailIconEngine.h"
 
-#include <QGuiApplication>
 #include <QPainter>
 #include <QPalette>
 
+#include <utility>
+
 namespace {
 
-constexpr qsizetype squaresBytes = 48 * 1024 * 1024;
-constexpr qsizetype encodedBytes = 64 * 1024 * 1024;
+// A few screens of squares, and about eight thousand encoded pictures.
+constexpr qsizetype squaresBytes = 48LL * 1024 * 1024;
+constexpr qsizetype encodedBytes = 64LL * 1024 * 1024;
+// A database that is busy is asked again after this, and given up after two seconds.
 constexpr int repaintAfterMs = 100;
-constexpr int busyAnswersUntilLost = 20;
+constexpr int mostBusyAnswers = 20;
+// More than fit on a screen; one that falls out is reported again when it is painted.
+constexpr qsizetype mostLost = 200;
 
 } // namespace
 
 QRect thumbnailRect(QSize thumbnail)
 {
-    return {QPoint((thumbnailSide - thumbnail.width()) / 2, (thumbnailSide - thumbnail.height()) / 2),
-            thumbnail};
+    // No thumbnail is an empty rectangle in the middle.
+    const QSize size = thumbnail.expandedTo(QSize(0, 0));
+    return {QPoint((thumbnailSide - size.width()) / 2, (thumbnailSide - size.height()) / 2), size};
 }
 
 ThumbnailIcons::ThumbnailIcons(QObject *parent)
@@ -41,14 +47,10 @@ QIcon ThumbnailIcons::icon(const ThumbnailAnswer &answer, const TFileRecord &rec
 {
     if (answer.size.isEmpty())
         return blank();
-    Source source;
-    source.id = ++lastId;
-    source.row = answer.row;
-    source.key.fullPath = record.fullPath;
-    source.key.size = record.size;
-    source.key.creationTime = ThumbnailDatabase::keyTime(record);
-    source.size = answer.size;
-    source.stored = answer.stored;
+    Source source = {++lastId, answer.row, answer.key, answer.stored};
+    // The same text, kept once.
+    if (source.key.fullPath == record.fullPath)
+        source.key.fullPath = record.fullPath;
     if (!answer.stored)
         encoded.insert(source.id, new QByteArray(answer.encoded), answer.encoded.size());
     return QIcon(new ThumbnailIconEngine(this, source));
@@ -61,23 +63,29 @@ QPixmap ThumbnailIcons::square(const Source &source, int side)
         return *ready;
 
     const QImage thumbnail = source.id ? picture(source) : QImage();
-    QImage canvas(side, side, QImage::Format_RGB32);
-    QPainter painter(&canvas);
-    painter.fillRect(canvas.rect(), QPalette().brush(QPalette::Active, QPalette::Base).color());
-    painter.setRenderHint(QPainter::SmoothPixmapTransform, side != thumbnailSide);
-    painter.scale(qreal(side) / thumbnailSide, qreal(side) / thumbnailSide);
-    painter.drawImage(thumbnailRect(thumbnail.size()), thumbnail);
-    painter.end();
+    QImage canvas(thumbnailSide, thumbnailSide, QImage::Format_RGB32);
+    canvas.fill(QPalette().color(QPalette::Active, QPalette::Base));
+    QPainter(&canvas).drawImage(thumbnailRect(thumbnail.size()).topLeft(), thumbnail);
+    if (side != thumbnailSide)
+        canvas = canvas.scaled(side, side, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 
-    const QPixmap square = QPixmap::fromImage(std::move(canvas));
+    QPixmap square = QPixmap::fromImage(std::move(canvas));
     if (!thumbnail.isNull() || source.id == 0)
         squares.insert(key, new QPixmap(square), qsizetype(side) * side * 4);
     return square;
 }
 
-void ThumbnailIcons::clearSquares()
+std::optional<ThumbnailIcons::Source> ThumbnailIcons::takeLost()
+{
+    return lost.isEmpty() ? std::nullopt : std::optional(lost.takeLast());
+}
+
+void ThumbnailIcons::clear()
 {
     squares.clear();
+    encoded.clear();
+    busyAnswers.clear();
+    lost.clear();
 }
 
 QImage ThumbnailIcons::picture(const Source &source)
@@ -85,7 +93,7 @@ QImage ThumbnailIcons::picture(const Source &source)
     if (source.stored)
         return storedPicture(source);
     const QByteArray *const bytes = encoded.object(source.id);
-    const QImage image = bytes ? QImage::fromData(*bytes) : QImage();
+    QImage image = bytes ? QImage::fromData(*bytes) : QImage();
     if (image.isNull())
         reportLost(source);
     return image;
@@ -96,26 +104,25 @@ QImage ThumbnailIcons::storedPicture(const Source &source)
     ThumbnailDatabase::Stored found;
     const auto outcome = ThumbnailDatabase::find(source.key, VistamoGlobal::thumbnailTableName,
                                                  VistamoGlobal::thumbnailDatabase, found);
-    if (outcome == ThumbnailDatabase::Outcome::Busy && ++busyAnswers[source.id] < busyAnswersUntilLost) {
+    if (outcome == ThumbnailDatabase::Outcome::Busy && ++busyAnswers[source.id] < mostBusyAnswers) {
         if (!repaintTimer.isActive())
             repaintTimer.start();
         return {};
     }
     busyAnswers.remove(source.id);
-    const QImage image = QImage::fromData(found.jpeg, "JPG");
+    QImage image = QImage::fromData(found.jpeg, "JPG");
     if (image.isNull())
         reportLost(source);
     return image;
 }
 
-/// Asks once for each icon: the answer brings the row a new one.
 void ThumbnailIcons::reportLost(const Source &source)
 {
-    if (reportedLost.contains(source.id))
-        return;
-    reportedLost.insert(source.id);
+    const auto same = [&](const Source &other) { return other.id == source.id; };
+    lost.removeIf(same);
+    lost.append(source);
+    if (lost.size() > mostLost)
+        lost.removeFirst();
     // Not from inside a paint event.
-    QMetaObject::invokeMethod(
-        this, [this, source] { emit lost(source.key.fullPath, source.row, source.stored); },
-        Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, &ThumbnailIcons::lostPictures, Qt::QueuedConnection);
 }

@@ -6,12 +6,15 @@
 #include <QCache>
 #include <QHash>
 #include <QIcon>
+#include <QList>
 #include <QObject>
 #include <QPixmap>
-#include <QSet>
 #include <QTimer>
 
-#include <memory>
+#include <optional>
+
+/// Where the picture lies in its square: centred, with integer division.
+QRect thumbnailRect(QSize thumbnail);
 
 /// The icons of the thumbnails: squares of 256 pixels with the picture in the middle, made when they are
 /// painted. An icon keeps only the key of its picture; pixels and encoded bytes stand in two caches, each
@@ -27,7 +30,6 @@ public:
         quint64 id = 0; ///< 0 for the blank square
         int row = 0;    ///< where the file stood when the icon was made
         TThumbnailRecord key;
-        QSize size;          ///< of the thumbnail, pixels
         bool stored = false; ///< in the database; otherwise in memory
     };
 
@@ -40,16 +42,22 @@ public:
     QIcon icon(const ThumbnailAnswer &answer, const TFileRecord &record);
 
     /// The square of `source`, scaled to `side` device pixels. Blank if the picture is not at hand: then it
-    /// is asked for (`lost`), or painted again later.
+    /// is reported lost, or can be painted again later.
     QPixmap square(const Source &source, int side);
 
+    /// The picture that was missed last, of those that are neither in the database nor in memory any more and
+    /// have not been taken yet.
+    std::optional<Source> takeLost();
+
     /// Drops all pixels, so that squares are made anew in the palette's colours.
-    void clearSquares();
+    void clearSquares() { squares.clear(); }
+
+    /// Drops all that is kept for icons that are gone.
+    void clear();
 
 signals:
-    /// The picture of the file in `row` is at hand no longer: `stored` tells whether the database should have
-    /// given it, or memory.
-    void lost(const QString &fullPath, int row, bool stored);
+    /// `takeLost` has something to give.
+    void lostPictures();
 
     /// Icons that could not be painted can be tried again.
     void repaintNeeded();
@@ -63,9 +71,6 @@ private:
     QCache<QPair<quint64, int>, QPixmap> squares; ///< by source and side
     QCache<quint64, QByteArray> encoded;          ///< by source
     QHash<quint64, int> busyAnswers;              ///< of the database, by source
-    QSet<quint64> reportedLost;
+    QList<Source> lost;                           ///< the latest last
     QTimer repaintTimer;
 };
-
-/// Where the picture lies in its square: centred, with integer division.
-QRect thumbnailRect(QSize thumbnail);

@@ -4,7 +4,6 @@
 #include "shared/ImageReading.h"
 
 #include <QBuffer>
-#include <QDeadlineTimer>
 #include <QImage>
 #include <QThread>
 
@@ -12,6 +11,8 @@
 
 namespace {
 
+// The bounds on what is in hand are the maker's own; one thread more for each folder that hangs on a dead
+// drive.
 constexpr int mostThreads = 256;
 // Fast compression: the bytes are kept in memory only.
 constexpr int pngQuality = 80;
@@ -38,44 +39,33 @@ QByteArray encodedAsPng(const QImage &image)
     return bytes;
 }
 
-/// What becomes of a thumbnail in the database. The oldest row of a key wins, so a row that is added behind a
-/// broken one is never read.
-enum class Storing
-{
-    Add,
-    AddBehindBroken,
-    Leave
-};
-
 /// Reads the file, stores its thumbnail, and keeps the encoded bytes where the database would not give the
 /// same picture back.
-ThumbnailAnswer makeThumbnail(int load, const TThumbnailRequest &request, Storing storing)
+ThumbnailAnswer makeThumbnail(int load, const TThumbnailRequest &request, ThumbnailMaker::Storing storing)
 {
-    const QFileInfo &info = request.info;
     ThumbnailAnswer answer;
     answer.load = load;
     answer.row = request.row;
-    answer.fullPath = info.filePath();
-    const ImageReading::Thumbnail thumbnail = ImageReading::readThumbnail(answer.fullPath, thumbnailSide);
-    answer.size = thumbnail.image.size();
-    if (thumbnail.image.isNull())
+    answer.fileName = request.info.fileName();
+    answer.key = ThumbnailDatabase::keyOf(request.info);
+    const auto [image, fullSize] = ImageReading::readThumbnail(answer.key.fullPath, thumbnailSide);
+    if (image.isNull())
         return answer;
 
-    TThumbnailRecord record;
-    record.fullPath = answer.fullPath;
-    record.resolution =
-        QStringLiteral("%1x%2").arg(thumbnail.fullSize.width()).arg(thumbnail.fullSize.height());
-    record.size = info.size();
-    record.creationTime = ThumbnailDatabase::keyTime(info);
-    const QByteArray jpeg = VistamoGlobal().imageToByteArray(thumbnail.image);
-    const bool added = storing != Storing::Leave && ThumbnailDatabase::add(record, jpeg);
+    TThumbnailRecord record = answer.key;
+    record.resolution = QStringLiteral("%1x%2").arg(fullSize.width()).arg(fullSize.height());
+    const QByteArray jpeg = VistamoGlobal().imageToByteArray(image);
+    const bool added = storing != ThumbnailMaker::Storing::Leave && ThumbnailDatabase::add(record, jpeg);
 
-    if (isTransparent(thumbnail.image))
-        answer.encoded = encodedAsPng(thumbnail.image);
-    else if (added && storing == Storing::Add)
+    if (isTransparent(image))
+        answer.encoded = encodedAsPng(image);
+    else if (added && storing == ThumbnailMaker::Storing::Add)
         answer.stored = true;
     else
         answer.encoded = jpeg;
+    // Without a writer for either format there is nothing to show.
+    if (answer.stored || !answer.encoded.isEmpty())
+        answer.size = image.size();
     return answer;
 }
 
@@ -86,47 +76,44 @@ ThumbnailMaker::ThumbnailMaker(QObject *parent)
     , processors(std::max(QThread::idealThreadCount(), 1))
 {
     pool.setMaxThreadCount(mostThreads);
-    againPool.setMaxThreadCount(processors);
     pool.setObjectName(QStringLiteral("ThumbnailMaker"));
-    againPool.setObjectName(QStringLiteral("ThumbnailMakerAgain"));
 }
 
 ThumbnailMaker::~ThumbnailMaker()
 {
-    againPool.clear();
-    againPool.waitForDone();
     pool.waitForDone();
 }
 
-bool ThumbnailMaker::make(int load, const TThumbnailRequest &request, bool storedIsBroken,
+void ThumbnailMaker::make(int load, const TThumbnailRequest &request, Storing storing,
                           const std::atomic_bool &stopped)
 {
     {
-        QMutexLocker locker(&mutex);
+        const QMutexLocker locker(&mutex);
         while (!stopped && !mayStart(load))
             changed.wait(&mutex);
         if (stopped)
-            return false;
+            return;
         ++inHand[load];
         ++allInHand;
     }
-    const Storing storing = storedIsBroken ? Storing::AddBehindBroken : Storing::Add;
     pool.start([this, load, request, storing] {
         emit made(makeThumbnail(load, request, storing));
         release(load);
     });
-    return true;
 }
 
-void ThumbnailMaker::makeAgain(int load, const TThumbnailRequest &request, bool stored)
+void ThumbnailMaker::makeAgain(int load, const TThumbnailRequest &request, Storing storing)
 {
-    const Storing storing = stored ? Storing::AddBehindBroken : Storing::Leave;
-    againPool.start([this, load, request, storing] { emit made(makeThumbnail(load, request, storing)); });
+    pool.start([this, load, request, storing] {
+        ThumbnailAnswer answer = makeThumbnail(load, request, storing);
+        answer.again = true;
+        emit made(answer);
+    });
 }
 
 void ThumbnailMaker::waitForLoad(int load, const std::atomic_bool &stopped)
 {
-    QMutexLocker locker(&mutex);
+    const QMutexLocker locker(&mutex);
     while (!stopped && inHand.contains(load))
         changed.wait(&mutex);
 }
@@ -136,14 +123,6 @@ void ThumbnailMaker::wake()
     // Under the lock: a thread between its look at the flag and its wait must not miss this.
     const QMutexLocker locker(&mutex);
     changed.wakeAll();
-}
-
-bool ThumbnailMaker::finish(int milliseconds)
-{
-    const QDeadlineTimer deadline(milliseconds);
-    againPool.clear();
-    return pool.waitForDone(milliseconds)
-           && againPool.waitForDone(static_cast<int>(deadline.remainingTime()));
 }
 
 bool ThumbnailMaker::mayStart(int load) const

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "library/ThumbnailRequestQueue.h"
+#include "shared/VistamoGlobal.h"
 
 #include <QByteArray>
 #include <QHash>
 #include <QMutex>
 #include <QObject>
 #include <QSize>
-#include <QString>
 #include <QThreadPool>
 #include <QWaitCondition>
 
@@ -19,12 +19,14 @@ constexpr int thumbnailSide = 256;
 /// A thumbnail for one row of the list.
 struct ThumbnailAnswer
 {
-    int load = 0; ///< the load of a folder that asked
-    int row = 0;  ///< where the file stood then
-    QString fullPath;
-    QSize size;          ///< of the thumbnail, pixels; empty where the file gives no picture
-    bool stored = false; ///< the database gives the picture
-    QByteArray encoded;  ///< the picture where the database does not: a JPEG, or a PNG if it has transparency
+    int load = 0;         ///< the load of a folder that asked
+    int row = 0;          ///< where the file stood then
+    QString fileName;     ///< which file of the folder it is
+    TThumbnailRecord key; ///< of the file in the database
+    QSize size;           ///< of the thumbnail, pixels; empty where the file gives no picture
+    bool stored = false;  ///< the database gives the picture
+    QByteArray encoded; ///< the picture where the database does not: a JPEG, or a PNG if it has transparency
+    bool again = false; ///< asked for by `makeAgain`
 };
 Q_DECLARE_METATYPE(ThumbnailAnswer)
 
@@ -38,18 +40,27 @@ class ThumbnailMaker : public QObject
     Q_OBJECT
 
 public:
+    /// What becomes of a thumbnail in the database. The oldest row of a key wins, so a row that is added
+    /// behind a broken one is never read.
+    enum class Storing
+    {
+        Add,
+        AddBehindBroken,
+        Leave
+    };
+
     explicit ThumbnailMaker(QObject *parent = nullptr);
     ~ThumbnailMaker() override;
 
-    /// Starts on a request, waiting for a free place first. False if `stopped` was set meanwhile; `wake`
-    /// makes a waiting thread look at it.
-    /// @param storedIsBroken the database has a row for the file that does not decode
-    bool make(int load, const TThumbnailRequest &request, bool storedIsBroken,
-              const std::atomic_bool &stopped);
+    int processorCount() const { return processors; }
 
-    /// Makes a thumbnail again whose picture is at hand no longer, without waiting for a place.
-    /// @param stored the database should have given it
-    void makeAgain(int load, const TThumbnailRequest &request, bool stored);
+    /// Starts on a request, waiting for a free place first, or gives it up once `stopped` is set; `wake`
+    /// makes a waiting thread look at it.
+    void make(int load, const TThumbnailRequest &request, Storing storing, const std::atomic_bool &stopped);
+
+    /// Makes a thumbnail whose picture is at hand no longer, without waiting for a place: the caller sees to
+    /// it that they are few.
+    void makeAgain(int load, const TThumbnailRequest &request, Storing storing);
 
     /// Waits until nothing is in hand for `load`, or `stopped` is set.
     void waitForLoad(int load, const std::atomic_bool &stopped);
@@ -57,7 +68,7 @@ public:
     void wake();
 
     /// Waits for all that is in hand, `milliseconds` at most. False if something is still going on then.
-    bool finish(int milliseconds);
+    bool finish(int milliseconds) { return pool.waitForDone(milliseconds); }
 
 signals:
     void made(const ThumbnailAnswer &answer);
@@ -68,9 +79,8 @@ private:
 
     const int processors;
     QThreadPool pool;
-    QThreadPool againPool;
     QMutex mutex;
     QWaitCondition changed;
     QHash<int, int> inHand; ///< by load; guarded by mutex
-    int allInHand = 0;
+    int allInHand = 0;      ///< guarded by mutex
 };

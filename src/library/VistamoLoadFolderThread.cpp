@@ -35,7 +35,7 @@ int batchSize(int published)
 
 VistamoLoadFolderThread::VistamoLoadFolderThread(int load, const QString &path,
                                                  const QString &selectedFileName, QObject *parent)
-    : QThread(parent)
+    : StoppableThread(parent)
     , load(load)
     , selectedFileName(selectedFileName)
     , pathList(path)
@@ -60,6 +60,7 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
     QList<int> columnsToSelect;
     FoundFiles batch;
     batch.load = load;
+    batch.path = path;
     QElapsedTimer sincePublished;
     sincePublished.start();
     const auto publish = [&] {
@@ -74,6 +75,9 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
 
     QDirIterator files(path, QDir::Files | QDir::NoDotAndDotDot);
     while (!stopRequested && files.hasNext()) {
+        if (batch.records.size() >= batchSize(batch.firstRow)
+            || (!batch.records.isEmpty() && sincePublished.hasExpired(longestSilenceMs)))
+            publish();
         files.next();
         const QString fullPath = path + QLatin1Char('/') + files.fileName();
         if (!VistamoGlobal().isImageFile(fullPath))
@@ -85,13 +89,9 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
             && selectedFileName.compare(info.fileName(), Qt::CaseInsensitive) == 0)
             columnsToSelect.append(row);
         ++row;
-        if (batch.records.size() >= batchSize(batch.firstRow) || sincePublished.hasExpired(longestSilenceMs))
-            publish();
     }
-    if (!stopRequested) {
-        batch.complete = true;
-        publish();
-    }
+    batch.complete = !stopRequested;
+    publish();
     emit enumFilesFinish(row);
     qDebug() << "VistamoLoadFolderThread::loadFiles End";
 }

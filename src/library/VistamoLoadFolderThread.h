@@ -1,18 +1,17 @@
 #pragma once
 
+#include "shared/StoppableThread.h"
 #include "shared/VistamoGlobal.h"
 
 #include <QFileInfo>
 #include <QList>
 #include <QStringList>
-#include <QThread>
-
-#include <atomic>
 
 /// A piece of what the walk of a folder finds, in the order of the walk.
 struct FoundFiles
 {
     int load = 0;
+    QString path; ///< the folder
     int firstRow = 0;
     QList<TFileRecord> records;
     QList<QFileInfo> infos; ///< of the same files, with what the walk has read of them
@@ -29,7 +28,7 @@ int batchSize(int published);
 ///
 /// The object is owned by the form and lives on the GUI thread; `run` and `loadFiles` are the worker's. One
 /// load, one object.
-class VistamoLoadFolderThread : public QThread
+class VistamoLoadFolderThread : public StoppableThread
 {
     Q_OBJECT
 
@@ -38,9 +37,6 @@ public:
     /// @param selectedFileName file that is to be selected when it is found; may be empty
     VistamoLoadFolderThread(int load, const QString &path, const QString &selectedFileName,
                             QObject *parent = nullptr);
-
-    /// Gives the load up at the next file.
-    void stop() { stopRequested = true; }
 
 signals:
     void filesFound(const FoundFiles &files);
@@ -60,5 +56,4 @@ private:
     const int load;
     const QString selectedFileName;
     QStringList pathList;
-    std::atomic_bool stopRequested = false;
 };

@@ -6,6 +6,8 @@
 #include <QImageReader>
 #include <QtDebug>
 
+#include <utility>
+
 namespace {
 
 // Answers travel together, so that the GUI thread is not woken ten thousand times a second.
@@ -22,7 +24,7 @@ QSize sizeOfJpeg(QByteArray bytes)
 } // namespace
 
 VistamoLoadThumbnailThread::VistamoLoadThumbnailThread(int load, ThumbnailMaker *maker, QObject *parent)
-    : QThread(parent)
+    : StoppableThread(parent)
     , load(load)
     , maker(maker)
 {
@@ -86,19 +88,16 @@ std::optional<TThumbnailRequest> VistamoLoadThumbnailThread::nextRequest()
 
 void VistamoLoadThumbnailThread::processRequestThumbnail(const TThumbnailRequest &request)
 {
-    TThumbnailRecord record;
-    record.fullPath = request.info.filePath();
-    record.size = request.info.size();
-    record.creationTime = ThumbnailDatabase::keyTime(request.info);
-
-    const auto stored = ThumbnailDatabase::find(record);
+    const TThumbnailRecord key = ThumbnailDatabase::keyOf(request.info);
+    const auto stored = ThumbnailDatabase::find(key);
     const QSize size = stored ? sizeOfJpeg(stored->jpeg) : QSize();
     if (size.isEmpty()) {
         publish();
-        maker->make(load, request, stored.has_value(), stopRequested);
+        using Storing = ThumbnailMaker::Storing;
+        maker->make(load, request, stored ? Storing::AddBehindBroken : Storing::Add, stopRequested);
         return;
     }
-    found.append({load, request.row, record.fullPath, size, true, {}});
+    found.append({load, request.row, request.info.fileName(), key, size, true, {}, false});
     if (found.size() >= answersTogether || sincePublished.hasExpired(longestDelayMs))
         publish();
 }

@@ -2,20 +2,18 @@
 
 #include "library/ThumbnailMaker.h"
 #include "library/ThumbnailRequestQueue.h"
+#include "shared/StoppableThread.h"
 
 #include <QElapsedTimer>
 #include <QList>
 #include <QMutex>
-#include <QThread>
 #include <QWaitCondition>
-
-#include <atomic>
 
 /// Finds the thumbnails of one load of a folder: in the database, or by way of the `ThumbnailMaker`.
 ///
 /// The object is owned by the form and lives on the GUI thread; `run` is the only function of the worker. One
 /// load, one object. It ends when all requests are served after `setEnumFinished`, or soon after `stop`.
-class VistamoLoadThumbnailThread : public QThread
+class VistamoLoadThumbnailThread : public StoppableThread
 {
     Q_OBJECT
 
@@ -36,7 +34,7 @@ public:
     void setEnumFinished();
 
     /// Gives the load up. Decodes in hand go on in the maker.
-    void stop();
+    void stop() override;
 
 signals:
     /// Thumbnails that the database has. Those that have to be made come from the maker.
@@ -55,7 +53,6 @@ private:
 
     const int load;
     ThumbnailMaker *const maker;
-    std::atomic_bool stopRequested = false;
 
     QMutex mutex; // guards what follows up to the blank line
     QWaitCondition changed;

@@ -1,6 +1,7 @@
 #include "shared/DecodeGuard.h"
 
 #include <QDateTime>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -10,10 +11,10 @@
 #include <QJsonObject>
 #include <QLockFile>
 #include <QMutex>
-#include <QReadWriteLock>
 #include <QSaveFile>
 #include <QtDebug>
 #include <QUuid>
+#include <QWaitCondition>
 
 #include <algorithm>
 #include <array>
@@ -24,10 +25,11 @@
 namespace {
 
 constexpr int deathsUntilPassedOver = 2;
-constexpr int slotCount = 32;
-constexpr int slotBytes = 4096; // the longest path of Linux
-constexpr int journalBytes = slotCount * slotBytes;
-constexpr int aloneTimeoutMs = 1000;
+constexpr qsizetype slotCount = 32;
+constexpr qsizetype slotBytes = 4224; // the longest path of Linux, and two numbers
+constexpr qsizetype journalBytes = slotCount * slotBytes;
+// A suspect waits this long to be alone, and has the others wait this long: one that hangs holds up nobody.
+constexpr int longestAloneMs = 3000;
 
 /// What is known of a file that was being decoded when the program died.
 struct Note
@@ -47,221 +49,236 @@ bool sameFile(const Note &a, const Note &b)
     return a.size == b.size && a.modified == b.modified;
 }
 
-/// The paths that stand in a journal.
-QStringList pathsIn(const QByteArray &journal)
+/// A slot's text: the file as it was, so that reading a journal looks at no drive that may be gone.
+QByteArray slotText(const QString &path, const Note &note)
 {
-    QStringList paths;
-    for (int offset = 0; offset + slotBytes <= journal.size(); offset += slotBytes) {
-        const char *const slot = journal.constData() + offset;
-        const qsizetype length = qstrnlen(slot, slotBytes);
-        if (length > 0 && length < slotBytes)
-            paths.append(QString::fromUtf8(slot, length));
-    }
-    return paths;
+    return QByteArray::number(note.size) + ' ' + QByteArray::number(note.modified) + ' ' + path.toUtf8();
 }
 
-class Guard
+/// The files that stand in a journal.
+QHash<QString, Note> filesIn(const QByteArray &journal)
+{
+    QHash<QString, Note> files;
+    for (qsizetype offset = 0; offset + slotBytes <= journal.size(); offset += slotBytes) {
+        const char *const slot = journal.constData() + offset;
+        const QByteArray text(slot, static_cast<qsizetype>(qstrnlen(slot, slotBytes)));
+        const qsizetype first = text.indexOf(' ');
+        const qsizetype second = text.indexOf(' ', first + 1);
+        if (first > 0 && second > 0)
+            files.insert(
+                QString::fromUtf8(text.mid(second + 1)),
+                {text.left(first).toLongLong(), text.mid(first + 1, second - first - 1).toLongLong(), 0});
+    }
+    return files;
+}
+
+/// Files that a death has put under suspicion, kept from run to run.
+class Notes
 {
 public:
-    void start(const QString &folder);
-    void finish();
+    void open(const QString &fileName)
+    {
+        path = fileName;
+        notes = read();
+    }
 
-    std::optional<Note> noteFor(const QString &path);
-    void clear(const QString &path);
-    int enter(const QString &path);
-    void leave(int slot);
+    std::optional<Note> of(const QString &file) const
+    {
+        const auto note = notes.constFind(file);
+        return note == notes.cend() ? std::nullopt : std::optional(*note);
+    }
 
-    QReadWriteLock decoding; ///< held alone by the decode of a suspect
+    void remove(const QString &file)
+    {
+        // Another instance may have written since.
+        notes = read();
+        if (notes.remove(file))
+            write();
+    }
+
+    void addDeath(const QHash<QString, Note> &files)
+    {
+        notes = read();
+        for (auto file = files.cbegin(); file != files.cend(); ++file) {
+            Note &note = notes[file.key()];
+            if (!sameFile(note, *file))
+                note = *file;
+            note.deaths += files.size() == 1 ? 1 : 0;
+            qDebug() << "DecodeGuard: " << file.key() << note.deaths;
+        }
+        write();
+    }
 
 private:
-    void collectDeaths(const QDir &folder);
-    void readNotes();
-    void writeNotes() const;
+    QHash<QString, Note> read() const
+    {
+        QHash<QString, Note> found;
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            return found;
+        const QJsonArray entries = QJsonDocument::fromJson(file.readAll()).array();
+        for (const auto &entry : entries) {
+            found.insert(entry[QLatin1String("path")].toString(),
+                         {entry[QLatin1String("size")].toInteger(),
+                          entry[QLatin1String("modified")].toInteger(),
+                          entry[QLatin1String("deaths")].toInt()});
+        }
+        return found;
+    }
 
-    QMutex mutex;
-    QString notesPath;
+    void write() const
+    {
+        QJsonArray entries;
+        for (auto note = notes.cbegin(); note != notes.cend(); ++note) {
+            entries.append(QJsonObject{{QStringLiteral("path"), note.key()},
+                                       {QStringLiteral("size"), note->size},
+                                       {QStringLiteral("modified"), note->modified},
+                                       {QStringLiteral("deaths"), note->deaths}});
+        }
+        QSaveFile file(path);
+        if (!file.open(QIODevice::WriteOnly) || file.write(QJsonDocument(entries).toJson()) < 0
+            || !file.commit())
+            qDebug() << "DecodeGuard: " << file.errorString();
+    }
+
+    QString path;
     QHash<QString, Note> notes;
-    std::unique_ptr<QLockFile> lock;
-    QFile journal;
-    char *journalSlots = nullptr;
-    std::array<bool, slotCount> takenSlots = {};
 };
 
-Guard &guard()
+/// The files in decoding, in a mapped file.
+class Journal
 {
-    static Guard instance;
-    return instance;
-}
-
-void Guard::start(const QString &folder)
-{
-    finish();
-    const QMutexLocker locker(&mutex);
-    const QDir directory(folder);
-    notesPath = directory.filePath(QStringLiteral("decoding-notes.json"));
-    readNotes();
-    collectDeaths(directory);
-
-    const QString id = QUuid::createUuid().toString(QUuid::Id128);
-    journal.setFileName(directory.filePath(QStringLiteral("decoding-%1.journal").arg(id)));
-    lock = std::make_unique<QLockFile>(journal.fileName() + QStringLiteral(".lock"));
-    lock->setStaleLockTime(0);
-    if (!lock->tryLock(0) || !journal.open(QIODevice::ReadWrite))
-        return;
-    // Written in full: a hole in a mapped file is a crash once the disk is full.
-    if (journal.write(QByteArray(journalBytes, 0)) != journalBytes || !journal.flush())
-        return;
-    journalSlots = reinterpret_cast<char *>(journal.map(0, journalBytes));
-}
-
-void Guard::finish()
-{
-    const QMutexLocker locker(&mutex);
-    journalSlots = nullptr;
-    takenSlots.fill(false);
-    notes.clear();
-    if (journal.isOpen()) {
-        journal.close();
-        journal.remove();
+public:
+    void open(const QString &fileName)
+    {
+        file.setFileName(fileName);
+        owner = std::make_unique<QLockFile>(fileName + QStringLiteral(".lock"));
+        owner->setStaleLockTime(0);
+        if (!owner->tryLock(0) || !file.open(QIODevice::ReadWrite))
+            return;
+        // Written in full: a hole in a mapped file is a crash once the disk is full.
+        if (file.write(QByteArray(journalBytes, 0)) == journalBytes && file.flush())
+            memory = reinterpret_cast<char *>(file.map(0, journalBytes));
     }
-    lock.reset();
-}
 
-void Guard::collectDeaths(const QDir &folder)
+    void close()
+    {
+        memory = nullptr;
+        taken.fill(false);
+        if (file.isOpen()) {
+            file.close();
+            file.remove();
+        }
+        owner.reset();
+    }
+
+    int enter(const QByteArray &text)
+    {
+        const auto slot = std::find(taken.begin(), taken.end(), false);
+        if (!memory || slot == taken.end() || text.size() >= slotBytes)
+            return -1;
+        *slot = true;
+        const auto index = slot - taken.begin();
+        std::memcpy(memory + index * slotBytes, text.constData(), static_cast<size_t>(text.size()) + 1);
+        return static_cast<int>(index);
+    }
+
+    void leave(int slot)
+    {
+        if (!memory || slot < 0)
+            return;
+        memory[slot * slotBytes] = 0;
+        taken[static_cast<size_t>(slot)] = false;
+    }
+
+private:
+    std::unique_ptr<QLockFile> owner; ///< tells other instances that this one lives
+    QFile file;
+    char *memory = nullptr;
+    std::array<bool, slotCount> taken = {};
+};
+
+QMutex mutex; // guards what follows
+QWaitCondition changed;
+Notes notes;
+Journal journal;
+int inHand = 0;
+QDeadlineTimer aloneUntil; // a suspect has claimed to be alone; expired for none
+
+/// The journals of instances that died become notes.
+void collectDeaths(const QDir &folder)
 {
-    const QStringList journals = folder.entryList({QStringLiteral("decoding-*.journal")}, QDir::Files);
-    for (const QString &name : journals) {
+    const QStringList names = folder.entryList({QStringLiteral("decoding-*.journal")}, QDir::Files);
+    for (const QString &name : names) {
         QFile orphan(folder.filePath(name));
         QLockFile owner(orphan.fileName() + QStringLiteral(".lock"));
         owner.setStaleLockTime(0);
         if (!owner.tryLock(0) || !orphan.open(QIODevice::ReadOnly))
             continue; // its instance is alive
-        const QStringList paths = pathsIn(orphan.read(journalBytes));
-        for (const QString &path : paths) {
-            Note note = noteOf(QFileInfo(path));
-            if (const auto known = notes.constFind(path); known != notes.cend() && sameFile(*known, note))
-                note = *known;
-            note.deaths += paths.size() == 1 ? 1 : 0;
-            qDebug() << "DecodeGuard: " << path << note.deaths;
-            notes.insert(path, note);
-        }
+        const QHash<QString, Note> files = filesIn(orphan.read(journalBytes));
+        if (!files.isEmpty())
+            notes.addDeath(files);
         orphan.remove();
     }
-    if (!journals.isEmpty())
-        writeNotes();
-}
-
-void Guard::readNotes()
-{
-    QFile file(notesPath);
-    if (!file.open(QIODevice::ReadOnly))
-        return;
-    const QJsonArray entries = QJsonDocument::fromJson(file.readAll()).array();
-    for (const QJsonValue &entry : entries) {
-        const Note note = {entry[QLatin1String("size")].toInteger(),
-                           entry[QLatin1String("modified")].toInteger(),
-                           entry[QLatin1String("deaths")].toInt()};
-        notes.insert(entry[QLatin1String("path")].toString(), note);
-    }
-}
-
-void Guard::writeNotes() const
-{
-    QJsonArray entries;
-    for (auto note = notes.cbegin(); note != notes.cend(); ++note) {
-        entries.append(QJsonObject{{QStringLiteral("path"), note.key()},
-                                   {QStringLiteral("size"), note->size},
-                                   {QStringLiteral("modified"), note->modified},
-                                   {QStringLiteral("deaths"), note->deaths}});
-    }
-    QSaveFile file(notesPath);
-    if (!file.open(QIODevice::WriteOnly) || file.write(QJsonDocument(entries).toJson()) < 0 || !file.commit())
-        qDebug() << "DecodeGuard: " << file.errorString();
-}
-
-std::optional<Note> Guard::noteFor(const QString &path)
-{
-    const QMutexLocker locker(&mutex);
-    const auto note = notes.constFind(path);
-    return note == notes.cend() ? std::nullopt : std::optional(*note);
-}
-
-void Guard::clear(const QString &path)
-{
-    const QMutexLocker locker(&mutex);
-    if (notes.remove(path))
-        writeNotes();
-}
-
-int Guard::enter(const QString &path)
-{
-    const QByteArray text = path.toUtf8();
-    if (text.size() >= slotBytes)
-        return -1;
-    const QMutexLocker locker(&mutex);
-    if (!journalSlots)
-        return -1;
-    const auto slot = std::find(takenSlots.begin(), takenSlots.end(), false);
-    if (slot == takenSlots.end())
-        return -1;
-    *slot = true;
-    const int index = static_cast<int>(slot - takenSlots.begin());
-    std::memcpy(journalSlots + index * slotBytes, text.constData(), static_cast<size_t>(text.size()) + 1);
-    return index;
-}
-
-void Guard::leave(int slot)
-{
-    const QMutexLocker locker(&mutex);
-    if (!journalSlots || slot < 0)
-        return;
-    journalSlots[slot * slotBytes] = 0;
-    takenSlots[static_cast<size_t>(slot)] = false;
 }
 
 } // namespace
 
 void DecodeGuard::start(const QString &folder)
 {
-    guard().start(folder);
+    finish();
+    const QMutexLocker locker(&mutex);
+    const QDir directory(folder);
+    notes.open(directory.filePath(QStringLiteral("decoding-notes.json")));
+    collectDeaths(directory);
+    const QString id = QUuid::createUuid().toString(QUuid::Id128);
+    journal.open(directory.filePath(QStringLiteral("decoding-%1.journal").arg(id)));
 }
 
 void DecodeGuard::finish()
 {
-    guard().finish();
+    const QMutexLocker locker(&mutex);
+    notes = Notes();
+    journal.close();
 }
 
 DecodeGuard::Decoding::Decoding(const QString &path)
     : path(path)
 {
-    if (const auto note = guard().noteFor(path)) {
-        if (!sameFile(*note, noteOf(QFileInfo(path))))
-            guard().clear(path);
-        else if (note->deaths >= deathsUntilPassedOver)
-            allowed = false;
-        else
-            lock = Lock::Alone;
-    }
-    if (!allowed)
-        return;
-    if (lock == Lock::Alone) {
-        allowed = guard().decoding.tryLockForWrite(aloneTimeoutMs);
-        if (!allowed) {
-            lock = Lock::None;
+    // Before the lock, since a drive may take its time to answer.
+    const Note now = noteOf(QFileInfo(path));
+
+    const QMutexLocker locker(&mutex);
+    if (const auto note = notes.of(path)) {
+        suspect = sameFile(*note, now);
+        allowed = !suspect || note->deaths < deathsUntilPassedOver;
+        if (!allowed)
             return;
-        }
-    } else {
-        guard().decoding.lockForRead();
-        lock = Lock::Shared;
+        if (!suspect)
+            notes.remove(path);
     }
-    slot = guard().enter(path);
+    while (!aloneUntil.hasExpired() && changed.wait(&mutex, aloneUntil)) {
+    }
+    if (suspect) {
+        aloneUntil.setRemainingTime(longestAloneMs);
+        while (inHand > 0 && changed.wait(&mutex, aloneUntil)) {
+        }
+        aloneUntil.setRemainingTime(longestAloneMs);
+    }
+    ++inHand;
+    slot = journal.enter(slotText(path, now));
 }
 
 DecodeGuard::Decoding::~Decoding()
 {
-    guard().leave(slot);
-    if (lock != Lock::None)
-        guard().decoding.unlock();
-    if (lock == Lock::Alone)
-        guard().clear(path);
+    const QMutexLocker locker(&mutex);
+    if (!allowed)
+        return;
+    --inHand;
+    journal.leave(slot);
+    if (suspect) {
+        aloneUntil = {};
+        notes.remove(path);
+    }
+    changed.wakeAll();
 }

@@ -6,8 +6,9 @@
 ///
 /// While a picture is being decoded its path stands in a journal of this instance, a small file mapped into
 /// memory that outlives a crash. The next start reads the journals of instances that died. A file that was
-/// alone in decoding at two deaths is passed over until it changes; files that were decoded side by side at a
-/// death are suspects, and are decoded alone from then on. One that decodes well is cleared of all suspicion.
+/// alone in decoding at two deaths is passed over until it changes. Files that were decoded side by side at a
+/// death are suspects: from then on they are decoded alone where that can be had within a few seconds, so
+/// that the next death tells. One that decodes well is cleared of all suspicion.
 ///
 /// Without a folder that can be written to there is no guard, and everything is decoded.
 namespace DecodeGuard {
@@ -19,7 +20,7 @@ void start(const QString &folder);
 /// Takes the journal away: from here on, ending is no death. GUI thread.
 void finish();
 
-/// True while one picture may be decoded; held for as long as that takes. Safe from any thread.
+/// Held while one picture is decoded. Safe from any thread.
 class Decoding
 {
 public:
@@ -31,16 +32,9 @@ public:
     explicit operator bool() const { return allowed; }
 
 private:
-    enum class Lock
-    {
-        None,
-        Shared,
-        Alone
-    };
-
     const QString path;
     int slot = -1;
-    Lock lock = Lock::None;
+    bool suspect = false;
     bool allowed = true;
 };
 

@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr qint64 largestFile = 256 * 1024 * 1024;
+
 /// The XMP part of the library is not safe for threads without a lock of ours.
 void lockXmp(void *mutex, bool lock)
 {
@@ -31,8 +33,14 @@ void prepareLibrary()
 QImageIOHandler::Transformations exifOrientation(const QString &path)
 {
     prepareLibrary();
+    // Given the bytes, the library need not understand the system's file names.
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || file.size() > largestFile)
+        return QImageIOHandler::TransformationNone;
+    const QByteArray bytes = file.readAll();
     try {
-        const auto image = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString());
+        const auto image = Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte *>(bytes.constData()),
+                                                     static_cast<long>(bytes.size()));
         image->readMetadata();
         const auto entry = image->exifData().findKey(Exiv2::ExifKey("Exif.Image.Orientation"));
         if (entry != image->exifData().end() && entry->count() > 0)

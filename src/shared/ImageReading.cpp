@@ -2,6 +2,7 @@
 
 #include "shared/DecodeGuard.h"
 #include "shared/ExifOrientation.h"
+#include "shared/MemoryBudget.h"
 #include "shared/Platform.h"
 
 #include <QColorSpace>
@@ -10,30 +11,25 @@
 #include <QTransform>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
 constexpr qint64 megabyte = 1024 * 1024;
 
-/// The orientation that is still to be applied after `reader` has read: none where its plug-in does so.
-QImageIOHandler::Transformations ignoredOrientation(const QImageReader &reader, const QString &path)
+bool swapsSides(QImageIOHandler::Transformations transformation)
 {
-    if (reader.supportsOption(QImageIOHandler::ImageTransformation))
-        return QImageIOHandler::TransformationNone;
-    const QByteArray format = reader.format();
-    if (format != "png" && format != "webp")
-        return QImageIOHandler::TransformationNone;
-    return exifOrientation(path);
+    return transformation.testFlag(QImageIOHandler::TransformationRotate90);
 }
 
 /// The image turned and mirrored. Qt's order: mirrored or flipped first, then turned by 90 degrees clockwise.
 QImage oriented(QImage image, QImageIOHandler::Transformations transformation)
 {
-    if (transformation & (QImageIOHandler::TransformationMirror | QImageIOHandler::TransformationFlip)) {
-        image = std::move(image).mirrored(transformation.testFlag(QImageIOHandler::TransformationMirror),
-                                          transformation.testFlag(QImageIOHandler::TransformationFlip));
-    }
-    if (transformation & QImageIOHandler::TransformationRotate90)
+    const bool mirrored = transformation.testFlag(QImageIOHandler::TransformationMirror);
+    const bool flipped = transformation.testFlag(QImageIOHandler::TransformationFlip);
+    if (mirrored || flipped)
+        image = std::move(image).mirrored(mirrored, flipped);
+    if (swapsSides(transformation))
         image = image.transformed(QTransform().rotate(90));
     return image;
 }
@@ -46,64 +42,95 @@ QImage inSrgb(QImage image)
     return image;
 }
 
-bool swapsSides(QImageIOHandler::Transformations transformation)
+/// One file that is being read.
+class PictureFile
 {
-    return transformation.testFlag(QImageIOHandler::TransformationRotate90);
-}
+public:
+    explicit PictureFile(const QString &path)
+        : decoding(path)
+        , reader(decoding ? path : QString())
+        , ignored(decoding ? ignoredOrientation(path) : QImageIOHandler::TransformationNone)
+    {
+        reader.setAutoTransform(true);
+    }
 
-/// True if the picture is larger than its thumbnail in both directions, so that scaling only ever shrinks.
-bool shrinks(QSize full, QSize thumbnail)
+    /// Size of the upright picture, or an empty size if the format does not tell before it is read.
+    QSize size() const
+    {
+        const QSize stored = reader.supportsOption(QImageIOHandler::Size) ? reader.size() : QSize();
+        return turned() ? stored.transposed() : stored;
+    }
+
+    /// Has the decoder scale the upright picture. False if it cannot; then nothing changes.
+    bool scaleTo(QSize size)
+    {
+        if (!reader.supportsOption(QImageIOHandler::ScaledSize))
+            return false;
+        // The decoder scales before the orientation is applied.
+        reader.setScaledSize(turned() ? size.transposed() : size);
+        return true;
+    }
+
+    /// The upright picture; null if there is none.
+    QImage read()
+    {
+        if (!decoding)
+            return {};
+        // An unscaled picture of four bytes a pixel, which may have to be turned: two of them at a time.
+        const QSize full = reader.scaledSize().isValid() ? reader.scaledSize() : size();
+        const MemoryBudget::Share share(full.isEmpty() ? 0 : 8LL * full.width() * full.height());
+        return oriented(reader.read(), ignored);
+    }
+
+private:
+    /// The orientation that the format's plug-in leaves out.
+    QImageIOHandler::Transformations ignoredOrientation(const QString &path) const
+    {
+        if (reader.supportsOption(QImageIOHandler::ImageTransformation))
+            return QImageIOHandler::TransformationNone;
+        const QByteArray format = reader.format();
+        return format == "png" || format == "webp" ? exifOrientation(path)
+                                                   : QImageIOHandler::TransformationNone;
+    }
+
+    bool turned() const { return swapsSides(reader.transformation()) != swapsSides(ignored); }
+
+    const DecodeGuard::Decoding decoding;
+    QImageReader reader;
+    const QImageIOHandler::Transformations ignored;
+};
+
+/// True unless opening would wait for somebody else, as with a pipe.
+bool canBeOpened(const QString &path)
 {
-    return full.width() > thumbnail.width() && full.height() > thumbnail.height();
+    return QFileInfo(path).isFile();
 }
 
 } // namespace
 
 void ImageReading::setAllocationLimit()
 {
-    QImageReader::setAllocationLimit(
-        static_cast<int>(std::max<qint64>(Platform::usableMemory() / 4 / megabyte, 256)));
+    const qint64 usable = Platform::usableMemory() / megabyte;
+    QImageReader::setAllocationLimit(static_cast<int>(std::max<qint64>(usable / 4, 256)));
+    MemoryBudget::setBytes(std::max<qint64>(usable / 2, 512) * megabyte);
 }
 
 QImage ImageReading::read(const QString &path)
 {
-    // Opening a pipe or a device would wait for its writer.
-    if (!QFileInfo(path).isFile())
-        return {};
-    const DecodeGuard::Decoding decoding(path);
-    if (!decoding)
-        return {};
-
-    QImageReader reader(path);
-    reader.setAutoTransform(true);
-    const auto remaining = ignoredOrientation(reader, path);
-    return inSrgb(oriented(reader.read(), remaining));
+    return canBeOpened(path) ? inSrgb(PictureFile(path).read()) : QImage();
 }
 
 ImageReading::Thumbnail ImageReading::readThumbnail(const QString &path, int side)
 {
-    if (!QFileInfo(path).isFile())
+    if (!canBeOpened(path))
         return {};
-    const DecodeGuard::Decoding decoding(path);
-    if (!decoding)
-        return {};
-
-    QImageReader reader(path);
-    reader.setAutoTransform(true);
-    const auto remaining = ignoredOrientation(reader, path);
-
-    const bool swapped = swapsSides(reader.transformation()) != swapsSides(remaining);
-    QSize fullSize = reader.supportsOption(QImageIOHandler::Size) ? reader.size() : QSize();
-    if (swapped)
-        fullSize.transpose();
+    PictureFile file(path);
+    QSize fullSize = file.size();
     const QSize scaled = thumbnailSize(fullSize, side);
+    // The decoder only ever shrinks.
     const bool scaledByDecoder =
-        reader.supportsOption(QImageIOHandler::ScaledSize) && shrinks(fullSize, scaled);
-    // The decoder scales before the orientation is applied.
-    if (scaledByDecoder)
-        reader.setScaledSize(swapped ? scaled.transposed() : scaled);
-
-    QImage image = oriented(reader.read(), remaining);
+        fullSize.width() > scaled.width() && fullSize.height() > scaled.height() && file.scaleTo(scaled);
+    QImage image = file.read();
     if (image.isNull())
         return {};
     if (!scaledByDecoder) {

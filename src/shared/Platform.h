@@ -5,8 +5,8 @@
 /// What the program needs of the operating system beyond Qt, defined in one set of files per system.
 namespace Platform {
 
-/// Bytes of memory that this process may use: the least of what the machine has and of the limits set on the
-/// process (control group, resource limits).
+/// Bytes of memory that this process may use: the least of what the machine has and of the limits that the
+/// system sets on the process (on Linux its control groups and resource limits).
 qint64 usableMemory();
 
 /// Asks the user for a folder, modal, in the system's own dialog. `startFolder` is shown first if it exists.

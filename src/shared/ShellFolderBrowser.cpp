@@ -5,7 +5,7 @@
 #include <objbase.h>
 #include <shlobj.h>
 
-#include <cwchar>
+#include <algorithm>
 
 namespace {
 
@@ -14,7 +14,7 @@ void copyIfItFits(wchar_t (&buffer)[MAX_PATH], const std::wstring &text)
 {
     buffer[0] = 0;
     if (text.size() < MAX_PATH)
-        std::wcscpy(buffer, text.c_str());
+        std::copy(text.c_str(), text.c_str() + text.size() + 1, buffer);
 }
 
 /// Selects the start folder, handed over as `data`, as soon as the dialog is up.

@@ -17,6 +17,11 @@ QString VistamoGlobal::getAppTitle() const
     return QStringLiteral("Orrelan Gallery");
 }
 
+QUrl VistamoGlobal::getWebsiteUrl() const
+{
+    return QUrl(QStringLiteral("https://www.orrelan.example/gallery"));
+}
+
 void VistamoGlobal::buildImageFileExtensionList()
 {
     imageFileExtensionList = {".avif", ".bmp", ".gif",      ".heif", ".heic", ".jpg",

@@ -9,6 +9,7 @@
 #include <QSqlDatabase>
 #include <QString>
 #include <QStringList>
+#include <QUrl>
 
 /// One listed image. Entry i of `fileDataList`, row i of `mainModel` and column i of `galleryModel`
 /// are the same file.
@@ -17,7 +18,7 @@ struct TFileRecord
     QString fileName;
     QString path;            ///< the folder
     QString fullPath;        ///< the folder as it was asked for, "/" and the file name
-    int thumbnailWidth = 0;  ///< pixels; used only by the private copies of the thumbnail workers
+    int thumbnailWidth = 0;  ///< pixels; part of the record, set by nobody
     int thumbnailHeight = 0; ///< pixels; as above
     qint64 size = 0;         ///< bytes
     QDateTime accessTime;
@@ -58,7 +59,8 @@ struct TSourceFile
 /// What the forms share: the variables of the process and a few small operations on them.
 ///
 /// The class has no state of its own, so a temporary serves to call an operation. The GUI thread alone
-/// touches the variables; workers are given copies.
+/// touches the variables; workers are given copies, but for the list of extensions and the name of the table,
+/// which stay as they are once the program has started.
 class VistamoGlobal
 {
 public:
@@ -75,6 +77,9 @@ public:
     /// Name of the program as its titles show it.
     QString getAppTitle() const;
 
+    /// The maker's web page.
+    QUrl getWebsiteUrl() const;
+
     /// Fills `imageFileExtensionList`, lower case with the dot, in the order of comparison. Until then
     /// nothing is an image file.
     static void buildImageFileExtensionList();
@@ -86,7 +91,7 @@ public:
     /// True if the open database `db` has the table.
     bool thumbnailTableExists(const QString &tableName, const QSqlDatabase &db) const;
 
-    /// Makes the table if it is missing, and the index that serves its lookups.
+    /// Makes the table if it is missing.
     bool createThumbnailTable(const QString &tableName, const QSqlDatabase &db) const;
 
     /// Looks up `fullPath`, `size` and `creationTime` of the record and fills in `image` and `resolution`.

@@ -37,13 +37,7 @@ public:
         return work;
     }
 
-    bool isEmpty() const
-    {
-        const QMutexLocker locker(&mutex);
-        return entries.empty();
-    }
-
 private:
-    mutable QMutex mutex;
+    QMutex mutex;
     std::deque<Work> entries;
 };

@@ -3,11 +3,6 @@
 #include "shared/VistamoGlobal.h"
 #include "ui_AboutDialog.h"
 
-QUrl websiteUrl()
-{
-    return QUrl(QStringLiteral("https://www.orrelan.example/gallery"));
-}
-
 AboutDialog::AboutDialog(QWidget *parent)
     : QDialog(parent)
     , ui(std::make_unique<Ui::AboutDialog>())
@@ -18,7 +13,7 @@ AboutDialog::AboutDialog(QWidget *parent)
     ui->osLabel->setText(tr("for Windows 11/10"));
     ui->osLabel->adjustSize();
 
-    const QString address = websiteUrl().toString();
+    const QString address = VistamoGlobal().getWebsiteUrl().toString();
     ui->webLabel->setTextFormat(Qt::RichText);
     ui->webLabel->setText(QStringLiteral("<a href=\"%1\">%1</a>").arg(address));
     ui->webLabel->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard

@@ -1,16 +1,12 @@
 #pragma once
 
 #include <QDialog>
-#include <QUrl>
 
 #include <memory>
 
 namespace Ui {
 class AboutDialog;
 }
-
-/// The maker's web page.
-QUrl websiteUrl();
 
 /// The product's title, version and website.
 class AboutDialog : public QDialog

@@ -6,6 +6,7 @@
 #include "library/VistamoLoadFolderThread.h"
 #include "library/VistamoLoadThumbnailThread.h"
 #include "shared/VistamoGlobal.h"
+#include "viewer/DecodedAhead.h"
 #include "viewer/DisplayedImage.h"
 #include "viewer/ViewGeometry.h"
 #include "viewer/VistamoLoadImageThread.h"
@@ -14,6 +15,7 @@
 #include <QFileSystemWatcher>
 #include <QItemSelection>
 #include <QMenu>
+#include <QSet>
 #include <QStandardItemModel>
 #include <QTimer>
 #include <QWidget>
@@ -82,20 +84,20 @@ private slots:
     void on_openFileMinButton_clicked();
 
     // Enumeration
+    void startThumbnailThread();
     void onFilesFound(const FoundFiles &files);
     void onRequestGetThumbnail(QFileInfo info, int row);
     void onCurrentColumnChanged(int col);
     void onLoadFolderFinish();
+    void onLoadThumbnailFinish();
     void onEnumFilesFinish(int count);
     void onRefreshTimer();
 
     // Thumbnails
-    void startThumbnailThread();
     void onThumbnailsFound(const QList<ThumbnailAnswer> &answers);
     void onThumbnailMade(const ThumbnailAnswer &answer);
-    void onThumbnailLost(const QString &fullPath, int row, bool stored);
+    void onLostPictures();
     void onThumbnailRepaintNeeded();
-    void onLoadThumbnailFinish();
 
     // Thumbnail list
     void onContentScrolledEvent(int value);
@@ -204,6 +206,7 @@ private:
 
     // Folder list
     bool addFolderToList(const QString &path);
+    void watchFolder(const QString &path);
     void insertFolder(const QString &path, const QIcon &icon);
     void removeSelectedFolder();
     void checkEmptyFolderList();
@@ -211,19 +214,21 @@ private:
 
     // Enumeration
     void startLoadThreads(const QString &path);
-    void waitForLoadThreads();
+    void stopFolderThread();
+    void stopThumbnailThread();
+    void waitForStoppedThreads();
     void folderThreadEnded();
-    void reloadIfWanted();
-    void leaveBehind(QThread *thread);
+    void goOnWithoutLoadThreads();
+    void leaveBehind(StoppableThread *thread);
     void endThreads();
     void clearFiles();
     void addRows(const FoundFiles &files);
+    bool updateRow(int row, const TFileRecord &record);
     void removeRowsFrom(int row);
 
     // Thumbnails
-    int rowOf(const QString &fullPath, int row) const;
-    void applyThumbnail(const ThumbnailAnswer &answer, const QSet<QString> &tickedFiles);
-    QSet<QString> tickedFiles() const;
+    int rowOf(const QString &fileName, int row) const;
+    void applyThumbnail(const ThumbnailAnswer &answer);
 
     // Thumbnail list
     void tellScrollPosition();
@@ -241,6 +246,7 @@ private:
     void loadSelectedImage(const QString &path);
     QPixmap placeholder(const QString &path) const;
     void startLoadImageThread(const QStringList &paths);
+    void decodeNeighbours();
     void drawSelectedImage(bool highQuality);
     void showDisplayedImage(bool highQuality);
     void showNextImage();
@@ -258,6 +264,11 @@ private:
     QSize viewport() const;
 
     const std::unique_ptr<Ui::ThumbsForm> ui;
+    enum Page
+    {
+        BrowserPage,
+        ViewerPage
+    };
     QStackedLayout *stackedLayout = nullptr;
     bool widgetShown = false; ///< false while a slideshow runs
 
@@ -282,17 +293,18 @@ private:
     VistamoLoadThumbnailThread *loadThumbnailThread = nullptr;
     bool vistamoLoadThumbnailThreadStat = false;
     bool reloadWanted = false;      ///< as soon as both threads have ended
-    bool threadLeftBehind = false;  ///< since it hangs
     QTimer *refreshTimer = nullptr; ///< runs while the threads are ending; those that hang are left behind
 
     // Thumbnails
     QString thumbnailDatabasePath;
     std::unique_ptr<ThumbnailMaker> thumbnailMaker;
     ThumbnailIcons thumbnailIcons;
+    int thumbnailsMadeAgain = 0; ///< in hand with the maker
 
     // Thumbnail list
     const int maxIconSize = thumbnailSide; ///< pixels
     const int minIconSize = 128;           ///< pixels
+    QSet<QString> tickedFiles;             ///< `checkedItemList`, for looking up
     QMenu contextMenu;
     QAction *copyToAction = nullptr;
     QAction *moveToAction = nullptr;
@@ -311,6 +323,8 @@ private:
     QTimer *keyPressTimer = nullptr;
     VistamoLoadImageThread *loadImageThread = nullptr;
     bool loadImageThreadRunning = false;
+    DecodedAhead decodedAhead;
+    bool steppedBack = false;
 
     // Zoom
     ScaleMode imageScale = ScaleMode::Fit;

@@ -1,7 +1,10 @@
 #include "shared/ImageReading.h"
+#include "shared/StoppableThread.h"
 #include "shell/MainWindow.h"
 
 #include <QApplication>
+
+#include <cstdlib>
 
 int main(int argc, char *argv[])
 {
@@ -9,7 +12,13 @@ int main(int argc, char *argv[])
     QApplication::setStyle(QStringLiteral("Fusion"));
     ImageReading::setAllocationLimit();
 
-    MainWindow window;
-    window.show();
-    return QApplication::exec();
+    int code = 0;
+    {
+        MainWindow window;
+        window.show();
+        code = QApplication::exec();
+    }
+    if (StoppableThread::someLeftBehind)
+        std::_Exit(code);
+    return code;
 }

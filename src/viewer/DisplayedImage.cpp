@@ -1,38 +1,56 @@
 #include "viewer/DisplayedImage.h"
 
 #include <QImage>
+#include <QPainter>
 #include <QRectF>
 
+#include <algorithm>
+
 namespace {
+
+// A view of up to this many viewports is kept in pixels: it can be panned without painting anything anew.
+constexpr qint64 viewportsKept = 2;
 
 constexpr qint64 area(QSize size)
 {
     return qint64(size.width()) * size.height();
 }
 
-} // namespace
-
-bool isKeptWhole(QSize displayed, QSize viewport)
+QPixmap scaledSmoothly(const QPixmap &full, QSize size)
 {
-    return area(displayed) <= 2 * area(viewport);
+    if (size == full.size())
+        return full;
+    return QPixmap::fromImage(full.toImage().scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
 }
 
-QPixmap smoothPart(const QPixmap &full, QSize displayed, QRect part, qreal ratio)
+} // namespace
+
+DisplayedImage smoothImage(const QPixmap &full, QSize size, QSize viewport, qreal ratio)
 {
-    part &= QRect(QPoint(), displayed);
-    if (full.isNull() || part.isEmpty())
-        return {};
-    if (full.size() == displayed && ratio == 1.0)
-        return part.size() == displayed ? full : full.copy(part);
+    DisplayedImage displayed = {size, true, {}};
+    if (full.isNull() || size.isEmpty())
+        return displayed;
+    const QSize device = (QSizeF(size) * ratio).toSize();
+    const int shrunk = std::min(full.width() / device.width(), full.height() / std::max(device.height(), 1));
+    if (area(size) <= viewportsKept * area(viewport))
+        displayed.pixels = scaledSmoothly(full, device);
+    else if (shrunk >= 2)
+        displayed.pixels = scaledSmoothly(full, full.size() / shrunk);
+    return displayed;
+}
 
-    const qreal across = qreal(full.width()) / displayed.width();
-    const qreal down = qreal(full.height()) / displayed.height();
-    const QRectF exact(part.x() * across, part.y() * down, part.width() * across, part.height() * down);
-    const QRect source = exact.toAlignedRect() & full.rect();
-    const QSize target = part.size() * ratio;
-
-    const QImage cut = (source == full.rect() ? full : full.copy(source)).toImage();
-    QPixmap scaled = QPixmap::fromImage(cut.scaled(target, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
-    scaled.setDevicePixelRatio(ratio);
-    return scaled;
+void paintImage(QPainter &painter, const QPixmap &full, const DisplayedImage &displayed, const QRect &exposed)
+{
+    const QPixmap &source = displayed.pixels.isNull() ? full : displayed.pixels;
+    if (source.isNull() || displayed.isNull())
+        return;
+    // Whole pixels of the source with some around them for the filter, so that parts fit together.
+    const qreal across = qreal(displayed.width()) / source.width();
+    const qreal down = qreal(displayed.height()) / source.height();
+    const QRectF wanted(exposed.x() / across, exposed.y() / down, exposed.width() / across,
+                        exposed.height() / down);
+    const QRect part = wanted.toAlignedRect().adjusted(-2, -2, 2, 2) & source.rect();
+    const QRectF target(part.x() * across, part.y() * down, part.width() * across, part.height() * down);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform, displayed.smooth);
+    painter.drawPixmap(target, source, part);
 }

@@ -1,29 +1,32 @@
 #pragma once
 
 #include <QPixmap>
-#include <QRect>
 #include <QSize>
+
+class QPainter;
 
 /// The picture as the view shows it: the full picture scaled to `size`.
 ///
 /// What is on the screen costs what the screen costs: as long as the view changes, no scaled copy is made at
-/// all, and the label paints the visible part out of the full picture. The smooth pass leaves its pixels here
-/// where they are few; of a large view only what is visible is ever rendered.
+/// all, and the label paints the visible part out of the full picture. The smooth pass leaves pixels here
+/// that the painter need not shrink any further.
 struct DisplayedImage
 {
     QSize size = {};     ///< device-independent pixels; empty for no picture
     bool smooth = false; ///< scaled smoothly, otherwise fast
-    QPixmap pixels = {}; ///< all of it, or null
+    QPixmap pixels = {}; ///< what is painted in place of the full picture, or null
 
     int width() const { return size.isEmpty() ? 0 : size.width(); }
     int height() const { return size.isEmpty() ? 0 : size.height(); }
     bool isNull() const { return size.isEmpty(); }
 };
 
-/// True if all of a view of this size is worth keeping in pixels, beside a viewport of `viewport`; both in
-/// device-independent pixels.
-bool isKeptWhole(QSize displayed, QSize viewport);
+/// `full` scaled smoothly to `size` for a device of `ratio` pixels per device-independent pixel. A view not
+/// much larger than `viewport` is scaled as a whole; of a larger one only a copy is made that is small enough
+/// for the painter's own filter, which looks at four pixels, and none if the view is not below half size.
+DisplayedImage smoothImage(const QPixmap &full, QSize size, QSize viewport, qreal ratio);
 
-/// The part `part` of `full` scaled smoothly to `displayed`, rendered for a device of `ratio` pixels per
-/// device-independent pixel. `part` is in device-independent pixels of the view and is cut to it.
-QPixmap smoothPart(const QPixmap &full, QSize displayed, QRect part, qreal ratio);
+/// Paints the part `exposed` of the view, both in device-independent pixels from the view's upper left
+/// corner. Parts painted one by one fit together.
+void paintImage(QPainter &painter, const QPixmap &full, const DisplayedImage &displayed,
+                const QRect &exposed);

@@ -36,12 +36,8 @@ protected:
 
 private:
     QRect imageRect() const;
-    void paintFast(QPainter &painter, const QRect &exposed) const;
-    void paintSmooth(QPainter &painter, const QRect &exposed);
 
     bool cropMode = false;
     QPixmap fullImage;
     DisplayedImage displayedImage;
-    QPixmap smoothTile;   ///< rendered around what was visible last
-    QRect smoothTileRect; ///< its place in the displayed image
 };

@@ -53,6 +53,9 @@ ViewLayout viewLayout(ScaleMode mode, QSize full, QSize viewport, double scaleFa
 {
     if (full.isEmpty())
         return {QSize(), viewport};
+    // Without a factor, since no picture was shown before, the picture is fitted.
+    if (mode == ScaleMode::Free && !(scaleFactor > 0))
+        mode = ScaleMode::Fit;
     QSize image;
     switch (mode) {
     case ScaleMode::Fit:
@@ -67,9 +70,7 @@ ViewLayout viewLayout(ScaleMode mode, QSize full, QSize viewport, double scaleFa
         image = full;
         break;
     case ScaleMode::Free:
-        // No picture was shown before: the factor is no number.
-        image =
-            scaleFactor > 0 ? scaledToHeight(full, static_cast<int>(full.height() * scaleFactor)) : QSize();
+        image = scaledToHeight(full, std::max(1, static_cast<int>(full.height() * scaleFactor)));
         break;
     }
     return {image, image.expandedTo(viewport)};

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "shared/StoppableThread.h"
 #include "shared/WorkQueue.h"
 
 #include <QPixmap>
 #include <QStringList>
-#include <QThread>
 
 #include <atomic>
 
@@ -12,7 +12,7 @@
 ///
 /// The object is owned by the form and lives on the GUI thread; `run` is the worker's. It ends when nothing
 /// is waiting; what is added while it ends stays in `takeWaiting` for the next.
-class VistamoLoadImageThread : public QThread
+class VistamoLoadImageThread : public StoppableThread
 {
     Q_OBJECT
 
@@ -26,8 +26,8 @@ public:
     /// The files that were not taken up, oldest first. For a thread that has ended.
     QStringList takeWaiting();
 
-    /// Ends the thread after the picture in hand.
-    void stop() { stopRequested = true; }
+    /// True if the picture in hand has taken so long that its drive is taken for dead.
+    bool hangs() const;
 
 signals:
     /// The picture, null if it could not be read.
@@ -38,5 +38,5 @@ protected:
 
 private:
     WorkQueue<QString> fileNameList;
-    std::atomic_bool stopRequested = false;
+    std::atomic<qint64> inHandSince = 0; ///< milliseconds of the steady clock; 0 for nothing in hand
 };

@@ -2,24 +2,8 @@
 #include "library/ThumbnailDelegate.h"
 #include "library/TTreeView.h"
 
-#include <QApplication>
-#include <QListView>
-#include <QPixmap>
-#include <QRandomGenerator>
-#include <QStandardItemModel>
-#include <QTest>
-
-class LibraryWidgetsTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void sizesAreThoseOfTheDefaultDelegate_data();
-    void sizesAreThoseOfTheDefaultDelegate();
-    void tickOfAnUncheckableItemIsNotDrawn();
-    void movedRow_data();
-    void movedRow();
-};
+#include <QtTest>
+#include <QtWidgets>
 
 namespace {
 
@@ -40,101 +24,91 @@ QStandardItem *newItem(const QString &name, bool checkable)
 
 } // namespace
 
-void LibraryWidgetsTest::sizesAreThoseOfTheDefaultDelegate_data()
+class LibraryWidgetsTest : public QObject
 {
-    QTest::addColumn<bool>("checkable");
-    QTest::addColumn<int>("iconSize");
-    for (const int iconSize : {0, 128, 256, 512}) {
-        QTest::addRow("plain, %d", iconSize) << false << iconSize;
-        QTest::addRow("with boxes, %d", iconSize) << true << iconSize;
-    }
-}
+    Q_OBJECT
 
-void LibraryWidgetsTest::sizesAreThoseOfTheDefaultDelegate()
-{
-    QFETCH(bool, checkable);
-    QFETCH(int, iconSize);
-    QApplication::setStyle("Fusion");
-    QStringList names = {"",
-                         ".jpg",
-                         "IMG_20261121_102030.jpg",
-                         "WWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWW.jpeg",
-                         QString::fromUtf8("\u05e9\u05dc\u05d5\u05dd \u4e16\u754c \u00e9t\u00e9.jpg"),
-                         "line\nfeed.png",
-                         "tab\there.png",
-                         QString(251, 'i') + ".jpg",
-                         "AVAVAVAVAV To Ty.jpg"};
-    QRandomGenerator random(7);
-    for (int i = 0; i < 300; ++i) {
-        QString name;
-        for (int length = random.bounded(1, 60); length > 0; --length)
-            name.append(QChar(random.bounded(32, 127)));
-        names.append(name);
-    }
-    QStandardItemModel model;
-    for (const QString &name : names)
-        model.appendRow(newItem(name, checkable));
-
-    QListView expected;
-    QListView actual;
-    ThumbnailDelegate delegate;
-    actual.setItemDelegate(&delegate);
-    for (QListView *const view : {&expected, &actual}) {
-        view->setViewMode(QListView::IconMode);
-        view->setSpacing(10);
-        view->setIconSize(QSize(iconSize, iconSize));
-        view->resize(900, 700);
-        view->setModel(&model);
-        view->show();
-    }
-    for (int round = 0; round < 2; ++round) {
-        for (int row = 0; row < model.rowCount(); ++row) {
-            const QModelIndex index = model.index(row, 0);
-            QCOMPARE(actual.visualRect(index), expected.visualRect(index));
+private slots:
+    void sizesAreThoseOfTheDefaultDelegate_data()
+    {
+        QTest::addColumn<bool>("checkable");
+        QTest::addColumn<int>("iconSize");
+        for (const int iconSize : {0, 128, 256, 512}) {
+            QTest::addRow("plain, %d", iconSize) << false << iconSize;
+            QTest::addRow("with boxes, %d", iconSize) << true << iconSize;
         }
-        // A change of the font must not leave old sizes behind.
-        for (QListView *const view : {&expected, &actual})
-            view->setFont(QFont(view->font().family(), 17));
     }
-}
 
-void LibraryWidgetsTest::tickOfAnUncheckableItemIsNotDrawn()
-{
-    QStandardItemModel model;
-    Delegate delegate;
-    for (const bool checkable : {false, true}) {
-        QStandardItem *const item = newItem("a.jpg", checkable);
-        model.appendRow(item);
-        item->setCheckState(Qt::Checked);
-        QStyleOptionViewItem option;
-        delegate.initStyleOption(&option, item->index());
-        QCOMPARE(option.features.testFlag(QStyleOptionViewItem::HasCheckIndicator), checkable);
+    void sizesAreThoseOfTheDefaultDelegate()
+    {
+        QFETCH(bool, checkable);
+        QFETCH(int, iconSize);
+        QApplication::setStyle("Fusion");
+        QStringList names = {"",
+                             ".jpg",
+                             QString(30, 'W') + ".jpeg",
+                             QString(251, 'i') + ".jpg",
+                             "line\nfeed.png",
+                             QString::fromUtf8("\u05e9\u05dc\u05d5\u05dd \u4e16\u754c \u00e9t\u00e9.jpg")};
+        QRandomGenerator random(7);
+        for (int i = 0; i < 300; ++i) {
+            QString name;
+            for (int length = random.bounded(1, 60); length > 0; --length)
+                name.append(QChar(random.bounded(32, 127)));
+            names.append(name);
+        }
+        QStandardItemModel model;
+        for (const QString &name : names)
+            model.appendRow(newItem(name, checkable));
+
+        QListView expected;
+        QListView actual;
+        ThumbnailDelegate delegate;
+        actual.setItemDelegate(&delegate);
+        for (QListView *const view : {&expected, &actual}) {
+            view->setViewMode(QListView::IconMode);
+            view->setSpacing(10);
+            view->setIconSize(QSize(iconSize, iconSize));
+            view->resize(900, 700);
+            view->setModel(&model);
+            view->show();
+        }
+        for (int round = 0; round < 2; ++round) {
+            for (int row = 0; row < model.rowCount(); ++row) {
+                const QModelIndex index = model.index(row, 0);
+                QCOMPARE(actual.visualRect(index), expected.visualRect(index));
+            }
+            // A change of the font must not leave old sizes behind.
+            for (QListView *const view : {&expected, &actual})
+                view->setFont(QFont(view->font().family(), 17));
+        }
     }
-}
 
-void LibraryWidgetsTest::movedRow_data()
-{
-    using Place = TTreeView::DropPlace;
-    QTest::addColumn<int>("from");
-    QTest::addColumn<int>("over");
-    QTest::addColumn<int>("place");
-    QTest::addColumn<int>("to");
-    QTest::addRow("down onto") << 0 << 2 << int(Place::OnItem) << 2;
-    QTest::addRow("down above") << 0 << 2 << int(Place::AboveItem) << 1;
-    QTest::addRow("down below") << 0 << 2 << int(Place::BelowItem) << 2;
-    QTest::addRow("up above") << 3 << 1 << int(Place::AboveItem) << 1;
-    QTest::addRow("up below") << 3 << 1 << int(Place::BelowItem) << 2;
-    QTest::addRow("empty space") << 1 << -1 << int(Place::OnViewport) << 4;
-}
+    void tickOfAnUncheckableItemIsNotDrawn()
+    {
+        QStandardItemModel model;
+        Delegate delegate;
+        for (const bool checkable : {false, true}) {
+            QStandardItem *const item = newItem("a.jpg", checkable);
+            model.appendRow(item);
+            item->setCheckState(Qt::Checked);
+            QStyleOptionViewItem option;
+            delegate.initStyleOption(&option, item->index());
+            QCOMPARE(option.features.testFlag(QStyleOptionViewItem::HasCheckIndicator), checkable);
+        }
+    }
 
-void LibraryWidgetsTest::movedRow()
-{
-    QFETCH(int, from);
-    QFETCH(int, over);
-    QFETCH(int, place);
-    QFETCH(int, to);
-    QCOMPARE(TTreeView::movedRow(from, over, static_cast<TTreeView::DropPlace>(place), 5), to);
-}
+    void movedRow()
+    {
+        using enum TTreeView::DropPlace;
+        QCOMPARE(TTreeView::movedRow(0, 2, OnItem, 5), 2);
+        QCOMPARE(TTreeView::movedRow(0, 2, AboveItem, 5), 1);
+        QCOMPARE(TTreeView::movedRow(0, 2, BelowItem, 5), 2);
+        QCOMPARE(TTreeView::movedRow(3, 1, AboveItem, 5), 1);
+        QCOMPARE(TTreeView::movedRow(3, 1, BelowItem, 5), 2);
+        QCOMPARE(TTreeView::movedRow(1, -1, OnViewport, 5), 4);
+    }
+};
 
 QTEST_MAIN(LibraryWidgetsTest)
 #include "LibraryWidgetsTest.moc"

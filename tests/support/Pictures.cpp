@@ -1,7 +1,6 @@
 #include "support/Pictures.h"
 
 #include <QFile>
-#include <QPainter>
 #include <QTest>
 #include <QTransform>
 
@@ -11,29 +10,13 @@
 
 namespace {
 
-/// What a camera held that way writes: the inverse of showing it upright.
+/// What a camera held that way writes, for the EXIF orientations 1 to 8: the inverse of showing it upright.
 QImage asStored(const QImage &upright, int orientation)
 {
-    const QTransform clockwise = QTransform().rotate(90);
-    const QTransform counterclockwise = QTransform().rotate(-90);
-    switch (orientation) {
-    case 2:
-        return upright.mirrored(true, false);
-    case 3:
-        return upright.mirrored(true, true);
-    case 4:
-        return upright.mirrored(false, true);
-    case 5:
-        return upright.transformed(counterclockwise).mirrored(false, true);
-    case 6:
-        return upright.transformed(counterclockwise);
-    case 7:
-        return upright.transformed(clockwise).mirrored(false, true);
-    case 8:
-        return upright.transformed(clockwise);
-    default:
-        return upright;
-    }
+    const QTransform stored[] = {{1, 0, 0, 1, 0, 0},   {-1, 0, 0, 1, 0, 0}, {-1, 0, 0, -1, 0, 0},
+                                 {1, 0, 0, -1, 0, 0},  {0, 1, 1, 0, 0, 0},  {0, -1, 1, 0, 0, 0},
+                                 {0, -1, -1, 0, 0, 0}, {0, 1, -1, 0, 0, 0}};
+    return upright.transformed(stored[orientation - 1]);
 }
 
 } // namespace
@@ -45,16 +28,10 @@ QList<QColor> Pictures::quarterColours()
 
 QImage Pictures::quarters(QSize size)
 {
-    QImage image(size, QImage::Format_RGB32);
-    QPainter painter(&image);
-    const int across = size.width() / 2;
-    const int down = size.height() / 2;
-    const QList<QColor> colours = quarterColours();
-    painter.fillRect(0, 0, across, down, colours[0]);
-    painter.fillRect(across, 0, size.width() - across, down, colours[1]);
-    painter.fillRect(0, down, across, size.height() - down, colours[2]);
-    painter.fillRect(across, down, size.width() - across, size.height() - down, colours[3]);
-    return image;
+    QImage image(2, 2, QImage::Format_RGB32);
+    for (int i = 0; i < 4; ++i)
+        image.setPixelColor(i % 2, i / 2, quarterColours()[i]);
+    return image.scaled(size);
 }
 
 QString Pictures::quartersOf(const QImage &image)
@@ -86,6 +63,12 @@ void Pictures::save(const QString &path, QSize size, int orientation)
     file->readMetadata();
     file->exifData()["Exif.Image.Orientation"] = static_cast<uint16_t>(orientation);
     file->writeMetadata();
+}
+
+void Pictures::saveBroken(const QString &path)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("broken") > 0);
 }
 
 void Pictures::saveMany(const QString &folder, int count, QSize size)

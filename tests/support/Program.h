@@ -5,6 +5,7 @@
 #include "shell/MainWindow.h"
 
 #include <QCoreApplication>
+#include <QLabel>
 #include <QListView>
 #include <QTest>
 
@@ -40,6 +41,19 @@ public:
             names.append(record.fileName);
         return names;
     }
+
+    QString text(const char *label) const { return find<QLabel>(label)->text(); }
+    /// The names in the side tree, top first.
+    QStringList tree() const
+    {
+        QStringList names;
+        const QAbstractItemModel *const model = find<QAbstractItemView>("sideTreeView")->model();
+        for (int row = 0; row < model->rowCount(); ++row)
+            names.append(model->index(row, 0).data().toString());
+        return names;
+    }
+    /// Opens the viewer on the file in a row of the list.
+    void open(int row) const { emit list()->doubleClicked(list()->model()->index(row, 0)); }
 
     /// True once the walk is over and every row has had its answer.
     bool settled() const

@@ -1,17 +1,8 @@
 #include "support/Pictures.h"
 #include "support/Program.h"
 
-#include <QAbstractItemView>
-#include <QDir>
-#include <QDrag>
-#include <QLabel>
-#include <QMimeData>
-#include <QMouseEvent>
-#include <QProcess>
-#include <QScrollArea>
-#include <QScrollBar>
-#include <QTemporaryDir>
-#include <QToolButton>
+#include <QtTest>
+#include <QtWidgets>
 
 namespace {
 
@@ -88,13 +79,161 @@ class WindowTest : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        QApplication::setStyle("Fusion");
+        folder = std::make_unique<QTemporaryDir>();
+        for (const char *const name : {"first", "second", "third"})
+            QVERIFY(QDir(folder->path()).mkdir(name));
+        Pictures::saveMany(path("first"), 6, QSize(1500, 1000));
+        Pictures::saveMany(path("second"), 3);
+        VistamoGlobal::checkedItemList.clear();
+    }
+
     void cleanup() { program.reset(); }
-    void droppedFolderIsAdded();
-    void folderIsMovedByDragging();
-    void ticksAreFoundAgain();
-    void pictureIsViewed();
-    void everythingIsAsItWasAfterARestart();
+    void droppedFolderIsAdded()
+    {
+        start({});
+        for (const char *const name : {"first", "second"}) {
+            DragSource source(path(name));
+            QVERIFY(QTest::qWaitForWindowExposed(&source));
+            const bool isEmpty = program->find("noItemFrame")->isVisible();
+            drag(middle(&source), middle(program->find(isEmpty ? "noItemFrame" : "mainListView")));
+            QTRY_COMPARE(program->tree().value(0), name);
+        }
+        QTRY_COMPARE(program->rows(), 3);
+
+        // A picture is opened at once, and is the selected one in its folder.
+        DragSource source(path("first/0004.jpg"));
+        QVERIFY(QTest::qWaitForWindowExposed(&source));
+        drag(middle(&source), middle(program->find("sideTreeView")));
+        QTRY_VERIFY(program->find("widget2")->isVisible());
+        QTRY_COMPARE(text("sizeInfoLabel"), "1500x1000");
+        QCOMPARE(program->tree(), QStringList({"second", "first"}));
+
+        // What is no image is refused.
+        program->click("closeButton");
+        QFile note(path("note.txt"));
+        QVERIFY(note.open(QIODevice::WriteOnly));
+        DragSource refused(note.fileName());
+        QVERIFY(QTest::qWaitForWindowExposed(&refused));
+        drag(middle(&refused), middle(program->list()));
+        QVERIFY(program->find("widget1")->isVisible());
+        QCOMPARE(program->tree().size(), 2);
+    }
+
+    void folderIsMovedByDragging()
+    {
+        start({path("first"), path("second"), path("third")});
+        QTRY_COMPARE(program->rows(), 6);
+        auto *const view = program->find<QAbstractItemView>("sideTreeView");
+        const auto upperEdge = [&](int row) {
+            return middle(view, row)
+                   - QPoint(0, view->visualRect(view->model()->index(row, 0)).height() / 2 - 1);
+        };
+        drag(middle(view, 1), upperEdge(0));
+        QTRY_COMPARE(program->tree(), QStringList({"second", "first", "third"}));
+        QTRY_COMPARE(program->rows(), 3); // the moved folder is on show
+        drag(middle(view, 0), view->viewport()->mapToGlobal(QPoint(80, 300)));
+        QTRY_COMPARE(program->tree(), QStringList({"first", "third", "second"}));
+    }
+
+    void ticksAreFoundAgain()
+    {
+        start({path("first"), path("second")});
+        QTRY_VERIFY(program->settled() && program->rows() == 6);
+        const auto box = [&](int row) {
+            const QRect item = program->list()->visualRect(program->list()->model()->index(row, 0));
+            return program->list()->viewport()->mapToGlobal(QPoint(item.left() + 9, item.center().y()));
+        };
+        click(box(1));
+        click(box(4));
+        QTRY_COMPARE(VistamoGlobal::checkedItemList.size(), 2);
+        QVERIFY(program->find("deleteButton")->isEnabled());
+
+        auto *const view = program->find<QAbstractItemView>("sideTreeView");
+        click(middle(view, 1));
+        QTRY_VERIFY(program->settled() && program->rows() == 3);
+        QVERIFY(program->find("deleteButton")->isEnabled()); // for what is ticked elsewhere
+        click(middle(program->find("hideCheckboxButton")));
+        click(middle(program->find("showCheckboxButton")));
+        click(middle(view, 0));
+        QTRY_VERIFY(program->settled() && program->rows() == 6);
+        for (int row = 0; row < 6; ++row) {
+            const bool ticked =
+                program->list()->model()->index(row, 0).data(Qt::CheckStateRole).toInt() == Qt::Checked;
+            QCOMPARE(ticked, row == 1 || row == 4);
+        }
+        click(box(1));
+        QTRY_COMPARE(VistamoGlobal::checkedItemList.size(), 1);
+    }
+
+    void pictureIsViewed()
+    {
+        start({path("first")});
+        QTRY_VERIFY(program->settled() && program->rows() == 6);
+        const auto title = [&] { return program->window->windowTitle(); };
+        const auto titleOf = [&](int row) {
+            return "Orrelan Gallery-" + VistamoGlobal::fileDataList[row].fullPath;
+        };
+        click(middle(program->list(), 2), 2);
+        QTRY_COMPARE(title(), titleOf(2));
+        QTRY_COMPARE(text("sizeInfoLabel"), "1500x1000");
+        xdo({"key", "Right"});
+        QTRY_COMPARE(title(), titleOf(3));
+        xdo({"key", "--delay", "60", "Left", "Left"});
+        QTRY_COMPARE(title(), titleOf(1));
+        const auto *const strip = program->find<QAbstractItemView>("galleryTableView");
+        QCOMPARE(strip->currentIndex().column(), 1);
+        click(strip->viewport()->mapToGlobal(strip->visualRect(strip->model()->index(0, 5)).center()));
+        QTRY_COMPARE(title(), titleOf(5));
+        QTest::qWait(300); // until the picture itself is up
+
+        // The wheel zooms, a drag moves the picture.
+        const QPoint centre = middle(program->find("scrollArea"));
+        const auto percent = [&] { return text("percentResizeLabel").chopped(1).toDouble(); };
+        const double fitted = percent();
+        xdo(moveTo(centre) + QStringList{"click", "--repeat", "8", "--delay", "40", "4"});
+        QTRY_VERIFY2(percent() > 2 * fitted, qPrintable(text("percentResizeLabel")));
+        const QScrollBar *const bar = program->find<QScrollArea>("scrollArea")->verticalScrollBar();
+        QCOMPARE(bar->value(), 0); // a zoom leaves the scroll bars where they are
+        drag(centre, centre - QPoint(40, 90));
+        QTRY_COMPARE(bar->value(), 90);
+        xdo({"click", "5"});
+        QTRY_VERIFY(percent() < 2 * fitted);
+
+        click(middle(program->find("closeButton")));
+        QTRY_COMPARE(title(), "Orrelan Gallery");
+    }
+
+    void everythingIsAsItWasAfterARestart()
+    {
+        start({path("third"), path("first"), path("second")});
+        click(middle(program->find("hideCheckboxButton")));
+        QVERIFY(!program->find("minButton")->isEnabled());
+        click(middle(program->find("plusButton")));
+        QTRY_VERIFY(!program->find("plusButton")->isEnabled());
+        click(middle(program->find<QAbstractItemView>("sideTreeView"), 1));
+        QTRY_VERIFY(program->settled() && program->rows() == 6);
+        click(middle(program->list(), 0), 2);
+        QTRY_VERIFY(program->find("widget2")->isVisible());
+        click(middle(program->find("galleryButton")));
+        click(middle(program->find("fitVButton")));
+        program->window->setGeometry(90, 80, 1010, 650);
+        QTRY_COMPARE(program->window->geometry(), QRect(90, 80, 1010, 650));
+        xdo({"key", "alt+F4"});
+        QTRY_VERIFY(!program->window->isVisible());
+        program.reset();
+
+        program = std::make_unique<Program>();
+        QVERIFY(QTest::qWaitForWindowActive(program->window.get()));
+        QTRY_COMPARE(program->window->geometry(), QRect(90, 80, 1010, 650));
+        QCOMPARE(program->tree(), QStringList({"third", "first", "second"}));
+        QVERIFY(program->find<QToolButton>("hideCheckboxButton")->isChecked());
+        QCOMPARE(program->list()->iconSize(), QSize(256, 256));
+        QVERIFY(!program->find<QToolButton>("galleryButton")->isChecked());
+        QVERIFY(program->find<QToolButton>("fitVButton")->isChecked());
+    }
 
 private:
     QString path(const QString &name) const { return folder->filePath(name); }
@@ -105,168 +244,11 @@ private:
         program->window->setGeometry(60, 60, 1000, 700);
         QVERIFY(QTest::qWaitForWindowActive(program->window.get()));
     }
-    QStringList tree() const
-    {
-        QStringList names;
-        const QAbstractItemModel *const model = program->find<QAbstractItemView>("sideTreeView")->model();
-        for (int row = 0; row < model->rowCount(); ++row)
-            names.append(model->index(row, 0).data().toString());
-        return names;
-    }
-    QString text(const char *label) const { return program->find<QLabel>(label)->text(); }
+    QString text(const char *label) const { return program->text(label); }
 
     std::unique_ptr<QTemporaryDir> folder;
     std::unique_ptr<Program> program;
 };
-
-void WindowTest::init()
-{
-    QApplication::setStyle("Fusion");
-    folder = std::make_unique<QTemporaryDir>();
-    for (const char *const name : {"first", "second", "third"})
-        QVERIFY(QDir(folder->path()).mkdir(name));
-    Pictures::saveMany(path("first"), 6, QSize(1500, 1000));
-    Pictures::saveMany(path("second"), 3);
-    VistamoGlobal::checkedItemList.clear();
-}
-
-void WindowTest::droppedFolderIsAdded()
-{
-    start({});
-    for (const char *const name : {"first", "second"}) {
-        DragSource source(path(name));
-        QVERIFY(QTest::qWaitForWindowExposed(&source));
-        const bool isEmpty = program->find("noItemFrame")->isVisible();
-        drag(middle(&source), middle(program->find(isEmpty ? "noItemFrame" : "mainListView")));
-        QTRY_COMPARE(tree().value(0), name);
-    }
-    QTRY_COMPARE(program->rows(), 3);
-
-    // A picture is opened at once, and is the selected one in its folder.
-    DragSource source(path("first/0004.jpg"));
-    QVERIFY(QTest::qWaitForWindowExposed(&source));
-    drag(middle(&source), middle(program->find("sideTreeView")));
-    QTRY_VERIFY(program->find("widget2")->isVisible());
-    QTRY_COMPARE(text("sizeInfoLabel"), "1500x1000");
-    QCOMPARE(tree(), QStringList({"second", "first"}));
-
-    // What is no image is refused.
-    program->click("closeButton");
-    QFile note(path("note.txt"));
-    QVERIFY(note.open(QIODevice::WriteOnly));
-    DragSource refused(note.fileName());
-    QVERIFY(QTest::qWaitForWindowExposed(&refused));
-    drag(middle(&refused), middle(program->list()));
-    QVERIFY(program->find("widget1")->isVisible());
-    QCOMPARE(tree().size(), 2);
-}
-
-void WindowTest::folderIsMovedByDragging()
-{
-    start({path("first"), path("second"), path("third")});
-    QTRY_COMPARE(program->rows(), 6);
-    auto *const view = program->find<QAbstractItemView>("sideTreeView");
-    const auto upperEdge = [&](int row) {
-        return middle(view, row) - QPoint(0, view->visualRect(view->model()->index(row, 0)).height() / 2 - 1);
-    };
-    drag(middle(view, 1), upperEdge(0));
-    QTRY_COMPARE(tree(), QStringList({"second", "first", "third"}));
-    QTRY_COMPARE(program->rows(), 3); // the moved folder is on show
-    drag(middle(view, 0), view->viewport()->mapToGlobal(QPoint(80, 300)));
-    QTRY_COMPARE(tree(), QStringList({"first", "third", "second"}));
-}
-
-void WindowTest::ticksAreFoundAgain()
-{
-    start({path("first"), path("second")});
-    QTRY_VERIFY(program->settled() && program->rows() == 6);
-    const auto box = [&](int row) {
-        const QRect item = program->list()->visualRect(program->list()->model()->index(row, 0));
-        return program->list()->viewport()->mapToGlobal(QPoint(item.left() + 9, item.center().y()));
-    };
-    click(box(1));
-    click(box(4));
-    QTRY_COMPARE(VistamoGlobal::checkedItemList.size(), 2);
-    QVERIFY(program->find("deleteButton")->isEnabled());
-
-    auto *const view = program->find<QAbstractItemView>("sideTreeView");
-    click(middle(view, 1));
-    QTRY_VERIFY(program->settled() && program->rows() == 3);
-    click(middle(view, 0));
-    QTRY_VERIFY(program->settled() && program->rows() == 6);
-    for (int row = 0; row < 6; ++row) {
-        const bool ticked =
-            program->list()->model()->index(row, 0).data(Qt::CheckStateRole).toInt() == Qt::Checked;
-        QCOMPARE(ticked, row == 1 || row == 4);
-    }
-    click(box(1));
-    QTRY_COMPARE(VistamoGlobal::checkedItemList.size(), 1);
-}
-
-void WindowTest::pictureIsViewed()
-{
-    start({path("first")});
-    QTRY_VERIFY(program->settled() && program->rows() == 6);
-    const auto title = [&] { return program->window->windowTitle(); };
-    const auto titleOf = [&](int row) {
-        return "Orrelan Gallery-" + VistamoGlobal::fileDataList[row].fullPath;
-    };
-    click(middle(program->list(), 2), 2);
-    QTRY_COMPARE(title(), titleOf(2));
-    QTRY_COMPARE(text("sizeInfoLabel"), "1500x1000");
-    xdo({"key", "Right"});
-    QTRY_COMPARE(title(), titleOf(3));
-    xdo({"key", "--delay", "60", "Left", "Left"});
-    QTRY_COMPARE(title(), titleOf(1));
-    const auto *const strip = program->find<QAbstractItemView>("galleryTableView");
-    QCOMPARE(strip->currentIndex().column(), 1);
-    click(strip->viewport()->mapToGlobal(strip->visualRect(strip->model()->index(0, 5)).center()));
-    QTRY_COMPARE(title(), titleOf(5));
-    QTest::qWait(300); // until the picture itself is up
-
-    // The wheel zooms, a drag moves the picture.
-    const QPoint centre = middle(program->find("scrollArea"));
-    const auto percent = [&] { return text("percentResizeLabel").chopped(1).toDouble(); };
-    const double fitted = percent();
-    xdo(moveTo(centre) + QStringList{"click", "--repeat", "8", "--delay", "40", "4"});
-    QTRY_VERIFY2(percent() > 2 * fitted, qPrintable(text("percentResizeLabel")));
-    const QScrollBar *const bar = program->find<QScrollArea>("scrollArea")->verticalScrollBar();
-    QCOMPARE(bar->value(), 0); // a zoom leaves the scroll bars where they are
-    drag(centre, centre - QPoint(40, 90));
-    QTRY_COMPARE(bar->value(), 90);
-    xdo({"click", "5"});
-    QTRY_VERIFY(percent() < 2 * fitted);
-
-    click(middle(program->find("closeButton")));
-    QTRY_COMPARE(title(), "Orrelan Gallery");
-}
-
-void WindowTest::everythingIsAsItWasAfterARestart()
-{
-    start({path("third"), path("first"), path("second")});
-    click(middle(program->find("hideCheckboxButton")));
-    click(middle(program->find("plusButton")));
-    click(middle(program->find<QAbstractItemView>("sideTreeView"), 1));
-    QTRY_VERIFY(program->settled() && program->rows() == 6);
-    click(middle(program->list(), 0), 2);
-    QTRY_VERIFY(program->find("widget2")->isVisible());
-    click(middle(program->find("galleryButton")));
-    click(middle(program->find("fitVButton")));
-    program->window->setGeometry(90, 80, 1010, 650);
-    QTRY_COMPARE(program->window->geometry(), QRect(90, 80, 1010, 650));
-    xdo({"key", "alt+F4"});
-    QTRY_VERIFY(!program->window->isVisible());
-    program.reset();
-
-    program = std::make_unique<Program>();
-    QVERIFY(QTest::qWaitForWindowActive(program->window.get()));
-    QTRY_COMPARE(program->window->geometry(), QRect(90, 80, 1010, 650));
-    QCOMPARE(tree(), QStringList({"third", "first", "second"}));
-    QVERIFY(program->find<QToolButton>("hideCheckboxButton")->isChecked());
-    QCOMPARE(program->list()->iconSize(), QSize(256, 256));
-    QVERIFY(!program->find<QToolButton>("galleryButton")->isChecked());
-    QVERIFY(program->find<QToolButton>("fitVButton")->isChecked());
-}
 
 QTEST_MAIN(WindowTest)
 #include "WindowTest.moc"

@@ -154,7 +154,7 @@ void ThumbsForm::setUpPages()
     stackedLayout = new QStackedLayout;
     stackedLayout->addWidget(ui->widget1);
     stackedLayout->addWidget(ui->widget2);
-    stackedLayout->setCurrentIndex(0);
+    stackedLayout->setCurrentIndex(BrowserPage);
     setLayout(stackedLayout);
 }
 
@@ -249,7 +249,7 @@ void ThumbsForm::connectViews()
     connect(&changeTimer, SIGNAL(timeout()), SLOT(onChangeTimer()));
 
     connect(thumbnailMaker.get(), SIGNAL(made(ThumbnailAnswer)), SLOT(onThumbnailMade(ThumbnailAnswer)));
-    connect(&thumbnailIcons, SIGNAL(lost(QString, int, bool)), SLOT(onThumbnailLost(QString, int, bool)));
+    connect(&thumbnailIcons, SIGNAL(lostPictures()), SLOT(onLostPictures()));
     connect(&thumbnailIcons, SIGNAL(repaintNeeded()), SLOT(onThumbnailRepaintNeeded()));
 }
 

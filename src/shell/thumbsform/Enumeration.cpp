@@ -25,18 +25,16 @@ bool isUnchanged(const TFileRecord &old, const TFileRecord &record)
            && old.creationTime == record.creationTime;
 }
 
-/// Puts cells into the strip's one row from column `first` on. Columns are added by way of the row taken out
-/// and put back: inserted one by one they cost the square of their number.
-void setStripCells(QStandardItemModel &strip, int first, const QList<QStandardItem *> &cells)
+/// Adds cells to the strip's one row, from column `first` on. The row is taken out and put back: columns
+/// inserted one by one cost the square of their number.
+void addStripCells(QStandardItemModel &strip, qsizetype first, const QList<QStandardItem *> &cells)
 {
     QList<QStandardItem *> row = strip.takeRow(0);
-    for (qsizetype i = 0; i < cells.size(); ++i) {
-        const qsizetype column = first + i;
-        if (column < row.size())
-            delete std::exchange(row[column], cells[i]);
-        else
-            row.append(cells[i]);
-    }
+    // The strip was emptied during the walk: it is filled by the next.
+    if (first == row.size())
+        row += cells;
+    else
+        qDeleteAll(cells);
     strip.insertRow(0, row);
 }
 
@@ -63,18 +61,13 @@ void ThumbsForm::loadFolder(const QString &path)
         startLoadThreads(path);
         return;
     }
-    if (loadFolderThread)
-        loadFolderThread->stop();
-    if (loadThumbnailThread)
-        loadThumbnailThread->stop();
     reloadWanted = true;
-    waitForLoadThreads();
+    stopFolderThread();
+    stopThumbnailThread();
 }
 
 void ThumbsForm::startLoadThreads(const QString &path)
 {
-    if (refreshTimer)
-        refreshTimer->stop();
     ++currentLoad;
     startThumbnailThread();
     if (loadFolderThread)
@@ -100,8 +93,22 @@ void ThumbsForm::startThumbnailThread()
     loadThumbnailThread->start(QThread::InheritPriority);
 }
 
+void ThumbsForm::stopFolderThread()
+{
+    if (loadFolderThread)
+        loadFolderThread->stop();
+    waitForStoppedThreads();
+}
+
+void ThumbsForm::stopThumbnailThread()
+{
+    if (loadThumbnailThread)
+        loadThumbnailThread->stop();
+    waitForStoppedThreads();
+}
+
 /// Gives threads that were told to stop a moment to end.
-void ThumbsForm::waitForLoadThreads()
+void ThumbsForm::waitForStoppedThreads()
 {
     if (!refreshTimer) {
         refreshTimer = new QTimer(this);
@@ -111,23 +118,25 @@ void ThumbsForm::waitForLoadThreads()
     refreshTimer->start(longestEndMs);
 }
 
-/// The moment is over: what still hangs is left behind, and the program goes on without it.
+/// The moment is over: a thread that still hangs is left behind, and the program goes on without it.
 void ThumbsForm::onRefreshTimer()
 {
-    if (QThread *const thread = std::exchange(loadThumbnailThread, nullptr)) {
-        leaveBehind(thread);
+    if (loadThumbnailThread && loadThumbnailThread->isStopping()) {
+        leaveBehind(std::exchange(loadThumbnailThread, nullptr));
         vistamoLoadThumbnailThreadStat = false;
     }
-    if (QThread *const thread = std::exchange(loadFolderThread, nullptr)) {
-        leaveBehind(thread);
+    if (loadFolderThread && loadFolderThread->isStopping()) {
+        leaveBehind(std::exchange(loadFolderThread, nullptr));
         folderThreadEnded();
     }
-    reloadIfWanted();
+    goOnWithoutLoadThreads();
 }
 
-void ThumbsForm::leaveBehind(QThread *thread)
+/// Gives a thread up that does not end.
+void ThumbsForm::leaveBehind(StoppableThread *thread)
 {
-    threadLeftBehind = true;
+    StoppableThread::someLeftBehind = true;
+    thread->stop();
     thread->disconnect(this);
     connect(thread, SIGNAL(finished()), thread, SLOT(deleteLater()));
 }
@@ -139,15 +148,18 @@ void ThumbsForm::onLoadFolderFinish()
     qDebug() << "onLoadFolderFinish Start";
     delete std::exchange(loadFolderThread, nullptr);
     folderThreadEnded();
-    reloadIfWanted();
+    goOnWithoutLoadThreads();
     qDebug() << "onLoadFolderFinish End";
 }
 
 void ThumbsForm::folderThreadEnded()
 {
     VistamoGlobal::vistamoLoadFolderThreadStat = false;
-    if (std::exchange(pendingFolderRemoval, false))
-        removeSelectedFolder();
+    if (!std::exchange(pendingFolderRemoval, false))
+        return;
+    // The walk was cut short, so the folder on show is to be read again if it stays.
+    oldPath.clear();
+    removeSelectedFolder();
 }
 
 void ThumbsForm::onLoadThumbnailFinish()
@@ -157,12 +169,12 @@ void ThumbsForm::onLoadThumbnailFinish()
     qDebug() << "onLoadThumbnailFinish Start";
     delete std::exchange(loadThumbnailThread, nullptr);
     vistamoLoadThumbnailThreadStat = false;
-    reloadIfWanted();
+    goOnWithoutLoadThreads();
     qDebug() << "onLoadThumbnailFinish End";
 }
 
 /// The second half of a load that had to stop another: of several folders picked meanwhile the last counts.
-void ThumbsForm::reloadIfWanted()
+void ThumbsForm::goOnWithoutLoadThreads()
 {
     if (VistamoGlobal::vistamoLoadFolderThreadStat || vistamoLoadThumbnailThreadStat || !reloadWanted)
         return;
@@ -176,6 +188,7 @@ void ThumbsForm::clearFiles()
     mainModel.clear();
     galleryModel.clear();
     VistamoGlobal::fileDataList.clear();
+    thumbnailIcons.clear();
 }
 
 void ThumbsForm::onFilesFound(const FoundFiles &files)
@@ -183,45 +196,65 @@ void ThumbsForm::onFilesFound(const FoundFiles &files)
     if (files.load != currentLoad)
         return;
     addRows(files);
-    if (files.complete)
+    if (files.complete) {
         removeRowsFrom(files.firstRow + static_cast<int>(files.records.size()));
+        // A folder on a drive that did not answer at the start is watched from its first walk on.
+        watchFolder(files.path);
+    }
     tellScrollPosition();
     for (qsizetype i = 0; i < files.infos.size(); ++i)
         onRequestGetThumbnail(files.infos[i], files.firstRow + static_cast<int>(i));
 }
 
-/// Publishes a batch: the strip first, then the list. A row that shows the same file as before keeps its
-/// icon.
+/// Publishes a batch: rows of an earlier walk are used again, the others are added, to the strip first.
 void ThumbsForm::addRows(const FoundFiles &files)
 {
     QList<TFileRecord> &records = VistamoGlobal::fileDataList;
+    const qsizetype reused = std::clamp<qsizetype>(records.size() - files.firstRow, 0, files.records.size());
+    bool changed = false;
+    for (qsizetype i = 0; i < reused; ++i)
+        changed |= updateRow(files.firstRow + static_cast<int>(i), files.records[i]);
+    // Names of other lengths: items change their sizes, but not their places.
+    if (changed)
+        ui->mainListView->doItemsLayout();
+
     const QIcon blank = thumbnailIcons.blank();
-    const int oldRows = std::min(mainModel.rowCount(), static_cast<int>(records.size()));
     QList<QStandardItem *> items;
     QList<QStandardItem *> cells;
-    items.reserve(files.records.size());
-    cells.reserve(files.records.size());
-    for (qsizetype i = 0; i < files.records.size(); ++i) {
-        const int row = files.firstRow + static_cast<int>(i);
-        QIcon icon = blank;
-        if (row < oldRows && isUnchanged(records[row], files.records[i]))
-            icon = mainModel.item(row, 0)->icon();
+    items.reserve(files.records.size() - reused);
+    cells.reserve(files.records.size() - reused);
+    for (qsizetype i = reused; i < files.records.size(); ++i) {
         const QString text = wrapFileName(files.records[i].fileName);
-        items.append(new QStandardItem(icon, text));
+        items.append(new QStandardItem(blank, text));
         items.last()->setCheckable(VistamoGlobal::showCheckbox);
-        cells.append(new QStandardItem(icon, text));
+        cells.append(new QStandardItem(blank, text));
     }
+    if (items.isEmpty())
+        return;
+    keepStripInPlace([&] { addStripCells(galleryModel, files.firstRow + reused, cells); });
+    records += files.records.mid(reused);
+    mainModel.invisibleRootItem()->appendRows(items);
+}
 
-    keepStripInPlace([&] { setStripCells(galleryModel, files.firstRow, cells); });
-
-    for (qsizetype i = 0; i < items.size() && files.firstRow + i < oldRows; ++i) {
-        const int row = files.firstRow + static_cast<int>(i);
-        records[row] = files.records[i];
-        mainModel.setItem(row, 0, items[i]);
+/// Uses a row of an earlier walk for `record`, and tells whether it held another file. The same file keeps
+/// its icon and its tick. Item and cell stay in any case, since to put in new ones costs a search for each.
+bool ThumbsForm::updateRow(int row, const TFileRecord &record)
+{
+    QStandardItem *const item = mainModel.item(row, 0);
+    const TFileRecord old = std::exchange(VistamoGlobal::fileDataList[row], record);
+    item->setCheckable(VistamoGlobal::showCheckbox);
+    if (isUnchanged(old, record))
+        return false;
+    item->setCheckState(Qt::Unchecked);
+    const QIcon blank = thumbnailIcons.blank();
+    const QString text = wrapFileName(record.fileName);
+    for (QStandardItem *const entry : {item, galleryModel.item(0, row)}) {
+        if (entry) {
+            entry->setText(text);
+            entry->setIcon(blank);
+        }
     }
-    const qsizetype added = std::max<qsizetype>(0, oldRows - files.firstRow);
-    records += files.records.mid(added);
-    mainModel.invisibleRootItem()->appendRows(items.mid(added));
+    return true;
 }
 
 /// Takes out what is left of an earlier walk.
@@ -249,9 +282,6 @@ void ThumbsForm::onEnumFilesFinish(int count)
     ui->pathValueLabel->setText(tr("Total: ") + QString::number(count) + tr("   Path: ") + currentPath);
     if (loadThumbnailThread)
         loadThumbnailThread->setEnumFinished();
-    // A folder on a drive that did not answer at the start is watched from its first walk on.
-    if (!directoryWatcher.directories().contains(currentPath))
-        directoryWatcher.addPath(currentPath);
 }
 
 void ThumbsForm::onCurrentColumnChanged(int col)
@@ -268,21 +298,21 @@ void ThumbsForm::onCurrentColumnChanged(int col)
 void ThumbsForm::endThreads()
 {
     const QDeadlineTimer deadline(longestExitMs);
-    if (loadFolderThread)
-        loadFolderThread->stop();
-    if (loadThumbnailThread)
-        loadThumbnailThread->stop();
-    if (loadImageThread)
-        loadImageThread->stop();
-    const std::initializer_list<QThread *> threads = {loadFolderThread, loadThumbnailThread, loadImageThread};
-    for (QThread *const thread : threads) {
+    const std::initializer_list<StoppableThread *> threads = {loadFolderThread, loadThumbnailThread,
+                                                              loadImageThread, decodedAhead.takeThread()};
+    for (StoppableThread *const thread : threads) {
+        if (thread)
+            thread->stop();
+    }
+    for (StoppableThread *const thread : threads) {
         if (thread && !thread->wait(deadline))
             leaveBehind(thread);
         else
             delete thread;
     }
     // A thread that hangs may come back to the maker.
-    if (!thumbnailMaker->finish(static_cast<int>(deadline.remainingTime())) || threadLeftBehind)
+    StoppableThread::someLeftBehind |= !thumbnailMaker->finish(static_cast<int>(deadline.remainingTime()));
+    if (StoppableThread::someLeftBehind)
         static_cast<void>(thumbnailMaker.release());
     VistamoGlobal::vistamoLoadFolderThreadStat = false;
 }

@@ -4,7 +4,6 @@
 #include "shared/FolderPicker.h"
 #include "ui_ThumbsForm.h"
 
-#include <QDir>
 #include <QFileIconProvider>
 #include <QtDebug>
 
@@ -71,8 +70,14 @@ bool ThumbsForm::addFolderToList(const QString &path)
     if (!info.exists())
         return false;
     insertFolder(path, QFileIconProvider().icon(info));
-    directoryWatcher.addPath(path);
+    watchFolder(path);
     return true;
+}
+
+void ThumbsForm::watchFolder(const QString &path)
+{
+    if (!directoryWatcher.directories().contains(path))
+        directoryWatcher.addPath(path);
 }
 
 /// Puts a folder at the top of the list without looking at the disk.
@@ -123,9 +128,7 @@ void ThumbsForm::on_openFileMinButton_clicked()
         return;
     }
     pendingFolderRemoval = true;
-    if (loadFolderThread)
-        loadFolderThread->stop();
-    waitForLoadThreads();
+    stopFolderThread();
 }
 
 void ThumbsForm::removeSelectedFolder()
@@ -155,8 +158,7 @@ void ThumbsForm::checkEmptyFolderList()
         return;
     showList(false);
     ui->sideTreeView->hide();
-    if (loadThumbnailThread)
-        loadThumbnailThread->stop();
+    stopThumbnailThread();
     reloadWanted = false;
     clearFiles();
     oldPath.clear();

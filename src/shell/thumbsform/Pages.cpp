@@ -1,5 +1,6 @@
-#include "shell/AboutDialog.h"
 #include "shell/ThumbsForm.h"
+
+#include "shell/AboutDialog.h"
 #include "ui_ThumbsForm.h"
 
 #include <QApplication>
@@ -17,9 +18,9 @@ void ThumbsForm::resizeEvent(QResizeEvent *)
     if (!widgetShown)
         return;
     const int page = stackedLayout->currentIndex();
-    if (page == 1)
+    if (page == ViewerPage)
         placeNavigationButtons();
-    if (page != 0)
+    if (page != BrowserPage)
         resizeSelectedImage();
     // The list does not flow again by itself: a row that comes and goes makes it.
     mainModel.appendRow(new QStandardItem);
@@ -34,7 +35,7 @@ void ThumbsForm::on_aboutButton_clicked()
 
 void ThumbsForm::on_webButton_clicked()
 {
-    QDesktopServices::openUrl(websiteUrl());
+    QDesktopServices::openUrl(VistamoGlobal().getWebsiteUrl());
 }
 
 void ThumbsForm::on_pdfButton_clicked() {}

@@ -116,14 +116,11 @@ void ThumbsForm::onDoubleClickListView(QModelIndex index)
 
 void ThumbsForm::addItemToCheckedItemList(const QString &path, const QString &fileName)
 {
-    QList<TCheckedItem> &items = VistamoGlobal::checkedItemList;
-    const QString fullPath = path + QLatin1Char('/') + fileName;
-    const bool known = std::any_of(items.cbegin(), items.cend(), [&](const TCheckedItem &item) {
-        return fullPath.compare(item.path + QLatin1Char('/') + item.fileName, Qt::CaseInsensitive) == 0;
-    });
-    if (known)
+    const QString key = pathKey(path + QLatin1Char('/') + fileName);
+    if (tickedFiles.contains(key))
         return;
-    items.append({path, fileName, true});
+    tickedFiles.insert(key);
+    VistamoGlobal::checkedItemList.append({path, fileName, true});
     checkDeleteButton();
 }
 
@@ -132,13 +129,12 @@ void ThumbsForm::removeItemFromCheckedItemList(const QString &path, const QStrin
     qDebug() << "removeItemFromCheckedItemList: ";
     qDebug() << "path: " << path;
     qDebug() << "fileName: " << fileName;
-    QList<TCheckedItem> &items = VistamoGlobal::checkedItemList;
-    const QString fullPath = path + QLatin1Char('/') + fileName;
-    const auto match = std::find_if(items.cbegin(), items.cend(), [&](const TCheckedItem &item) {
-        return isSamePath(fullPath, item.path + QLatin1Char('/') + item.fileName);
-    });
-    if (match != items.cend())
-        items.erase(match);
+    const QString key = pathKey(path + QLatin1Char('/') + fileName);
+    if (tickedFiles.remove(key)) {
+        VistamoGlobal::checkedItemList.removeIf([&](const TCheckedItem &item) {
+            return pathKey(item.path + QLatin1Char('/') + item.fileName) == key;
+        });
+    }
     checkDeleteButton();
 }
 

@@ -3,43 +3,29 @@
 #include "library/FileNames.h"
 #include "ui_ThumbsForm.h"
 
-#include <QDir>
 #include <QtDebug>
 
-namespace {
-
-/// A file as the list of ticks identifies it: the same for paths that differ by case or separators.
-QString tickKey(const QString &path, const QString &fileName)
-{
-    return QDir::toNativeSeparators(path + QLatin1Char('/') + fileName).toCaseFolded();
-}
-
-} // namespace
+#include <algorithm>
 
 void ThumbsForm::onThumbnailsFound(const QList<ThumbnailAnswer> &answers)
 {
-    const QSet<QString> ticked = tickedFiles();
     for (const ThumbnailAnswer &answer : answers)
-        applyThumbnail(answer, ticked);
+        applyThumbnail(answer);
 }
 
 void ThumbsForm::onThumbnailMade(const ThumbnailAnswer &answer)
 {
-    applyThumbnail(answer, tickedFiles());
+    applyThumbnail(answer);
+    if (answer.again) {
+        --thumbnailsMadeAgain;
+        onLostPictures();
+    }
 }
 
-QSet<QString> ThumbsForm::tickedFiles() const
+/// Gives a row its icon and its tick.
+void ThumbsForm::applyThumbnail(const ThumbnailAnswer &answer)
 {
-    QSet<QString> ticked;
-    for (const TCheckedItem &item : VistamoGlobal::checkedItemList)
-        ticked.insert(tickKey(item.path, item.fileName));
-    return ticked;
-}
-
-/// Gives a row its icon and its tick. The path decides which row it is.
-void ThumbsForm::applyThumbnail(const ThumbnailAnswer &answer, const QSet<QString> &ticked)
-{
-    const int row = answer.load == currentLoad ? rowOf(answer.fullPath, answer.row) : -1;
+    const int row = answer.load == currentLoad ? rowOf(answer.fileName, answer.row) : -1;
     if (row < 0)
         return;
     TFileRecord &record = VistamoGlobal::fileDataList[row];
@@ -49,32 +35,41 @@ void ThumbsForm::applyThumbnail(const ThumbnailAnswer &answer, const QSet<QStrin
     QStandardItem *const item = mainModel.item(row, 0);
     if (!item) {
         qDebug() << "ERROR: mainModelItem==NULL";
-        if (loadThumbnailThread)
-            loadThumbnailThread->stop();
+        stopThumbnailThread();
         return;
     }
     item->setIcon(icon);
-    if (!ticked.isEmpty() && ticked.contains(tickKey(record.path, record.fileName)))
+    if (!tickedFiles.isEmpty()
+        && tickedFiles.contains(pathKey(record.path + QLatin1Char('/') + record.fileName)))
         item->setCheckState(Qt::Checked);
     // The strip keeps its columns when rows leave the list.
     if (QStandardItem *const cell = galleryModel.item(0, answer.row))
         cell->setIcon(icon);
 }
 
-/// The row that holds the file now: `row`, or one above it if rows were taken out, or none (-1).
-int ThumbsForm::rowOf(const QString &fullPath, int row) const
+/// The row that holds the file of the folder on show: `row`, or one above it if rows were taken out, or -1.
+int ThumbsForm::rowOf(const QString &fileName, int row) const
 {
     const QList<TFileRecord> &records = VistamoGlobal::fileDataList;
     for (int i = std::min(row, static_cast<int>(records.size()) - 1); i >= 0; --i) {
-        if (records[i].fullPath == fullPath)
+        if (records[i].fileName == fileName)
             return i;
     }
     return -1;
 }
 
-void ThumbsForm::onThumbnailLost(const QString &fullPath, int row, bool stored)
+/// Has pictures made again that the list could not paint, a few at a time, the latest first.
+void ThumbsForm::onLostPictures()
 {
-    thumbnailMaker->makeAgain(currentLoad, {QFileInfo(fullPath), row}, stored);
+    while (thumbnailsMadeAgain < thumbnailMaker->processorCount()) {
+        const auto source = thumbnailIcons.takeLost();
+        if (!source)
+            return;
+        ++thumbnailsMadeAgain;
+        using Storing = ThumbnailMaker::Storing;
+        thumbnailMaker->makeAgain(currentLoad, {QFileInfo(source->key.fullPath), source->row},
+                                  source->stored ? Storing::AddBehindBroken : Storing::Leave);
+    }
 }
 
 void ThumbsForm::onThumbnailRepaintNeeded()

@@ -10,11 +10,15 @@
 
 namespace {
 
-constexpr int viewerPage = 1;
 constexpr int keyDebounceMs = 10;
 // The smooth redraw comes when this many ticks have passed without a fast one.
 constexpr int ticksToHighQuality = 10;
 constexpr int highQualityTickMs = 100;
+
+DecodedAhead::File fileOf(const TFileRecord &record)
+{
+    return {record.fullPath, record.size, record.modifiedTime};
+}
 
 } // namespace
 
@@ -37,7 +41,7 @@ void ThumbsForm::loadImage(const QString &path)
     const bool hasNeighbours = VistamoGlobal::fileDataList.size() >= 2;
     ui->backButton->setVisible(hasNeighbours);
     ui->forwardButton->setVisible(hasNeighbours);
-    stackedLayout->setCurrentIndex(viewerPage);
+    stackedLayout->setCurrentIndex(ViewerPage);
     // A page that has just come up has the size of its last show until its layout is done.
     stackedLayout->activate();
     ui->widget2->layout()->activate();
@@ -53,10 +57,22 @@ void ThumbsForm::loadSelectedImage(const QString &path)
     selectedImage = placeholder(path);
     resizeSelectedImage();
 
-    if (loadImageThreadRunning)
+    const TFileRecord *const record = recordAt(selectedImageIndex);
+    const QPixmap ready =
+        record && record->fullPath == path ? decodedAhead.picture(fileOf(*record)) : QPixmap();
+    // Never ahead of a picture that was asked for earlier.
+    if (!ready.isNull() && !loadImageThreadRunning) {
+        onImageLoaded(ready);
+        decodeNeighbours();
+    } else if (loadImageThreadRunning && loadImageThread->hangs()) {
+        const QStringList waiting = loadImageThread->takeWaiting();
+        leaveBehind(loadImageThread);
+        startLoadImageThread(waiting + QStringList(path));
+    } else if (loadImageThreadRunning) {
         loadImageThread->addFile(path);
-    else
+    } else {
         startLoadImageThread({path});
+    }
     emit changeTitle(VistamoGlobal().getAppTitle() + QLatin1Char('-') + path);
 }
 
@@ -91,12 +107,31 @@ void ThumbsForm::onImageLoaded(QPixmap pixmap)
 
 void ThumbsForm::onLoadImageFinished()
 {
+    if (sender() != loadImageThread)
+        return;
     // What was asked for while the thread was ending goes to the next one.
-    const QStringList waiting = loadImageThread ? loadImageThread->takeWaiting() : QStringList();
+    const QStringList waiting = loadImageThread->takeWaiting();
     delete std::exchange(loadImageThread, nullptr);
     loadImageThreadRunning = false;
-    if (!waiting.isEmpty())
+    if (waiting.isEmpty())
+        decodeNeighbours();
+    else
         startLoadImageThread(waiting);
+}
+
+/// Has the neighbours of the picture on show decoded, the one in the direction of the last step first.
+void ThumbsForm::decodeNeighbours()
+{
+    QList<DecodedAhead::File> files;
+    const int count = static_cast<int>(VistamoGlobal::fileDataList.size());
+    const int next = nextIndex(selectedImageIndex, count);
+    const int previous = previousIndex(selectedImageIndex, count);
+    for (const int row : {steppedBack ? previous : next, steppedBack ? next : previous}) {
+        if (const TFileRecord *const record = recordAt(row);
+            record && !viewerClosed && row != selectedImageIndex)
+            files.append(fileOf(*record));
+    }
+    decodedAhead.want(files, selectedImage);
 }
 
 void ThumbsForm::drawSelectedImage(bool highQuality)
@@ -106,13 +141,8 @@ void ThumbsForm::drawSelectedImage(bool highQuality)
     scaleFactor = static_cast<double>(displayedImage.width()) / selectedImage.width();
     ui->percentResizeLabel->setText(percentText(scaleFactor));
     qDebug() << "drawSelectedImage: " << highQuality;
-    if (highQuality) {
-        displayedImage.smooth = true;
-        if (isKeptWhole(displayedImage.size, viewport())) {
-            displayedImage.pixels = smoothPart(selectedImage, displayedImage.size,
-                                               QRect(QPoint(), displayedImage.size), devicePixelRatio());
-        }
-    }
+    if (highQuality)
+        displayedImage = smoothImage(selectedImage, displayedImage.size, viewport(), devicePixelRatio());
     showDisplayedImage(highQuality);
 }
 
@@ -144,11 +174,13 @@ void ThumbsForm::onLoadHighQualityTimer()
 
 void ThumbsForm::showNextImage()
 {
+    steppedBack = false;
     stepTo(nextIndex(selectedImageIndex, static_cast<int>(VistamoGlobal::fileDataList.size())));
 }
 
 void ThumbsForm::showPreviousImage()
 {
+    steppedBack = true;
     stepTo(previousIndex(selectedImageIndex, static_cast<int>(VistamoGlobal::fileDataList.size())));
 }
 
@@ -185,7 +217,7 @@ void ThumbsForm::on_back2Button_clicked()
 
 bool ThumbsForm::eventFilter(QObject *watched, QEvent *event)
 {
-    if (stackedLayout->currentIndex() == viewerPage && event->type() == QEvent::KeyPress
+    if (stackedLayout->currentIndex() == ViewerPage && event->type() == QEvent::KeyPress
         && !keyPressPending) {
         const int key = static_cast<QKeyEvent *>(event)->key();
         if (key == Qt::Key_Left || key == Qt::Key_Right) {
@@ -224,6 +256,7 @@ void ThumbsForm::placeNavigationButtons()
 void ThumbsForm::on_closeButton_clicked()
 {
     viewerClosed = true;
+    decodeNeighbours(); // none any more
     emit changeTitle(VistamoGlobal().getAppTitle());
-    stackedLayout->setCurrentIndex(0);
+    stackedLayout->setCurrentIndex(BrowserPage);
 }

@@ -1,0 +1,43 @@
+#include "shared/MemoryBudget.h"
+
+#include <QDeadlineTimer>
+#include <QMutex>
+#include <QWaitCondition>
+
+#include <limits>
+
+namespace {
+
+// A share that is never given back, since its file hangs on a dead drive, holds up nobody for longer than
+// this.
+constexpr int longestWaitMs = 10000;
+
+QMutex mutex;
+QWaitCondition freed;
+qint64 budget = std::numeric_limits<qint64>::max(); // guarded by mutex, as what follows
+qint64 inUse = 0;
+
+} // namespace
+
+void MemoryBudget::setBytes(qint64 bytes)
+{
+    const QMutexLocker locker(&mutex);
+    budget = bytes;
+}
+
+MemoryBudget::Share::Share(qint64 bytes)
+    : bytes(bytes)
+{
+    const QDeadlineTimer deadline(longestWaitMs);
+    const QMutexLocker locker(&mutex);
+    while (inUse > 0 && bytes > budget - inUse && freed.wait(&mutex, deadline)) {
+    }
+    inUse += bytes;
+}
+
+MemoryBudget::Share::~Share()
+{
+    const QMutexLocker locker(&mutex);
+    inUse -= bytes;
+    freed.wakeAll();
+}

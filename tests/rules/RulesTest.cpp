@@ -1,0 +1,155 @@
+#include "library/FileNames.h"
+#include "library/VistamoLoadFolderThread.h"
+#include "shared/ImageReading.h"
+#include "shell/WindowGeometry.h"
+#include "viewer/ViewGeometry.h"
+
+#include <QtGui>
+#include <QtTest>
+
+#include <climits>
+#include <cmath>
+
+/// The plain rules: no widgets, no threads, no files.
+class RulesTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void imageFilesByName()
+    {
+        const VistamoGlobal global = {};
+        VistamoGlobal::imageFileExtensionList.clear();
+        QVERIFY(!global.isImageFile("a.jpg"));
+        VistamoGlobal::buildImageFileExtensionList();
+        QCOMPARE(VistamoGlobal::imageFileExtensionList.size(), 18);
+        for (const char *const image : {"HOLIDAY.JPG", "a.b.c.webp", ".jpg", "layers.pspimage", "x.jfi"})
+            QVERIFY2(global.isImageFile(image), image);
+        for (const char *const other : {"archive.png.zip", "jpg", "picture.", "/a.jpg/readme", ""})
+            QVERIFY2(!global.isImageFile(other), other);
+    }
+
+    void fileNames()
+    {
+        const QString line = "0123456789abcdef";
+        QCOMPARE(wrapFileName(""), "");
+        QCOMPARE(wrapFileName(line), line);
+        QCOMPARE(wrapFileName(line + "g"), line + "\ng");
+        QCOMPARE(wrapFileName(line + line), line + "\n" + line);
+        QCOMPARE(wrapFileName(line + line + "01234.jpg"), line + "\n" + line + "\n01234.jpg");
+        QVERIFY(isSamePath("/Photos/A.jpg", "/photos/a.JPG"));
+        QVERIFY(!isSamePath("/photos/a.jpg", "/photos/b.jpg"));
+        QCOMPARE(pathKey("/Photos/A.jpg"), pathKey("/photos/a.JPG"));
+        QCOMPARE(batchSize(0), 64);
+        QCOMPARE(batchSize(10000), 5000);
+    }
+
+    void thumbnailSizes()
+    {
+        using ImageReading::thumbnailSize;
+        QCOMPARE(thumbnailSize(QSize(4000, 3000), 256), QSize(256, 192));
+        QCOMPARE(thumbnailSize(QSize(3000, 4000), 256), QSize(192, 256));
+        QCOMPARE(thumbnailSize(QSize(100, 50), 256), QSize(256, 128)); // enlarged
+        QCOMPARE(thumbnailSize(QSize(77, 77), 256), QSize(256, 256));
+        QCOMPARE(thumbnailSize(QSize(5000, 2), 256), QSize(256, 1)); // thinner than a pixel
+        QVERIFY(thumbnailSize(QSize(), 256).isEmpty());
+    }
+
+    void windowGeometry()
+    {
+        const auto restored = [](int x, int y, int w, int h) {
+            return restoredGeometry({x, y, w, h}, QSize(1920, 1080));
+        };
+        QCOMPARE(restored(0, 0, 0, 0), QRect(0, 0, 986, 513)); // first start
+        QCOMPARE(restored(50, 60, 1200, 800), QRect(50, 60, 1200, 800));
+        QCOMPARE(restored(-1, -1, 1200, 800), QRect(100, 100, 1200, 800));
+        QCOMPARE(restored(1920, 10, 900, 600), QRect(1920, 10, 986, 600));   // narrow: stays beyond the edge
+        QCOMPARE(restored(1000, 10, 1000, 600), QRect(920, 10, 1000, 600));  // wide: moved back
+        QCOMPARE(restored(300, 10, 2500, 600), QRect(300, 10, 1920, 600));   // too wide: keeps its place
+        QCOMPARE(restored(10, 10, 1000, 1500), QRect(10, -420, 1000, 1500)); // higher than the screen
+        QCOMPARE(restored(10, 10, 1000, 2000), QRect(10, 10, 1000, 1080));   // higher than the screen is wide
+        QCOMPARE(restored(INT_MAX, INT_MIN, INT_MAX, INT_MAX), QRect(100, 100, 1920, 1080));
+    }
+
+    void layoutOfTheView()
+    {
+        using enum ScaleMode;
+        const QSize view(1000, 500);
+        const auto layout = [&](ScaleMode mode, QSize full, double factor = 0) {
+            const ViewLayout found = viewLayout(mode, full, view, factor);
+            return QList<QSize>{found.image.isEmpty() ? QSize() : found.image, found.label};
+        };
+        using Sizes = QList<QSize>;
+        QCOMPARE(layout(Fit, QSize(4000, 100)), (Sizes{{1000, 25}, view}));
+        QCOMPARE(layout(Fit, QSize(3000, 4000)), (Sizes{{375, 500}, view}));
+        QCOMPARE(layout(Fit, QSize(200, 100)), (Sizes{{1000, 500}, view})); // a tie goes by the width
+        QCOMPARE(layout(Fit, QSize(9000, 2)), (Sizes{{1000, 1}, view}));    // thinner than a pixel
+        QCOMPARE(layout(FitWidth, QSize(9, 9)), (Sizes{{1000, 1000}, {1000, 1000}}));
+        QCOMPARE(layout(FitWidth, QSize(400, 100)), (Sizes{{1000, 250}, view}));
+        QCOMPARE(layout(FitHeight, QSize(400, 100)), (Sizes{{2000, 500}, {2000, 500}}));
+        QCOMPARE(layout(RealSize, QSize(60, 40)), (Sizes{{60, 40}, view}));
+        QCOMPARE(layout(RealSize, QSize(3000, 40)), (Sizes{{3000, 40}, {3000, 500}}));
+        QCOMPARE(layout(Free, QSize(300, 155), 0.5), (Sizes{{149, 77}, view}));           // from the height
+        QCOMPARE(layout(Free, QSize(300, 155), std::nan("")), (Sizes{{968, 500}, view})); // nothing was shown
+        for (const ScaleMode mode : {Fit, FitWidth, FitHeight, RealSize, Free})
+            QCOMPARE(layout(mode, QSize(0, 0), 1), (Sizes{QSize(), view}));
+        QCOMPARE(viewportOf(QSize(1000, 600)), QSize(984, 596));
+        QCOMPARE(viewportOf(QSize(3, 3)), QSize(1, 1));
+    }
+
+    void scalingRoundsAsPixmapsDo()
+    {
+        for (const QSize full : {QSize(7, 4), QSize(333, 100), QSize(101, 99), QSize(640, 427)}) {
+            const QPixmap pixmap(full);
+            for (const int side : {5, 50, 97, 640, 1111}) {
+                QCOMPARE(scaledToWidth(full, side), pixmap.scaledToWidth(side).size());
+                QCOMPARE(scaledToHeight(full, side), pixmap.scaledToHeight(side).size());
+            }
+        }
+    }
+
+    void zooming()
+    {
+        const auto next = [](int shown, int full, int step) {
+            return zoomStep(shown, full, step, 340.0).value_or(0);
+        };
+        QCOMPARE(next(1005, 3000, 1), 1105);
+        QCOMPARE(next(1005, 3000, -1), 904);
+        QCOMPARE(next(45, 3000, -1), 40);
+        QCOMPARE(next(44, 3000, -1), 0); // not below 40 pixels
+        QCOMPARE(next(3636, 1000, 1), 3999);
+        QCOMPARE(next(3700, 1000, 1), 0); // not beyond four times
+        QCOMPARE(next(300, 10, 1), 330);
+        QCOMPARE(next(330, 10, 1), 0); // beyond four times and the screen's width
+        QCOMPARE(next(1000, 3000, 0), 0);
+    }
+
+    void textsAndModes()
+    {
+        QCOMPARE(percentText(1.0), "100%");
+        QCOMPARE(percentText(1.0 / 3), "33.3333%");
+        QCOMPARE(percentText(std::nan("")), "nan%");
+        QCOMPARE(storedScaleMode(2), ScaleMode::FitWidth);
+        for (const int value : {-1, 4, 7})
+            QCOMPARE(storedScaleMode(value), ScaleMode::Fit);
+    }
+
+    void neighbours()
+    {
+        QCOMPARE(nextIndex(0, 3), 1);
+        QCOMPARE(nextIndex(2, 3), 0);
+        QCOMPARE(previousIndex(0, 3), 2);
+        QCOMPARE(previousIndex(2, 3), 1);
+        // The list may have shrunk, or be gone.
+        QCOMPARE(nextIndex(7, 3), 0);
+        QCOMPARE(previousIndex(7, 3), 2);
+        QCOMPARE(nextIndex(7, 0), 0);
+        QCOMPARE(previousIndex(7, 0), 0);
+        const NavigationButtons places = navigationButtons(QSize(1000, 601), QSize(40, 31), QSize(40, 31));
+        QCOMPARE(places.back, QPoint(20, 285));
+        QCOMPARE(places.forward, QPoint(939, 285));
+    }
+};
+
+QTEST_MAIN(RulesTest)
+#include "RulesTest.moc"
