@@ -29,20 +29,8 @@ class LibraryWidgetsTest : public QObject
     Q_OBJECT
 
 private slots:
-    void sizesAreThoseOfTheDefaultDelegate_data()
-    {
-        QTest::addColumn<bool>("checkable");
-        QTest::addColumn<int>("iconSize");
-        for (const int iconSize : {0, 128, 256, 512}) {
-            QTest::addRow("plain, %d", iconSize) << false << iconSize;
-            QTest::addRow("with boxes, %d", iconSize) << true << iconSize;
-        }
-    }
-
     void sizesAreThoseOfTheDefaultDelegate()
     {
-        QFETCH(bool, checkable);
-        QFETCH(int, iconSize);
         QApplication::setStyle("Fusion");
         QStringList names = {"",
                              ".jpg",
@@ -58,29 +46,29 @@ private slots:
             names.append(name);
         }
         QStandardItemModel model;
-        for (const QString &name : names)
-            model.appendRow(newItem(name, checkable));
-
+        for (const QString &name : names) {
+            for (const bool checkable : {false, true})
+                model.appendRow(newItem(name, checkable));
+        }
         QListView expected;
         QListView actual;
         ThumbnailDelegate delegate;
         actual.setItemDelegate(&delegate);
-        for (QListView *const view : {&expected, &actual}) {
-            view->setViewMode(QListView::IconMode);
-            view->setSpacing(10);
-            view->setIconSize(QSize(iconSize, iconSize));
-            view->resize(900, 700);
-            view->setModel(&model);
-            view->show();
-        }
-        for (int round = 0; round < 2; ++round) {
+        // A change of the icons or of the font must not leave old sizes behind.
+        for (const int size : {0, 128, 256, 512, 17}) {
+            for (QListView *const view : {&expected, &actual}) {
+                view->setModel(&model);
+                view->setViewMode(QListView::IconMode);
+                view->setSpacing(10);
+                view->resize(900, 700);
+                view->setIconSize(QSize(size, size));
+                view->setFont(QFont(view->font().family(), size == 17 ? 17 : 10));
+                view->show();
+            }
             for (int row = 0; row < model.rowCount(); ++row) {
                 const QModelIndex index = model.index(row, 0);
                 QCOMPARE(actual.visualRect(index), expected.visualRect(index));
             }
-            // A change of the font must not leave old sizes behind.
-            for (QListView *const view : {&expected, &actual})
-                view->setFont(QFont(view->font().family(), 17));
         }
     }
 

@@ -133,40 +133,35 @@ private slots:
         QVERIFY(QSqlDatabase::connectionNames().size() <= 2);
     }
 
-    void damageCostsTheCacheOnly_data()
-    {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<bool>("usable");
-        QTest::addRow("random bytes") << QByteArray(20000, '\x5a') << false;
-        QTest::addRow("zero length") << QByteArray("") << true;
-        QTest::addRow("header alone") << QByteArray("SQLite format 3\0", 16) << false;
-        QTest::addRow("folder of that name") << QByteArray() << false;
-    }
-
     void damageCostsTheCacheOnly()
     {
-        QFETCH(QByteArray, content);
-        QFETCH(bool, usable);
         const QString damaged = folder->filePath("damaged.db");
-        QFile file(damaged);
-        if (content.isNull())
-            QVERIFY(QDir().mkdir(damaged));
-        else
-            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
-        file.close();
-        ThumbnailDatabase::setFileName(damaged);
-        QVERIFY(!ThumbnailDatabase::find(keyOf("/a.jpg")));
-        QCOMPARE(ThumbnailDatabase::add(recordOf("/a.jpg"), "bytes"), usable);
-        QCOMPARE(ThumbnailDatabase::find(keyOf("/a.jpg")).has_value(), usable);
-        {
-            QSqlDatabase bad = QSqlDatabase::addDatabase("QSQLITE", "damaged");
-            bad.setDatabaseName(damaged);
-            ThumbnailDatabase::open(bad, 0);
-            TThumbnailRecord record = recordOf("/b.jpg");
-            QCOMPARE(global.addThumbnail(record, table, bad), usable);
-            QCOMPARE(global.getThumbnail(record, table, bad), usable);
+        for (const QByteArray &content :
+             {QByteArray(20000, '\x5a'), QByteArray("SQLite format 3\0", 16), QByteArray(""), QByteArray()}) {
+            const bool usable = content.isEmpty() && !content.isNull();
+            QFile file(damaged);
+            file.remove();
+            if (content.isNull()) // a folder of that name
+                QVERIFY(QDir().mkdir(damaged));
+            else
+                QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+            file.close();
+            ThumbnailDatabase::setFileName({}); // or a connection would still be open
+            ThumbnailDatabase::find(keyOf("/a.jpg"));
+            ThumbnailDatabase::setFileName(damaged);
+            QVERIFY(!ThumbnailDatabase::find(keyOf("/a.jpg")));
+            QCOMPARE(ThumbnailDatabase::add(recordOf("/a.jpg"), "bytes"), usable);
+            QCOMPARE(ThumbnailDatabase::find(keyOf("/a.jpg")).has_value(), usable);
+            {
+                QSqlDatabase bad = QSqlDatabase::addDatabase("QSQLITE", "damaged");
+                bad.setDatabaseName(damaged);
+                ThumbnailDatabase::open(bad, 0);
+                TThumbnailRecord record = recordOf("/b.jpg");
+                QCOMPARE(global.addThumbnail(record, table, bad), usable);
+                QCOMPARE(global.getThumbnail(record, table, bad), usable);
+            }
+            QSqlDatabase::removeDatabase("damaged");
         }
-        QSqlDatabase::removeDatabase("damaged");
     }
 
     void lockedFileIsNotWaitedForAgainAndAgain()

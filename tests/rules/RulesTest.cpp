@@ -1,6 +1,5 @@
 #include "library/FileNames.h"
 #include "library/VistamoLoadFolderThread.h"
-#include "shared/ImageReading.h"
 #include "shell/WindowGeometry.h"
 #include "viewer/ViewGeometry.h"
 
@@ -42,17 +41,6 @@ private slots:
         QCOMPARE(pathKey("/Photos/A.jpg"), pathKey("/photos/a.JPG"));
         QCOMPARE(batchSize(0), 64);
         QCOMPARE(batchSize(10000), 5000);
-    }
-
-    void thumbnailSizes()
-    {
-        using ImageReading::thumbnailSize;
-        QCOMPARE(thumbnailSize(QSize(4000, 3000), 256), QSize(256, 192));
-        QCOMPARE(thumbnailSize(QSize(3000, 4000), 256), QSize(192, 256));
-        QCOMPARE(thumbnailSize(QSize(100, 50), 256), QSize(256, 128)); // enlarged
-        QCOMPARE(thumbnailSize(QSize(77, 77), 256), QSize(256, 256));
-        QCOMPARE(thumbnailSize(QSize(5000, 2), 256), QSize(256, 1)); // thinner than a pixel
-        QVERIFY(thumbnailSize(QSize(), 256).isEmpty());
     }
 
     void windowGeometry()

@@ -108,11 +108,10 @@ private slots:
         QCOMPARE(program.tree(), QStringList({"b", "a"}));
         QVERIFY(program.find("sideTreeView")->isVisible());
 
-        // Another folder is removed than the one that is being read: that one is read to its end all the
-        // same.
+        // Another folder is removed than the one being read: that one is read to its end all the same.
         selectFolder(program, 1);
-        program.find<QTreeView>("sideTreeView")
-            ->setCurrentIndex(program.find<QTreeView>("sideTreeView")->model()->index(0, 0));
+        auto *const view = program.find<QTreeView>("sideTreeView");
+        view->setCurrentIndex(view->model()->index(0, 0));
         program.click("openFileMinButton");
         QTRY_COMPARE(program.tree(), QStringList("a"));
         QTRY_VERIFY(program.settled() && program.rows() == 30);

@@ -40,14 +40,9 @@ private slots:
         QCOMPARE(shown(), "red green blue yellow");
 
         // The smooth pass comes once, after a second of quiet.
-        auto *const form = program->find("ThumbsForm");
-        const auto timers = [&] {
-            return form->findChildren<QTimer *>(QString(), Qt::FindDirectChildrenOnly);
-        };
         const auto running = [&] {
-            const auto all = timers();
-            return std::count_if(all.cbegin(), all.cend(),
-                                 [](const QTimer *timer) { return timer->isActive(); });
+            auto timers = program->find("ThumbsForm")->findChildren<QTimer *>(Qt::FindDirectChildrenOnly);
+            return timers.removeIf([](const QTimer *timer) { return !timer->isActive(); }), timers.size();
         };
         QCOMPARE(running(), 1);
         QTRY_COMPARE_WITH_TIMEOUT(running(), 0, 3000);

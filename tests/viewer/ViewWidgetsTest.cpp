@@ -1,6 +1,5 @@
 #include "support/Pictures.h"
 #include "viewer/TImageLabel.h"
-#include "viewer/TLabel.h"
 #include "viewer/TTableView.h"
 #include "viewer/VistamoLoadImageThread.h"
 
@@ -125,11 +124,6 @@ private slots:
         QVERIFY(!label.hasMouseTracking());
         label.setCropMode(true);
         QVERIFY(label.hasMouseTracking());
-
-        TLabel plain;
-        QSignalSpy clicks(&plain, &TLabel::mouseDoubleClick);
-        QTest::mouseDClick(&plain, Qt::LeftButton);
-        QCOMPARE(clicks.size(), 1);
     }
 
     void stripSwallowsKeys()
