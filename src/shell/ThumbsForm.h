@@ -225,6 +225,7 @@ private:
     void addRows(const FoundFiles &files);
     bool updateRow(int row, const TFileRecord &record);
     void removeRowsFrom(int row);
+    void followShownFile();
 
     // Thumbnails
     int rowOf(const QString &fileName, int row) const;
@@ -245,7 +246,7 @@ private:
     void loadImage();
     void loadSelectedImage(const QString &path);
     QPixmap placeholder(const QString &path) const;
-    void startLoadImageThread(const QStringList &paths);
+    void startLoadImageThread(const QList<ImageRequest> &requests);
     void decodeNeighbours();
     void drawSelectedImage(bool highQuality);
     void showDisplayedImage(bool highQuality);
@@ -314,6 +315,7 @@ private:
     QPixmap selectedImage; ///< in full, with its edits; the thumbnail until the file is decoded
     DisplayedImage displayedImage;
     int selectedImageIndex = 0;
+    QString shownPath; ///< file last asked for
     QSize previousImageSize;
     bool viewerClosed = true;
     double scaleFactor = 0; ///< width as displayed / width in full

@@ -17,21 +17,33 @@ qint64 bytesOf(const QPixmap &pixmap)
 
 } // namespace
 
-void DecodedAhead::want(const QList<File> &files, const QPixmap &shown)
+void DecodedAhead::want(const QList<ImageRequest> &files, const QPixmap &shown)
 {
     const qint64 fitting = shown.isNull() ? 0 : mostBytes / bytesOf(shown);
     wanted = files.first(std::min<qsizetype>(files.size(), fitting));
-    pictures.removeIf([&](const Picture &picture) { return !wanted.contains(picture.file); });
+    pictures.removeIf([&](const ImageRequest &picture) { return !isWanted(picture); });
+    paused = false;
     decodeNext();
 }
 
-QPixmap DecodedAhead::picture(const File &file) const
+void DecodedAhead::pause()
 {
-    for (const Picture &picture : pictures) {
-        if (picture.file == file)
-            return picture.pixmap;
+    paused = true;
+}
+
+ImageRequest DecodedAhead::request(const ImageRequest &file) const
+{
+    for (const ImageRequest &picture : pictures) {
+        if (picture.isSameFile(file))
+            return picture;
     }
-    return {};
+    return file;
+}
+
+bool DecodedAhead::isWanted(const ImageRequest &file) const
+{
+    return std::any_of(wanted.cbegin(), wanted.cend(),
+                       [&](const ImageRequest &other) { return other.isSameFile(file); });
 }
 
 VistamoLoadImageThread *DecodedAhead::takeThread()
@@ -43,29 +55,31 @@ VistamoLoadImageThread *DecodedAhead::takeThread()
 
 void DecodedAhead::decodeNext()
 {
-    if (thread)
+    if (thread || paused)
         return;
     const auto next = std::find_if(wanted.cbegin(), wanted.cend(),
-                                   [&](const File &file) { return picture(file).isNull(); });
+                                   [&](const ImageRequest &file) { return request(file).pixmap.isNull(); });
     if (next == wanted.cend())
         return;
     inHand = *next;
     thread = new VistamoLoadImageThread;
     connect(thread, SIGNAL(imageLoaded(QPixmap)), SLOT(onImageLoaded(QPixmap)));
     connect(thread, SIGNAL(finished()), SLOT(onFinished()));
-    thread->addFile(inHand.path);
+    thread->addFile(inHand);
     thread->start(QThread::LowPriority);
 }
 
 void DecodedAhead::onImageLoaded(QPixmap pixmap)
 {
     qint64 bytes = bytesOf(pixmap);
-    for (const Picture &picture : std::as_const(pictures))
+    for (const ImageRequest &picture : std::as_const(pictures))
         bytes += bytesOf(picture.pixmap);
-    if (!pixmap.isNull() && bytes <= mostBytes && wanted.contains(inHand))
-        pictures.append({inHand, pixmap});
-    else
-        wanted.removeOne(inHand); // not again
+    if (!pixmap.isNull() && bytes <= mostBytes && isWanted(inHand)) {
+        pictures.append(inHand);
+        pictures.last().pixmap = pixmap;
+    } else {
+        wanted.removeIf([this](const ImageRequest &file) { return file.isSameFile(inHand); }); // not again
+    }
 }
 
 void DecodedAhead::onFinished()

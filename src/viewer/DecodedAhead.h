@@ -1,12 +1,10 @@
 #pragma once
 
-#include <QDateTime>
+#include "viewer/VistamoLoadImageThread.h"
+
 #include <QList>
 #include <QObject>
 #include <QPixmap>
-#include <QString>
-
-class VistamoLoadImageThread;
 
 /// Pictures that the user is likely to want next, decoded while nothing else is asked for and kept within a
 /// bound in bytes. GUI thread.
@@ -15,23 +13,17 @@ class DecodedAhead : public QObject
     Q_OBJECT
 
 public:
-    /// A file as it was when the list was read: a changed one is another.
-    struct File
-    {
-        QString path;
-        qint64 size = 0;
-        QDateTime modified;
-        friend bool operator==(const File &, const File &) = default;
-    };
-
     using QObject::QObject;
 
     /// What may be wanted next, the likeliest first; all other pictures are dropped. Of the files only so
     /// many are decoded as fit the bound if they are as large as `shown`.
-    void want(const QList<File> &files, const QPixmap &shown);
+    void want(const QList<ImageRequest> &files, const QPixmap &shown);
 
-    /// The picture of a file, null if it is not at hand.
-    QPixmap picture(const File &file) const;
+    /// Begins no further picture until something is wanted again.
+    void pause();
+
+    /// `file` with its picture, if that is at hand.
+    ImageRequest request(const ImageRequest &file) const;
 
     /// Gives the thread that decodes to the caller, who has to end it; null if there is none.
     VistamoLoadImageThread *takeThread();
@@ -41,16 +33,12 @@ private slots:
     void onFinished();
 
 private:
-    struct Picture
-    {
-        File file;
-        QPixmap pixmap;
-    };
-
+    bool isWanted(const ImageRequest &file) const;
     void decodeNext();
 
-    QList<File> wanted;
-    QList<Picture> pictures;
-    File inHand;
+    QList<ImageRequest> wanted;
+    QList<ImageRequest> pictures;
+    ImageRequest inHand;
+    bool paused = false;
     VistamoLoadImageThread *thread = nullptr;
 };

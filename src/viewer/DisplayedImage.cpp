@@ -30,8 +30,8 @@ DisplayedImage smoothImage(const QPixmap &full, QSize size, QSize viewport, qrea
     DisplayedImage displayed = {size, true, {}};
     if (full.isNull() || size.isEmpty())
         return displayed;
-    const QSize device = (QSizeF(size) * ratio).toSize();
-    const int shrunk = std::min(full.width() / device.width(), full.height() / std::max(device.height(), 1));
+    const QSize device = (QSizeF(size) * ratio).toSize().expandedTo(QSize(1, 1));
+    const int shrunk = std::min(full.width() / device.width(), full.height() / device.height());
     if (area(size) <= viewportsKept * area(viewport))
         displayed.pixels = scaledSmoothly(full, device);
     else if (shrunk >= 2)

@@ -10,10 +10,12 @@ constexpr double zoomPerStep = 0.1;
 constexpr int narrowest = 40;
 constexpr int mostEnlarged = 4;
 constexpr int buttonMargin = 20;
+// What a widget can be, pixels.
+constexpr qreal largestSide = (1 << 24) - 1;
 
 int scaledSide(int from, int to, int otherSide)
 {
-    return std::max(1, qRound(static_cast<qreal>(to) / from * otherSide));
+    return qRound(std::clamp(static_cast<qreal>(to) / from * otherSide, 1.0, largestSide));
 }
 
 QSize fitted(QSize full, QSize label)

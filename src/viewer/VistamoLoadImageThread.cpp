@@ -3,13 +3,21 @@
 #include "shared/ImageReading.h"
 
 #include <QElapsedTimer>
-
-#include <utility>
+#include <QFileInfo>
 
 namespace {
 
 constexpr size_t mostWaiting = 10;
-constexpr qint64 deadAfterMs = 15000;
+// Longer than a picture waits for memory.
+constexpr qint64 deadAfterMs = 30000;
+
+bool isReady(const ImageRequest &request)
+{
+    if (request.pixmap.isNull())
+        return false;
+    const QFileInfo file(request.path);
+    return request.isSameFile({request.path, file.size(), file.lastModified()});
+}
 
 qint64 steadyMs()
 {
@@ -26,16 +34,16 @@ VistamoLoadImageThread::VistamoLoadImageThread(QObject *parent)
     setObjectName(QStringLiteral("LoadImage"));
 }
 
-void VistamoLoadImageThread::addFile(const QString &path)
+void VistamoLoadImageThread::addFile(const ImageRequest &request)
 {
-    fileNameList.pushReplacingNewest(path, mostWaiting);
+    fileNameList.pushReplacingNewest(request, mostWaiting);
 }
 
-QStringList VistamoLoadImageThread::takeWaiting()
+QList<ImageRequest> VistamoLoadImageThread::takeWaiting()
 {
-    QStringList waiting;
-    while (auto path = fileNameList.tryTake())
-        waiting.append(*path);
+    QList<ImageRequest> waiting;
+    while (auto request = fileNameList.tryTake())
+        waiting.append(*request);
     return waiting;
 }
 
@@ -48,14 +56,15 @@ bool VistamoLoadImageThread::hangs() const
 void VistamoLoadImageThread::run()
 {
     while (!stopRequested) {
-        const auto path = fileNameList.tryTake();
-        if (!path)
+        const auto request = fileNameList.tryTake();
+        if (!request)
             return;
         inHandSince = steadyMs();
-        QImage image = ImageReading::read(*path);
+        const QPixmap pixmap =
+            isReady(*request) ? request->pixmap : QPixmap::fromImage(ImageReading::read(request->path));
         inHandSince = 0;
         // A thread that was left behind may come to here after the program's windows are gone.
         if (!stopRequested)
-            emit imageLoaded(QPixmap::fromImage(std::move(image)));
+            emit imageLoaded(pixmap);
     }
 }

@@ -3,10 +3,27 @@
 #include "shared/StoppableThread.h"
 #include "shared/WorkQueue.h"
 
+#include <QDateTime>
+#include <QList>
 #include <QPixmap>
-#include <QStringList>
 
 #include <atomic>
+
+/// A picture that is asked for.
+struct ImageRequest
+{
+    QString path;
+    // If the picture was decoded ahead: what it is, and the file as it was when the list was read.
+    qint64 size = 0; ///< bytes
+    QDateTime modified = {};
+    QPixmap pixmap = {};
+
+    /// The same file, unchanged.
+    bool isSameFile(const ImageRequest &other) const
+    {
+        return path == other.path && size == other.size && modified == other.modified;
+    }
+};
 
 /// Decodes pictures for the viewer, in the order in which they were asked for.
 ///
@@ -19,12 +36,13 @@ class VistamoLoadImageThread : public StoppableThread
 public:
     explicit VistamoLoadImageThread(QObject *parent = nullptr);
 
-    /// Asks for a picture. With ten waiting, the newest of them is passed over in its favour, so that a held
-    /// arrow key does not pile up work.
-    void addFile(const QString &path);
+    /// Asks for a picture; one that was decoded ahead is decoded again if the file has changed. With ten
+    /// waiting, the newest of them is passed over in its favour, so that a held arrow key does not pile up
+    /// work.
+    void addFile(const ImageRequest &request);
 
-    /// The files that were not taken up, oldest first. For a thread that has ended.
-    QStringList takeWaiting();
+    /// What was not taken up, oldest first. For a thread that has ended or hangs.
+    QList<ImageRequest> takeWaiting();
 
     /// True if the picture in hand has taken so long that its drive is taken for dead.
     bool hangs() const;
@@ -37,6 +55,6 @@ protected:
     void run() override;
 
 private:
-    WorkQueue<QString> fileNameList;
+    WorkQueue<ImageRequest> fileNameList;
     std::atomic<qint64> inHandSince = 0; ///< milliseconds of the steady clock; 0 for nothing in hand
 };

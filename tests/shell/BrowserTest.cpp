@@ -166,6 +166,18 @@ private slots:
         Pictures::save(path("a/new.png"));
         Pictures::save(path("a/other.png"));
         check();
+
+        // Without their boxes the items move together, and again apart with them.
+        const auto pitch = [&] {
+            const QAbstractItemModel *const model = program.list()->model();
+            return program.list()->visualRect(model->index(1, 0)).left()
+                   - program.list()->visualRect(model->index(0, 0)).left();
+        };
+        const int withBoxes = pitch();
+        program.click("hideCheckboxButton");
+        QTRY_VERIFY(pitch() < withBoxes);
+        program.click("showCheckboxButton");
+        QTRY_COMPARE(pitch(), withBoxes);
     }
 
     void lastOfSeveralFoldersIsLoaded()

@@ -200,6 +200,7 @@ void ThumbsForm::onFilesFound(const FoundFiles &files)
         removeRowsFrom(files.firstRow + static_cast<int>(files.records.size()));
         // A folder on a drive that did not answer at the start is watched from its first walk on.
         watchFolder(files.path);
+        followShownFile();
     }
     tellScrollPosition();
     for (qsizetype i = 0; i < files.infos.size(); ++i)
@@ -214,7 +215,7 @@ void ThumbsForm::addRows(const FoundFiles &files)
     bool changed = false;
     for (qsizetype i = 0; i < reused; ++i)
         changed |= updateRow(files.firstRow + static_cast<int>(i), files.records[i]);
-    // Names of other lengths: items change their sizes, but not their places.
+    // Check boxes and names of other lengths: items change their sizes, but not their places.
     if (changed)
         ui->mainListView->doItemsLayout();
 
@@ -236,15 +237,16 @@ void ThumbsForm::addRows(const FoundFiles &files)
     mainModel.invisibleRootItem()->appendRows(items);
 }
 
-/// Uses a row of an earlier walk for `record`, and tells whether it held another file. The same file keeps
+/// Uses a row of an earlier walk for `record`, and tells whether it may look different. The same file keeps
 /// its icon and its tick. Item and cell stay in any case, since to put in new ones costs a search for each.
 bool ThumbsForm::updateRow(int row, const TFileRecord &record)
 {
     QStandardItem *const item = mainModel.item(row, 0);
     const TFileRecord old = std::exchange(VistamoGlobal::fileDataList[row], record);
+    const bool boxChanged = item->isCheckable() != VistamoGlobal::showCheckbox;
     item->setCheckable(VistamoGlobal::showCheckbox);
     if (isUnchanged(old, record))
-        return false;
+        return boxChanged;
     item->setCheckState(Qt::Unchecked);
     const QIcon blank = thumbnailIcons.blank();
     const QString text = wrapFileName(record.fileName);
@@ -255,6 +257,21 @@ bool ThumbsForm::updateRow(int row, const TFileRecord &record)
         }
     }
     return true;
+}
+
+/// Finds the file that the viewer shows again, once the list has been read anew.
+void ThumbsForm::followShownFile()
+{
+    const TFileRecord *const record = recordAt(selectedImageIndex);
+    if (viewerClosed || (record && record->fullPath == shownPath))
+        return;
+    const QList<TFileRecord> &records = VistamoGlobal::fileDataList;
+    const auto found = std::find_if(records.cbegin(), records.cend(),
+                                    [this](const TFileRecord &file) { return file.fullPath == shownPath; });
+    if (found == records.cend())
+        return;
+    selectedImageIndex = static_cast<int>(found - records.cbegin());
+    ui->galleryTableView->selectColumn(selectedImageIndex);
 }
 
 /// Takes out what is left of an earlier walk.

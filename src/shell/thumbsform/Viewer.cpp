@@ -15,7 +15,7 @@ constexpr int keyDebounceMs = 10;
 constexpr int ticksToHighQuality = 10;
 constexpr int highQualityTickMs = 100;
 
-DecodedAhead::File fileOf(const TFileRecord &record)
+ImageRequest fileOf(const TFileRecord &record)
 {
     return {record.fullPath, record.size, record.modifiedTime};
 }
@@ -52,26 +52,24 @@ void ThumbsForm::loadImage(const QString &path)
 void ThumbsForm::loadSelectedImage(const QString &path)
 {
     qDebug() << "loadSelectedImage: " << path;
+    shownPath = path;
     if (!selectedImage.isNull())
         previousImageSize = selectedImage.size();
     selectedImage = placeholder(path);
     resizeSelectedImage();
 
-    const TFileRecord *const record = recordAt(selectedImageIndex);
-    const QPixmap ready =
-        record && record->fullPath == path ? decodedAhead.picture(fileOf(*record)) : QPixmap();
-    // Never ahead of a picture that was asked for earlier.
-    if (!ready.isNull() && !loadImageThreadRunning) {
-        onImageLoaded(ready);
-        decodeNeighbours();
-    } else if (loadImageThreadRunning && loadImageThread->hangs()) {
-        const QStringList waiting = loadImageThread->takeWaiting();
+    decodedAhead.pause();
+    ImageRequest request = {path};
+    if (const TFileRecord *const record = recordAt(selectedImageIndex); record && record->fullPath == path)
+        request = decodedAhead.request(fileOf(*record));
+    if (loadImageThreadRunning && loadImageThread->hangs()) {
+        const QList<ImageRequest> waiting = loadImageThread->takeWaiting();
         leaveBehind(loadImageThread);
-        startLoadImageThread(waiting + QStringList(path));
+        startLoadImageThread(waiting + QList<ImageRequest>{request});
     } else if (loadImageThreadRunning) {
-        loadImageThread->addFile(path);
+        loadImageThread->addFile(request);
     } else {
-        startLoadImageThread({path});
+        startLoadImageThread({request});
     }
     emit changeTitle(VistamoGlobal().getAppTitle() + QLatin1Char('-') + path);
 }
@@ -86,14 +84,14 @@ QPixmap ThumbsForm::placeholder(const QString &path) const
     return item->icon().pixmap(QSize(maxIconSize, maxIconSize), 1.0).copy(record->imageRect);
 }
 
-void ThumbsForm::startLoadImageThread(const QStringList &paths)
+void ThumbsForm::startLoadImageThread(const QList<ImageRequest> &requests)
 {
     loadImageThreadRunning = true;
     loadImageThread = new VistamoLoadImageThread;
     connect(loadImageThread, SIGNAL(imageLoaded(QPixmap)), SLOT(onImageLoaded(QPixmap)));
     connect(loadImageThread, SIGNAL(finished()), SLOT(onLoadImageFinished()));
-    for (const QString &path : paths)
-        loadImageThread->addFile(path);
+    for (const ImageRequest &request : requests)
+        loadImageThread->addFile(request);
     loadImageThread->start(QThread::InheritPriority);
 }
 
@@ -110,7 +108,7 @@ void ThumbsForm::onLoadImageFinished()
     if (sender() != loadImageThread)
         return;
     // What was asked for while the thread was ending goes to the next one.
-    const QStringList waiting = loadImageThread->takeWaiting();
+    const QList<ImageRequest> waiting = loadImageThread->takeWaiting();
     delete std::exchange(loadImageThread, nullptr);
     loadImageThreadRunning = false;
     if (waiting.isEmpty())
@@ -122,7 +120,7 @@ void ThumbsForm::onLoadImageFinished()
 /// Has the neighbours of the picture on show decoded, the one in the direction of the last step first.
 void ThumbsForm::decodeNeighbours()
 {
-    QList<DecodedAhead::File> files;
+    QList<ImageRequest> files;
     const int count = static_cast<int>(VistamoGlobal::fileDataList.size());
     const int next = nextIndex(selectedImageIndex, count);
     const int previous = previousIndex(selectedImageIndex, count);
