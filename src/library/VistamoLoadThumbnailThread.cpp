@@ -91,7 +91,7 @@ void VistamoLoadThumbnailThread::processRequestThumbnail(const TThumbnailRequest
     const TThumbnailRecord key = ThumbnailDatabase::keyOf(request.info);
     const auto stored = ThumbnailDatabase::find(key);
     const QSize size = stored ? sizeOfJpeg(stored->jpeg) : QSize();
-    if (size.isEmpty()) {
+    if (size.isEmpty() || size.width() > thumbnailSide || size.height() > thumbnailSide) {
         publish();
         using Storing = ThumbnailMaker::Storing;
         maker->make(load, request, stored ? Storing::AddBehindBroken : Storing::Add, stopRequested);

@@ -18,7 +18,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <memory>
 #include <optional>
 
@@ -145,7 +144,7 @@ private:
     QHash<QString, Note> notes;
 };
 
-/// The files in decoding, in a mapped file.
+/// The files in decoding. What was written before the program died is in the file, since nothing is buffered.
 class Journal
 {
 public:
@@ -154,16 +153,15 @@ public:
         file.setFileName(fileName);
         owner = std::make_unique<QLockFile>(fileName + QStringLiteral(".lock"));
         owner->setStaleLockTime(0);
-        if (!owner->tryLock(0) || !file.open(QIODevice::ReadWrite))
+        if (!owner->tryLock(0) || !file.open(QIODevice::ReadWrite | QIODevice::Unbuffered))
             return;
-        // Written in full: a hole in a mapped file is a crash once the disk is full.
-        if (file.write(QByteArray(journalBytes, 0)) == journalBytes && file.flush())
-            memory = reinterpret_cast<char *>(file.map(0, journalBytes));
+        // In full, so that a disk that fills up later takes the entries all the same.
+        usable = file.write(QByteArray(journalBytes, 0)) == journalBytes;
     }
 
     void close()
     {
-        memory = nullptr;
+        usable = false;
         taken.fill(false);
         if (file.isOpen()) {
             file.close();
@@ -175,26 +173,32 @@ public:
     int enter(const QByteArray &text)
     {
         const auto slot = std::find(taken.begin(), taken.end(), false);
-        if (!memory || slot == taken.end() || text.size() >= slotBytes)
+        if (!usable || slot == taken.end() || text.size() >= slotBytes)
             return -1;
         *slot = true;
         const auto index = slot - taken.begin();
-        std::memcpy(memory + index * slotBytes, text.constData(), static_cast<size_t>(text.size()) + 1);
+        write(index, text + '\0');
         return static_cast<int>(index);
     }
 
     void leave(int slot)
     {
-        if (!memory || slot < 0)
+        if (!usable || slot < 0)
             return;
-        memory[slot * slotBytes] = 0;
+        write(slot, QByteArray(1, '\0'));
         taken[static_cast<size_t>(slot)] = false;
     }
 
 private:
+    void write(qint64 slot, const QByteArray &text)
+    {
+        if (file.seek(slot * slotBytes))
+            file.write(text);
+    }
+
     std::unique_ptr<QLockFile> owner; ///< tells other instances that this one lives
     QFile file;
-    char *memory = nullptr;
+    bool usable = false;
     std::array<bool, slotCount> taken = {};
 };
 

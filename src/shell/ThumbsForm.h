@@ -208,7 +208,7 @@ private:
     bool addFolderToList(const QString &path);
     void watchFolder(const QString &path);
     void insertFolder(const QString &path, const QIcon &icon);
-    void removeSelectedFolder();
+    void removeFolder(const QString &path);
     void checkEmptyFolderList();
     void showList(bool visible);
 
@@ -222,6 +222,7 @@ private:
     void leaveBehind(StoppableThread *thread);
     void endThreads();
     void clearFiles();
+    void restoreStrip();
     void addRows(const FoundFiles &files);
     bool updateRow(int row, const TFileRecord &record);
     void removeRowsFrom(int row);
@@ -279,7 +280,7 @@ private:
     QList<TFolderData> folderList;
     QFileSystemWatcher directoryWatcher;
     bool skipDirModified = false;
-    bool pendingFolderRemoval = false;
+    QString pendingFolderRemoval; ///< folder to be removed once the walk has ended
     QTimer changeTimer; ///< runs while the folder on show changes
     QElapsedTimer firstChange;
     QString changedPath;

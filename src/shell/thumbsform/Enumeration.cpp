@@ -58,6 +58,7 @@ void ThumbsForm::loadFolder(const QString &path)
     qDebug() << "vistamoLoadThumbnailThreadStat: " << vistamoLoadThumbnailThreadStat;
 
     if (!VistamoGlobal::vistamoLoadFolderThreadStat && !vistamoLoadThumbnailThreadStat) {
+        reloadWanted = false;
         startLoadThreads(path);
         return;
     }
@@ -155,11 +156,12 @@ void ThumbsForm::onLoadFolderFinish()
 void ThumbsForm::folderThreadEnded()
 {
     VistamoGlobal::vistamoLoadFolderThreadStat = false;
-    if (!std::exchange(pendingFolderRemoval, false))
+    const QString path = std::exchange(pendingFolderRemoval, QString());
+    if (path.isEmpty())
         return;
     // The walk was cut short, so the folder on show is to be read again if it stays.
     oldPath.clear();
-    removeSelectedFolder();
+    removeFolder(path);
 }
 
 void ThumbsForm::onLoadThumbnailFinish()
@@ -195,6 +197,8 @@ void ThumbsForm::onFilesFound(const FoundFiles &files)
 {
     if (files.load != currentLoad)
         return;
+    if (files.firstRow == 0)
+        restoreStrip();
     addRows(files);
     if (files.complete) {
         removeRowsFrom(files.firstRow + static_cast<int>(files.records.size()));
@@ -205,6 +209,20 @@ void ThumbsForm::onFilesFound(const FoundFiles &files)
     tellScrollPosition();
     for (qsizetype i = 0; i < files.infos.size(); ++i)
         onRequestGetThumbnail(files.infos[i], files.firstRow + static_cast<int>(i));
+}
+
+/// Fills the strip again if rows have left the list since it was filled.
+void ThumbsForm::restoreStrip()
+{
+    if (galleryModel.columnCount() == mainModel.rowCount())
+        return;
+    QList<QStandardItem *> cells;
+    for (int row = 0; row < mainModel.rowCount(); ++row)
+        cells.append(new QStandardItem(mainModel.item(row, 0)->icon(), mainModel.item(row, 0)->text()));
+    keepStripInPlace([&] {
+        galleryModel.clear();
+        addStripCells(galleryModel, 0, cells);
+    });
 }
 
 /// Publishes a batch: rows of an earlier walk are used again, the others are added, to the strip first.
@@ -262,12 +280,13 @@ bool ThumbsForm::updateRow(int row, const TFileRecord &record)
 /// Finds the file that the viewer shows again, once the list has been read anew.
 void ThumbsForm::followShownFile()
 {
-    const TFileRecord *const record = recordAt(selectedImageIndex);
-    if (viewerClosed || (record && record->fullPath == shownPath))
+    if (viewerClosed)
         return;
     const QList<TFileRecord> &records = VistamoGlobal::fileDataList;
-    const auto found = std::find_if(records.cbegin(), records.cend(),
-                                    [this](const TFileRecord &file) { return file.fullPath == shownPath; });
+    const QString fileName = QFileInfo(shownPath).fileName();
+    const auto found = std::find_if(records.cbegin(), records.cend(), [&](const TFileRecord &file) {
+        return file.fileName == fileName && isSamePath(file.fullPath, shownPath);
+    });
     if (found == records.cend())
         return;
     selectedImageIndex = static_cast<int>(found - records.cbegin());

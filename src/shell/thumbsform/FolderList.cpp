@@ -50,7 +50,7 @@ void ThumbsForm::onAddFolder(QString path, QString fileName)
     VistamoGlobal::selectedFileName.clear();
     qDebug() << "currentPath: " << currentPath;
     qDebug() << "path: " << path;
-    if (currentPath.compare(path, Qt::CaseInsensitive) != 0) {
+    if (!isSamePath(currentPath, path)) {
         VistamoGlobal::selectedFileName = fileName;
     } else {
         // The last match counts where names differ by case alone.
@@ -109,6 +109,9 @@ void ThumbsForm::on_sideTreeView_clicked(QModelIndex index)
 void ThumbsForm::onNeedToMoveitem(int oldPos, int newPos)
 {
     qDebug() << "onNeedToMoveitem: " << oldPos << "," << newPos;
+    // A folder may be removed while it is dragged.
+    if (oldPos >= folderList.size() || newPos >= folderList.size())
+        return;
     const QList<QStandardItem *> items = treeModel.takeRow(oldPos);
     treeModel.insertRow(newPos, items);
     folderList.move(oldPos, newPos);
@@ -123,20 +126,25 @@ void ThumbsForm::onNeedToMoveitem(int oldPos, int newPos)
 
 void ThumbsForm::on_openFileMinButton_clicked()
 {
+    const QModelIndexList selected = ui->sideTreeView->selectionModel()->selectedIndexes();
+    if (selected.isEmpty())
+        return;
+    const QString path = folderList.value(selected.first().row()).fullPath;
     if (!VistamoGlobal::vistamoLoadFolderThreadStat) {
-        removeSelectedFolder();
+        removeFolder(path);
         return;
     }
-    pendingFolderRemoval = true;
+    pendingFolderRemoval = path;
     stopFolderThread();
 }
 
-void ThumbsForm::removeSelectedFolder()
+void ThumbsForm::removeFolder(const QString &path)
 {
-    const QItemSelectionModel *const selection = ui->sideTreeView->selectionModel();
-    if (selection->selectedIndexes().isEmpty())
+    const auto folder = std::find_if(folderList.cbegin(), folderList.cend(),
+                                     [&](const TFolderData &entry) { return entry.fullPath == path; });
+    if (folder == folderList.cend())
         return;
-    const int row = selection->selectedIndexes().first().row();
+    const int row = static_cast<int>(folder - folderList.cbegin());
     treeModel.removeRow(row);
     folderList.removeAt(row);
     qDebug() << "folderList.count(): " << folderList.count();
@@ -147,7 +155,7 @@ void ThumbsForm::removeSelectedFolder()
 
     showList(true);
     // The view has selected a neighbour by now.
-    const QModelIndexList selected = selection->selectedIndexes();
+    const QModelIndexList selected = ui->sideTreeView->selectionModel()->selectedIndexes();
     if (!selected.isEmpty())
         loadFolder(folderList[selected.first().row()].fullPath);
 }
