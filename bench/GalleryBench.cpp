@@ -2,6 +2,7 @@
 //
 //   gallery-bench folder DIR     a folder is shown: rows, thumbnails, memory, answering
 //   gallery-bench picture FILE   a picture is opened in the viewer: first sight, full picture, zoom
+//   gallery-bench edit FILE      a picture is turned, filtered and cropped in the viewer
 //
 // The program has a home of its own: the first run in it is without stored thumbnails, a second one
 // (--home DIR, the same) finds them in the database.
@@ -11,6 +12,7 @@
 #include "shell/MainWindow.h"
 #include "viewer/TImageLabel.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
@@ -179,7 +181,8 @@ void measureFolder(MainWindow &window, const QString &folder)
     print("resize of the window", time.nsecsElapsed() / 1e6, "ms");
 }
 
-void measurePicture(MainWindow &window, const QString &path)
+/// Shows the folder of a picture, waits for its thumbnails, and gives the picture's place in the list.
+QModelIndex findInList(MainWindow &window, const QString &path)
 {
     const QFileInfo info(path);
     QElapsedTimer time;
@@ -191,10 +194,17 @@ void measurePicture(MainWindow &window, const QString &path)
         return !records.isEmpty() && !VistamoGlobal::vistamoLoadFolderThreadStat
                && std::all_of(records.cbegin(), records.cend(), answered);
     });
-    auto &list = *window.findChild<QListView *>("mainListView");
     const auto record = std::find_if(records.cbegin(), records.cend(),
                                      [&](const TFileRecord &r) { return r.fileName == info.fileName(); });
-    const QModelIndex index = list.model()->index(static_cast<int>(record - records.cbegin()), 0);
+    auto &list = *window.findChild<QListView *>("mainListView");
+    return list.model()->index(static_cast<int>(record - records.cbegin()), 0);
+}
+
+void measurePicture(MainWindow &window, const QString &path)
+{
+    QElapsedTimer time;
+    const QModelIndex index = findInList(window, path);
+    auto &list = *window.findChild<QListView *>("mainListView");
     auto *const label = window.findChild<TImageLabel *>("imageLabel");
     auto *const sizeLabel = window.findChild<QLabel *>("sizeInfoLabel");
 
@@ -234,6 +244,91 @@ void measurePicture(MainWindow &window, const QString &path)
     print("resident memory after zooming", statusMegabytes("VmRSS"), "MB");
 }
 
+/// Counts the paint events of a widget.
+class PaintCount : public QObject
+{
+public:
+    explicit PaintCount(QWidget *widget) { widget->installEventFilter(this); }
+    int paints = 0;
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        paints += event->type() == QEvent::Paint;
+        return false;
+    }
+};
+
+void measureEdits(MainWindow &window, const QString &path)
+{
+    QElapsedTimer time;
+    window.resize(1540, 1120);
+    const QModelIndex index = findInList(window, path);
+    auto *const label = window.findChild<TImageLabel *>("imageLabel");
+    auto *const sizeLabel = window.findChild<QLabel *>("sizeInfoLabel");
+    QObject *const form = window.findChild<QObject *>("ThumbsForm");
+    emit window.findChild<QListView *>("mainListView")->doubleClicked(index);
+    time.restart();
+    waitFor(time, [&] { return !sizeLabel->text().isEmpty(); });
+
+    const std::pair<const char *, const char *> edits[] = {
+        {"rotate", "on_rotateRightButton_clicked"}, {"flip across", "on_flipHButton_clicked"},
+        {"flip down", "on_flipVButton_clicked"},    {"sepia", "onSepiaAction"},
+        {"grayscale", "onGrayscaleAction"},
+    };
+    for (const auto &[name, slot] : edits) {
+        QList<double> times;
+        for (int round = 0; round < 6; ++round) {
+            time.restart();
+            QMetaObject::invokeMethod(form, slot);
+            label->repaint();
+            times.append(time.nsecsElapsed() / 1e6);
+        }
+        print(name, median(times), "ms");
+    }
+
+    QMetaObject::invokeMethod(form, "onContrastAction");
+    PaintCount count(label);
+    QList<double> draws;
+    for (int value = 10; value < 40; ++value) {
+        const int before = count.paints;
+        time.restart();
+        QMetaObject::invokeMethod(form, "on_setFilter", Q_ARG(int, value), Q_ARG(int, 20), Q_ARG(int, 150),
+                                  Q_ARG(int, 30));
+        draws.append(waitFor(time, [&] { return count.paints > before; }));
+    }
+    print(QStringLiteral("live draw at %1 pixels").arg(label->width()), median(draws), "ms");
+    QList<double> applied;
+    for (int round = 0; round < 6; ++round) {
+        time.restart();
+        QMetaObject::invokeMethod(form, "on_filterDialogApplyChanges");
+        QMetaObject::invokeMethod(form, "on_filterDialogCancelChanges");
+        label->repaint();
+        applied.append(time.nsecsElapsed() / 1e6);
+    }
+    print("apply all four adjustments", median(applied), "ms");
+
+    window.findChild<QAbstractButton *>("cropButton")->click();
+    for (const double scale : {0.2, 1.0, 3.0}) {
+        while (label->width() < scale * 6000)
+            emit label->needToResizeImage(1);
+        QCoreApplication::processEvents();
+        // Whatever is under the pointer; a drag of the whole rectangle repaints most.
+        emit label->mouseMove(QPoint(), label->rect().center());
+        emit label->startDragImage(QPoint());
+        double longest = 0;
+        for (int i = 1; i < 40; ++i) {
+            time.restart();
+            emit label->mouseMove(QPoint(5 * i, 3 * i), label->rect().center() + QPoint(5 * i, 3 * i));
+            QCoreApplication::sendPostedEvents();
+            label->repaint();
+            longest = std::max(longest, time.nsecsElapsed() / 1e6);
+        }
+        emit label->endDragImage();
+        print(QStringLiteral("longest move of a crop drag at %1%").arg(scale * 100), longest, "ms");
+    }
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -268,6 +363,8 @@ int main(int argc, char *argv[])
     QCoreApplication::processEvents();
     if (arguments[0] == "folder")
         measureFolder(window, QFileInfo(arguments[1]).absoluteFilePath());
+    else if (arguments[0] == "edit")
+        measureEdits(window, QFileInfo(arguments[1]).absoluteFilePath());
     else
         measurePicture(window, QFileInfo(arguments[1]).absoluteFilePath());
     return 0;

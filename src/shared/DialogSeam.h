@@ -14,14 +14,15 @@ namespace DialogSeam {
 
 enum class Kind
 {
-    SelectFolder
+    SelectFolder,
+    SaveFile
 };
 
 struct Question
 {
     Kind kind;
     QString title;
-    QString text; ///< start folder, message or proposed name
+    QString text; ///< start folder or path, message or proposed name
 };
 
 using Answerer = std::function<std::optional<QVariant>(const Question &)>;

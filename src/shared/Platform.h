@@ -2,12 +2,17 @@
 
 #include <QString>
 
+class QFileDevice;
+
 /// What the program needs of the operating system beyond Qt, defined in one set of files per system.
 namespace Platform {
 
 /// Bytes of memory that this process may use: the least of what the machine has and of the limits that the
 /// system sets on the process (on Linux its control groups and resource limits).
 qint64 usableMemory();
+
+/// Has the system write to the disk what was written to an open file. False if that failed.
+bool flushToDisk(const QFileDevice &file);
 
 /// Asks the user for a folder, modal, in the system's own dialog. `startFolder` is shown first if it exists.
 /// Gives an empty string if the user cancels, otherwise a path as the system writes it.

@@ -69,3 +69,8 @@ qint64 Platform::usableMemory()
     const qint64 machine = static_cast<qint64>(sysconf(_SC_PHYS_PAGES)) * sysconf(_SC_PAGE_SIZE);
     return std::min({machine, controlGroupLimit(), resourceLimit(RLIMIT_AS), resourceLimit(RLIMIT_DATA)});
 }
+
+bool Platform::flushToDisk(const QFileDevice &file)
+{
+    return fsync(file.handle()) == 0;
+}

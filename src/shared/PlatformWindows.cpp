@@ -1,5 +1,8 @@
 #include "shared/Platform.h"
 
+#include <QFileDevice>
+
+#include <io.h>
 #include <windows.h>
 
 qint64 Platform::usableMemory()
@@ -9,4 +12,9 @@ qint64 Platform::usableMemory()
     if (!GlobalMemoryStatusEx(&status))
         return 0;
     return static_cast<qint64>(qMin(status.ullTotalPhys, status.ullTotalVirtual));
+}
+
+bool Platform::flushToDisk(const QFileDevice &file)
+{
+    return _commit(file.handle()) == 0;
 }

@@ -107,6 +107,20 @@ public:
     /// The folder of the thumbnail database, made if it is missing.
     QString getThumbnailsFolder() const;
 
+    // Colour filters: defined in viewer/ColourFilters.cpp. The result is an opaque `QImage::Format_RGB32`,
+    // null for a null image.
+
+    /// All four filters in one pass, as the live view has them: gamma goes by whole steps of 100, and every
+    /// channel is limited to its range after each filter.
+    /// @param gamma         -100 to 699; below 0 only full values are left
+    /// @param invertColours channels below this are inverted; 0 for none
+    QImage applyFilters(QImage image, int contrast, int brightness, int gamma, int invertColours) const;
+
+    /// One filter at full precision: 0 brightness, 1 contrast, 2 gamma, 3 sepia, 4 inverted colours. Its last
+    /// step limits the channels only in part, so that some values wrap around: brightness 100 makes
+    /// (255, 44, 255) of (200, 200, 200).
+    QImage applyFilter(QImage image, int filterType, float value) const;
+
     // Settings of the batch tools
     static inline int pageSizeComboIndex[5] = {-1, -1, -1, -1, -1};
     static inline QString outputFolder;

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QMutex>
+#include <QWaitCondition>
 
+#include <atomic>
 #include <deque>
 #include <optional>
 #include <utility>
@@ -15,6 +17,7 @@ public:
     {
         const QMutexLocker locker(&mutex);
         entries.push_back(std::move(work));
+        changed.wakeOne();
     }
 
     /// Adds `work`, in place of the newest entry once `limit` entries are waiting.
@@ -37,7 +40,36 @@ public:
         return work;
     }
 
+    bool isEmpty()
+    {
+        const QMutexLocker locker(&mutex);
+        return entries.empty();
+    }
+
+    /// Waits for an entry, and gives the newest and drops all others; nothing once `finish` is set and no
+    /// entry is left.
+    std::optional<Work> waitForNewest(const std::atomic_bool &finish)
+    {
+        const QMutexLocker locker(&mutex);
+        while (entries.empty() && !finish)
+            changed.wait(&mutex);
+        if (entries.empty())
+            return std::nullopt;
+        std::optional<Work> work(std::move(entries.back()));
+        entries.clear();
+        return work;
+    }
+
+    /// Sets the flag of a worker that waits here, and wakes it.
+    void finish(std::atomic_bool &flag)
+    {
+        const QMutexLocker locker(&mutex);
+        flag = true;
+        changed.wakeAll();
+    }
+
 private:
     QMutex mutex;
+    QWaitCondition changed;
     std::deque<Work> entries;
 };

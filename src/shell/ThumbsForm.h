@@ -6,10 +6,12 @@
 #include "library/VistamoLoadFolderThread.h"
 #include "library/VistamoLoadThumbnailThread.h"
 #include "shared/VistamoGlobal.h"
+#include "viewer/CropGeometry.h"
 #include "viewer/DecodedAhead.h"
 #include "viewer/DisplayedImage.h"
 #include "viewer/ViewGeometry.h"
 #include "viewer/VistamoLoadImageThread.h"
+#include "viewer/VistamoProcessImageThread.h"
 
 #include <QElapsedTimer>
 #include <QFileSystemWatcher>
@@ -26,6 +28,8 @@
 class QAction;
 class QSettings;
 class QStackedLayout;
+class VistamoFilterDialog;
+class VistamoSaveImageThread;
 
 namespace Ui {
 class ThumbsForm;
@@ -256,6 +260,26 @@ private:
     void stepTo(int index);
     void placeNavigationButtons();
 
+    // Rotate, flip and crop
+    void editPicture(const std::function<QPixmap(const QPixmap &)> &edit);
+    void rotateImage(int angle);
+    void flipImage(Qt::Orientation direction);
+    void initCropRect();
+    void initCropMode();
+    void showCropRect();
+    void resizeCropRect(QPoint point, int x, int y);
+    void startCropDrag(QPoint point);
+    void moveOverCrop(QPoint point, QPoint localPoint);
+    void setCropSide(void (QRect::*set)(int), int value);
+
+    // Colour adjustments
+    void requestFilteredView(bool highQuality);
+
+    // Export
+    QString askForExportPath();
+    void saveImage(const QPixmap &pixmap, const QString &path);
+    void finishExports();
+
     // Gallery strip
     void keepStripInPlace(const std::function<void()> &change);
 
@@ -281,7 +305,7 @@ private:
     QFileSystemWatcher directoryWatcher;
     bool skipDirModified = false;
     QString pendingFolderRemoval; ///< folder to be removed once the walk has ended
-    QTimer changeTimer; ///< runs while the folder on show changes
+    QTimer changeTimer;           ///< runs while the folder on show changes
     QElapsedTimer firstChange;
     QString changedPath;
 
@@ -333,4 +357,26 @@ private:
     ScaleMode imageScale = ScaleMode::Fit;
     bool imageDragging = false;
     QPoint imageDragPos;
+
+    // Crop
+    QRect cropRect;        ///< pixels of `selectedImage`
+    QRect cropDisplayRect; ///< the same in pixels of `displayedImage`, as last drawn
+    CropResizeMode cropResizeMode = CRNone;
+    bool cropHandleFarSide = false; ///< the edge or corner under the pointer is the right or bottom one
+    bool cropDragging = false;
+    QPoint cropDragPos;            ///< on the screen, at the last step of the drag
+    bool updatingCropRect = false; ///< the spin boxes follow and do not lead
+
+    // Colour adjustments; the values last sent by the dialog
+    bool adjustmentsActive = false; ///< the view comes from `processImageThread`
+    int contrast = 0;
+    int brightness = 0;
+    int gamma = 0;
+    int invertColours = 0;
+    VistamoProcessImageThread *processImageThread = nullptr;
+    VistamoFilterDialog *filterDialog = nullptr; ///< made once and kept
+
+    // Export
+    VistamoSaveImageThread *saveImageThread = nullptr;
+    bool saveImageThreadRunning = false;
 };

@@ -1,14 +1,18 @@
 #include "viewer/TImageLabel.h"
 
+#include "viewer/CropOverlay.h"
+
 #include <QCursor>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QWheelEvent>
 
-void TImageLabel::showImage(const QPixmap &full, const DisplayedImage &displayed)
+void TImageLabel::showImage(const QPixmap &full, const DisplayedImage &displayed,
+                            const std::optional<QRect> &crop)
 {
     fullImage = full;
     displayedImage = displayed;
+    cropDisplayRect = crop;
     if (!text().isEmpty())
         clear(); // what the label starts with
     update();
@@ -62,6 +66,8 @@ void TImageLabel::paintEvent(QPaintEvent *event)
     painter.setClipRect(exposed);
     painter.translate(image.topLeft());
     paintImage(painter, fullImage, displayedImage, exposed.translated(-image.topLeft()));
+    if (cropDisplayRect)
+        paintCropOverlay(painter, QRect(QPoint(), image.size()), *cropDisplayRect);
 }
 
 /// Where the picture lies in the label.

@@ -4,6 +4,8 @@
 
 #include <QLabel>
 
+#include <optional>
+
 /// Carries the picture of a viewer, centred, and turns the mouse into signals. All decisions are the owner's.
 /// Any button drags.
 class TImageLabel : public QLabel
@@ -13,8 +15,10 @@ class TImageLabel : public QLabel
 public:
     using QLabel::QLabel;
 
-    /// Shows `full` as `displayed` says. Nothing is scaled here; painting renders what is visible.
-    void showImage(const QPixmap &full, const DisplayedImage &displayed);
+    /// Shows `full` as `displayed` says, with a crop rectangle over it if there is one, pixels of the view.
+    /// Nothing is scaled here; painting renders what is visible.
+    void showImage(const QPixmap &full, const DisplayedImage &displayed,
+                   const std::optional<QRect> &crop = {});
 
     /// Reports mouse moves also while no button is held.
     void setCropMode(bool on);
@@ -40,4 +44,5 @@ private:
     bool cropMode = false;
     QPixmap fullImage;
     DisplayedImage displayedImage;
+    std::optional<QRect> cropDisplayRect;
 };

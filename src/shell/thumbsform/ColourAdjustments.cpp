@@ -1,33 +1,148 @@
 #include "shell/ThumbsForm.h"
 
-void ThumbsForm::on_filterResultAvailable(QImage) {}
+#include "viewer/ColourFilters.h"
+#include "viewer/VistamoFilterDialog.h"
 
-void ThumbsForm::on_filterFinished() {}
+#include <QtDebug>
 
-void ThumbsForm::onGrayscaleAction() {}
+#include <utility>
 
-void ThumbsForm::onSepiaAction() {}
+namespace {
 
-void ThumbsForm::onContrastAction() {}
+constexpr int sepia = 3; // among the filters of `applyFilter`
+constexpr QPoint dialogOffset(10, 10);
 
-void ThumbsForm::onBrightnessAction() {}
+} // namespace
 
-void ThumbsForm::onGammaAction() {}
+void ThumbsForm::onGrayscaleAction()
+{
+    editPicture(
+        [](const QPixmap &pixmap) { return QPixmap::fromImage(ColourFilters::grayscale(pixmap.toImage())); });
+    drawSelectedImage(false);
+}
 
-void ThumbsForm::onInvertColorsAction() {}
+void ThumbsForm::onSepiaAction()
+{
+    editPicture([](const QPixmap &pixmap) {
+        return QPixmap::fromImage(VistamoGlobal().applyFilter(pixmap.toImage(), sepia, 0));
+    });
+    drawSelectedImage(false);
+}
 
-void ThumbsForm::onResetImageAction() {}
+void ThumbsForm::onContrastAction()
+{
+    showFilterDialog(1);
+}
 
-void ThumbsForm::startProcessImageThread() {}
+void ThumbsForm::onBrightnessAction()
+{
+    showFilterDialog(0);
+}
 
-void ThumbsForm::stopProcessImageThread() {}
+void ThumbsForm::onGammaAction()
+{
+    showFilterDialog(2);
+}
 
-void ThumbsForm::on_filterDialogApplyChanges() {}
+void ThumbsForm::onInvertColorsAction()
+{
+    showFilterDialog(4);
+}
 
-void ThumbsForm::on_filterDialogCancelChanges() {}
+void ThumbsForm::onResetImageAction()
+{
+    if (const TFileRecord *const record = recordAt(selectedImageIndex))
+        loadSelectedImage(record->fullPath);
+}
 
-void ThumbsForm::on_adjustmentsVisible(bool) {}
+/// Opens the adjustments dialog, which has all controls whatever the entry of the menu.
+void ThumbsForm::showFilterDialog(int)
+{
+    startProcessImageThread();
+    const QImage image = selectedImage.toImage();
+    if (!filterDialog) {
+        filterDialog = new VistamoFilterDialog(this);
+        connect(filterDialog, SIGNAL(setFilter(int, int, int, int)), SLOT(on_setFilter(int, int, int, int)));
+        connect(filterDialog, SIGNAL(adjustmentsVisible(bool)), SLOT(on_adjustmentsVisible(bool)));
+        connect(filterDialog, SIGNAL(applyChanges()), SLOT(on_filterDialogApplyChanges()));
+        connect(filterDialog, SIGNAL(cancelChanges()), SLOT(on_filterDialogCancelChanges()));
+    }
+    QRect place = filterDialog->geometry();
+    place.setTopLeft(mapToGlobal(geometry().topLeft()) + dialogOffset);
+    filterDialog->setGeometry(place);
+    filterDialog->setImage(image);
+    filterDialog->show();
+}
 
-void ThumbsForm::on_setFilter(int, int, int, int) {}
+void ThumbsForm::startProcessImageThread()
+{
+    if (processImageThread)
+        return;
+    processImageThread = new VistamoProcessImageThread;
+    connect(processImageThread, SIGNAL(resultAvailable(QImage)), SLOT(on_filterResultAvailable(QImage)));
+    connect(processImageThread, SIGNAL(finished()), SLOT(on_filterFinished()));
+    processImageThread->start(QThread::InheritPriority);
+}
 
-void ThumbsForm::showFilterDialog(int) {}
+void ThumbsForm::stopProcessImageThread()
+{
+    if (processImageThread)
+        processImageThread->setFinishRequested();
+}
+
+void ThumbsForm::on_filterFinished()
+{
+    delete std::exchange(processImageThread, nullptr);
+    // The dialog was opened again while the thread was ending.
+    if (adjustmentsActive) {
+        startProcessImageThread();
+        drawSelectedImage(false);
+    }
+}
+
+/// Has the view worked out with the settings of the dialog.
+void ThumbsForm::requestFilteredView(bool highQuality)
+{
+    if (processImageThread)
+        processImageThread->addRequest({selectedImage, highQuality ? 1 : 0, displayedImage.width(), contrast,
+                                        brightness, gamma, invertColours});
+}
+
+void ThumbsForm::on_filterResultAvailable(QImage image)
+{
+    displayedImage = {image.deviceIndependentSize().toSize(), true, QPixmap::fromImage(image)};
+    displayedImage.pixels.setDevicePixelRatio(1.0);
+    showDisplayedImage(false);
+}
+
+void ThumbsForm::on_adjustmentsVisible(bool stat)
+{
+    adjustmentsActive = stat;
+}
+
+void ThumbsForm::on_setFilter(int contrast, int brightness, int gamma, int invertColours)
+{
+    this->contrast = contrast;
+    this->brightness = brightness;
+    this->gamma = gamma;
+    this->invertColours = invertColours;
+    drawSelectedImage(false);
+}
+
+void ThumbsForm::on_filterDialogApplyChanges()
+{
+    qDebug() << "on_applyChanges";
+    adjustmentsActive = false;
+    selectedImage = QPixmap::fromImage(
+        ColourFilters::applyAdjustments(selectedImage.toImage(), contrast, brightness, gamma, invertColours));
+    drawSelectedImage(false);
+    stopProcessImageThread();
+}
+
+void ThumbsForm::on_filterDialogCancelChanges()
+{
+    adjustmentsActive = false;
+    displayedImage = {scaledToWidth(selectedImage.size(), displayedImage.width())};
+    drawSelectedImage(false);
+    stopProcessImageThread();
+}

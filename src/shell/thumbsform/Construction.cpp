@@ -67,6 +67,7 @@ ThumbsForm::~ThumbsForm()
 {
     saveSettings();
     endThreads();
+    finishExports();
     DecodeGuard::finish();
     VistamoGlobal::thumbnailDatabase.close();
     const QString connection = VistamoGlobal::thumbnailDatabase.connectionName();

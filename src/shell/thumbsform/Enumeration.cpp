@@ -335,7 +335,8 @@ void ThumbsForm::endThreads()
 {
     const QDeadlineTimer deadline(longestExitMs);
     const std::initializer_list<StoppableThread *> threads = {loadFolderThread, loadThumbnailThread,
-                                                              loadImageThread, decodedAhead.takeThread()};
+                                                              loadImageThread, decodedAhead.takeThread(),
+                                                              processImageThread};
     for (StoppableThread *const thread : threads) {
         if (thread)
             thread->stop();

@@ -10,6 +10,7 @@ void ThumbsForm::onClickListView(QModelIndex index)
         return;
     selectedImageIndex = index.column();
     loadImage();
+    initCropMode();
 }
 
 void ThumbsForm::on_galleryButton_clicked()

@@ -111,6 +111,7 @@ void ThumbsForm::onDoubleClickListView(QModelIndex index)
     setImageScale(ScaleMode::Fit);
     resizeSelectedImage();
     loadImage();
+    initCropMode();
     ui->galleryTableView->selectColumn(selectedImageIndex);
 }
 

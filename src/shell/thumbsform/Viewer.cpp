@@ -1,6 +1,7 @@
 #include "shell/ThumbsForm.h"
 
 #include "ui_ThumbsForm.h"
+#include "viewer/VistamoFilterDialog.h"
 
 #include <QKeyEvent>
 #include <QStackedLayout>
@@ -100,6 +101,7 @@ void ThumbsForm::onImageLoaded(QPixmap pixmap)
     selectedImage = pixmap;
     ui->sizeInfoLabel->setText(
         QStringLiteral("%1x%2").arg(selectedImage.width()).arg(selectedImage.height()));
+    initCropMode();
     resizeSelectedImage();
 }
 
@@ -139,6 +141,10 @@ void ThumbsForm::drawSelectedImage(bool highQuality)
     scaleFactor = static_cast<double>(displayedImage.width()) / selectedImage.width();
     ui->percentResizeLabel->setText(percentText(scaleFactor));
     qDebug() << "drawSelectedImage: " << highQuality;
+    if (adjustmentsActive) {
+        requestFilteredView(highQuality);
+        return;
+    }
     if (highQuality)
         displayedImage = smoothImage(selectedImage, displayedImage.size, viewport(), devicePixelRatio());
     showDisplayedImage(highQuality);
@@ -148,7 +154,14 @@ void ThumbsForm::showDisplayedImage(bool highQuality)
 {
     if (viewerClosed)
         return;
-    ui->imageLabel->showImage(selectedImage, displayedImage);
+    if (ui->cropButton->isChecked()) {
+        if (displayedImage.isNull())
+            return;
+        showCropRect();
+        ui->imageLabel->showImage(selectedImage, displayedImage, cropDisplayRect);
+    } else {
+        ui->imageLabel->showImage(selectedImage, displayedImage);
+    }
     if (highQuality)
         return;
     highQualityCountdown = ticksToHighQuality;
@@ -253,6 +266,8 @@ void ThumbsForm::placeNavigationButtons()
 
 void ThumbsForm::on_closeButton_clicked()
 {
+    if (filterDialog)
+        filterDialog->close();
     viewerClosed = true;
     decodeNeighbours(); // none any more
     emit changeTitle(VistamoGlobal().getAppTitle());

@@ -77,12 +77,18 @@ void ThumbsForm::onNeedToResizeImage(int val)
 
 void ThumbsForm::onStartDragImage(QPoint point)
 {
+    if (ui->cropButton->isChecked()) {
+        startCropDrag(point);
+        return;
+    }
     imageDragging = true;
     imageDragPos = point;
 }
 
-void ThumbsForm::onMouseMove(QPoint point, QPoint)
+void ThumbsForm::onMouseMove(QPoint point, QPoint localPoint)
 {
+    if (ui->cropButton->isChecked())
+        moveOverCrop(point, localPoint);
     if (!imageDragging)
         return;
     const QPoint moved = imageDragPos - point;
@@ -96,6 +102,8 @@ void ThumbsForm::onMouseMove(QPoint point, QPoint)
 void ThumbsForm::onEndDragImage()
 {
     imageDragging = false;
+    cropDragging = false;
+    cropResizeMode = CRNone;
 }
 
 void ThumbsForm::onMouseLeave()

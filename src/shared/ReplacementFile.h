@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QFile>
+#include <QString>
+
+/// A new file that takes the place of its target in one step, or not at all.
+///
+/// It is written under a hidden temporary name beside the target, which stands as it is until `commit`. Of a
+/// program that was killed a file named `.orrelan-*.tmp` may stay; it is never taken for a picture.
+class ReplacementFile : public QFile
+{
+    Q_OBJECT
+
+public:
+    /// @param target a link is followed: what it points to is replaced
+    explicit ReplacementFile(const QString &target);
+
+    /// Drops the new file unless it was committed.
+    ~ReplacementFile() override;
+
+    /// Opens the new file for writing and reading. False if the target is not a file or may not be written,
+    /// or if the folder takes no new file.
+    bool create();
+
+    /// Closes the new file and puts it in the target's place, with its permissions. False if anything that
+    /// was written did not arrive on the disk; the target is then as it was.
+    bool commit();
+
+protected:
+    qint64 writeData(const char *data, qint64 length) override;
+
+private:
+    QString target;
+    bool writeFailed = false;
+};

@@ -1,0 +1,46 @@
+#include "viewer/VistamoSaveImageThread.h"
+
+#include "shared/ReplacementFile.h"
+
+#include <QFileInfo>
+#include <QImageWriter>
+#include <QtDebug>
+
+namespace {
+
+void save(const TSaveImageRequest &request)
+{
+    ReplacementFile file(request.fileName);
+    if (!file.create())
+        return;
+    QImageWriter writer(&file, QFileInfo(request.fileName).suffix().toLower().toLatin1());
+    writer.setOptimizedWrite(true);
+    writer.setProgressiveScanWrite(true);
+    if (writer.write(request.pixmap.toImage()))
+        file.commit();
+    else
+        qDebug() << "Cannot encode" << request.fileName << writer.errorString();
+}
+
+} // namespace
+
+VistamoSaveImageThread::VistamoSaveImageThread(QObject *parent)
+    : QThread(parent)
+{
+    setObjectName(QStringLiteral("SaveImage"));
+}
+
+void VistamoSaveImageThread::addRequest(QPixmap pixmap, QString fileName)
+{
+    requestList.push({pixmap, fileName});
+}
+
+void VistamoSaveImageThread::run()
+{
+    while (!stopRequested) {
+        const auto request = requestList.tryTake();
+        if (!request)
+            return;
+        save(*request);
+    }
+}

@@ -1,0 +1,285 @@
+#include "shared/VistamoGlobal.h"
+#include "viewer/ColourFilters.h"
+#include "viewer/CropGeometry.h"
+
+#include <QtTest>
+
+#include <cmath>
+
+namespace {
+
+using Filter = std::function<void(float &r, float &g, float &b)>;
+
+/// The arithmetic of one filter, step by step as it is defined.
+Filter literalFilter(int type, float value)
+{
+    if (type == 3) {
+        return [](float &r, float &g, float &b) {
+            r = float(0.393 * r + 0.769 * g + 0.189 * b);
+            g = float(0.686 * g + 0.349 * r + 0.168 * b);
+            b = float(0.534 * g + 0.272 * r + 0.131 * b);
+        };
+    }
+    if (type == 2)
+        value = (value + 100) / 100;
+    return [=](float &r, float &g, float &b) {
+        for (float *const v : {&r, &g, &b}) {
+            float d = (259 - value) * 255;
+            if (d == 0)
+                d = (259 - (value + 1)) * 255;
+            const float f = (value + 255) * 259 / d;
+            if (type == 0)
+                *v = *v + value;
+            else if (type == 1)
+                *v = (*v - 128) * f + 128;
+            else if (type == 2)
+                *v = powf(*v / 255, 1 / value) * 255;
+            else if (value > *v)
+                *v = 255 - *v;
+        }
+    };
+}
+
+int lowByte(float value)
+{
+    return std::abs(value) < 2e9f ? int(value) & 0xff : 0;
+}
+
+void limitInPart(float &r, float &g, float &b)
+{
+    bool limitGreen = true;
+    if (r > 255 || r < 0) {
+        r = r > 255 ? 255 : 0;
+        limitGreen = false;
+    }
+    if (limitGreen)
+        g = std::min(g, 255.0f);
+    if (g < 0)
+        g = 0;
+    else
+        b = std::clamp(b, 0.0f, 255.0f);
+}
+
+void limit(float &v)
+{
+    v = std::clamp(v, 0.0f, 255.0f);
+}
+
+Filter literalLiveFilters(int contrast, int brightness, int gamma, int invertColours)
+{
+    const int g = int((gamma + 100) / 100.0f);
+    const float e = 1.0f / g;
+    const int divisor = 66045 - 255 * contrast;
+    const float f = float((contrast + 255) * 259) / float(divisor ? divisor : 65790 - 255 * contrast);
+    return [=](float &r, float &green, float &b) {
+        for (float *const v : {&r, &green, &b}) {
+            *v = (*v - 128) * f + 128;
+            limit(*v);
+            *v = *v + brightness;
+            limit(*v);
+            *v = powf(*v / 255, e) * 255;
+            limit(*v);
+            if (invertColours > *v)
+                *v = 255 - *v;
+            limit(*v);
+        }
+    };
+}
+
+QImage eachPixel(const QImage &image, const Filter &filter)
+{
+    QImage result = image.convertToFormat(QImage::Format_RGB32);
+    for (int y = 0; y < result.height(); ++y) {
+        for (QRgb *pixel = reinterpret_cast<QRgb *>(result.scanLine(y)), *end = pixel + result.width();
+             pixel != end; ++pixel) {
+            float r = qRed(*pixel), g = qGreen(*pixel), b = qBlue(*pixel);
+            filter(r, g, b);
+            *pixel = (*pixel & 0xff000000) | uint(lowByte(r) << 16 | lowByte(g) << 8 | lowByte(b));
+        }
+    }
+    return result;
+}
+
+QImage literally(const QImage &image, int type, float value)
+{
+    const Filter change = literalFilter(type, value);
+    return eachPixel(image, [&](float &r, float &g, float &b) {
+        change(r, g, b);
+        limitInPart(r, g, b);
+    });
+}
+
+bool sameBytes(const QImage &a, const QImage &b)
+{
+    return a.format() == b.format() && a.size() == b.size()
+           && std::equal(a.constBits(), a.constBits() + a.sizeInBytes(), b.constBits());
+}
+
+/// Every value in every channel, with many combinations of them.
+QImage allValues()
+{
+    QImage image(256, 256, QImage::Format_RGB32);
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < 256; ++x)
+            image.setPixel(x, y, qRgb(x, (x + y) % 256, (x * 3 + y * 7) % 256));
+    return image;
+}
+
+} // namespace
+
+/// The rules of editing: colour filters byte for byte, and the crop rectangle.
+class EditRulesTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void singleFiltersGiveTheirArithmetic()
+    {
+        const VistamoGlobal global;
+        const QImage image = allValues();
+        for (int type = 0; type <= 4; ++type) {
+            for (const int value : {-255, -180, -101, -100, -99, -50, -1, 0, 1, 50, 99, 100, 128, 254, 255,
+                                    258, 259, 260, 699}) {
+                QVERIFY2(sameBytes(global.applyFilter(image, type, value), literally(image, type, value)),
+                         qPrintable(QStringLiteral("filter %1, value %2").arg(type).arg(value)));
+            }
+        }
+        const QImage light = global.applyFilter(QImage(1, 1, QImage::Format_RGB32), 0, 0);
+        QCOMPARE(light.size(), QSize(1, 1));
+        QImage pixel(1, 1, QImage::Format_RGB32);
+        pixel.fill(qRgb(200, 200, 200));
+        QCOMPARE(global.applyFilter(pixel, 0, 100).pixel(0, 0), qRgb(255, 44, 255));
+        QVERIFY(global.applyFilter(QImage(), 3, 0).isNull());
+    }
+
+    void liveFiltersGiveTheirArithmetic()
+    {
+        const VistamoGlobal global;
+        const QImage image = allValues();
+        for (const int contrast : {-255, -128, -1, 0, 1, 77, 255, 259})
+            for (const int brightness : {-255, -10, 0, 255})
+                for (const int gamma : {-100, -1, 0, 99, 100, 250, 699})
+                    for (const int invert : {0, 128, 255})
+                        QVERIFY(sameBytes(
+                            global.applyFilters(image, contrast, brightness, gamma, invert),
+                            eachPixel(image, literalLiveFilters(contrast, brightness, gamma, invert))));
+        QVERIFY(global.applyFilters(QImage(), 1, 1, 1, 1).isNull());
+    }
+
+    void adjustmentsAreTheFiltersInTurn()
+    {
+        const QImage image = allValues();
+        for (const int contrast : {-255, 0, 30, 255})
+            for (const int brightness : {-120, 0, 100, 255})
+                for (const int gamma : {-100, -50, 0, 50})
+                    for (const int invert : {0, 100, 255}) {
+                        const QImage expected = literally(
+                            literally(literally(literally(image, 1, contrast), 0, brightness), 2, gamma), 4,
+                            invert);
+                        QVERIFY(sameBytes(
+                            ColourFilters::applyAdjustments(image, contrast, brightness, gamma, invert),
+                            expected));
+                    }
+    }
+
+    void everyPixelFormat()
+    {
+        // Large enough for several threads, and a width that leaves bytes at the end of rows.
+        QImage random(1001, 999, QImage::Format_ARGB32);
+        QRandomGenerator generator(7);
+        generator.fillRange(reinterpret_cast<quint32 *>(random.bits()), random.sizeInBytes() / 4);
+        for (int format = QImage::Format_Mono; format < QImage::NImageFormats; ++format) {
+            const QImage image = random.convertToFormat(QImage::Format(format));
+            const QByteArray name = QByteArray::number(format);
+            const QImage plain = image.convertToFormat(QImage::Format_RGB32);
+            QVERIFY2(sameBytes(VistamoGlobal().applyFilter(image, 3, 0), literally(plain, 3, 0)), name);
+            QVERIFY2(sameBytes(VistamoGlobal().applyFilters(image, 40, 20, 130, 90),
+                               eachPixel(plain, literalLiveFilters(40, 20, 130, 90))),
+                     name);
+            QVERIFY2(
+                sameBytes(
+                    ColourFilters::grayscale(image),
+                    image.convertToFormat(QImage::Format_Grayscale8).convertToFormat(QImage::Format_RGB32)),
+                name);
+        }
+    }
+
+    void cropHits()
+    {
+        const QRect display(100, 50, 60, 40); // right 159, bottom 89
+        const struct
+        {
+            QPoint point;
+            CropHit hit;
+            CropResizeMode mode;
+        } rows[] = {
+            {{100, 50}, {Qt::SizeFDiagCursor, false}, CRTopLeft},
+            {{159, 50}, {Qt::SizeBDiagCursor, false}, CRTopRight},
+            {{100, 89}, {Qt::SizeBDiagCursor, true}, CRBottomLeft},
+            {{159, 89}, {Qt::SizeFDiagCursor, true}, CRBottomRight},
+            {{103, 53}, {Qt::SizeFDiagCursor, false}, CRTopLeft}, // corners go before edges
+            {{96, 70}, {Qt::SizeHorCursor, false}, CRLeft},
+            {{95, 70}, {Qt::ArrowCursor, {}}, CRNone}, // the outermost pixel is not part of a zone
+            {{104, 70}, {Qt::SizeAllCursor, {}}, CRMove},
+            {{162, 70}, {Qt::SizeHorCursor, true}, CRRight},
+            {{163, 70}, {Qt::ArrowCursor, {}}, CRNone},
+            {{130, 46}, {Qt::SizeVerCursor, false}, CRTop},
+            {{130, 92}, {Qt::SizeVerCursor, true}, CRBottom},
+            {{130, 70}, {Qt::SizeAllCursor, {}}, CRMove},
+            {{0, 0}, {Qt::ArrowCursor, {}}, CRNone},
+        };
+        for (const auto &row : rows) {
+            const CropHit hit = cropHit(display, row.point);
+            QVERIFY2(hit == row.hit, QTest::toString(row.point));
+            QCOMPARE(cropResizeModeFor(hit.cursor, hit.farSide.value_or(false)), row.mode);
+        }
+        QVERIFY(cropHit(QRect(100, 50, -60, -40), QPoint(80, 30)) == CropHit()); // turned over
+    }
+
+    void cropDrags()
+    {
+        const QRect crop(100, 50, 60, 40);
+        const struct
+        {
+            CropResizeMode mode;
+            double scale;
+            QPoint moved;
+            QPoint at;
+            QRect expected;
+        } rows[] = {
+            {CRMove, 1, {10, -5}, {}, {110, 45, 60, 40}},
+            {CRMove, 0.5, {10, -5}, {}, {120, 40, 60, 40}},
+            {CRMove, 3, {2, -2}, {}, {100, 50, 60, 40}}, // fractions are lost
+            {CRMove, 1, {-500, -500}, {}, {0, 0, 60, 40}},
+            {CRMove, 1, {500, 500}, {}, {340, 260, 60, 40}},
+            {CRLeft, 0.5, {}, {25, 0}, {50, 50, 110, 40}},
+            {CRLeft, 1, {}, {-7, 0}, {0, 50, 160, 40}},
+            {CRLeft, 1, {}, {200, 0}, {200, 50, -40, 40}}, // turns over
+            {CRRight, 2, {}, {251, 0}, {100, 50, 25, 40}},
+            {CRRight, 1, {}, {999, 0}, {100, 50, 300, 40}},
+            {CRRight, 1, {}, {60, 0}, {100, 50, -40, 40}},
+            {CRTop, 1, {}, {0, 70}, {100, 70, 60, 20}},
+            {CRTop, 1, {}, {0, -3}, {100, 0, 60, 90}},
+            {CRBottom, 1, {}, {0, 999}, {100, 50, 60, 250}},
+            {CRTopLeft, 1, {}, {90, 40}, {90, 40, 70, 50}},
+            {CRTopRight, 1, {}, {170, 40}, {100, 40, 70, 50}},
+            {CRBottomLeft, 1, {}, {90, 100}, {90, 50, 70, 50}},
+            {CRBottomRight, 1, {}, {170, 100}, {100, 50, 70, 50}},
+            {CRNone, 1, {9, 9}, {9, 9}, crop},
+            {CRMove, qQNaN(), {9, 9}, {9, 9}, crop},
+            {CRBottomRight, 0, {9, 9}, {9, 9}, crop},
+        };
+        for (const auto &row : rows)
+            QCOMPARE(draggedCropRect(row.mode, crop, QSize(400, 300), row.scale, row.moved, row.at),
+                     row.expected);
+        QCOMPARE(draggedCropRect(CRMove, QRect(0, 0, 500, 9), QSize(400, 300), 1, {5, 0}, {}).left(), -100);
+
+        QCOMPARE(defaultCropRect(QSize(401, 7)), QRect(100, 2, 200, 3));
+        QVERIFY(defaultCropRect(QSize()).isNull());
+        QCOMPARE(cropRectOnView(QRect(10, 10, 11, 11), 0.75), QRect(QPoint(7, 7), QPoint(15, 15)));
+        QVERIFY(cropRectOnView(crop, qQNaN()).isNull());
+    }
+};
+
+QTEST_GUILESS_MAIN(EditRulesTest)
+#include "EditRulesTest.moc"

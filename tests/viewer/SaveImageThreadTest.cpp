@@ -1,0 +1,102 @@
+#include "support/Pictures.h"
+#include "viewer/VistamoSaveImageThread.h"
+
+#include <QtGui>
+#include <QtTest>
+
+#include <csignal>
+#include <sys/resource.h>
+#include <unistd.h>
+
+/// Exports: a file is complete or it isn't there.
+class SaveImageThreadTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { folder = std::make_unique<QTemporaryDir>(); }
+    void cleanup()
+    {
+        QFile::setPermissions(folder->path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QCOMPARE(QDir(folder->path()).entryList({".orrelan*"}, QDir::Files | QDir::Hidden), QStringList());
+    }
+
+    void formatsByName()
+    {
+        for (const char *const name : {"a.png", "a.JPG", "a.tiff", "line\nfeed \"%20\".png"}) {
+            save({{QSize(90, 60), name}});
+            QImageReader reader(path(name));
+            QCOMPARE(Pictures::quartersOf(reader.read()), "red green blue yellow");
+            QVERIFY(QString(name).endsWith(reader.format() == "jpeg" ? "JPG" : reader.format()));
+        }
+        save({{QSize(9, 6), "no suffix"}, {QSize(9, 6), "a.nonsense"}, {QSize(), "null.png"}});
+        QCOMPARE(QDir(folder->path()).entryList(QDir::Files).size(), 4);
+    }
+
+    void laterPictureStays()
+    {
+        const QString name = QString(251, 'n') + ".png"; // as long as a name can be
+        save({{QSize(90, 60), name}, {QSize(30, 20), name}});
+        QCOMPARE(QImage(path(name)).size(), QSize(30, 20));
+
+        // Through a link, which stays one, and with the permissions of the old file.
+        QFile::setPermissions(path(name), QFile::ReadOwner | QFile::WriteOwner);
+        QVERIFY(QFile::link(path(name), path("link.png")));
+        save({{QSize(50, 40), "link.png"}});
+        QVERIFY(QFileInfo(path("link.png")).isSymLink());
+        QCOMPARE(QImage(path(name)).size(), QSize(50, 40));
+        QVERIFY(!QFileInfo(path(name)).permission(QFile::ReadGroup));
+    }
+
+    void failuresLeaveTheOldFile()
+    {
+        QVERIFY(QDir(folder->path()).mkdir("folder.png"));
+        save({{QSize(9, 6), "folder.png"}, {QSize(9, 6), "gone/a.png"}});
+        QVERIFY(QFileInfo(path("folder.png")).isDir());
+        QVERIFY(!QFileInfo::exists(path("gone")));
+
+        save({{QSize(90, 60), "old.png"}, {QSize(90, 60), "old.jpg"}, {QSize(90, 60), "old.tiff"}});
+        // A disk that is full after a few kilobytes.
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit before;
+        getrlimit(RLIMIT_FSIZE, &before);
+        rlimit full = before;
+        full.rlim_cur = 2000;
+        setrlimit(RLIMIT_FSIZE, &full);
+        save({{QSize(2000, 1500), "old.png"},
+              {QSize(2000, 1500), "old.jpg"},
+              {QSize(2000, 1500), "old.tiff"}});
+        setrlimit(RLIMIT_FSIZE, &before);
+        for (const char *const name : {"old.png", "old.jpg", "old.tiff"})
+            QCOMPARE(QImage(path(name)).size(), QSize(90, 60));
+
+        QFile::setPermissions(folder->path(), QFile::ReadOwner | QFile::ExeOwner);
+        if (geteuid() != 0) // whom no permission stops
+            save({{QSize(9, 6), "old.png"}});
+        QCOMPARE(QImage(path("old.png")).size(), QSize(90, 60));
+    }
+
+private:
+    struct Export
+    {
+        QSize size;
+        QString name;
+    };
+    QString path(const QString &name) const { return folder->filePath(name); }
+    void save(const QList<Export> &exports)
+    {
+        VistamoSaveImageThread thread;
+        for (const Export &wanted : exports) {
+            const QPixmap pixmap =
+                wanted.size.isEmpty() ? QPixmap() : QPixmap::fromImage(Pictures::quarters(wanted.size));
+            thread.addRequest(pixmap, path(wanted.name));
+        }
+        thread.start();
+        QVERIFY(thread.wait(30000));
+    }
+
+    std::unique_ptr<QTemporaryDir> folder;
+};
+
+QTEST_MAIN(SaveImageThreadTest)
+#include "SaveImageThreadTest.moc"
