@@ -185,7 +185,7 @@ private slots:
     void everyPixelFormat()
     {
         // Large enough for several threads, and a width that leaves bytes at the end of rows.
-        QImage random(1001, 999, QImage::Format_ARGB32);
+        QImage random(1001, 511, QImage::Format_ARGB32);
         QRandomGenerator generator(7);
         generator.fillRange(reinterpret_cast<quint32 *>(random.bits()), random.sizeInBytes() / 4);
         for (int format = QImage::Format_Mono; format < QImage::NImageFormats; ++format) {
