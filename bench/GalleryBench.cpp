@@ -267,6 +267,7 @@ void measureEdits(MainWindow &window, const QString &path)
     auto *const label = window.findChild<TImageLabel *>("imageLabel");
     auto *const sizeLabel = window.findChild<QLabel *>("sizeInfoLabel");
     QObject *const form = window.findChild<QObject *>("ThumbsForm");
+    sizeLabel->clear();
     emit window.findChild<QListView *>("mainListView")->doubleClicked(index);
     time.restart();
     waitFor(time, [&] { return !sizeLabel->text().isEmpty(); });

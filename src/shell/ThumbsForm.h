@@ -261,7 +261,7 @@ private:
     void placeNavigationButtons();
 
     // Rotate, flip and crop
-    void editPicture(const std::function<QPixmap(const QPixmap &)> &edit);
+    void editPicture(const std::function<QImage(const QImage &)> &edit);
     void rotateImage(int angle);
     void flipImage(Qt::Orientation direction);
     void initCropRect();

@@ -5,6 +5,8 @@
 #include <QPainter>
 #include <QRegion>
 
+#include <algorithm>
+
 namespace {
 
 constexpr QColor shade(0, 0, 0, 160);
@@ -19,6 +21,17 @@ QRect withOutline(const QRect &rect)
 }
 
 } // namespace
+
+QRegion changedByCrop(const QRect &from, const QRect &to)
+{
+    constexpr int reach = cropHandleSide / 2 + 1;
+    QRegion changed = QRegion(withOutline(from)) ^ withOutline(to);
+    for (const QRect &rect : {withOutline(from), withOutline(to)}) {
+        changed += QRegion(rect.adjusted(-reach, -reach, reach, reach))
+                   - rect.adjusted(reach, reach, -reach, -reach);
+    }
+    return changed;
+}
 
 void paintCropOverlay(QPainter &painter, const QRect &view, const QRect &display)
 {

@@ -19,6 +19,10 @@ struct DisplayedImage
     int width() const { return size.isEmpty() ? 0 : size.width(); }
     int height() const { return size.isEmpty() ? 0 : size.height(); }
     bool isNull() const { return size.isEmpty(); }
+    bool isSameAs(const DisplayedImage &other) const
+    {
+        return size == other.size && smooth == other.smooth && pixels.cacheKey() == other.pixels.cacheKey();
+    }
 };
 
 /// `full` scaled smoothly to `size` for a device of `ratio` pixels per device-independent pixel. A view not

@@ -10,12 +10,16 @@
 void TImageLabel::showImage(const QPixmap &full, const DisplayedImage &displayed,
                             const std::optional<QRect> &crop)
 {
+    if (!text().isEmpty())
+        clear(); // what the label starts with
+    const bool same = fullImage.cacheKey() == full.cacheKey() && displayedImage.isSameAs(displayed);
+    if (same && crop && cropDisplayRect)
+        update(changedByCrop(*cropDisplayRect, *crop).translated(imageRect().topLeft()));
+    else
+        update();
     fullImage = full;
     displayedImage = displayed;
     cropDisplayRect = crop;
-    if (!text().isEmpty())
-        clear(); // what the label starts with
-    update();
 }
 
 void TImageLabel::setCropMode(bool on)
@@ -59,13 +63,11 @@ void TImageLabel::paintEvent(QPaintEvent *event)
         return;
     }
     const QRect image = imageRect();
-    const QRect exposed = event->rect() & image;
-    if (exposed.isEmpty())
-        return;
     QPainter painter(this);
-    painter.setClipRect(exposed);
+    painter.setClipRect(image);
     painter.translate(image.topLeft());
-    paintImage(painter, fullImage, displayedImage, exposed.translated(-image.topLeft()));
+    for (const QRect &exposed : event->region() & image)
+        paintImage(painter, fullImage, displayedImage, exposed.translated(-image.topLeft()));
     if (cropDisplayRect)
         paintCropOverlay(painter, QRect(QPoint(), image.size()), *cropDisplayRect);
 }

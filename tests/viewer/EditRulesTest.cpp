@@ -1,6 +1,7 @@
 #include "shared/VistamoGlobal.h"
 #include "viewer/ColourFilters.h"
 #include "viewer/CropGeometry.h"
+#include "viewer/PictureTurning.h"
 
 #include <QtTest>
 
@@ -202,6 +203,22 @@ private slots:
                     image.convertToFormat(QImage::Format_Grayscale8).convertToFormat(QImage::Format_RGB32)),
                 name);
         }
+    }
+
+    void turnsAndMirrors()
+    {
+        for (const QSize size : {QSize(1, 1), QSize(1, 70), QSize(901, 603)}) {
+            QImage image(size, QImage::Format_RGB32);
+            for (int y = 0; y < size.height(); ++y)
+                for (int x = 0; x < size.width(); ++x)
+                    image.setPixel(x, y, qRgb(x, y, x * y));
+            QCOMPARE(PictureTurning::rotated(image, true), image.transformed(QTransform().rotate(90)));
+            QCOMPARE(PictureTurning::rotated(image, false), image.transformed(QTransform().rotate(-90)));
+            QCOMPARE(PictureTurning::mirrored(image, Qt::Horizontal), image.mirrored(true, false));
+            QCOMPARE(PictureTurning::mirrored(image, Qt::Vertical), image.mirrored(false, true));
+        }
+        QVERIFY(PictureTurning::rotated(QImage(), true).isNull());
+        QVERIFY(PictureTurning::mirrored(QImage(), Qt::Vertical).isNull());
     }
 
     void cropHits()

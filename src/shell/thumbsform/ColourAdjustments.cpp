@@ -16,16 +16,13 @@ constexpr QPoint dialogOffset(10, 10);
 
 void ThumbsForm::onGrayscaleAction()
 {
-    editPicture(
-        [](const QPixmap &pixmap) { return QPixmap::fromImage(ColourFilters::grayscale(pixmap.toImage())); });
+    editPicture(ColourFilters::grayscale);
     drawSelectedImage(false);
 }
 
 void ThumbsForm::onSepiaAction()
 {
-    editPicture([](const QPixmap &pixmap) {
-        return QPixmap::fromImage(VistamoGlobal().applyFilter(pixmap.toImage(), sepia, 0));
-    });
+    editPicture([](const QImage &image) { return VistamoGlobal().applyFilter(image, sepia, 0); });
     drawSelectedImage(false);
 }
 

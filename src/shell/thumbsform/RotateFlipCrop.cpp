@@ -1,10 +1,10 @@
 #include "shell/ThumbsForm.h"
 
 #include "ui_ThumbsForm.h"
+#include "viewer/PictureTurning.h"
 
 #include <QScopedValueRollback>
 #include <QtDebug>
-#include <QTransform>
 
 namespace {
 
@@ -14,11 +14,11 @@ constexpr int narrowestKept = 64;
 } // namespace
 
 /// Makes a change to the picture in full and, where the view has pixels of its own, to these.
-void ThumbsForm::editPicture(const std::function<QPixmap(const QPixmap &)> &edit)
+void ThumbsForm::editPicture(const std::function<QImage(const QImage &)> &edit)
 {
     const bool same = displayedImage.pixels.cacheKey() == selectedImage.cacheKey();
-    selectedImage = edit(selectedImage);
-    displayedImage.pixels = same ? selectedImage : edit(displayedImage.pixels);
+    selectedImage = QPixmap::fromImage(edit(selectedImage.toImage()));
+    displayedImage.pixels = same ? selectedImage : QPixmap::fromImage(edit(displayedImage.pixels.toImage()));
 }
 
 void ThumbsForm::on_rotateLeftButton_clicked()
@@ -34,9 +34,7 @@ void ThumbsForm::on_rotateRightButton_clicked()
 /// Turns the picture clockwise by 90 or -90 degrees. The scale stays, whatever the view makes of it.
 void ThumbsForm::rotateImage(int angle)
 {
-    editPicture([angle](const QPixmap &pixmap) {
-        return pixmap.transformed(QTransform().rotate(angle, Qt::ZAxis), Qt::FastTransformation);
-    });
+    editPicture([angle](const QImage &image) { return PictureTurning::rotated(image, angle > 0); });
     displayedImage.size.transpose();
     drawSelectedImage(false);
     fitLabelToView(displayedImage.size.expandedTo(viewport()));
@@ -54,10 +52,7 @@ void ThumbsForm::on_flipVButton_clicked()
 
 void ThumbsForm::flipImage(Qt::Orientation direction)
 {
-    const bool across = direction == Qt::Horizontal;
-    editPicture([across](const QPixmap &pixmap) {
-        return QPixmap::fromImage(pixmap.toImage().mirrored(across, !across));
-    });
+    editPicture([direction](const QImage &image) { return PictureTurning::mirrored(image, direction); });
     drawSelectedImage(false);
 }
 
