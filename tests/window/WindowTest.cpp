@@ -193,6 +193,113 @@ private slots:
         QTRY_COMPARE(title(), "Orrelan Gallery");
     }
 
+    void pictureIsEditedAndExported()
+    {
+        Pictures::save(path("third/quarters.png"), QSize(900, 600));
+        openOnly("third");
+        const auto colour = [&] {
+            auto *const label = program->find<QLabel>("imageLabel");
+            return label->grab().toImage().pixelColor(label->rect().center() - QPoint(60, 60));
+        };
+        const QColor before = colour();
+        choose("adjustButton", 1); // grayscale
+        QTRY_VERIFY(colour().saturation() == 0);
+        choose("adjustButton", 7); // reset
+        QTRY_COMPARE(colour(), before);
+        choose("adjustButton", 2); // sepia
+        QTRY_VERIFY(colour() != before && colour().saturation() > 0);
+        choose("adjustButton", 7);
+        QTRY_COMPARE(colour(), before);
+        for (const int entry : {3, 4, 5, 6}) {
+            choose("adjustButton", entry);
+            const auto *const dialog = program->window->findChild<QDialog *>("VistamoFilterDialog");
+            QTRY_VERIFY(dialog && dialog->isVisible());
+            auto *const slider = dialog->findChild<QSlider *>("brightnessSlider");
+            QVERIFY(QTest::qWaitForWindowActive(dialog->windowHandle()));
+            click(slider->mapToGlobal(QPoint(slider->width() - 4, slider->height() / 2)));
+            QTRY_VERIFY(colour() != before);
+            const bool apply = entry == 6;
+            click(middle(dialog->findChild<QPushButton *>(apply ? "applyButton" : "cancelButton")));
+            QTRY_VERIFY(!dialog->isVisible());
+            QTRY_COMPARE(colour() == before, !apply);
+        }
+        choose("adjustButton", 7);
+        QTRY_COMPARE(colour(), before);
+
+        // Each button, then what the file says to another decoder.
+        for (const char *const button : {"rotateLeftButton", "flipHButton", "flipVButton", "flipHButton"})
+            click(middle(program->find(button)));
+        for (const char *const name : {"turned.png", "turned.jpg", "turned.tiff"}) {
+            const QString file = path(name);
+            choose("exportButton", 1,
+                   {"sleep", "0.8", "key", "ctrl+a", "type", "--args", "1", file, "key", "Return"});
+            QTRY_VERIFY(QFile::exists(file));
+            QProcess compare;
+            compare.start("bash",
+                          {"-c", R"(convert "$1" -rotate -90 -flip png:- | compare -metric MAE - "$2" null:)",
+                           "bash", path("third/quarters.png"), file});
+            QVERIFY(compare.waitForFinished());
+            const QByteArray difference = compare.readAllStandardError();
+            QVERIFY2(difference.split(' ').first().toDouble() < (file.endsWith("jpg") ? 300 : 1), difference);
+        }
+        choose("exportButton", 2);
+        QTRY_COMPARE(QGuiApplication::clipboard()->image().size(), QSize(600, 900));
+    }
+
+    void cropIsDraggedAtAnyZoom()
+    {
+        Pictures::save(path("third/quarters.png"), QSize(1200, 800));
+        openOnly("third");
+        click(middle(program->find("cropButton")));
+        auto *const label = program->find<QLabel>("imageLabel");
+        const auto value = [&](const char *name) { return program->find<QSpinBox>(name)->value(); };
+        const struct
+        {
+            int steps; // of the wheel, from 100%
+            QRect crop;
+        } rows[] = {{-6, {100, 80, 300, 200}}, {0, {40, 40, 300, 200}}, {12, {20, 20, 100, 60}}};
+        for (const auto &[steps, crop] : rows) {
+            click(middle(program->find("fullButton")));
+            if (steps != 0)
+                xdo(moveTo(middle(program->find("scrollArea")))
+                    + QStringList{"click", "--repeat", QString::number(std::abs(steps)), "--delay", "40",
+                                  steps > 0 ? "4" : "5"});
+            QTest::qWait(300);
+            program->find<QSpinBox>("leftSpinBox")->setValue(crop.left());
+            program->find<QSpinBox>("topSpinBox")->setValue(crop.top());
+            program->find<QSpinBox>("widthSpinBox")->setValue(crop.width());
+            program->find<QSpinBox>("heightSpinBox")->setValue(crop.height());
+            const double scale = text("percentResizeLabel").chopped(1).toDouble() / 100;
+            const QSize shown(qRound(1200 * scale), qRound(800 * scale));
+            const auto place = [&](int x, int y) {
+                return label->mapToGlobal(QPoint((label->width() - shown.width()) / 2 + qRound(x * scale),
+                                                 (label->height() - shown.height()) / 2 + qRound(y * scale)));
+            };
+            const auto isAbout = [&](const QRect &expected) {
+                const QRect is(value("leftSpinBox"), value("topSpinBox"), value("widthSpinBox"),
+                               value("heightSpinBox"));
+                const QPoint corner = is.topLeft() - expected.topLeft();
+                const QPoint opposite = is.bottomRight() - expected.bottomRight();
+                return std::max({std::abs(corner.x()), std::abs(corner.y()), std::abs(opposite.x()),
+                                 std::abs(opposite.y())})
+                       <= 10; // a move loses fractions at each step
+            };
+            QRect expected = crop;
+            expected.translate(30, 20);
+            drag(place(crop.center().x(), crop.center().y()),
+                 place(crop.center().x() + 30, crop.center().y() + 20));
+            QTRY_VERIFY(isAbout(expected));
+            drag(place(value("leftSpinBox") + value("widthSpinBox") - 1,
+                       value("topSpinBox") + value("heightSpinBox") - 1),
+                 place(expected.right() + 40, expected.bottom() + 30));
+            expected.adjust(0, 0, 40, 30);
+            QTRY_VERIFY(isAbout(expected));
+            drag(place(value("leftSpinBox"), expected.center().y()), place(10, expected.center().y()));
+            expected.setLeft(10);
+            QTRY_VERIFY(isAbout(expected));
+        }
+    }
+
     void everythingIsAsItWasAfterARestart()
     {
         start({path("third"), path("first"), path("second")});
@@ -223,6 +330,23 @@ private slots:
     }
 
 private:
+    /// The viewer on the only picture of a folder.
+    void openOnly(const QString &name)
+    {
+        start({path(name)});
+        QTRY_VERIFY(program->settled() && program->rows() == 1);
+        click(middle(program->list(), 0), 2);
+        QTRY_VERIFY(text("sizeInfoLabel").endsWith("00"));
+    }
+    /// Picks the entry with this number from a button's menu, then does more with the keyboard.
+    void choose(const char *button, int entry, const QStringList &more = {})
+    {
+        QStringList arguments =
+            moveTo(middle(program->find(button))) + QStringList{"click", "1", "sleep", "0.3"};
+        for (int i = 0; i < entry; ++i)
+            arguments += {"key", "Down"};
+        xdo(arguments + QStringList{"key", "Return"} + more);
+    }
     void drop(const QString &file, const char *target)
     {
         DragSource source(file);
