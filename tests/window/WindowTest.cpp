@@ -15,9 +15,10 @@ void xdo(const QStringList &arguments)
     QCOMPARE(process.exitCode(), 0);
 }
 
+/// Not with --sync, which waits long where the pointer is there already.
 QStringList moveTo(QPoint point)
 {
-    return {"mousemove", "--sync", QString::number(point.x()), QString::number(point.y())};
+    return {"mousemove", QString::number(point.x()), QString::number(point.y()), "sleep", "0.05"};
 }
 
 void click(QPoint point, int times = 1)
@@ -28,9 +29,9 @@ void click(QPoint point, int times = 1)
 /// A drag in several steps, as a hand does it.
 void drag(QPoint from, QPoint to)
 {
-    QStringList arguments = moveTo(from) + QStringList{"mousedown", "1"};
+    QStringList arguments = moveTo(from) + QStringList{"mousedown", "1", "sleep", "0.15"};
     for (int step = 1; step <= 8; ++step)
-        arguments += QStringList{"sleep", "0.05"} + moveTo(from + (to - from) * step / 8);
+        arguments += moveTo(from + (to - from) * step / 8);
     xdo(arguments + QStringList{"sleep", "0.2", "mouseup", "1"});
 }
 
