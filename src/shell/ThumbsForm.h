@@ -276,6 +276,8 @@ private:
     void requestFilteredView(bool highQuality);
 
     // Export
+    void whenLoaded(const std::function<void()> &action);
+    void exportImage(QPixmap picture);
     QString askForExportPath();
     void saveImage(const QPixmap &pixmap, const QString &path);
     void finishExports();
@@ -377,6 +379,7 @@ private:
     VistamoFilterDialog *filterDialog = nullptr; ///< made once and kept
 
     // Export
+    std::function<void()> actionWhenLoaded;
     VistamoSaveImageThread *saveImageThread = nullptr;
     bool saveImageThreadRunning = false;
 };

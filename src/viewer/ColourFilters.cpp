@@ -1,9 +1,8 @@
 #include "viewer/ColourFilters.h"
 
+#include "shared/ImageMetadata.h"
 #include "shared/ParallelRows.h"
 #include "shared/VistamoGlobal.h"
-
-#include <QColorSpace>
 
 #include <algorithm>
 #include <array>
@@ -153,9 +152,7 @@ QRgb sepia(QRgb pixel)
 QImage imageLike(const QImage &source)
 {
     QImage image(source.size(), QImage::Format_RGB32);
-    image.setColorSpace(source.colorSpace());
-    image.setDotsPerMeterX(source.dotsPerMeterX());
-    image.setDotsPerMeterY(source.dotsPerMeterY());
+    copyMetadata(source, image);
     return image;
 }
 

@@ -1,8 +1,7 @@
 #include "viewer/PictureTurning.h"
 
+#include "shared/ImageMetadata.h"
 #include "shared/ParallelRows.h"
-
-#include <QColorSpace>
 
 #include <algorithm>
 
@@ -18,7 +17,7 @@ QImage rearranged(const QImage &source, QSize size, qptrdiff first, qptrdiff acr
     QImage target(size, source.format());
     if (target.isNull())
         return target;
-    target.setColorSpace(source.colorSpace());
+    copyMetadata(source, target);
     uchar *const bits = target.bits();
     const qptrdiff stride = target.bytesPerLine();
     const quint32 *const from = reinterpret_cast<const quint32 *>(source.constBits()) + first;

@@ -64,10 +64,12 @@ void TImageLabel::paintEvent(QPaintEvent *event)
     }
     const QRect image = imageRect();
     QPainter painter(this);
-    painter.setClipRect(image);
     painter.translate(image.topLeft());
-    for (const QRect &exposed : event->region() & image)
-        paintImage(painter, fullImage, displayedImage, exposed.translated(-image.topLeft()));
+    for (const QRect &exposed : (event->region() & image).translated(-image.topLeft())) {
+        painter.setClipRect(exposed); // or what has alpha would be painted twice at the edges
+        paintImage(painter, fullImage, displayedImage, exposed);
+    }
+    painter.setClipping(false);
     if (cropDisplayRect)
         paintCropOverlay(painter, QRect(QPoint(), image.size()), *cropDisplayRect);
 }

@@ -35,7 +35,7 @@ void VistamoSaveImageThread::addRequest(QPixmap pixmap, QString fileName)
     requestList.push({pixmap, fileName});
 }
 
-void VistamoSaveImageThread::run()
+void VistamoSaveImageThread::writeRequests()
 {
     while (!stopRequested) {
         const auto request = requestList.tryTake();

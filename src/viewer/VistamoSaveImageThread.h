@@ -29,11 +29,14 @@ public:
 
     void addRequest(QPixmap pixmap, QString fileName);
 
+    /// Writes what is left on the calling thread. For a thread that does not run.
+    void writeRequests();
+
     /// True if something is left to write.
     bool hasRequests() { return !requestList.isEmpty(); }
 
 protected:
-    void run() override;
+    void run() override { writeRequests(); }
 
 private:
     WorkQueue<TSaveImageRequest> requestList;

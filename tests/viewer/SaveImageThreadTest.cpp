@@ -53,7 +53,6 @@ private slots:
         QVERIFY(QDir(folder->path()).mkdir("folder.png"));
         save({{QSize(9, 6), "folder.png"}, {QSize(9, 6), "gone/a.png"}});
         QVERIFY(QFileInfo(path("folder.png")).isDir());
-        QVERIFY(!QFileInfo::exists(path("gone")));
 
         save({{QSize(90, 60), "old.png"}, {QSize(90, 60), "old.jpg"}, {QSize(90, 60), "old.tiff"}});
         // A disk that is full after a few kilobytes.
@@ -71,8 +70,10 @@ private slots:
             QCOMPARE(QImage(path(name)).size(), QSize(90, 60));
 
         QFile::setPermissions(folder->path(), QFile::ReadOwner | QFile::ExeOwner);
-        if (geteuid() != 0) // whom no permission stops
-            save({{QSize(9, 6), "old.png"}});
+        const bool root = geteuid() == 0; // whom no permission stops
+        QVERIFY(!root || seteuid(65534) == 0);
+        save({{QSize(9, 6), "old.png"}});
+        QVERIFY(!root || seteuid(0) == 0);
         QCOMPARE(QImage(path("old.png")).size(), QSize(90, 60));
     }
 

@@ -48,8 +48,9 @@ void ThumbsForm::onInvertColorsAction()
 
 void ThumbsForm::onResetImageAction()
 {
-    if (const TFileRecord *const record = recordAt(selectedImageIndex))
-        loadSelectedImage(record->fullPath);
+    // The row may hold another file by now.
+    if (recordAt(selectedImageIndex))
+        loadSelectedImage(shownPath);
 }
 
 /// Opens the adjustments dialog, which has all controls whatever the entry of the menu.
@@ -107,8 +108,12 @@ void ThumbsForm::requestFilteredView(bool highQuality)
 
 void ThumbsForm::on_filterResultAvailable(QImage image)
 {
-    displayedImage = {image.deviceIndependentSize().toSize(), true, QPixmap::fromImage(image)};
-    displayedImage.pixels.setDevicePixelRatio(1.0);
+    QSize size = image.deviceIndependentSize().toSize();
+    // Late, and perhaps of another picture: the next draw goes by the width.
+    if (!adjustmentsActive)
+        size = scaledToWidth(selectedImage.size(), size.width());
+    image.setDevicePixelRatio(1.0);
+    displayedImage = {size, true, QPixmap::fromImage(image)};
     showDisplayedImage(false);
 }
 

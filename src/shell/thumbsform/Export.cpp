@@ -10,22 +10,36 @@
 
 void ThumbsForm::imageFileActionClicked(bool)
 {
-    const QString path = askForExportPath();
-    if (!path.isEmpty())
-        saveImage(selectedImage, path);
+    whenLoaded([this] { exportImage(selectedImage); });
 }
 
 void ThumbsForm::on_exportCropImageButton_clicked()
 {
-    const QImage cropped = selectedImage.toImage().copy(cropRect);
-    const QString path = askForExportPath();
-    if (!path.isEmpty())
-        saveImage(QPixmap::fromImage(cropped), path);
+    whenLoaded([this] { exportImage(QPixmap::fromImage(selectedImage.toImage().copy(cropRect))); });
 }
 
 void ThumbsForm::pasteboardActionMenuClicked(bool)
 {
-    QGuiApplication::clipboard()->setImage(selectedImage.toImage());
+    whenLoaded([this] { QGuiApplication::clipboard()->setImage(selectedImage.toImage()); });
+}
+
+/// Does something with the picture in full: at once, or as soon as it has taken its thumbnail's place.
+/// Another picture or another action takes the place of one that waits.
+void ThumbsForm::whenLoaded(const std::function<void()> &action)
+{
+    if (loadImageThreadRunning)
+        actionWhenLoaded = action;
+    else
+        action();
+}
+
+/// Asks for a path and has the picture written there. It is the one that was on show before the question:
+/// arrow keys in the dialog step the viewer too.
+void ThumbsForm::exportImage(QPixmap picture)
+{
+    const QString path = askForExportPath();
+    if (!path.isEmpty())
+        saveImage(picture, path);
 }
 
 /// The path that the user chooses, which the next dialog begins at; empty if there is none.
@@ -67,8 +81,9 @@ void ThumbsForm::onSaveImageFinished()
 /// At the end of the program: waits for all exports that were asked for.
 void ThumbsForm::finishExports()
 {
-    while (saveImageThread) {
-        saveImageThread->wait();
-        onSaveImageFinished();
-    }
+    if (!saveImageThread)
+        return;
+    saveImageThread->wait();
+    saveImageThread->writeRequests(); // asked for while it was ending
+    delete std::exchange(saveImageThread, nullptr);
 }

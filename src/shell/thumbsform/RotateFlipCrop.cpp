@@ -91,9 +91,10 @@ void ThumbsForm::initCropMode()
     drawSelectedImage(false);
 }
 
-/// Takes the crop rectangle into the view and into the spin boxes, which may call their slots.
+/// Takes the crop rectangle into the view and into the spin boxes, which cannot hold every value.
 void ThumbsForm::showCropRect()
 {
+    const QScopedValueRollback updating(updatingCropRect, true);
     cropDisplayRect = cropRectOnView(cropRect, scaleFactor);
     ui->leftSpinBox->setValue(cropRect.left());
     ui->topSpinBox->setValue(cropRect.top());

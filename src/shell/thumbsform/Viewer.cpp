@@ -54,6 +54,7 @@ void ThumbsForm::loadSelectedImage(const QString &path)
 {
     qDebug() << "loadSelectedImage: " << path;
     shownPath = path;
+    actionWhenLoaded = nullptr;
     if (!selectedImage.isNull())
         previousImageSize = selectedImage.size();
     selectedImage = placeholder(path);
@@ -113,10 +114,13 @@ void ThumbsForm::onLoadImageFinished()
     const QList<ImageRequest> waiting = loadImageThread->takeWaiting();
     delete std::exchange(loadImageThread, nullptr);
     loadImageThreadRunning = false;
-    if (waiting.isEmpty())
-        decodeNeighbours();
-    else
+    if (!waiting.isEmpty()) {
         startLoadImageThread(waiting);
+        return;
+    }
+    decodeNeighbours();
+    if (const auto action = std::exchange(actionWhenLoaded, nullptr))
+        action();
 }
 
 /// Has the neighbours of the picture on show decoded, the one in the direction of the last step first.
