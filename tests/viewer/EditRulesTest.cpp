@@ -251,7 +251,8 @@ private slots:
         };
         for (const auto &row : rows) {
             const CropHit hit = cropHit(display, row.point);
-            QVERIFY2(hit == row.hit, QTest::toString(row.point));
+            QVERIFY2(hit == row.hit,
+                     qPrintable(QStringLiteral("%1, %2").arg(row.point.x()).arg(row.point.y())));
             QCOMPARE(cropResizeModeFor(hit.cursor, hit.farSide.value_or(false)), row.mode);
         }
         QVERIFY(cropHit(QRect(100, 50, -60, -40), QPoint(80, 30)) == CropHit()); // turned over
