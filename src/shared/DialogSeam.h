@@ -15,7 +15,9 @@ namespace DialogSeam {
 enum class Kind
 {
     SelectFolder,
-    SaveFile
+    SaveFile,
+    Message,
+    SelectColour
 };
 
 struct Question

@@ -14,6 +14,12 @@ qint64 usableMemory();
 /// Has the system write to the disk what was written to an open file. False if that failed.
 bool flushToDisk(const QFileDevice &file);
 
+/// The same for the names in a folder, where the system knows it.
+void flushFolder(const QString &path);
+
+/// Renames a file within its file system. False, with both as they were, if something stands at `to`.
+bool renameToNew(const QString &from, const QString &to);
+
 /// Asks the user for a folder, modal, in the system's own dialog. `startFolder` is shown first if it exists.
 /// Gives an empty string if the user cancels, otherwise a path as the system writes it.
 QString selectFolder(const QString &startFolder, const QString &title);

@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <limits>
 
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -73,4 +76,29 @@ qint64 Platform::usableMemory()
 bool Platform::flushToDisk(const QFileDevice &file)
 {
     return fsync(file.handle()) == 0;
+}
+
+void Platform::flushFolder(const QString &path)
+{
+    const int folder = open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0)
+        return;
+    fsync(folder);
+    close(folder);
+}
+
+bool Platform::renameToNew(const QString &from, const QString &to)
+{
+    const QByteArray source = QFile::encodeName(from);
+    const QByteArray target = QFile::encodeName(to);
+#ifdef RENAME_NOREPLACE
+    if (renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE) == 0)
+        return true;
+    if (errno == EEXIST)
+        return false;
+#endif
+    // A file system that does not know this knows hard links, or else only asking first.
+    if (link(source.constData(), target.constData()) == 0)
+        return unlink(source.constData()) == 0;
+    return errno != EEXIST && !QFile::exists(to) && rename(source.constData(), target.constData()) == 0;
 }

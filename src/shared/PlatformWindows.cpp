@@ -1,5 +1,6 @@
 #include "shared/Platform.h"
 
+#include <QDir>
 #include <QFileDevice>
 
 #include <io.h>
@@ -17,4 +18,13 @@ qint64 Platform::usableMemory()
 bool Platform::flushToDisk(const QFileDevice &file)
 {
     return _commit(file.handle()) == 0;
+}
+
+// The log of the file system keeps its names in order.
+void Platform::flushFolder(const QString &) {}
+
+bool Platform::renameToNew(const QString &from, const QString &to)
+{
+    const auto native = [](const QString &path) { return QDir::toNativeSeparators(path).toStdWString(); };
+    return MoveFileExW(native(from).c_str(), native(to).c_str(), MOVEFILE_WRITE_THROUGH) != 0;
 }

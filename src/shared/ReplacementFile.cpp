@@ -24,8 +24,8 @@ QString targetOfLink(const QString &path)
 
 } // namespace
 
-ReplacementFile::ReplacementFile(const QString &target)
-    : target(targetOfLink(target))
+ReplacementFile::ReplacementFile(const QString &target, Link link)
+    : target(link == Link::Follow ? targetOfLink(target) : target)
 {
 }
 
@@ -57,19 +57,33 @@ bool ReplacementFile::create()
 
 bool ReplacementFile::commit()
 {
+    if (const QFileInfo old(target); isOpen() && old.exists())
+        setPermissions(old.permissions());
+    return finish(true);
+}
+
+bool ReplacementFile::commitAsNew()
+{
+    return finish(false);
+}
+
+bool ReplacementFile::finish(bool replace)
+{
     if (!isOpen())
         return false;
     bool complete = flush() && !writeFailed && Platform::flushToDisk(*this);
-    if (const QFileInfo old(target); old.exists())
-        setPermissions(old.permissions());
     close();
-    std::error_code failure;
-    if (complete) {
+    if (complete && replace) {
+        std::error_code failure;
         std::filesystem::rename(filesystemFileName(), QFileInfo(target).filesystemFilePath(), failure);
         complete = !failure;
+    } else if (complete) {
+        complete = Platform::renameToNew(fileName(), target);
     }
-    if (!complete) {
-        qDebug() << "Cannot write" << target << errorString() << failure.message().c_str();
+    if (complete) {
+        Platform::flushFolder(QFileInfo(target).path());
+    } else {
+        qDebug() << "Cannot write" << target << errorString();
         remove();
     }
     return complete;

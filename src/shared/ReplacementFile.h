@@ -12,8 +12,14 @@ class ReplacementFile : public QFile
     Q_OBJECT
 
 public:
-    /// @param target a link is followed: what it points to is replaced
-    explicit ReplacementFile(const QString &target);
+    /// What becomes of a target that is a link.
+    enum class Link
+    {
+        Follow, ///< what it points to is replaced
+        Replace ///< the link itself is
+    };
+
+    explicit ReplacementFile(const QString &target, Link link = Link::Follow);
 
     /// Drops the new file unless it was committed.
     ~ReplacementFile() override;
@@ -26,10 +32,15 @@ public:
     /// was written did not arrive on the disk; the target is then as it was.
     bool commit();
 
+    /// The same, but only where nothing stands in the target's place.
+    bool commitAsNew();
+
 protected:
     qint64 writeData(const char *data, qint64 length) override;
 
 private:
+    bool finish(bool replace);
+
     QString target;
     bool writeFailed = false;
 };

@@ -121,6 +121,9 @@ public:
     /// (255, 44, 255) of (200, 200, 200).
     QImage applyFilter(QImage image, int filterType, float value) const;
 
+    /// Reads the options of the slideshow from the settings. Defined in slideshow/SlideshowOptions.cpp.
+    void loadOptions();
+
     // Settings of the batch tools
     static inline int pageSizeComboIndex[5] = {-1, -1, -1, -1, -1};
     static inline QString outputFolder;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fileops/FileCopy.h"
 #include "library/TFolderData.h"
 #include "library/ThumbnailIcons.h"
 #include "library/ThumbnailMaker.h"
@@ -25,9 +26,11 @@
 #include <functional>
 #include <memory>
 
+class FileWork;
 class QAction;
 class QSettings;
 class QStackedLayout;
+class SlideShowForm;
 class VistamoFilterDialog;
 class VistamoSaveImageThread;
 
@@ -211,6 +214,7 @@ private:
     // Folder list
     bool addFolderToList(const QString &path);
     void watchFolder(const QString &path);
+    void reloadSoon(const QString &path);
     void insertFolder(const QString &path, const QIcon &icon);
     void removeFolder(const QString &path);
     void checkEmptyFolderList();
@@ -281,6 +285,14 @@ private:
     QString askForExportPath();
     void saveImage(const QPixmap &pixmap, const QString &path);
     void finishExports();
+
+    // File operations
+    QStringList chosenFiles() const;
+    void transferFiles();
+    bool transferFile(FileWork &work, const QString &source, const QString &target,
+                      FileCopy::Existing existing);
+    void showOverwriteDialog(const QStringList &fileExistsList, const QStringList &fileSourceList);
+    void showFileCopiedMessage(int count, const QString &folder);
 
     // Gallery strip
     void keepStripInPlace(const std::function<void()> &change);
@@ -382,4 +394,15 @@ private:
     std::function<void()> actionWhenLoaded;
     VistamoSaveImageThread *saveImageThread = nullptr;
     bool saveImageThreadRunning = false;
+
+    // File operations
+    int moveMode = 0;           ///< 0 for copy, 1 for move
+    QStringList fileExistsList; ///< targets that did not come about, with their sources
+    QStringList fileSourceList;
+    QString copyTargetFolder;
+    int copiedFileCount = 0;
+    QList<VistamoGlobal::TFileData> deleteFileList;
+
+    // Slideshow
+    SlideShowForm *slideShowForm = nullptr;
 };

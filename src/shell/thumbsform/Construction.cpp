@@ -3,6 +3,7 @@
 #include "library/ThumbnailDatabase.h"
 #include "library/ThumbnailDelegate.h"
 #include "shared/DecodeGuard.h"
+#include "slideshow/SlideShowForm.h"
 #include "ui_ThumbsForm.h"
 
 #include <QBoxLayout>
@@ -66,6 +67,7 @@ ThumbsForm::ThumbsForm(QWidget *parent)
 ThumbsForm::~ThumbsForm()
 {
     saveSettings();
+    delete slideShowForm; // it reports its end
     endThreads();
     finishExports();
     DecodeGuard::finish();

@@ -1,19 +1,203 @@
 #include "shell/ThumbsForm.h"
 
-void ThumbsForm::onCopytoAction() {}
+#include "fileops/FileWork.h"
+#include "fileops/VistamoDeleteDialog.h"
+#include "fileops/VistamoOverwriteFileDialog.h"
+#include "fileops/VistamoRenameDialog.h"
+#include "library/FileNames.h"
+#include "shared/FolderPicker.h"
+#include "shared/MessageBox.h"
+#include "ui_ThumbsForm.h"
 
-void ThumbsForm::onMovetoAction() {}
+#include <QDir>
+#include <QPointer>
+#include <QtDebug>
 
-void ThumbsForm::handleConvertFinish() {}
+#include <algorithm>
 
-void ThumbsForm::handleOverwriteFiles(QStringList, QStringList) {}
+namespace {
 
-void ThumbsForm::onRenameAction() {}
+using Progress = FileCopy::Progress;
+using Existing = FileCopy::Existing;
 
-void ThumbsForm::on_readyToDeleteFile() {}
+/// Shows a dialog that deletes itself at its buttons, but not when it is closed otherwise.
+void execAndFree(QDialog *dialog)
+{
+    const QPointer<QDialog> kept = dialog;
+    dialog->exec();
+    if (kept)
+        kept->deleteLater();
+}
 
-void ThumbsForm::on_fileDeleted(QList<VistamoGlobal::TFileData>) {}
+} // namespace
 
-void ThumbsForm::showDeleteDialog() {}
+void ThumbsForm::onCopytoAction()
+{
+    moveMode = 0;
+    transferFiles();
+}
 
-void ThumbsForm::on_deleteButton_clicked() {}
+void ThumbsForm::onMovetoAction()
+{
+    skipDirModified = true;
+    moveMode = 1;
+    transferFiles();
+}
+
+/// The files that an operation is about: the ticked ones of all folders, or the selected ones.
+QStringList ThumbsForm::chosenFiles() const
+{
+    QStringList files;
+    if (ui->showCheckboxButton->isChecked()) {
+        for (const TCheckedItem &item : VistamoGlobal::checkedItemList)
+            files.append(item.path + QLatin1Char('/') + item.fileName);
+        return files;
+    }
+    for (const QModelIndex &index : ui->mainListView->selectionModel()->selectedIndexes()) {
+        if (const TFileRecord *const record = recordAt(index.row()))
+            files.append(record->fullPath);
+    }
+    return files;
+}
+
+/// Copies or moves the chosen files to a folder that the user picks. Those that do not go across are offered
+/// for overwriting.
+void ThumbsForm::transferFiles()
+{
+    fileExistsList.clear();
+    fileSourceList.clear();
+    const FolderPicker picker;
+    const QString folder = picker.selectFolder(picker.documentsFolder(), tr("Select Folder ..."));
+    if (folder.isEmpty()) {
+        skipDirModified = false;
+        return;
+    }
+    copyTargetFolder = folder;
+    copiedFileCount = 0;
+    QStringList sources = chosenFiles();
+    // Each file that has been moved takes its tick along.
+    if (moveMode == 1 && ui->showCheckboxButton->isChecked())
+        std::reverse(sources.begin(), sources.end());
+
+    FileWork work(this);
+    for (const QString &source : sources) {
+        const QString target = folder + QLatin1Char('/') + QFileInfo(source).fileName();
+        if (!transferFile(work, source, target, Existing::Keep) && !work.isCancelled()) {
+            fileExistsList.append(target);
+            fileSourceList.append(source);
+        }
+        if (work.isCancelled())
+            break;
+    }
+    if (fileExistsList.isEmpty() || work.isCancelled()) {
+        showFileCopiedMessage(copiedFileCount, copyTargetFolder);
+        skipDirModified = false;
+    } else {
+        showOverwriteDialog(fileExistsList, fileSourceList);
+    }
+}
+
+/// Copies one file, or moves it with its row and its tick. False if it did not go across.
+bool ThumbsForm::transferFile(FileWork &work, const QString &source, const QString &target, Existing existing)
+{
+    if (!work.run(source,
+                  [&](Progress &progress) { return FileCopy::copy(source, target, existing, progress); }))
+        return false;
+    ++copiedFileCount;
+    if (moveMode == 1) {
+        removeItemFromList(source);
+        work.run(source, [&](Progress &) { return FileCopy::removeCopied(source, target); });
+    }
+    return true;
+}
+
+void ThumbsForm::showOverwriteDialog(const QStringList &fileExistsList, const QStringList &fileSourceList)
+{
+    auto *const dialog = new VistamoOverwriteFileDialog(this);
+    connect(dialog, SIGNAL(overwriteFiles(QStringList, QStringList)),
+            SLOT(handleOverwriteFiles(QStringList, QStringList)));
+    connect(dialog, SIGNAL(convertFinish()), SLOT(handleConvertFinish()));
+    dialog->setFileList(fileExistsList, fileSourceList);
+    execAndFree(dialog);
+}
+
+void ThumbsForm::handleOverwriteFiles(QStringList fileExistsList, QStringList fileSourceList)
+{
+    FileWork work(this);
+    for (qsizetype i = 0; i < fileExistsList.size() && !work.isCancelled(); ++i) {
+        qDebug() << "fileExistsList: " << fileExistsList[i];
+        qDebug() << "fileSourceList: " << fileSourceList.value(i);
+        if (QFileInfo::exists(fileExistsList[i]))
+            transferFile(work, fileSourceList.value(i), fileExistsList[i], Existing::Replace);
+    }
+    showFileCopiedMessage(copiedFileCount, copyTargetFolder);
+}
+
+void ThumbsForm::handleConvertFinish()
+{
+    showFileCopiedMessage(copiedFileCount, copyTargetFolder);
+}
+
+void ThumbsForm::showFileCopiedMessage(int count, const QString &folder)
+{
+    const QString files = count > 1 ? QString::number(count) + tr(" files ") : tr("1 file ");
+    MessageBox::inform(tr("Kestrix"), files + tr("has been successfully copied to the ")
+                                          + QFileInfo(folder).fileName() + QLatin1Char('.'));
+}
+
+void ThumbsForm::onRenameAction()
+{
+    qDebug() << "currentPath: " << currentPath;
+    const QModelIndexList selected = ui->mainListView->selectionModel()->selectedIndexes();
+    const TFileRecord *const record = selected.isEmpty() ? nullptr : recordAt(selected.first().row());
+    if (!record)
+        return;
+    VistamoRenameDialog dialog;
+    // The folder on show may already be the next one.
+    dialog.setFile(record->fullPath, record->path);
+    dialog.exec();
+}
+
+void ThumbsForm::on_deleteButton_clicked()
+{
+    deleteFileList.clear();
+    if (ui->showCheckboxButton->isChecked()) {
+        qDebug() << "CurrentPath" << currentPath;
+        for (const TCheckedItem &item : VistamoGlobal::checkedItemList) {
+            if (isSamePath(item.path, currentPath))
+                deleteFileList.append({item.path + QLatin1Char('/') + item.fileName, -1});
+        }
+    } else {
+        for (const QModelIndex &index : ui->mainListView->selectionModel()->selectedIndexes()) {
+            if (const TFileRecord *const record = recordAt(index.row()))
+                deleteFileList.append({record->fullPath, index.row()});
+        }
+    }
+    showDeleteDialog();
+}
+
+void ThumbsForm::showDeleteDialog()
+{
+    auto *const dialog = new VistamoDeleteDialog(this);
+    connect(dialog, SIGNAL(readyToDeleteFile()), SLOT(on_readyToDeleteFile()));
+    connect(dialog, SIGNAL(fileDeleted(QList<VistamoGlobal::TFileData>)),
+            SLOT(on_fileDeleted(QList<VistamoGlobal::TFileData>)));
+    dialog->setFileList(deleteFileList);
+    execAndFree(dialog);
+}
+
+void ThumbsForm::on_readyToDeleteFile()
+{
+    skipDirModified = true;
+}
+
+/// Takes deleted files out of the lists, by their paths: their rows may have moved by now.
+void ThumbsForm::on_fileDeleted(QList<VistamoGlobal::TFileData> deletedFileList)
+{
+    for (auto file = deletedFileList.crbegin(); file != deletedFileList.crend(); ++file)
+        removeItemFromList(QDir::toNativeSeparators(file->fullPath));
+    checkDeleteButton();
+    skipDirModified = false;
+    if (!deletedFileList.isEmpty())
+        reloadSoon(currentPath);
+}

@@ -190,13 +190,18 @@ void ThumbsForm::showDirModified(QString str)
         skipDirModified = false;
         return;
     }
-    if (oldPath.compare(str, Qt::CaseInsensitive) != 0)
-        return;
+    if (oldPath.compare(str, Qt::CaseInsensitive) == 0)
+        reloadSoon(str);
+}
+
+/// Has the folder on show read again when nothing has changed for a moment.
+void ThumbsForm::reloadSoon(const QString &path)
+{
     if (!changeTimer.isActive())
         firstChange.start();
     const qint64 left = longestStormMs - firstChange.elapsed();
     changeTimer.start(static_cast<int>(std::clamp<qint64>(left, 0, quietMs)));
-    changedPath = str;
+    changedPath = path;
 }
 
 /// Reads the folder on show again, unless another one has been chosen since it changed.

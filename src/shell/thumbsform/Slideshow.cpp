@@ -1,9 +1,53 @@
 #include "shell/ThumbsForm.h"
 
-void ThumbsForm::on_slideShowButton_clicked() {}
+#include "slideshow/OptionsDialog.h"
+#include "slideshow/SlideShowForm.h"
+#include "ui_ThumbsForm.h"
 
-void ThumbsForm::OnExitFullScreen() {}
+#include <QStackedLayout>
+#include <QtDebug>
 
-void ThumbsForm::onSlideShowDestroyed() {}
+#include <algorithm>
 
-void ThumbsForm::on_optionsButton_clicked() {}
+void ThumbsForm::on_slideShowButton_clicked()
+{
+    if (VistamoGlobal::fileDataList.isEmpty())
+        return;
+    widgetShown = false;
+    emit enterFullScreen();
+    qDebug() << "showSlideShow";
+    if (!slideShowForm) {
+        slideShowForm = new SlideShowForm(this);
+        connect(slideShowForm, SIGNAL(destroyed()), SLOT(onSlideShowDestroyed()));
+        connect(slideShowForm, SIGNAL(exitFullScreen()), SLOT(OnExitFullScreen()));
+        slideShowForm->loadOptions();
+        slideShowForm->show();
+        stackedLayout->addWidget(slideShowForm);
+    }
+    slideShowForm->startShow(std::max(ui->mainListView->currentIndex().row(), 0));
+    stackedLayout->setCurrentIndex(stackedLayout->count() - 1);
+}
+
+void ThumbsForm::OnExitFullScreen()
+{
+    if (slideShowForm) {
+        stackedLayout->removeWidget(slideShowForm);
+        slideShowForm->hide();
+        slideShowForm->deleteLater();
+    }
+    stackedLayout->setCurrentIndex(BrowserPage);
+    emit exitFullScreen();
+    widgetShown = true;
+}
+
+void ThumbsForm::onSlideShowDestroyed()
+{
+    slideShowForm = nullptr;
+}
+
+void ThumbsForm::on_optionsButton_clicked()
+{
+    OptionsDialog dialog(this);
+    dialog.initDialog();
+    dialog.exec();
+}

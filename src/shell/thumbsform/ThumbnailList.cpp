@@ -133,7 +133,8 @@ void ThumbsForm::removeItemFromCheckedItemList(const QString &path, const QStrin
     const QString key = pathKey(path + QLatin1Char('/') + fileName);
     if (tickedFiles.remove(key)) {
         VistamoGlobal::checkedItemList.removeIf([&](const TCheckedItem &item) {
-            return pathKey(item.path + QLatin1Char('/') + item.fileName) == key;
+            return item.fileName.compare(fileName, Qt::CaseInsensitive) == 0
+                   && pathKey(item.path + QLatin1Char('/') + item.fileName) == key;
         });
     }
     checkDeleteButton();
@@ -143,8 +144,11 @@ void ThumbsForm::removeItemFromList(QString path)
 {
     qDebug() << "removeItemFromList: ";
     QList<TFileRecord> &records = VistamoGlobal::fileDataList;
+    const QFileInfo info(path);
+    const QString fileName = info.fileName();
     const auto match = std::find_if(records.cbegin(), records.cend(), [&](const TFileRecord &record) {
-        return isSamePath(record.fullPath, path);
+        return record.fileName.compare(fileName, Qt::CaseInsensitive) == 0
+               && isSamePath(record.fullPath, path);
     });
     if (match == records.cend())
         return;
@@ -153,7 +157,9 @@ void ThumbsForm::removeItemFromList(QString path)
     // The strip has a single row: wanted like this, until the folder is read again.
     galleryModel.removeRow(row);
     records.erase(match);
-    const QFileInfo info(path);
+    // Rows that a walk still adds go by its own count.
+    if (VistamoGlobal::vistamoLoadFolderThreadStat)
+        reloadSoon(currentPath);
     removeItemFromCheckedItemList(info.path(), info.fileName());
 }
 

@@ -1,0 +1,72 @@
+#include "fileops/FileCopy.h"
+
+#include "shared/ReplacementFile.h"
+
+#include <QDateTime>
+#include <QFileInfo>
+#include <QtDebug>
+
+#include <filesystem>
+#include <system_error>
+
+namespace {
+
+constexpr qint64 chunkBytes = 1 << 20;
+
+bool isOneFile(const QString &a, const QString &b)
+{
+    std::error_code ignored; // one that does not exist is no other file
+    return std::filesystem::equivalent(QFileInfo(a).filesystemFilePath(), QFileInfo(b).filesystemFilePath(),
+                                       ignored);
+}
+
+bool copyContents(QFile &from, QFile &to, FileCopy::Progress &progress)
+{
+    while (!from.atEnd() && !progress.cancelled) {
+        const QByteArray chunk = from.read(chunkBytes);
+        if (chunk.isEmpty() || to.write(chunk) != chunk.size())
+            return false;
+        progress.done += chunk.size();
+    }
+    return !progress.cancelled && from.error() == QFileDevice::NoError;
+}
+
+} // namespace
+
+bool FileCopy::copy(const QString &source, const QString &target, Existing existing, Progress &progress)
+{
+    const QFileInfo old(target);
+    if (existing == Existing::Keep && (old.exists() || old.isSymLink()))
+        return false;
+    const QFileInfo before(source);
+    QFile from(source);
+    if (!before.isFile() || isOneFile(source, target) || !from.open(QIODevice::ReadOnly))
+        return false;
+    progress.done = 0;
+    progress.total = before.size();
+
+    using Link = ReplacementFile::Link;
+    ReplacementFile to(target, Link::Replace);
+    if (!to.create() || !copyContents(from, to, progress))
+        return false;
+    const QFileInfo after(source);
+    if (to.size() != before.size() || after.size() != before.size()
+        || after.lastModified() != before.lastModified()) {
+        qDebug() << "Changed while it was copied:" << source;
+        return false;
+    }
+    to.setPermissions(before.permissions());
+    to.flush();
+    to.setFileTime(before.lastModified(), QFileDevice::FileModificationTime);
+    return existing == Existing::Keep ? to.commitAsNew() : to.commit();
+}
+
+bool FileCopy::removeCopied(const QString &source, const QString &target)
+{
+    const QFileInfo from(source);
+    const QFileInfo to(target);
+    // Some file systems keep times by two seconds.
+    constexpr qint64 coarsestMs = 2000;
+    return to.isFile() && from.size() == to.size() && !isOneFile(source, target)
+           && qAbs(from.lastModified().msecsTo(to.lastModified())) <= coarsestMs && QFile::remove(source);
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+
+#include <atomic>
+
+/// Copies and moves single files so that at any moment, and after any failure, a file stands complete in its
+/// old place, in its new place, or in both. May run on any thread.
+namespace FileCopy {
+
+/// What becomes of a file that stands at the target.
+enum class Existing
+{
+    Keep,   ///< it stays, and nothing is copied
+    Replace ///< the new one takes its place in one step; a link is replaced itself
+};
+
+/// How far a copy is, between the thread that copies and the one that shows it. Bytes.
+struct Progress
+{
+    std::atomic<qint64> done = 0;
+    std::atomic<qint64> total = 0;
+    std::atomic_bool cancelled = false; ///< set by the user; the copy in hand is dropped
+};
+
+/// Copies `source` with its modification time and permissions. False if the copy does not stand at `target`
+/// then: what stood there is as it was, and `source` is always left. A file is never copied onto itself, by
+/// whatever path, and a source that changes while it is read is not copied.
+bool copy(const QString &source, const QString &target, Existing existing, Progress &progress);
+
+/// Removes a source whose copy stands complete at `target`; nothing if it no longer looks like that copy, or
+/// if both are one file.
+bool removeCopied(const QString &source, const QString &target);
+
+} // namespace FileCopy

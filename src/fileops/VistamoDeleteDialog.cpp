@@ -1,0 +1,97 @@
+#include "fileops/VistamoDeleteDialog.h"
+
+#include "fileops/DeleteIconThread.h"
+#include "fileops/FileWork.h"
+#include "ui_VistamoDeleteDialog.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+namespace {
+
+enum Column
+{
+    FileName,
+    Path,
+    Index
+};
+constexpr int nameColumnWidth = 200;
+constexpr int longestEndMs = 500;
+
+} // namespace
+
+VistamoDeleteDialog::VistamoDeleteDialog(QWidget *parent)
+    : QDialog(parent)
+    , ui(std::make_unique<Ui::VistamoDeleteDialog>())
+{
+    ui->setupUi(this);
+    rootItem = fileModel.invisibleRootItem();
+    fileModel.setHorizontalHeaderLabels({tr("File Name"), tr("Path"), tr("Index")});
+    ui->fileTreeView->setModel(&fileModel);
+    // The texts say which files go.
+    ui->fileTreeView->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    ui->fileTreeView->setColumnWidth(FileName, nameColumnWidth);
+    ui->fileTreeView->setColumnHidden(Index, true);
+}
+
+VistamoDeleteDialog::~VistamoDeleteDialog()
+{
+    if (!iconThread)
+        return;
+    iconThread->stop();
+    if (iconThread->wait(longestEndMs)) {
+        delete iconThread;
+    } else {
+        StoppableThread::someLeftBehind = true;
+        connect(iconThread, SIGNAL(finished()), iconThread, SLOT(deleteLater()));
+    }
+}
+
+void VistamoDeleteDialog::setFileList(const QList<VistamoGlobal::TFileData> &list)
+{
+    QStringList paths;
+    for (const VistamoGlobal::TFileData &file : list) {
+        const QFileInfo info(file.fullPath);
+        if (!info.exists())
+            continue;
+        auto *const item = new QStandardItem(info.fileName());
+        item->setCheckable(true);
+        item->setCheckState(Qt::Checked);
+        rootItem->insertRow(
+            0, {item, new QStandardItem(info.path()), new QStandardItem(QString::number(file.index))});
+        paths.append(file.fullPath);
+    }
+    iconThread = new DeleteIconThread(paths, thumbnailSize);
+    connect(iconThread, SIGNAL(iconMade(int, QImage)), SLOT(onIconMade(int, QImage)));
+    iconThread->start();
+}
+
+void VistamoDeleteDialog::onIconMade(int number, const QImage &icon)
+{
+    if (QStandardItem *const item = fileModel.item(fileModel.rowCount() - 1 - number, FileName))
+        item->setIcon(QPixmap::fromImage(icon));
+}
+
+void VistamoDeleteDialog::on_applyButton_clicked()
+{
+    ui->applyButton->setEnabled(false);
+    QList<VistamoGlobal::TFileData> result;
+    FileWork work(this);
+    for (int row = 0; row < fileModel.rowCount() && !work.isCancelled(); ++row) {
+        const QString folder = fileModel.item(row, Path)->text();
+        const VistamoGlobal::TFileData file = {folder + QLatin1Char('/')
+                                                   + fileModel.item(row, FileName)->text(),
+                                               fileModel.item(row, Index)->text().toInt()};
+        emit readyToDeleteFile();
+        if (work.run(file.fullPath,
+                     [&file](FileCopy::Progress &) { return QFile::moveToTrash(file.fullPath); }))
+            result.append(file);
+    }
+    emit fileDeleted(result);
+    deleteLater();
+}
+
+void VistamoDeleteDialog::on_cancelButton_clicked()
+{
+    deleteLater();
+}

@@ -1,0 +1,69 @@
+#include "slideshow/OptionsDialog.h"
+
+#include "shared/ColourDialog.h"
+#include "shared/Settings.h"
+#include "shared/VistamoGlobal.h"
+#include "ui_OptionsDialog.h"
+
+OptionsDialog::OptionsDialog(QWidget *parent)
+    : QDialog(parent)
+    , ui(std::make_unique<Ui::OptionsDialog>())
+{
+    ui->setupUi(this);
+}
+
+OptionsDialog::~OptionsDialog() = default;
+
+void OptionsDialog::initDialog()
+{
+    VistamoGlobal().loadOptions();
+    showColour();
+    // The controls store what they are given.
+    const bool countdown = VistamoGlobal::showCountdown;
+    ui->delaySpinBox->setValue(VistamoGlobal::delay);
+    ui->countdownCheckBox->setChecked(countdown);
+    dialogReady = true;
+}
+
+/// Paints the swatch.
+void OptionsDialog::showColour()
+{
+    QPalette palette = ui->bkColorWidget->palette();
+    palette.setBrush(QPalette::Window, QBrush(VistamoGlobal::bkColor, Qt::SolidPattern));
+    ui->bkColorWidget->setAutoFillBackground(true);
+    ui->bkColorWidget->setPalette(palette);
+}
+
+void OptionsDialog::on_bkColorButton_clicked()
+{
+    if (!dialogReady)
+        return;
+    dialogReady = false;
+    if (const auto colour = ColourDialog::select(VistamoGlobal::bkColor)) {
+        VistamoGlobal::bkColor = *colour;
+        showColour();
+        saveOptions();
+    }
+    dialogReady = true;
+}
+
+void OptionsDialog::on_delaySpinBox_valueChanged(int arg1)
+{
+    VistamoGlobal::delay = arg1;
+    saveOptions();
+}
+
+void OptionsDialog::on_countdownCheckBox_stateChanged(int arg1)
+{
+    VistamoGlobal::showCountdown = arg1 != 0;
+    saveOptions();
+}
+
+void OptionsDialog::saveOptions() const
+{
+    QSettings settings = programSettings();
+    settings.beginGroup(QStringLiteral("Options"));
+    settings.setValue(QStringLiteral("bkColor"), VistamoGlobal::bkColor.name());
+    settings.setValue(QStringLiteral("delay"), VistamoGlobal::delay);
+    settings.setValue(QStringLiteral("showCountdown"), VistamoGlobal::showCountdown);
+}

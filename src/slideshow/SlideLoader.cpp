@@ -1,0 +1,17 @@
+#include "slideshow/SlideLoader.h"
+
+#include "shared/ImageReading.h"
+
+SlideLoader::SlideLoader(const QString &path, QObject *parent)
+    : StoppableThread(parent)
+    , path(path)
+{
+    setObjectName(QStringLiteral("LoadSlide"));
+}
+
+void SlideLoader::run()
+{
+    const QPixmap pixmap = QPixmap::fromImage(ImageReading::read(path));
+    if (!stopRequested)
+        emit loaded(path, pixmap);
+}

@@ -1,0 +1,200 @@
+#include "slideshow/SlideShowForm.h"
+
+#include "shared/VistamoGlobal.h"
+#include "slideshow/SlideLoader.h"
+#include "ui_SlideShowForm.h"
+
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QScreen>
+#include <QTimer>
+
+#include <utility>
+
+namespace {
+
+constexpr int tickMs = 1000;
+constexpr int longestEndMs = 100;
+constexpr int digitHeight = 100;
+constexpr QPoint digitMargin(30, 40);
+
+QString pathAt(int index)
+{
+    const QList<TFileRecord> &records = VistamoGlobal::fileDataList;
+    return index >= 0 && index < records.size() ? records[index].fullPath : QString();
+}
+
+} // namespace
+
+SlideShowForm::SlideShowForm(QWidget *parent)
+    : QWidget(parent)
+    , ui(std::make_unique<Ui::SlideShowForm>())
+{
+    ui->setupUi(this);
+}
+
+SlideShowForm::~SlideShowForm()
+{
+    stopLoader();
+}
+
+void SlideShowForm::loadOptions()
+{
+    VistamoGlobal().loadOptions();
+}
+
+void SlideShowForm::startShow(int index)
+{
+    imageIndex = pathAt(index).isEmpty() ? 0 : index;
+    elapsedSeconds = 0;
+    sourcePixmap = QPixmap();
+    composeImage(); // the background, until the picture is there
+    if (!refreshTimer) {
+        refreshTimer = new QTimer(this);
+        connect(refreshTimer, SIGNAL(timeout()), SLOT(onRefreshTimer()));
+        refreshTimer->start(tickMs);
+    }
+    load(imageIndex);
+    awaited = true;
+}
+
+void SlideShowForm::onRefreshTimer()
+{
+    ++elapsedSeconds;
+    if (elapsedSeconds >= VistamoGlobal::delay || awaited) {
+        // The list may have changed since the picture was asked for.
+        if (!awaited && (nextIndex() != loadingIndex || pathAt(loadingIndex) != loadingPath))
+            load(nextIndex());
+        if (!loaded) {
+            awaited = true;
+            --elapsedSeconds;
+            return;
+        }
+        showLoaded();
+    }
+    drawCountdown();
+}
+
+int SlideShowForm::nextIndex() const
+{
+    return imageIndex + 1 < VistamoGlobal::fileDataList.size() ? imageIndex + 1 : 0;
+}
+
+/// Has a picture decoded; a path that is not there gives none at once.
+void SlideShowForm::load(int index)
+{
+    stopLoader();
+    loadingIndex = index;
+    loadingPath = pathAt(index);
+    loaded.reset();
+    if (loadingPath.isEmpty()) {
+        loaded = QPixmap();
+        return;
+    }
+    loader = new SlideLoader(loadingPath);
+    connect(loader, SIGNAL(loaded(QString, QPixmap)), SLOT(onLoaded(QString, QPixmap)));
+    loader->start();
+}
+
+/// Gives a decode up; one that does not end soon is left behind.
+void SlideShowForm::stopLoader()
+{
+    if (!loader)
+        return;
+    loader->stop();
+    loader->disconnect(this);
+    if (loader->wait(longestEndMs)) {
+        delete loader;
+    } else {
+        StoppableThread::someLeftBehind = true;
+        connect(loader, SIGNAL(finished()), loader, SLOT(deleteLater()));
+    }
+    loader = nullptr;
+}
+
+void SlideShowForm::onLoaded(const QString &path, const QPixmap &pixmap)
+{
+    if (path != loadingPath)
+        return;
+    loaded = pixmap;
+    if (!awaited)
+        return;
+    // Late: its own seconds begin now.
+    showLoaded();
+    refreshTimer->start(tickMs);
+}
+
+/// Puts the decoded picture up, and has the one after it decoded.
+void SlideShowForm::showLoaded()
+{
+    imageIndex = loadingIndex;
+    elapsedSeconds = 0;
+    awaited = false;
+    sourcePixmap = std::exchange(loaded, std::nullopt).value_or(QPixmap());
+    composeImage();
+    load(nextIndex());
+}
+
+void SlideShowForm::composeImage()
+{
+    screenSize = QGuiApplication::primaryScreen()->size();
+    ui->imageLabel->setFixedSize(screenSize);
+    const float a = static_cast<float>(sourcePixmap.width()) / static_cast<float>(screenSize.width());
+    const float b = static_cast<float>(sourcePixmap.height()) / static_cast<float>(screenSize.height());
+    const QPixmap scaled = b > a ? sourcePixmap.scaledToHeight(screenSize.height(), Qt::FastTransformation)
+                                 : sourcePixmap.scaledToWidth(screenSize.width(), Qt::FastTransformation);
+    QImage image(screenSize, QImage::Format_ARGB32);
+    image.fill(VistamoGlobal::bkColor);
+    QPainter painter;
+    if (!painter.begin(&image))
+        return;
+    painter.drawPixmap((screenSize.width() - scaled.width()) / 2, (screenSize.height() - scaled.height()) / 2,
+                       scaled);
+    painter.end();
+    composedImage = image;
+    drawCountdown();
+}
+
+void SlideShowForm::drawCountdown()
+{
+    if (!VistamoGlobal::showCountdown) {
+        ui->imageLabel->setPixmap(QPixmap::fromImage(composedImage));
+        return;
+    }
+    QImage image = composedImage;
+    QPainter painter(&image);
+    painter.setPen(Qt::white);
+    painter.setBrush(Qt::white);
+    QFont font = painter.font();
+    font.setPixelSize(digitHeight);
+    painter.setFont(font);
+    const QString text = QString::number(elapsedSeconds + 1);
+    painter.drawText(screenSize.width() - digitMargin.x() - painter.fontMetrics().horizontalAdvance(text),
+                     screenSize.height() - digitMargin.y(), text);
+    painter.end();
+    ui->imageLabel->setPixmap(QPixmap::fromImage(image));
+}
+
+void SlideShowForm::showEvent(QShowEvent *)
+{
+    widgetShown = true;
+    qApp->installEventFilter(this);
+}
+
+bool SlideShowForm::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::KeyPress && !keyPressPending && VistamoGlobal::isFullScreen
+        && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape)
+        emit exitFullScreen();
+    return QWidget::eventFilter(watched, event);
+}
+
+void SlideShowForm::onKeyPressTimer()
+{
+    if (!keyPressTimer)
+        return;
+    keyPressTimer->stop();
+    keyPressPending = false;
+    keyPressTimer = nullptr;
+}

@@ -1,0 +1,190 @@
+#include "fileops/FileCopy.h"
+
+#include <QtTest>
+
+#include <csignal>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+using FileCopy::Existing;
+
+/// Copies with every step failing: a file is complete in its old place, in its new place, or in both.
+class FileCopyTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        folder = std::make_unique<QTemporaryDir>();
+        QVERIFY(QDir(folder->path()).mkdir("to"));
+        write("a.jpg", "the picture");
+        write("to/old.jpg", "what was there");
+    }
+
+    void cleanup()
+    {
+        QFile::setPermissions(path("to"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QCOMPARE(leftovers().size(), 0);
+    }
+
+    void goesAcrossWithItsTime()
+    {
+        QFile file(path("a.jpg"));
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        const QDateTime time(QDate(2001, 2, 3), QTime(4, 5, 6));
+        file.setFileTime(time, QFile::FileModificationTime);
+        file.close();
+        QFile::setPermissions(path("a.jpg"), QFile::ReadOwner);
+        const QString longName = "to/" + QString(251, 'n') + ".jpg";
+        for (const QString &target : {QString("to/a.jpg"), longName}) {
+            QVERIFY(copy("a.jpg", target));
+            QCOMPARE(read(target), "the picture");
+            QCOMPARE(QFileInfo(path(target)).lastModified(), time);
+            QVERIFY(!QFileInfo(path(target)).permission(QFile::WriteOwner | QFile::ReadGroup));
+        }
+        QVERIFY(!copy("a.jpg", "to/a.jpg"));
+        QVERIFY(!copy("a.jpg", "to/old.jpg"));
+        QVERIFY(copy("a.jpg", "to/old.jpg", Existing::Replace));
+        QCOMPARE(read("to/old.jpg"), "the picture");
+        QVERIFY(FileCopy::removeCopied(path("a.jpg"), path("to/old.jpg")));
+        QVERIFY(!QFile::exists(path("a.jpg")));
+    }
+
+    void neverOntoItself()
+    {
+        QVERIFY(QFile::link(path("a.jpg"), path("to/link.jpg")));
+        QCOMPARE(::link(qPrintable(path("a.jpg")), qPrintable(path("to/hard.jpg"))), 0);
+        for (const char *const target : {"a.jpg", "to/link.jpg", "to/hard.jpg", "to/../a.jpg"}) {
+            QVERIFY(!copy("a.jpg", target, Existing::Replace));
+            QVERIFY(!FileCopy::removeCopied(path("a.jpg"), path(target)));
+            QCOMPARE(read("a.jpg"), "the picture");
+        }
+        // A link to something else is replaced itself, one to nothing is in the way.
+        QVERIFY(QFile::link(path("to/old.jpg"), path("other.jpg")));
+        QVERIFY(copy("a.jpg", "other.jpg", Existing::Replace));
+        QCOMPARE(read("to/old.jpg"), "what was there");
+        QVERIFY(QFile::link(path("gone"), path("to/dangling.jpg")));
+        QVERIFY(!copy("a.jpg", "to/dangling.jpg"));
+    }
+
+    void failuresLeaveBothAsTheyWere()
+    {
+        const auto check = [&] {
+            QVERIFY(!copy("a.jpg", "to/new.jpg"));
+            QVERIFY(!copy("a.jpg", "to/old.jpg", Existing::Replace));
+            QVERIFY(!QFile::exists(path("to/new.jpg")));
+        };
+        const bool root = geteuid() == 0; // whom no permission stops
+        QVERIFY(!root || (chown(qPrintable(folder->path()), 65534, 65534) == 0 && seteuid(65534) == 0));
+        check(); // the folder is somebody else's, or the source is not for this user
+        QVERIFY(!root || seteuid(0) == 0);
+        if (!root) {
+            QFile::setPermissions(path("to"), QFile::ReadOwner | QFile::ExeOwner);
+            check();
+            QFile::setPermissions(path("to"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        }
+
+        write("a.jpg", QByteArray(3'000'000, 'x'));
+        std::signal(SIGXFSZ, SIG_IGN); // a disk that is full in the middle of the file
+        rlimit before;
+        getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit full = {1'500'000, before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &full);
+        check();
+        setrlimit(RLIMIT_FSIZE, &before);
+        QVERIFY(!copy("gone.jpg", "to/old.jpg", Existing::Replace));
+        QVERIFY(!copy("a.jpg", "vanished/a.jpg"));
+        QVERIFY(!copy("to", "to2"));
+        QCOMPARE(read("to/old.jpg"), "what was there");
+
+        // Cancelled, or changed, while it is read.
+        write("a.jpg", QByteArray(200'000'000, 'x'));
+        for (const bool cancel : {true, false}) {
+            FileCopy::Progress progress;
+            std::thread other([&] {
+                while (progress.done == 0)
+                    std::this_thread::yield();
+                if (cancel)
+                    progress.cancelled = true;
+                else
+                    QVERIFY(truncate(qPrintable(path("a.jpg")), 150'000'000) == 0);
+            });
+            QVERIFY(!FileCopy::copy(path("a.jpg"), path("to/old.jpg"), Existing::Replace, progress));
+            other.join();
+        }
+        QCOMPARE(read("to/old.jpg"), "what was there");
+
+        // A copy that is no longer what its source is does not cost the source.
+        write("a.jpg", "the picture");
+        QVERIFY(copy("a.jpg", "to/new.jpg"));
+        write("a.jpg", "another one");
+        QFile file(path("a.jpg"));
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        file.setFileTime(QDateTime::currentDateTime().addSecs(9), QFile::FileModificationTime);
+        QVERIFY(!FileCopy::removeCopied(path("a.jpg"), path("to/new.jpg")));
+        QCOMPARE(read("a.jpg"), "another one");
+    }
+
+    void killedInTheMiddle()
+    {
+        write("a.jpg", QByteArray(600'000'000, 'x'));
+        QProcess copying;
+        copying.start(QCoreApplication::applicationFilePath(), {"copy", path("a.jpg"), path("to/old.jpg")});
+        QTRY_VERIFY(!leftovers().isEmpty() && QFileInfo(leftovers().first()).size() > 5'000'000);
+        copying.kill();
+        QVERIFY(copying.waitForFinished());
+        QCOMPARE(copying.exitStatus(), QProcess::CrashExit);
+        QCOMPARE(read("to/old.jpg"), "what was there");
+        QCOMPARE(QFileInfo(path("a.jpg")).size(), 600'000'000);
+        QCOMPARE(leftovers().size(), 1); // hidden, and without the suffix of a picture
+        QVERIFY(leftovers().first().endsWith(".tmp"));
+        QVERIFY(QFile::remove(leftovers().first()));
+    }
+
+private:
+    QString path(const QString &name) const { return folder->filePath(name); }
+    void write(const QString &name, const QByteArray &content) const
+    {
+        QFile file(path(name));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+    }
+    QByteArray read(const QString &name) const
+    {
+        QFile file(path(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
+    }
+    bool copy(const QString &source, const QString &target, Existing existing = Existing::Keep) const
+    {
+        FileCopy::Progress progress;
+        return FileCopy::copy(path(source), path(target), existing, progress);
+    }
+    QStringList leftovers() const
+    {
+        QStringList found;
+        for (const char *const name : {".", "to"})
+            for (const QFileInfo &info :
+                 QDir(path(name)).entryInfoList({".orrelan*"}, QDir::Files | QDir::Hidden))
+                found.append(info.filePath());
+        return found;
+    }
+
+    std::unique_ptr<QTemporaryDir> folder;
+};
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = application.arguments();
+    if (arguments.value(1) == "copy") {
+        FileCopy::Progress progress;
+        return !FileCopy::copy(arguments[2], arguments[3], Existing::Replace, progress);
+    }
+    FileCopyTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "FileCopyTest.moc"
