@@ -72,9 +72,10 @@ void FileWork::showProgress(const QString &path)
         dialog->show();
     }
     const qint64 total = progress.total;
-    const QLocale locale;
-    dialog->setLabelText(QFileInfo(path).fileName() + QLatin1Char('\n')
-                         + locale.formattedDataSize(progress.done) + QStringLiteral(" / ")
-                         + locale.formattedDataSize(total));
+    const auto size = [](qint64 bytes) {
+        return QLocale().formattedDataSize(bytes, 1, QLocale::DataSizeTraditionalFormat);
+    };
+    dialog->setLabelText(QFileInfo(path).fileName() + QLatin1Char('\n') + size(progress.done)
+                         + QStringLiteral(" / ") + size(total));
     dialog->setValue(total > 0 ? static_cast<int>(steps * progress.done / total) : 0);
 }

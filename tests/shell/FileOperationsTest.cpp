@@ -1,0 +1,280 @@
+#include "shared/DialogSeam.h"
+#include "support/Pictures.h"
+#include "support/Program.h"
+
+#include <QtTest>
+#include <QtWidgets>
+
+#include <unistd.h>
+
+/// Copies, moves, renames and deletes real files through the real form, and compares the disk afterwards.
+class FileOperationsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        folder = std::make_unique<QTemporaryDir>();
+        for (const char *const name : {"photos", "other", "target"})
+            QVERIFY(QDir(folder->path()).mkdir(name));
+        for (const char *const name : {"photos/a.png", "photos/b.png", "photos/c.png", "other/a.png"}) {
+            Pictures::save(path(name), QSize(40 + qHash(QString(name)) % 50, 30));
+            contents[name] = read(name);
+        }
+        VistamoGlobal::checkedItemList.clear();
+        messages.clear();
+        DialogSeam::setAnswerer([this](const DialogSeam::Question &question) -> std::optional<QVariant> {
+            if (question.kind == DialogSeam::Kind::Message)
+                messages.append(question.title + ": " + question.text);
+            return question.kind == DialogSeam::Kind::SelectFolder ? path(target) : QString();
+        });
+        target = "target";
+    }
+
+    void cleanup()
+    {
+        program.reset();
+        DialogSeam::setAnswerer({});
+    }
+
+    void selectedFilesAreCopied()
+    {
+        start(false);
+        select({"a.png", "c.png"});
+        trigger("onCopytoAction");
+        QCOMPARE(messages, QStringList("Kestrix: 2 files has been successfully copied to the target."));
+        QCOMPARE(disk("target"), QStringList({"a.png", "c.png"}));
+        QCOMPARE(read("target/c.png"), contents["photos/c.png"]);
+        QCOMPARE(disk("photos"), QStringList({"a.png", "b.png", "c.png"}));
+
+        // What exists is offered; a row that is unticked stays as it is.
+        write("target/a.png", "old");
+        write("target/c.png", "old");
+        select({"a.png", "b.png", "c.png"});
+        whenDialog([&](QWidget *dialog) {
+            auto *const tree = dialog->findChild<QTreeWidget *>("treeWidget");
+            QCOMPARE(tree->topLevelItemCount(), 2);
+            for (int i = 0; i < 2; ++i) {
+                const QString file = tree->topLevelItem(i)->text(0);
+                QCOMPARE(tree->topLevelItem(i)->text(1), path("photos/" + QFileInfo(file).fileName()));
+                if (file.endsWith("c.png"))
+                    tree->topLevelItem(i)->setCheckState(0, Qt::Unchecked);
+            }
+            dialog->findChild<QPushButton *>("overwriteButton")->click();
+        });
+        trigger("onCopytoAction");
+        QCOMPARE(messages.last(), "Kestrix: 2 files has been successfully copied to the target.");
+        QCOMPARE(read("target/a.png"), contents["photos/a.png"]);
+        QCOMPARE(read("target/b.png"), contents["photos/b.png"]);
+        QCOMPARE(read("target/c.png"), "old");
+
+        // Onto itself: offered, but never lost.
+        target = "photos";
+        select({"a.png"});
+        whenDialog([&](QWidget *dialog) { dialog->findChild<QPushButton *>("overwriteButton")->click(); });
+        trigger("onCopytoAction");
+        QCOMPARE(messages.last(), "Kestrix: 1 file has been successfully copied to the photos.");
+        QCOMPARE(read("photos/a.png"), contents["photos/a.png"]);
+    }
+
+    void tickedFilesAreMoved()
+    {
+        start(true);
+        for (const char *const name : {"photos/a.png", "photos/c.png", "other/a.png"})
+            VistamoGlobal::checkedItemList.append({path(QFileInfo(name).path()), QFileInfo(name).fileName()});
+        whenDialog([&](QWidget *dialog) {
+            QCOMPARE(dialog->findChild<QLabel *>("descLabel")->text(),
+                     "The following file already exist. Do you wish to overwrite it?");
+            dialog->findChild<QPushButton *>("cancelButton")->click();
+        });
+        trigger("onMovetoAction");
+        QCOMPARE(messages, QStringList("Kestrix: 2 files has been successfully copied to the target."));
+        QCOMPARE(disk("target"), QStringList({"a.png", "c.png"}));
+        QCOMPARE(read("target/a.png"), contents["other/a.png"]); // from the last tick to the first
+        QCOMPARE(disk("photos"), QStringList({"a.png", "b.png"}));
+        QCOMPARE(disk("other"), QStringList());
+        QTRY_COMPARE(program->fileNames().size(), 2);
+    }
+
+    void movedRowsLeaveListAndStrip()
+    {
+        start(false);
+        const QString first = program->fileNames().first();
+        select({first});
+        trigger("onMovetoAction");
+        QCOMPARE(disk("target"), QStringList(first));
+        QCOMPARE(read("target/" + first), contents["photos/" + first]);
+        QCOMPARE(program->rows(), 2);
+        // The next read of the folder fills the strip again.
+        Pictures::save(path("photos/new.png"));
+        Pictures::save(path("photos/newer.png"));
+        auto *const strip = program->find<QTableView>("galleryTableView")->model();
+        QTRY_COMPARE(program->rows(), 4);
+        QTRY_COMPARE(strip->columnCount(), 4);
+        for (int row = 0; row < 4; ++row)
+            QCOMPARE(strip->index(0, row).data(), program->list()->model()->index(row, 0).data());
+    }
+
+    void renamed()
+    {
+        start(false);
+        program->list()->clearSelection();
+        trigger("onRenameAction"); // nothing is selected: nothing happens
+        const auto rename = [&](const QString &from, const QString &to) {
+            select({from});
+            whenDialog([&](QWidget *dialog) {
+                QCOMPARE(dialog->findChild<QLabel *>("oldNameValueLabel")->text(),
+                         QFileInfo(from).baseName());
+                auto *const edit = dialog->findChild<QLineEdit *>("newNameLineEdit");
+                QCOMPARE(edit->selectedText(), QFileInfo(from).baseName());
+                edit->setText(to);
+                QTest::keyClick(edit, Qt::Key_Return);
+            });
+            trigger("onRenameAction");
+        };
+        rename("b.png", "a"); // exists
+        QCOMPARE(read("photos/a.png"), contents["photos/a.png"]);
+        QCOMPARE(read("photos/b.png"), contents["photos/b.png"]);
+        rename("b.png", "new \"name\" %1");
+        QCOMPARE(read("photos/new \"name\" %1.png"), contents["photos/b.png"]);
+        QTRY_VERIFY(program->fileNames().contains("new \"name\" %1.png"));
+        QTRY_COMPARE(program->fileNames().value(program->list()->currentIndex().row()),
+                     "new \"name\" %1.png");
+    }
+
+    void deletedFilesAreInTheTrash()
+    {
+        start(false);
+        select({"a.png", "b.png"});
+        whenDialog([&](QWidget *dialog) { dialog->findChild<QPushButton *>("cancelButton")->click(); });
+        program->click("deleteButton");
+        QCOMPARE(disk("photos").size(), 3);
+        whenDialog([&](QWidget *dialog) {
+            auto *const model = dialog->findChild<QTreeView *>("fileTreeView")->model();
+            QCOMPARE(model->rowCount(), 2);
+            const auto icon = [&](int row) {
+                return model->index(row, 0).data(Qt::DecorationRole).value<QIcon>().pixmap(48).toImage();
+            };
+            QTRY_VERIFY(!icon(0).isNull() && !icon(1).isNull());
+            QCOMPARE(icon(0).pixelColor(24, 2), QColor(Qt::white));
+            QVERIFY(icon(0).pixelColor(10, 20) != QColor(Qt::white));
+            model->setData(model->index(0, 0), Qt::Unchecked, Qt::CheckStateRole); // goes all the same
+            dialog->findChild<QPushButton *>("applyButton")->click();
+        });
+        program->click("deleteButton");
+        QCOMPARE(disk("photos"), QStringList("c.png"));
+        QTRY_COMPARE(program->rows(), 1);
+        const QString trash = qEnvironmentVariable("XDG_DATA_HOME") + "/Trash/";
+        for (const char *const name : {"a.png", "b.png"}) {
+            QFile info(trash + "info/" + name + ".trashinfo");
+            QVERIFY(info.open(QIODevice::ReadOnly));
+            QVERIFY(info.readAll().contains("Path=" + QFile::encodeName(path("photos/" + QString(name)))));
+            QVERIFY(QFile::rename(trash + "files/" + name, path("photos/" + QString(name)))); // put back
+            QCOMPARE(read("photos/" + QString(name)), contents["photos/" + QString(name)]);
+        }
+        QTRY_COMPARE(program->rows(), 3);
+        QTRY_COMPARE(program->find<QTableView>("galleryTableView")->model()->columnCount(), 3);
+    }
+
+    void slowCopyCanBeCancelled()
+    {
+        // Much more than any disk writes in the two seconds before the progress is shown.
+        constexpr int bytes = 100'000'000;
+        write("photos/large0.png", QByteArray(bytes, 'x'));
+        for (int i = 1; i < 60; ++i)
+            QCOMPARE(::link(qPrintable(path("photos/large0.png")),
+                            qPrintable(path(QStringLiteral("photos/large%1.png").arg(i)))),
+                     0);
+        write("target/large0.png", "in the way");
+        start(false, 63);
+        select(program->fileNames());
+        QString label;
+        QTimer timer;
+        connect(&timer, &QTimer::timeout, this, [&] {
+            if (auto *const dialog = qobject_cast<QProgressDialog *>(QApplication::activeModalWidget())) {
+                label = dialog->labelText();
+                dialog->findChild<QPushButton *>()->click();
+            }
+        });
+        timer.start(20);
+        QElapsedTimer time;
+        time.start();
+        trigger("onCopytoAction");
+        QVERIFY(time.elapsed() >= 2000);
+        QVERIFY2(QRegularExpression("^large\\d+\\.png\n\\d.* / [0-9.]+ MB$").match(label).hasMatch(),
+                 qPrintable(label));
+        QCOMPARE(messages.size(), 1); // and nothing was offered for overwriting
+        QCOMPARE(read("target/large0.png"), "in the way");
+        const auto copied = QDir(path("target")).entryInfoList({"large*", ".*"}, QDir::Files | QDir::Hidden);
+        QVERIFY(copied.size() < 60);
+        for (const QFileInfo &file : copied)
+            QVERIFY(file.size() == bytes || file.fileName() == "large0.png");
+        QVERIFY(
+            messages.first().startsWith(QStringLiteral("Kestrix: %1 file").arg(disk("target").size() - 1)));
+    }
+
+private:
+    void start(bool checkBoxes, int files = 3)
+    {
+        Program::setFolders({path("photos")});
+        program = std::make_unique<Program>();
+        program->click(checkBoxes ? "showCheckboxButton" : "hideCheckboxButton");
+        QTRY_VERIFY(program->settled() && program->rows() == files);
+    }
+
+    void select(const QStringList &names)
+    {
+        QTRY_VERIFY(program->settled());
+        program->list()->clearSelection();
+        for (const QString &name : names) {
+            const int row = static_cast<int>(program->fileNames().indexOf(name));
+            QVERIFY(row >= 0);
+            program->list()->selectionModel()->select(program->list()->model()->index(row, 0),
+                                                      QItemSelectionModel::Select);
+        }
+    }
+
+    void trigger(const char *slot) const { QMetaObject::invokeMethod(program->find("ThumbsForm"), slot); }
+
+    /// Does something with the next modal dialog.
+    void whenDialog(const std::function<void(QWidget *)> &action)
+    {
+        auto *const timer = new QTimer(this);
+        connect(timer, &QTimer::timeout, this, [=] {
+            if (QWidget *const dialog = QApplication::activeModalWidget()) {
+                timer->stop();
+                timer->deleteLater();
+                action(dialog);
+                if (dialog->isVisible())
+                    dialog->close(); // a failed check must not leave it open
+            }
+        });
+        timer->start(20);
+    }
+
+    QString path(const QString &name) const { return folder->filePath(name); }
+    QStringList disk(const QString &name) const
+    {
+        return QDir(path(name)).entryList(QDir::Files, QDir::Name);
+    }
+    void write(const QString &name, const QByteArray &content) const
+    {
+        QFile file(path(name));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+    }
+    QByteArray read(const QString &name) const
+    {
+        QFile file(path(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
+    }
+
+    std::unique_ptr<QTemporaryDir> folder;
+    std::unique_ptr<Program> program;
+    QHash<QString, QByteArray> contents;
+    QString target;
+    QStringList messages;
+};
+
+QTEST_MAIN(FileOperationsTest)
+#include "FileOperationsTest.moc"

@@ -1,0 +1,158 @@
+#include "shared/DialogSeam.h"
+#include "slideshow/OptionsDialog.h"
+#include "slideshow/SlideShowForm.h"
+#include "support/Pictures.h"
+#include "support/Program.h"
+
+#include <QtTest>
+#include <QtWidgets>
+
+/// The slideshow and its options.
+class SlideShowTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        folder = std::make_unique<QTemporaryDir>();
+        programSettings().clear();
+    }
+    void cleanup()
+    {
+        program.reset();
+        DialogSeam::setAnswerer({});
+    }
+
+    void goesRoundPastBrokenFiles()
+    {
+        solid("red.png", Qt::red);
+        Pictures::saveBroken(folder->filePath("broken.png"));
+        solid("green.png", Qt::green);
+        start(true);
+        const QStringList order = program->fileNames();
+        program->list()->setCurrentIndex(program->list()->model()->index(1, 0));
+        program->click("slideShowButton");
+        QVERIFY(VistamoGlobal::isFullScreen);
+        QVERIFY(form()->isVisible());
+        for (int step = 0; step < 4; ++step) { // from the selected one on, and round
+            const QString name = order[(1 + step) % 3];
+            const QColor expected = name == "red.png" ? Qt::red : name == "green.png" ? Qt::green : Qt::blue;
+            QTRY_COMPARE_WITH_TIMEOUT(middle(), expected, 1800);
+            QVERIFY(digitsShown());
+        }
+        QTest::keyClick(program->window.get(), Qt::Key_Escape);
+        QVERIFY(!VistamoGlobal::isFullScreen);
+        QVERIFY(program->find("widget1")->isVisible());
+        QTRY_VERIFY(!form());
+
+        // What remains when the folder is emptied under a show.
+        program->click("slideShowButton");
+        for (const QString &name : order)
+            QVERIFY(QFile::remove(folder->filePath(name)));
+        QTRY_COMPARE(program->rows(), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(middle(), QColor(Qt::blue), 3000);
+        QTest::keyClick(program->window.get(), Qt::Key_Escape);
+        QTRY_VERIFY(!form());
+        program->click("slideShowButton"); // nothing to show
+        QVERIFY(!VistamoGlobal::isFullScreen && !form());
+    }
+
+    void pictureFillsTheScreen()
+    {
+        const QSize screen = QGuiApplication::primaryScreen()->size();
+        for (const QSize size : {QSize(8, 2), QSize(2, 8), QSize(3000, 200)}) {
+            folder = std::make_unique<QTemporaryDir>();
+            solid("only.png", Qt::red, size);
+            start(false);
+            program->click("slideShowButton");
+            QTRY_COMPARE(middle(), QColor(Qt::red));
+            QVERIFY(!digitsShown());
+            const QImage shown = image();
+            QCOMPARE(shown.size(), screen);
+            const bool wide = size.width() * screen.height() >= size.height() * screen.width();
+            QCOMPARE(shown.pixelColor(2, screen.height() / 2), QColor(wide ? Qt::red : Qt::blue));
+            QCOMPARE(shown.pixelColor(screen.width() / 2, 2), QColor(wide ? Qt::blue : Qt::red));
+            program.reset(); // in the middle of the show
+        }
+    }
+
+    void optionsAreStoredAtOnce()
+    {
+        solid("only.png", Qt::red);
+        start(true);
+        programSettings().clear();
+        OptionsDialog dialog(program->window.get());
+        dialog.initDialog();
+        auto *const swatch = dialog.findChild<QWidget *>("bkColorWidget");
+        auto *const delay = dialog.findChild<QSpinBox *>("delaySpinBox");
+        auto *const countdown = dialog.findChild<QCheckBox *>("countdownCheckBox");
+        QCOMPARE(swatch->palette().color(QPalette::Window), QColor(Qt::black));
+        QCOMPARE(delay->value(), 5);
+        QVERIFY(countdown->isChecked());
+
+        const auto stored = [](const char *key) {
+            return programSettings().value(QStringLiteral("Options/%1").arg(key)).toString();
+        };
+        delay->setValue(7);
+        countdown->setChecked(false);
+        QCOMPARE(stored("delay"), "7");
+        QCOMPARE(stored("showCountdown"), "false");
+        QVariant answer;
+        DialogSeam::setAnswerer([&](const DialogSeam::Question &) { return answer; });
+        auto *const change = dialog.findChild<QPushButton *>("bkColorButton");
+        change->click(); // cancelled
+        QCOMPARE(stored("bkColor"), "#000000");
+        answer = QColor(16, 32, 48);
+        change->click();
+        QCOMPARE(stored("bkColor"), "#102030");
+        QCOMPARE(swatch->palette().color(QPalette::Window), QColor(16, 32, 48));
+
+        QSettings settings = programSettings();
+        settings.setValue("Options/bkColor", "nonsense");
+        settings.setValue("Options/delay", "-3");
+        settings.sync();
+        dialog.initDialog();
+        QCOMPARE(delay->value(), 1);
+        program->click("slideShowButton");
+        QTRY_COMPARE(middle(), QColor(Qt::red));
+        QTest::keyClick(program->window.get(), Qt::Key_Escape);
+    }
+
+private:
+    void start(bool countdown)
+    {
+        Program::setFolders({folder->path()});
+        QSettings settings = programSettings();
+        settings.setValue("Options/bkColor", "#0000ff");
+        settings.setValue("Options/delay", 1);
+        settings.setValue("Options/showCountdown", countdown);
+        settings.sync();
+        program = std::make_unique<Program>();
+        QTRY_VERIFY(program->settled() && program->rows() > 0);
+    }
+    void solid(const QString &name, Qt::GlobalColor colour, QSize size = QSize(60, 40)) const
+    {
+        QImage image(size, QImage::Format_RGB32);
+        image.fill(colour);
+        QVERIFY(image.save(folder->filePath(name)));
+    }
+    SlideShowForm *form() const { return program->window->findChild<SlideShowForm *>(); }
+    QImage image() const { return form()->findChild<QLabel *>("imageLabel")->pixmap().toImage(); }
+    QColor middle() const { return image().pixelColor(image().rect().center()); }
+    bool digitsShown() const
+    {
+        const QImage shown = image();
+        for (int x = shown.width() - 110; x < shown.width() - 30; ++x) {
+            if (shown.pixelColor(x, shown.height() - 80) == QColor(Qt::white))
+                return true;
+        }
+        return false;
+    }
+
+    std::unique_ptr<QTemporaryDir> folder;
+    std::unique_ptr<Program> program;
+};
+
+QTEST_MAIN(SlideShowTest)
+#include "SlideShowTest.moc"
