@@ -36,7 +36,8 @@ bool copyContents(QFile &from, QFile &to, FileCopy::Progress &progress)
 bool FileCopy::copy(const QString &source, const QString &target, Existing existing, Progress &progress)
 {
     const QFileInfo old(target);
-    if (existing == Existing::Keep && (old.exists() || old.isSymLink()))
+    const bool standsThere = old.exists() || old.isSymLink();
+    if (standsThere != (existing == Existing::Replace))
         return false;
     const QFileInfo before(source);
     QFile from(source);

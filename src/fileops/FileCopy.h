@@ -12,7 +12,8 @@ namespace FileCopy {
 enum class Existing
 {
     Keep,   ///< it stays, and nothing is copied
-    Replace ///< the new one takes its place in one step; a link is replaced itself
+    Replace ///< the new one takes its place in one step; a link is replaced itself. Nothing is copied to
+            ///< where nothing stands
 };
 
 /// How far a copy is, between the thread that copies and the one that shows it. Bytes.

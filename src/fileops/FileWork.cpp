@@ -4,6 +4,7 @@
 
 #include <QEventLoop>
 #include <QFileInfo>
+#include <QLabel>
 #include <QLocale>
 #include <QProgressDialog>
 #include <QTimer>
@@ -19,10 +20,11 @@ constexpr int steps = 1000;
 
 } // namespace
 
-FileWork::FileWork(QWidget *parent)
-    : QObject(parent)
+FileWork::FileWork(QWidget *window)
+    : window(window)
 {
     sinceStart.start();
+    sinceUpdate.start();
 }
 
 FileWork::~FileWork() = default;
@@ -31,26 +33,22 @@ bool FileWork::run(const QString &path, const Work &work)
 {
     bool result = false;
     bool done = false;
-    QEventLoop loop;
     std::thread thread([&] {
         result = work(progress);
         QMetaObject::invokeMethod(
-            &loop,
-            [&] {
-                done = true;
-                loop.quit();
-            },
-            Qt::QueuedConnection);
+            this, [&done] { done = true; }, Qt::QueuedConnection);
     });
-    QTimer timer;
-    connect(&timer, &QTimer::timeout, &loop, [&] {
+    QTimer wake;
+    wake.start(updateMs);
+    // Events one by one, and not a loop of its own: nothing that waits to be deleted goes meanwhile, and the
+    // end of the program comes after the work.
+    QEventLoop events;
+    while (!done) {
         showProgress(path);
-        if (dialog)
-            loop.quit(); // and on again, with the dialog's button alive
-    });
-    timer.start(updateMs);
-    while (!done)
-        loop.exec(dialog ? QEventLoop::AllEvents : QEventLoop::ExcludeUserInputEvents);
+        const bool dialogIsUp = dialog && !isCancelled();
+        events.processEvents(QEventLoop::WaitForMoreEvents
+                             | (dialogIsUp ? QEventLoop::AllEvents : QEventLoop::ExcludeUserInputEvents));
+    }
     thread.join();
     return result;
 }
@@ -58,24 +56,32 @@ bool FileWork::run(const QString &path, const Work &work)
 /// Makes the dialog once its time has come, and says how far the work is.
 void FileWork::showProgress(const QString &path)
 {
-    if (!dialog && !sinceStart.hasExpired(shownAfterMs))
+    if (!sinceStart.hasExpired(shownAfterMs) || !sinceUpdate.hasExpired(updateMs) || isCancelled())
         return;
-    if (!dialog) {
-        dialog = std::make_unique<QProgressDialog>(qobject_cast<QWidget *>(parent()));
-        dialog->setWindowTitle(VistamoGlobal().getAppTitle());
-        dialog->setWindowModality(Qt::ApplicationModal);
-        dialog->setMinimumDuration(std::numeric_limits<int>::max());
-        dialog->setAutoClose(false);
-        dialog->setAutoReset(false);
-        dialog->setRange(0, steps);
-        connect(dialog.get(), &QProgressDialog::canceled, this, [this] { progress.cancelled = true; });
-        dialog->show();
-    }
-    const qint64 total = progress.total;
+    sinceUpdate.start();
+    if (!dialog)
+        makeDialog();
     const auto size = [](qint64 bytes) {
         return QLocale().formattedDataSize(bytes, 1, QLocale::DataSizeTraditionalFormat);
     };
+    const qint64 total = progress.total;
     dialog->setLabelText(QFileInfo(path).fileName() + QLatin1Char('\n') + size(progress.done)
                          + QStringLiteral(" / ") + size(total));
     dialog->setValue(total > 0 ? static_cast<int>(steps * progress.done / total) : 0);
+}
+
+void FileWork::makeDialog()
+{
+    dialog = std::make_unique<QProgressDialog>(window);
+    auto *const label = new QLabel;
+    label->setTextFormat(Qt::PlainText); // a file's name is no markup
+    dialog->setLabel(label);
+    dialog->setWindowTitle(VistamoGlobal().getAppTitle());
+    dialog->setWindowModality(Qt::ApplicationModal);
+    dialog->setMinimumDuration(std::numeric_limits<int>::max());
+    dialog->setAutoClose(false);
+    dialog->setAutoReset(false);
+    dialog->setRange(0, steps);
+    connect(dialog.get(), &QProgressDialog::canceled, this, [this] { progress.cancelled = true; });
+    dialog->show();
 }

@@ -4,7 +4,9 @@
 
 #include <QElapsedTimer>
 #include <QObject>
+#include <QPointer>
 #include <QString>
+#include <QWidget>
 
 #include <functional>
 #include <memory>
@@ -21,7 +23,8 @@ class FileWork : public QObject
 public:
     using Work = std::function<bool(FileCopy::Progress &)>;
 
-    explicit FileWork(QWidget *parent);
+    /// @param window over which the progress is shown
+    explicit FileWork(QWidget *window);
     ~FileWork() override;
 
     /// Runs `work` to its end and gives its result. `path` is the file that is shown.
@@ -32,8 +35,11 @@ public:
 
 private:
     void showProgress(const QString &path);
+    void makeDialog();
 
+    const QPointer<QWidget> window;
     QElapsedTimer sinceStart;
+    QElapsedTimer sinceUpdate;
     FileCopy::Progress progress;
     std::unique_ptr<QProgressDialog> dialog;
 };

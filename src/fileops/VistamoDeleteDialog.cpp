@@ -74,7 +74,7 @@ void VistamoDeleteDialog::onIconMade(int number, const QImage &icon)
 
 void VistamoDeleteDialog::on_applyButton_clicked()
 {
-    ui->applyButton->setEnabled(false);
+    setEnabled(false);
     QList<VistamoGlobal::TFileData> result;
     FileWork work(this);
     for (int row = 0; row < fileModel.rowCount() && !work.isCancelled(); ++row) {

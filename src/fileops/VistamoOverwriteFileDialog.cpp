@@ -40,7 +40,7 @@ void VistamoOverwriteFileDialog::setFileList(const QStringList &fileExistsList,
 
 void VistamoOverwriteFileDialog::on_overwriteButton_clicked()
 {
-    ui->overwriteButton->setEnabled(false);
+    setEnabled(false);
     fileExistsList.clear();
     fileSourceList.clear();
     for (int i = 0; i < ui->treeWidget->topLevelItemCount(); ++i) {

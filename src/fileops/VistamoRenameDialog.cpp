@@ -4,6 +4,7 @@
 #include "shared/VistamoGlobal.h"
 #include "ui_VistamoRenameDialog.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QtDebug>
 
@@ -33,8 +34,11 @@ void VistamoRenameDialog::on_renameButton_clicked()
                             + QFileInfo(filePath).suffix();
     qDebug() << "newFilePath: " << newPath;
     VistamoGlobal::selectedFileName = QFileInfo(newPath).fileName();
-    // In one step, and never over another file.
-    Platform::renameToNew(filePath, newPath);
+    // Never over another file; where upper and lower case are one, Qt knows how to change them.
+    if (filePath != newPath && filePath.compare(newPath, Qt::CaseInsensitive) == 0)
+        QFile::rename(filePath, newPath);
+    else
+        Platform::renameToNew(filePath, newPath);
     close();
 }
 

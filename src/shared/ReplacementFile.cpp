@@ -26,6 +26,7 @@ QString targetOfLink(const QString &path)
 
 ReplacementFile::ReplacementFile(const QString &target, Link link)
     : target(link == Link::Follow ? targetOfLink(target) : target)
+    , link(link)
 {
 }
 
@@ -40,7 +41,8 @@ ReplacementFile::~ReplacementFile()
 bool ReplacementFile::create()
 {
     const QFileInfo info(target);
-    if (info.exists() && (!info.isFile() || !info.isWritable()))
+    const bool replacesLink = link == Link::Replace && info.isSymLink();
+    if (info.exists() && !replacesLink && (!info.isFile() || (link == Link::Follow && !info.isWritable())))
         return false;
     for (int i = 0; i < attempts; ++i) {
         const quint32 number = QRandomGenerator::global()->generate();
@@ -57,7 +59,7 @@ bool ReplacementFile::create()
 
 bool ReplacementFile::commit()
 {
-    if (const QFileInfo old(target); isOpen() && old.exists())
+    if (const QFileInfo old(target); isOpen() && link == Link::Follow && old.exists())
         setPermissions(old.permissions());
     return finish(true);
 }

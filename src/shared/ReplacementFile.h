@@ -24,12 +24,13 @@ public:
     /// Drops the new file unless it was committed.
     ~ReplacementFile() override;
 
-    /// Opens the new file for writing and reading. False if the target is not a file or may not be written,
-    /// or if the folder takes no new file.
+    /// Opens the new file for writing and reading. False if the target is not a file, if the folder takes no
+    /// new one, or, where links are followed, if the target may not be written.
     bool create();
 
-    /// Closes the new file and puts it in the target's place, with its permissions. False if anything that
-    /// was written did not arrive on the disk; the target is then as it was.
+    /// Closes the new file and puts it in the target's place; where links are followed, with the old file's
+    /// permissions. False if anything that was written did not arrive on the disk; the target is then as it
+    /// was.
     bool commit();
 
     /// The same, but only where nothing stands in the target's place.
@@ -41,6 +42,7 @@ protected:
 private:
     bool finish(bool replace);
 
-    QString target;
+    const QString target;
+    const Link link;
     bool writeFailed = false;
 };

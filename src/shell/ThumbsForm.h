@@ -289,6 +289,7 @@ private:
     // File operations
     QStringList chosenFiles() const;
     void transferFiles();
+    void endMove();
     bool transferFile(FileWork &work, const QString &source, const QString &target,
                       FileCopy::Existing existing);
     void showOverwriteDialog(const QStringList &fileExistsList, const QStringList &fileSourceList);

@@ -22,6 +22,8 @@ void OptionsDialog::initDialog()
     const bool countdown = VistamoGlobal::showCountdown;
     ui->delaySpinBox->setValue(VistamoGlobal::delay);
     ui->countdownCheckBox->setChecked(countdown);
+    if (VistamoGlobal::delay != ui->delaySpinBox->value()) // the smallest stood there already
+        on_delaySpinBox_valueChanged(ui->delaySpinBox->value());
     dialogReady = true;
 }
 

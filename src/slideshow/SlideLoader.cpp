@@ -11,7 +11,7 @@ SlideLoader::SlideLoader(const QString &path, QObject *parent)
 
 void SlideLoader::run()
 {
-    const QPixmap pixmap = QPixmap::fromImage(ImageReading::read(path));
+    const QImage image = ImageReading::read(path);
     if (!stopRequested)
-        emit loaded(path, pixmap);
+        emit loaded(path, image);
 }

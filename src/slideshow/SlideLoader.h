@@ -2,7 +2,7 @@
 
 #include "shared/StoppableThread.h"
 
-#include <QPixmap>
+#include <QImage>
 #include <QString>
 
 /// Decodes one picture of a show in the background.
@@ -17,7 +17,7 @@ public:
 
 signals:
     /// The picture, null if it could not be read.
-    void loaded(const QString &path, const QPixmap &pixmap);
+    void loaded(const QString &path, const QImage &image);
 
 protected:
     void run() override;

@@ -32,6 +32,8 @@ SlideShowForm::SlideShowForm(QWidget *parent)
     , ui(std::make_unique<Ui::SlideShowForm>())
 {
     ui->setupUi(this);
+    // The label is as large as the screen; a window that had to be so too is not given the whole screen.
+    setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
 }
 
 SlideShowForm::~SlideShowForm()
@@ -93,7 +95,7 @@ void SlideShowForm::load(int index)
         return;
     }
     loader = new SlideLoader(loadingPath);
-    connect(loader, SIGNAL(loaded(QString, QPixmap)), SLOT(onLoaded(QString, QPixmap)));
+    connect(loader, SIGNAL(loaded(QString, QImage)), SLOT(onLoaded(QString, QImage)));
     loader->start();
 }
 
@@ -113,11 +115,11 @@ void SlideShowForm::stopLoader()
     loader = nullptr;
 }
 
-void SlideShowForm::onLoaded(const QString &path, const QPixmap &pixmap)
+void SlideShowForm::onLoaded(const QString &path, const QImage &image)
 {
     if (path != loadingPath)
         return;
-    loaded = pixmap;
+    loaded = QPixmap::fromImage(image);
     if (!awaited)
         return;
     // Late: its own seconds begin now.

@@ -44,7 +44,7 @@ protected:
 private slots:
     void onKeyPressTimer();
     void onRefreshTimer();
-    void onLoaded(const QString &path, const QPixmap &pixmap);
+    void onLoaded(const QString &path, const QImage &image);
 
 private:
     int nextIndex() const;

@@ -48,8 +48,11 @@ private slots:
         }
         QVERIFY(!copy("a.jpg", "to/a.jpg"));
         QVERIFY(!copy("a.jpg", "to/old.jpg"));
+        QVERIFY(!copy("a.jpg", "to/nothing.jpg", Existing::Replace));
+        QFile::setPermissions(path("to/old.jpg"), QFile::ReadOwner | QFile::ReadGroup);
         QVERIFY(copy("a.jpg", "to/old.jpg", Existing::Replace));
         QCOMPARE(read("to/old.jpg"), "the picture");
+        QVERIFY(!QFileInfo(path("to/old.jpg")).permission(QFile::ReadGroup));
         QVERIFY(FileCopy::removeCopied(path("a.jpg"), path("to/old.jpg")));
         QVERIFY(!QFile::exists(path("a.jpg")));
     }
@@ -69,6 +72,9 @@ private slots:
         QCOMPARE(read("to/old.jpg"), "what was there");
         QVERIFY(QFile::link(path("gone"), path("to/dangling.jpg")));
         QVERIFY(!copy("a.jpg", "to/dangling.jpg"));
+        QVERIFY(copy("a.jpg", "to/dangling.jpg", Existing::Replace));
+        QVERIFY(!QFileInfo(path("to/dangling.jpg")).isSymLink());
+        QVERIFY(!QFile::exists(path("gone")));
     }
 
     void failuresLeaveBothAsTheyWere()

@@ -114,6 +114,7 @@ private slots:
         settings.sync();
         dialog.initDialog();
         QCOMPARE(delay->value(), 1);
+        QCOMPARE(stored("delay"), "1");
         program->click("slideShowButton");
         QTRY_COMPARE(middle(), QColor(Qt::red));
         QTest::keyClick(program->window.get(), Qt::Key_Escape);

@@ -1,3 +1,4 @@
+#include "shared/DialogSeam.h"
 #include "support/Pictures.h"
 #include "support/Program.h"
 
@@ -245,6 +246,61 @@ private slots:
         }
         choose("exportButton", 2);
         QTRY_COMPARE(QGuiApplication::clipboard()->image().size(), QSize(600, 900));
+    }
+
+    void filesAreMovedRenamedAndDeleted()
+    {
+        start({path("first")});
+        QTRY_VERIFY(program->settled() && program->rows() == 6);
+        click(middle(program->find("hideCheckboxButton")));
+        QTRY_VERIFY(program->settled());
+        DialogSeam::setAnswerer([this](const DialogSeam::Question &question) -> std::optional<QVariant> {
+            return question.kind == DialogSeam::Kind::SelectFolder ? std::optional<QVariant>(path("third"))
+                                                                   : std::nullopt;
+        });
+        const auto disk = [&](const char *name) {
+            return QDir(path(name)).entryList(QDir::Files, QDir::Name);
+        };
+        const auto choose = [&](int row, int entry, const QStringList &more) {
+            QStringList arguments =
+                moveTo(middle(program->list(), row)) + QStringList{"click", "3", "sleep", "0.4"};
+            for (int i = 0; i < entry; ++i)
+                arguments += {"key", "Down"};
+            xdo(arguments + QStringList{"key", "Return", "sleep", "0.8"} + more);
+        };
+        const QStringList names = program->fileNames();
+        choose(0, 1, {"key", "Return"}); // copy, and the message
+        QTRY_COMPARE(disk("third"), QStringList(names[0]));
+        choose(1, 2, {"key", "Return"}); // move
+        QTRY_COMPARE(disk("third").size(), 2);
+        QCOMPARE(disk("first").size(), 5);
+        choose(0, 1,
+               {"key", "Return", "sleep", "0.5", "key", "Return"}); // exists: overwrite, and the message
+        QCOMPARE(disk("third").size(), 2);
+        QTRY_VERIFY(program->settled() && program->rows() == 5);
+        choose(0, 3, {"type", "--args", "1", "renamed", "key", "Return"});
+        QTRY_VERIFY(disk("first").contains("renamed.jpg"));
+        QTRY_VERIFY(program->settled() && program->fileNames().contains("renamed.jpg"));
+        click(middle(program->list(), static_cast<int>(program->fileNames().indexOf("renamed.jpg"))));
+        xdo(moveTo(middle(program->find("deleteButton")))
+            + QStringList{"click", "1", "sleep", "0.8", "key", "Tab", "key", "Return"});
+        QTRY_COMPARE(disk("first").size(), 4);
+        QVERIFY(!disk("first").contains("renamed.jpg"));
+        QTRY_COMPARE(program->rows(), 4);
+        DialogSeam::setAnswerer({});
+    }
+
+    void slideshowTakesTheWholeScreen()
+    {
+        start({path("first")});
+        QTRY_VERIFY(program->settled() && program->rows() == 6);
+        const QRect before = program->window->geometry();
+        click(middle(program->find("slideShowButton")));
+        QTRY_COMPARE(program->window->geometry(), QGuiApplication::primaryScreen()->geometry());
+        QTest::qWait(1500);
+        xdo({"key", "Right", "key", "space", "key", "Escape"});
+        QTRY_COMPARE(program->window->geometry(), before);
+        QVERIFY(program->find("widget1")->isVisible());
     }
 
     void cropIsDraggedAtAnyZoom()

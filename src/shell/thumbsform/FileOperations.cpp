@@ -66,15 +66,16 @@ void ThumbsForm::transferFiles()
 {
     fileExistsList.clear();
     fileSourceList.clear();
+    // Before the question: rows may hold other files after it.
+    QStringList sources = chosenFiles();
     const FolderPicker picker;
     const QString folder = picker.selectFolder(picker.documentsFolder(), tr("Select Folder ..."));
     if (folder.isEmpty()) {
-        skipDirModified = false;
+        endMove();
         return;
     }
     copyTargetFolder = folder;
     copiedFileCount = 0;
-    QStringList sources = chosenFiles();
     // Each file that has been moved takes its tick along.
     if (moveMode == 1 && ui->showCheckboxButton->isChecked())
         std::reverse(sources.begin(), sources.end());
@@ -91,10 +92,17 @@ void ThumbsForm::transferFiles()
     }
     if (fileExistsList.isEmpty() || work.isCancelled()) {
         showFileCopiedMessage(copiedFileCount, copyTargetFolder);
-        skipDirModified = false;
+        endMove();
     } else {
         showOverwriteDialog(fileExistsList, fileSourceList);
     }
+}
+
+/// Changes of the folder on show count again after a move.
+void ThumbsForm::endMove()
+{
+    if (moveMode == 1)
+        skipDirModified = false;
 }
 
 /// Copies one file, or moves it with its row and its tick. False if it did not go across.
@@ -104,7 +112,7 @@ bool ThumbsForm::transferFile(FileWork &work, const QString &source, const QStri
                   [&](Progress &progress) { return FileCopy::copy(source, target, existing, progress); }))
         return false;
     ++copiedFileCount;
-    if (moveMode == 1) {
+    if (moveMode == 1 && !work.isCancelled()) {
         removeItemFromList(source);
         work.run(source, [&](Progress &) { return FileCopy::removeCopied(source, target); });
     }
@@ -127,8 +135,7 @@ void ThumbsForm::handleOverwriteFiles(QStringList fileExistsList, QStringList fi
     for (qsizetype i = 0; i < fileExistsList.size() && !work.isCancelled(); ++i) {
         qDebug() << "fileExistsList: " << fileExistsList[i];
         qDebug() << "fileSourceList: " << fileSourceList.value(i);
-        if (QFileInfo::exists(fileExistsList[i]))
-            transferFile(work, fileSourceList.value(i), fileExistsList[i], Existing::Replace);
+        transferFile(work, fileSourceList.value(i), fileExistsList[i], Existing::Replace);
     }
     showFileCopiedMessage(copiedFileCount, copyTargetFolder);
 }
@@ -194,8 +201,12 @@ void ThumbsForm::on_readyToDeleteFile()
 /// Takes deleted files out of the lists, by their paths: their rows may have moved by now.
 void ThumbsForm::on_fileDeleted(QList<VistamoGlobal::TFileData> deletedFileList)
 {
-    for (auto file = deletedFileList.crbegin(); file != deletedFileList.crend(); ++file)
+    for (auto file = deletedFileList.crbegin(); file != deletedFileList.crend(); ++file) {
         removeItemFromList(QDir::toNativeSeparators(file->fullPath));
+        // Also of a file whose row has gone already.
+        const QFileInfo info(file->fullPath);
+        removeItemFromCheckedItemList(info.path(), info.fileName());
+    }
     checkDeleteButton();
     skipDirModified = false;
     if (!deletedFileList.isEmpty())
