@@ -1,4 +1,5 @@
 #include "fileops/FileCopy.h"
+#include "support/Files.h"
 
 #include <QtTest>
 
@@ -155,14 +156,9 @@ private:
     QString path(const QString &name) const { return folder->filePath(name); }
     void write(const QString &name, const QByteArray &content) const
     {
-        QFile file(path(name));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+        QVERIFY(Files::write(path(name), content));
     }
-    QByteArray read(const QString &name) const
-    {
-        QFile file(path(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
-    }
+    QByteArray read(const QString &name) const { return Files::read(path(name)); }
     bool copy(const QString &source, const QString &target, Existing existing = Existing::Keep) const
     {
         FileCopy::Progress progress;

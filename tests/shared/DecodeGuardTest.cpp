@@ -1,5 +1,7 @@
 #include "shared/DecodeGuard.h"
 
+#include "support/Files.h"
+
 #include <QtTest>
 
 #include <memory>
@@ -15,12 +17,6 @@ namespace {
     for (const QString &file : files)
         inHand.push_back(std::make_unique<DecodeGuard::Decoding>(file));
     _exit(7);
-}
-
-void write(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
 }
 
 bool allowed(const QString &path)
@@ -42,8 +38,8 @@ private slots:
         QVERIFY(QDir().mkpath(notes));
         killer = folder->filePath(QString::fromUtf8("killer 1 \n\u05d0.jpg"));
         other = folder->filePath("other.jpg");
-        write(killer, "x");
-        write(other, "x");
+        QVERIFY(Files::write(killer, "x"));
+        QVERIFY(Files::write(other, "x"));
     }
 
     void cleanup() { DecodeGuard::finish(); }
@@ -57,7 +53,7 @@ private slots:
             QVERIFY(allowed(other));
             DecodeGuard::finish();
         }
-        write(killer, "another");
+        QVERIFY(Files::write(killer, "another"));
         DecodeGuard::start(notes);
         {
             const DecodeGuard::Decoding inHand(killer);
@@ -104,8 +100,8 @@ private slots:
     {
         DecodeGuard::start(other);
         QVERIFY(allowed(killer));
-        write(notes + "/decoding-notes.json", "{ nonsense");
-        write(notes + "/decoding-1.journal", QByteArray(9000, 'x'));
+        QVERIFY(Files::write(notes + "/decoding-notes.json", "{ nonsense"));
+        QVERIFY(Files::write(notes + "/decoding-1.journal", QByteArray(9000, 'x')));
         DecodeGuard::start(notes);
         QVERIFY(allowed(killer));
     }

@@ -37,9 +37,9 @@ private slots:
              {"openFileMinButton", "slideShowButton", "deleteButton", "minButton"})
             QVERIFY2(!program.find(disabled)->isEnabled(), disabled);
         addFolder(program, QString());
-        for (const char *const button :
-             {"plusButton", "minButton", "hideCheckboxButton", "showCheckboxButton", "optionsButton",
-              "slideShowButton", "openFileMinButton"})
+        QTimer::singleShot(100, [] { QApplication::activeModalWidget()->close(); }); // the options
+        for (const char *const button : {"optionsButton", "plusButton", "minButton", "hideCheckboxButton",
+                                         "showCheckboxButton", "slideShowButton", "openFileMinButton"})
             program.click(button);
         QVERIFY(program.find("noItemFrame")->isVisible());
 

@@ -59,16 +59,6 @@ private slots:
         QTRY_COMPARE(shown(), upright);
     }
 
-    void colours()
-    {
-        const QImage before = exported("before.png");
-        choose("adjustButton", "Sepia");
-        QVERIFY(same(exported("sepia.png"), VistamoGlobal().applyFilter(before, 3, 0)));
-        choose("adjustButton", "Grayscale");
-        const QColor gray = exported("gray.png").pixelColor(10, 10);
-        QVERIFY(gray.red() == gray.green() && gray.green() == gray.blue());
-    }
-
     void adjustmentsAreLiveAndApplied()
     {
         const QImage before = exported("before.png");
@@ -194,13 +184,6 @@ private slots:
         QCOMPARE(QImage(first).size(), QSize(4000, 3000));
         QCOMPARE(Pictures::quartersOf(QImage(first)), "red green blue yellow");
         QCOMPARE(Pictures::quartersOf(QImage(second)), "green red yellow blue");
-    }
-
-    void clipboard()
-    {
-        program->click("flipVButton");
-        choose("exportButton", "Copy to Clipboard");
-        QCOMPARE(Pictures::quartersOf(QGuiApplication::clipboard()->image()), "blue yellow red green");
     }
 
 private:

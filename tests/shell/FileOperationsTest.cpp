@@ -1,4 +1,5 @@
 #include "shared/DialogSeam.h"
+#include "support/Files.h"
 #include "support/Pictures.h"
 #include "support/Program.h"
 
@@ -260,14 +261,9 @@ private:
     }
     void write(const QString &name, const QByteArray &content) const
     {
-        QFile file(path(name));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+        QVERIFY(Files::write(path(name), content));
     }
-    QByteArray read(const QString &name) const
-    {
-        QFile file(path(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
-    }
+    QByteArray read(const QString &name) const { return Files::read(path(name)); }
 
     std::unique_ptr<QTemporaryDir> folder;
     std::unique_ptr<Program> program;
