@@ -87,8 +87,13 @@ private slots:
         };
         const bool root = geteuid() == 0; // whom no permission stops
         QVERIFY(!root || (chown(qPrintable(folder->path()), 65534, 65534) == 0 && seteuid(65534) == 0));
-        check(); // the folder is somebody else's, or the source is not for this user
+        check(); // the target folder is somebody else's
+        QVERIFY(!root || (seteuid(0) == 0 && chown(qPrintable(path("to")), 65534, 65534) == 0));
+        QFile::setPermissions(path("a.jpg"), {});
+        QVERIFY(!root || seteuid(65534) == 0);
+        check(); // the source is not for this user
         QVERIFY(!root || seteuid(0) == 0);
+        QFile::setPermissions(path("a.jpg"), QFile::ReadOwner | QFile::WriteOwner);
         if (!root) {
             QFile::setPermissions(path("to"), QFile::ReadOwner | QFile::ExeOwner);
             check();
