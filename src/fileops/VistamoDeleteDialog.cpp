@@ -36,15 +36,7 @@ VistamoDeleteDialog::VistamoDeleteDialog(QWidget *parent)
 
 VistamoDeleteDialog::~VistamoDeleteDialog()
 {
-    if (!iconThread)
-        return;
-    iconThread->stop();
-    if (iconThread->wait(longestEndMs)) {
-        delete iconThread;
-    } else {
-        StoppableThread::someLeftBehind = true;
-        connect(iconThread, SIGNAL(finished()), iconThread, SLOT(deleteLater()));
-    }
+    StoppableThread::end(iconThread, QDeadlineTimer(longestEndMs));
 }
 
 void VistamoDeleteDialog::setFileList(const QList<VistamoGlobal::TFileData> &list)

@@ -1,40 +1,31 @@
 #pragma once
 
-#include <QDialog>
-#include <QStringList>
+#include "shared/OverwriteFileDialog.h"
 
-#include <memory>
-
-namespace Ui {
-class VistamoOverwriteFileDialog;
-}
-
-/// Asks which of the files that stand in the way are to be overwritten. Closed by its title bar it reports
-/// nothing.
-class VistamoOverwriteFileDialog : public QDialog
+/// The question about files that stand in the way of copies.
+class VistamoOverwriteFileDialog : public OverwriteFileDialog
 {
     Q_OBJECT
 
 public:
-    explicit VistamoOverwriteFileDialog(QWidget *parent);
-    ~VistamoOverwriteFileDialog() override;
+    explicit VistamoOverwriteFileDialog(QWidget *parent)
+        : OverwriteFileDialog(parent)
+    {
+    }
 
     /// Targets and their sources, in pairs; all are ticked.
-    void setFileList(const QStringList &fileExistsList, const QStringList &fileSourceList);
+    void setFileList(const QStringList &fileExistsList, const QStringList &fileSourceList)
+    {
+        showFiles(fileExistsList, fileSourceList);
+    }
 
 signals:
     /// The pairs that were left ticked, at least one.
     void overwriteFiles(QStringList fileExistsList, QStringList fileSourceList);
 
-    /// Nothing is to be overwritten.
-    void convertFinish();
-
-private slots:
-    void on_overwriteButton_clicked();
-    void on_cancelButton_clicked();
-
-private:
-    const std::unique_ptr<Ui::VistamoOverwriteFileDialog> ui;
-    QStringList fileExistsList; ///< what the user left ticked
-    QStringList fileSourceList;
+protected:
+    void overwrite(const QStringList &fileExistsList, const QStringList &fileSourceList) override
+    {
+        emit overwriteFiles(fileExistsList, fileSourceList);
+    }
 };

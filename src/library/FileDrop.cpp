@@ -5,17 +5,30 @@
 #include <QDropEvent>
 #include <QUrl>
 
+namespace {
+
+bool isFolder(const QString &path)
+{
+    return !path.isEmpty() && QFileInfo(path).isDir();
+}
+
+} // namespace
+
 QString FileDrop::firstPath(const QMimeData *mimeData)
 {
     const QList<QUrl> urls = mimeData->urls();
     return urls.isEmpty() ? QString() : urls.first().toLocalFile();
 }
 
+bool FileDrop::bringsImages(const QMimeData *mimeData)
+{
+    const QString path = firstPath(mimeData);
+    return isFolder(path) || VistamoGlobal().isImageFile(path);
+}
+
 bool FileDrop::enter(QDropEvent *event)
 {
-    const QString path = firstPath(event->mimeData());
-    const bool isDir = !path.isEmpty() && QFileInfo(path).isDir();
     event->setDropAction(Qt::LinkAction);
-    event->setAccepted(isDir || VistamoGlobal().isImageFile(path));
-    return isDir;
+    event->setAccepted(bringsImages(event->mimeData()));
+    return isFolder(firstPath(event->mimeData()));
 }

@@ -11,6 +11,9 @@ namespace FileDrop {
 /// The path of the first URL, empty if there is none that is a local file.
 QString firstPath(const QMimeData *mimeData);
 
+/// True if the first URL is a folder or an image.
+bool bringsImages(const QMimeData *mimeData);
+
 /// Accepts a drag that brings a folder or an image, as a link, and refuses any other. True for a folder; the
 /// drop itself doesn't look again.
 bool enter(QDropEvent *event);

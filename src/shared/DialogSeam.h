@@ -16,7 +16,10 @@ enum class Kind
 {
     SelectFolder,
     SaveFile,
+    OpenFiles, ///< answered by a list of paths
     Message,
+    MessageWithAction, ///< answered by whether the action is wanted
+    Confirm,           ///< answered by yes or no
     SelectColour
 };
 

@@ -115,9 +115,12 @@ void ImageReading::setAllocationLimit()
     MemoryBudget::setBytes(std::max<qint64>(usable / 2, 512) * megabyte);
 }
 
-QImage ImageReading::read(const QString &path)
+QImage ImageReading::read(const QString &path, Colours colours)
 {
-    return canBeOpened(path) ? inSrgb(PictureFile(path).read()) : QImage();
+    if (!canBeOpened(path))
+        return {};
+    QImage image = PictureFile(path).read();
+    return colours == Colours::Srgb ? inSrgb(std::move(image)) : image;
 }
 
 ImageReading::Thumbnail ImageReading::readThumbnail(const QString &path, int side)

@@ -12,8 +12,15 @@ namespace ImageReading {
 /// Called once at start.
 void setAllocationLimit();
 
+/// What becomes of the picture's colours.
+enum class Colours
+{
+    Srgb,    ///< converted, for display and editing
+    AsStored ///< left as they are, with the profile that says what they mean
+};
+
 /// The picture upright and in full. Null if the file is no picture, is broken, too large or gone.
-QImage read(const QString &path);
+QImage read(const QString &path, Colours colours = Colours::Srgb);
 
 /// A thumbnail, and the size of the picture it was made from.
 struct Thumbnail

@@ -2,10 +2,16 @@
 
 #include <QString>
 
-/// The program's only way of telling the user something.
+/// The program's only way of telling the user something, or of asking for a yes.
 namespace MessageBox {
 
 /// Shows a text with the button Ok; blocks until it is closed.
 void inform(const QString &title, const QString &text);
+
+/// The same with a second button; true if the user chose that one.
+bool informWithAction(const QString &title, const QString &text, const QString &action);
+
+/// Asks a question that No answers unless the user says Yes.
+bool confirm(const QString &text, const QString &informativeText);
 
 } // namespace MessageBox

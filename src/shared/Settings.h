@@ -7,3 +7,9 @@ inline QSettings programSettings()
 {
     return QSettings(QStringLiteral("Orrelan"), QStringLiteral("Vistamo"));
 }
+
+/// The same for the options of the batch tools.
+inline QSettings batchSettings()
+{
+    return QSettings(QStringLiteral("Orrelan"), QStringLiteral("ImageToPDF"));
+}

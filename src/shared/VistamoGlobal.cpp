@@ -4,6 +4,12 @@
 
 #include <algorithm>
 
+#ifdef ORRELAN_SHOW_PDF_AND_CONVERT_BUTTONS
+bool VistamoGlobal::showPdfAndConvertButtons = true;
+#else
+bool VistamoGlobal::showPdfAndConvertButtons = false;
+#endif
+
 bool VistamoGlobal::isImageFile(const QString &fileName) const
 {
     const QString extension = QLatin1Char('.') + QFileInfo(fileName).suffix();

@@ -145,12 +145,8 @@ public:
     static inline bool showCheckbox = false;
     static inline QString exportImagePath;
 
-    /// The batch tools are part of the build but reachable only where this is true.
-#ifdef ORRELAN_SHOW_PDF_AND_CONVERT_BUTTONS
-    static inline bool showPdfAndConvertButtons = true;
-#else
-    static inline bool showPdfAndConvertButtons = false;
-#endif
+    /// The batch tools are part of the build but reachable only where this is true: a switch of the build.
+    static bool showPdfAndConvertButtons;
 
     // Settings of the slideshow
     static inline QColor bkColor = Qt::black;

@@ -27,6 +27,7 @@
 #include <memory>
 
 class FileWork;
+class ImagesToPDFForm;
 class QAction;
 class QSettings;
 class QStackedLayout;
@@ -206,6 +207,10 @@ private:
     void openThumbnailDatabase();
     void setUpContextMenu();
 
+    // Pages
+    void prepareBatchForm(int mode);
+    void sendCheckedItemsToBatchForm();
+
     // Settings
     void loadSettings();
     void loadFolderList(QSettings &settings);
@@ -227,7 +232,6 @@ private:
     void waitForStoppedThreads();
     void folderThreadEnded();
     void goOnWithoutLoadThreads();
-    void leaveBehind(StoppableThread *thread);
     void endThreads();
     void clearFiles();
     void restoreStrip();
@@ -308,7 +312,8 @@ private:
     enum Page
     {
         BrowserPage,
-        ViewerPage
+        ViewerPage,
+        BatchPage ///< while its form exists
     };
     QStackedLayout *stackedLayout = nullptr;
     bool widgetShown = false; ///< false while a slideshow runs
@@ -406,4 +411,5 @@ private:
 
     // Slideshow
     SlideShowForm *slideShowForm = nullptr;
+    ImagesToPDFForm *imagesToPdfForm = nullptr;
 };

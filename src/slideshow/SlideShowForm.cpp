@@ -102,17 +102,9 @@ void SlideShowForm::load(int index)
 /// Gives a decode up; one that does not end soon is left behind.
 void SlideShowForm::stopLoader()
 {
-    if (!loader)
-        return;
-    loader->stop();
-    loader->disconnect(this);
-    if (loader->wait(longestEndMs)) {
-        delete loader;
-    } else {
-        StoppableThread::someLeftBehind = true;
-        connect(loader, SIGNAL(finished()), loader, SLOT(deleteLater()));
-    }
-    loader = nullptr;
+    if (loader)
+        loader->disconnect(this);
+    StoppableThread::end(std::exchange(loader, nullptr), QDeadlineTimer(longestEndMs));
 }
 
 void SlideShowForm::onLoaded(const QString &path, const QImage &image)

@@ -1,5 +1,6 @@
 #include "shell/ThumbsForm.h"
 
+#include "batch/ImagesToPDFForm.h"
 #include "library/ThumbnailDatabase.h"
 #include "library/ThumbnailDelegate.h"
 #include "shared/DecodeGuard.h"
@@ -67,7 +68,9 @@ ThumbsForm::ThumbsForm(QWidget *parent)
 ThumbsForm::~ThumbsForm()
 {
     saveSettings();
-    delete slideShowForm; // it reports its end
+    // They report their end.
+    delete slideShowForm;
+    delete imagesToPdfForm;
     endThreads();
     finishExports();
     DecodeGuard::finish();

@@ -123,23 +123,14 @@ void ThumbsForm::waitForStoppedThreads()
 void ThumbsForm::onRefreshTimer()
 {
     if (loadThumbnailThread && loadThumbnailThread->isStopping()) {
-        leaveBehind(std::exchange(loadThumbnailThread, nullptr));
+        StoppableThread::leaveBehind(std::exchange(loadThumbnailThread, nullptr), this);
         vistamoLoadThumbnailThreadStat = false;
     }
     if (loadFolderThread && loadFolderThread->isStopping()) {
-        leaveBehind(std::exchange(loadFolderThread, nullptr));
+        StoppableThread::leaveBehind(std::exchange(loadFolderThread, nullptr), this);
         folderThreadEnded();
     }
     goOnWithoutLoadThreads();
-}
-
-/// Gives a thread up that does not end.
-void ThumbsForm::leaveBehind(StoppableThread *thread)
-{
-    StoppableThread::someLeftBehind = true;
-    thread->stop();
-    thread->disconnect(this);
-    connect(thread, SIGNAL(finished()), thread, SLOT(deleteLater()));
 }
 
 void ThumbsForm::onLoadFolderFinish()
@@ -342,11 +333,11 @@ void ThumbsForm::endThreads()
             thread->stop();
     }
     for (StoppableThread *const thread : threads) {
-        if (thread && !thread->wait(deadline))
-            leaveBehind(thread);
-        else
-            delete thread;
+        if (thread)
+            thread->disconnect(this);
+        StoppableThread::end(thread, deadline);
     }
+    StoppableThread::endReleased(deadline);
     // A thread that hangs may come back to the maker.
     StoppableThread::someLeftBehind |= !thumbnailMaker->finish(static_cast<int>(deadline.remainingTime()));
     if (StoppableThread::someLeftBehind)

@@ -1,11 +1,13 @@
 #include "shell/ThumbsForm.h"
 
+#include "batch/ImagesToPDFForm.h"
 #include "shell/AboutDialog.h"
 #include "ui_ThumbsForm.h"
 
 #include <QApplication>
 #include <QDesktopServices>
 #include <QStackedLayout>
+#include <QtDebug>
 
 void ThumbsForm::showEvent(QShowEvent *)
 {
@@ -38,12 +40,62 @@ void ThumbsForm::on_webButton_clicked()
     QDesktopServices::openUrl(VistamoGlobal().getWebsiteUrl());
 }
 
-void ThumbsForm::on_pdfButton_clicked() {}
+void ThumbsForm::on_pdfButton_clicked()
+{
+    emit changeTitle(VistamoGlobal().getAppTitle() + tr("-Create a PDF File from Multiple Images"));
+    onImagesToPDFAction();
+}
 
-void ThumbsForm::on_convertButton_clicked() {}
+void ThumbsForm::onImagesToPDFAction()
+{
+    prepareBatchForm(0);
+    stackedLayout->setCurrentIndex(BatchPage);
+}
 
-void ThumbsForm::onImagesToPDFAction() {}
+void ThumbsForm::on_convertButton_clicked()
+{
+    emit changeTitle(VistamoGlobal().getAppTitle() + tr("-Convert Multiple Images to another Format"));
+    prepareBatchForm(1);
+    stackedLayout->setCurrentIndex(stackedLayout->count() - 1);
+}
 
-void ThumbsForm::onImagesToPdfDestroyed() {}
+/// Makes the batch form if there is none, empties it and hands it the ticked files.
+void ThumbsForm::prepareBatchForm(int mode)
+{
+    if (!imagesToPdfForm) {
+        imagesToPdfForm = new ImagesToPDFForm(this);
+        connect(imagesToPdfForm, SIGNAL(destroyed()), SLOT(onImagesToPdfDestroyed()));
+        connect(imagesToPdfForm, SIGNAL(closeToolWidget()), SLOT(onCloseToolWidget()));
+        imagesToPdfForm->show();
+        stackedLayout->addWidget(imagesToPdfForm);
+    }
+    imagesToPdfForm->setToolMode(mode);
+    imagesToPdfForm->clearFileList();
+    sendCheckedItemsToBatchForm();
+}
 
-void ThumbsForm::onCloseToolWidget() {}
+void ThumbsForm::sendCheckedItemsToBatchForm()
+{
+    if (!ui->showCheckboxButton->isChecked())
+        return;
+    QList<VistamoGlobal::TFileData> files;
+    for (const TCheckedItem &item : VistamoGlobal::checkedItemList) {
+        files.append({item.path + QLatin1Char('/') + item.fileName, -1});
+        qDebug() << "fullPath: " << files.last().fullPath;
+    }
+    imagesToPdfForm->setSourceFiles(files);
+}
+
+void ThumbsForm::onImagesToPdfDestroyed()
+{
+    imagesToPdfForm = nullptr;
+}
+
+void ThumbsForm::onCloseToolWidget()
+{
+    stackedLayout->setCurrentIndex(BrowserPage);
+    imagesToPdfForm->deleteLater();
+    emit changeTitle(VistamoGlobal().getAppTitle());
+    oldPath.clear();
+    loadFolder(currentPath);
+}

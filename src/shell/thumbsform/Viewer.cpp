@@ -66,7 +66,7 @@ void ThumbsForm::loadSelectedImage(const QString &path)
         request = decodedAhead.request(fileOf(*record));
     if (loadImageThreadRunning && loadImageThread->hangs()) {
         const QList<ImageRequest> waiting = loadImageThread->takeWaiting();
-        leaveBehind(loadImageThread);
+        StoppableThread::leaveBehind(loadImageThread, this);
         startLoadImageThread(waiting + QList<ImageRequest>{request});
     } else if (loadImageThreadRunning) {
         loadImageThread->addFile(request);

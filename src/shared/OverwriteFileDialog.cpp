@@ -1,6 +1,6 @@
-#include "fileops/VistamoOverwriteFileDialog.h"
+#include "shared/OverwriteFileDialog.h"
 
-#include "ui_VistamoOverwriteFileDialog.h"
+#include "ui_OverwriteFileDialog.h"
 
 #include <QDir>
 
@@ -12,37 +12,38 @@ constexpr int targetColumnWidth = 340;
 
 } // namespace
 
-VistamoOverwriteFileDialog::VistamoOverwriteFileDialog(QWidget *parent)
+OverwriteFileDialog::OverwriteFileDialog(QWidget *parent)
     : QDialog(parent)
-    , ui(std::make_unique<Ui::VistamoOverwriteFileDialog>())
+    , ui(std::make_unique<Ui::OverwriteFileDialog>())
 {
     ui->setupUi(this);
     ui->treeWidget->setColumnWidth(0, targetColumnWidth);
 }
 
-VistamoOverwriteFileDialog::~VistamoOverwriteFileDialog() = default;
+OverwriteFileDialog::~OverwriteFileDialog() = default;
 
-void VistamoOverwriteFileDialog::setFileList(const QStringList &fileExistsList,
-                                             const QStringList &fileSourceList)
+void OverwriteFileDialog::showFiles(const QStringList &fileExistsList, const QStringList &fileSourceList)
 {
     ui->descLabel->setText(
         fileExistsList.size() > 1
             ? tr("The following files already exist. Check all files that you wish to overwrite.")
             : tr("The following file already exist. Do you wish to overwrite it?"));
     ui->treeWidget->clear();
+    QList<QTreeWidgetItem *> items;
     for (qsizetype i = 0; i < std::min(fileExistsList.size(), fileSourceList.size()); ++i) {
         auto *const item = new QTreeWidgetItem(
             {QDir::toNativeSeparators(fileExistsList[i]), QDir::toNativeSeparators(fileSourceList[i])});
         item->setCheckState(0, Qt::Checked);
-        ui->treeWidget->addTopLevelItem(item);
+        items.append(item);
     }
+    ui->treeWidget->addTopLevelItems(items);
 }
 
-void VistamoOverwriteFileDialog::on_overwriteButton_clicked()
+void OverwriteFileDialog::on_overwriteButton_clicked()
 {
     setEnabled(false);
-    fileExistsList.clear();
-    fileSourceList.clear();
+    QStringList fileExistsList;
+    QStringList fileSourceList;
     for (int i = 0; i < ui->treeWidget->topLevelItemCount(); ++i) {
         const QTreeWidgetItem *const item = ui->treeWidget->topLevelItem(i);
         if (item->checkState(0) == Qt::Checked) {
@@ -51,11 +52,11 @@ void VistamoOverwriteFileDialog::on_overwriteButton_clicked()
         }
     }
     if (!fileExistsList.isEmpty())
-        emit overwriteFiles(fileExistsList, fileSourceList);
+        overwrite(fileExistsList, fileSourceList);
     deleteLater();
 }
 
-void VistamoOverwriteFileDialog::on_cancelButton_clicked()
+void OverwriteFileDialog::on_cancelButton_clicked()
 {
     emit convertFinish();
     deleteLater();

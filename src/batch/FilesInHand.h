@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QList>
+#include <QMutex>
+#include <QSet>
+#include <QString>
+#include <QThreadPool>
+#include <QWaitCondition>
+
+#include <functional>
+
+/// Does work on files on several threads as if it were done in order: two pieces that share a file never run
+/// side by side. For one thread, which gives the work.
+class FilesInHand
+{
+public:
+    /// @param atOnce threads
+    explicit FilesInHand(int atOnce) { pool.setMaxThreadCount(atOnce); }
+
+    /// Waits until a thread is free and none of the files is in hand. Two paths that differ in case only, or
+    /// by links, count as one file.
+    void waitFor(const QStringList &files);
+
+    /// Starts on what `waitFor` has waited for.
+    void start(const QStringList &files, std::function<void()> work);
+
+private:
+    QMutex mutex;
+    QWaitCondition released;
+    QSet<QString> inHand; ///< guarded by mutex
+    int running = 0;      ///< guarded by mutex
+    QThreadPool pool;     // last: its end waits for what is still being done
+};

@@ -1,0 +1,111 @@
+#include "batch/ImagesToPDFConvertThread.h"
+
+#include "batch/FilesInHand.h"
+#include "formats/gif/GifEncoder.h"
+#include "shared/ImageReading.h"
+#include "shared/ReplacementFile.h"
+
+#include <QFileInfo>
+#include <QImageWriter>
+#include <QtDebug>
+
+#include <algorithm>
+
+namespace {
+
+struct Conversion
+{
+    QString source;
+    QString target;
+    bool overwrite;
+    int jpgQuality;
+};
+
+bool commit(ReplacementFile &file, bool overwrite)
+{
+    return overwrite ? file.commit() : file.commitAsNew();
+}
+
+/// True if the file was written. A picture that cannot be read makes a file of 0 x 0 pixels, but never in the
+/// place of another.
+bool saveGif(const QImage &image, const Conversion &conversion)
+{
+    ReplacementFile file(conversion.target);
+    const bool replaces = conversion.overwrite && !image.isNull();
+    return file.create() && GifEncoder::write(image, file) && commit(file, replaces);
+}
+
+void save(const QImage &image, const QByteArray &format, const Conversion &conversion)
+{
+    ReplacementFile file(conversion.target);
+    if (!file.create())
+        return;
+    QImageWriter writer(&file, format);
+    if (format == "jpg")
+        writer.setQuality(conversion.jpgQuality);
+    writer.setOptimizedWrite(true);
+    writer.setProgressiveScanWrite(true);
+    if (!writer.write(image)) {
+        qDebug() << "Cannot write: " << conversion.target << " " << writer.errorString();
+        qDebug() << QImageWriter::supportedImageFormats();
+        return;
+    }
+    commit(file, conversion.overwrite);
+}
+
+void convert(const Conversion &conversion)
+{
+    const QByteArray format = QFileInfo(conversion.target).suffix().toLower().toLatin1();
+    qDebug() << "targetFileName #2: " << conversion.target;
+    if (format == "gif") {
+        saveGif(ImageReading::read(conversion.source), conversion); // it has no profile
+        return;
+    }
+    save(ImageReading::read(conversion.source, ImageReading::Colours::AsStored), format, conversion);
+}
+
+} // namespace
+
+ImagesToPDFConvertThread::ImagesToPDFConvertThread(QObject *parent)
+    : StoppableThread(parent)
+    , options(BatchOptions::current())
+{
+    setObjectName(QStringLiteral("Convert"));
+}
+
+void ImagesToPDFConvertThread::run()
+{
+    if (stopRequested)
+        return;
+    if (isConvertMode)
+        convertImages();
+    else
+        createPdf();
+    if (stopRequested)
+        emit threadTerminated();
+    else
+        emit threadCompleted(fileExistsList, fileSourceList);
+}
+
+void ImagesToPDFConvertThread::convertImages()
+{
+    qDebug() << "convertImages";
+    fileExistsList.clear();
+    fileSourceList.clear();
+    FilesInHand filesInHand(std::max(QThread::idealThreadCount(), 1));
+    for (const QString &source : sourceFiles) {
+        const QString target = convertTarget(source, targetPath, targetExtension);
+        filesInHand.waitFor({source, target});
+        if (stopRequested)
+            return;
+        emit updateFileName(source);
+        qDebug() << "targetFileName #1: " << target;
+        if (!overwrite && QFileInfo::exists(target)) {
+            fileExistsList.append(target);
+            fileSourceList.append(source);
+            continue;
+        }
+        const Conversion conversion = {source, target, overwrite, options.targeFileQuality};
+        filesInHand.start({source, target}, [conversion] { convert(conversion); });
+    }
+}

@@ -1,0 +1,123 @@
+#include "batch/ImagesToPDFPreviewDialog.h"
+
+#include "batch/ImagesToPDFLoadFullPreviewImageThread.h"
+#include "ui_ImagesToPDFPreviewDialog.h"
+#include "viewer/ViewGeometry.h"
+
+#include <QFileInfo>
+#include <QScreen>
+#include <QScrollBar>
+
+namespace {
+
+constexpr int resizeDelayMs = 10;
+
+} // namespace
+
+ImagesToPDFPreviewDialog::ImagesToPDFPreviewDialog(QWidget *parent)
+    : QDialog(parent)
+    , ui(std::make_unique<Ui::ImagesToPDFPreviewDialog>())
+{
+    ui->setupUi(this);
+    connect(ui->previewLabel, SIGNAL(needToResizeImage(int)), SLOT(onNeedToResizeImage(int)));
+    connect(ui->previewLabel, SIGNAL(startDragImage(QPoint)), SLOT(onStartDragImage(QPoint)));
+    connect(ui->previewLabel, SIGNAL(endDragImage()), SLOT(onEndDragImage()));
+    connect(ui->previewLabel, SIGNAL(mouseMove(QPoint, QPoint)), SLOT(onMouseMove(QPoint, QPoint)));
+    connect(&resizeTimer, SIGNAL(timeout()), SLOT(updateTimer()));
+    setWindowFlags(windowFlags() | Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint);
+}
+
+ImagesToPDFPreviewDialog::~ImagesToPDFPreviewDialog()
+{
+    StoppableThread::release(loadThread, this);
+}
+
+void ImagesToPDFPreviewDialog::loadImage(const QString &path)
+{
+    if (!QFileInfo::exists(path))
+        return;
+    setWindowTitle(tr("Preview - ") + QFileInfo(path).fileName());
+    fileName = path;
+    StoppableThread::release(loadThread, this);
+    loadThread = new ImagesToPDFLoadFullPreviewImageThread;
+    loadThread->fileName = path;
+    connect(loadThread, SIGNAL(previewImageReady(QImage)), SLOT(handleFullPreviewImageReady(QImage)));
+    connect(loadThread, SIGNAL(finished()), loadThread, SLOT(deleteLater()));
+    loadThread->start(QThread::InheritPriority);
+}
+
+void ImagesToPDFPreviewDialog::handleFullPreviewImageReady(QImage image)
+{
+    hasAnswer = true;
+    fullPixmap = QPixmap::fromImage(std::move(image));
+    showFitted();
+}
+
+/// Scales the picture, also a small one, to fill the view.
+void ImagesToPDFPreviewDialog::showFitted()
+{
+    ui->sizeInfoLabel->setText(QStringLiteral("%1x%2").arg(fullPixmap.width()).arg(fullPixmap.height()));
+    const QSize view = viewportOf(ui->scrollArea->size());
+    setContentsSize(view);
+    scaledPixmap = {viewLayout(ScaleMode::Fit, fullPixmap.size(), view, 0).image};
+    showScale();
+}
+
+void ImagesToPDFPreviewDialog::showScale()
+{
+    scale = static_cast<double>(scaledPixmap.width()) / fullPixmap.width();
+    ui->percentResizeLabel->setText(percentText(scale));
+    if (hasAnswer)
+        ui->previewLabel->showImage(fullPixmap, scaledPixmap);
+}
+
+void ImagesToPDFPreviewDialog::setContentsSize(QSize size)
+{
+    ui->scrollAreaWidgetContents->setFixedSize(size);
+    ui->previewLabel->setFixedSize(size);
+}
+
+void ImagesToPDFPreviewDialog::onNeedToResizeImage(int val)
+{
+    const std::optional<int> width = zoomStep(scaledPixmap.width(), fullPixmap.width(), val,
+                                              QGuiApplication::primaryScreen()->physicalSize().width());
+    if (!width)
+        return;
+    scaledPixmap = {scaledToWidth(fullPixmap.size(), *width)};
+    showScale();
+    setContentsSize(scaledPixmap.size.expandedTo(viewportOf(ui->scrollArea->size())));
+}
+
+void ImagesToPDFPreviewDialog::onStartDragImage(QPoint point)
+{
+    isDragging = true;
+    lastMousePos = point;
+}
+
+void ImagesToPDFPreviewDialog::onEndDragImage()
+{
+    isDragging = false;
+}
+
+void ImagesToPDFPreviewDialog::onMouseMove(QPoint point, QPoint)
+{
+    if (!isDragging)
+        return;
+    const QPoint moved = lastMousePos - point;
+    ui->scrollArea->horizontalScrollBar()->setValue(ui->scrollArea->horizontalScrollBar()->value()
+                                                    + moved.x());
+    ui->scrollArea->verticalScrollBar()->setValue(ui->scrollArea->verticalScrollBar()->value() + moved.y());
+    lastMousePos = point;
+}
+
+void ImagesToPDFPreviewDialog::resizeEvent(QResizeEvent *event)
+{
+    QDialog::resizeEvent(event);
+    resizeTimer.start(resizeDelayMs);
+}
+
+void ImagesToPDFPreviewDialog::updateTimer()
+{
+    showFitted();
+    resizeTimer.stop();
+}

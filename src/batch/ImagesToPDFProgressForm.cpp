@@ -1,0 +1,122 @@
+#include "batch/ImagesToPDFProgressForm.h"
+
+#include "batch/ImagesToPDFConvertThread.h"
+#include "batch/ImagesToPDFForm.h"
+#include "batch/ImagesToPDFOverwriteFileDialog.h"
+#include "shared/MessageBox.h"
+#include "ui_ImagesToPDFProgressForm.h"
+
+#include <QDesktopServices>
+#include <QUrl>
+
+namespace {
+
+// At the end of the program: for a large picture in hand, but not for a drive that is dead.
+constexpr int longestEndMs = 30'000;
+
+} // namespace
+
+ImagesToPDFProgressForm::ImagesToPDFProgressForm(ImagesToPDFForm *parent)
+    : QWidget(parent)
+    , ui(std::make_unique<Ui::ImagesToPDFProgressForm>())
+{
+    ui->setupUi(this);
+}
+
+ImagesToPDFProgressForm::~ImagesToPDFProgressForm()
+{
+    if (convertThread)
+        convertThread->disconnect(this);
+    StoppableThread::end(convertThread, QDeadlineTimer(longestEndMs));
+}
+
+void ImagesToPDFProgressForm::startRun(QStringList files, int mode, QString path, QString format,
+                                       QString extension, bool overwrite)
+{
+    fileList = files;
+    isConvertMode = mode;
+    targetPath = path;
+    targetFormat = format;
+    targetExtension = extension;
+    ui->progressBar->setMaximum(static_cast<int>(files.size()));
+    ui->progressBar->setValue(0);
+    emit startConvertSignal();
+
+    convertThread = new ImagesToPDFConvertThread;
+    convertThread->sourceFiles = files;
+    convertThread->targetPath = path;
+    convertThread->targetFormat = format;
+    convertThread->targetExtension = extension;
+    convertThread->overwrite = overwrite;
+    convertThread->isConvertMode = mode;
+    connect(convertThread, SIGNAL(updateFileName(QString)), SLOT(handleUpdateFileName(QString)));
+    connect(convertThread, SIGNAL(threadTerminated()), SLOT(handleThreadTerminated()));
+    connect(convertThread, SIGNAL(threadCompleted(QStringList, QStringList)),
+            SLOT(handleThreadCompleted(QStringList, QStringList)));
+    connect(convertThread, SIGNAL(finished()), convertThread, SLOT(deleteLater()));
+    convertThread->start(QThread::InheritPriority);
+}
+
+void ImagesToPDFProgressForm::handleUpdateFileName(QString fileName)
+{
+    ui->label_2->setText(fileName);
+    ui->progressBar->setValue(ui->progressBar->value() + 1);
+}
+
+void ImagesToPDFProgressForm::handleThreadTerminated()
+{
+    emit finishConvertSignal();
+    deleteLater();
+}
+
+void ImagesToPDFProgressForm::handleConvertFinish()
+{
+    handleThreadTerminated();
+}
+
+void ImagesToPDFProgressForm::handleThreadCompleted(QStringList fileExistsList, QStringList fileSourceList)
+{
+    if (fileExistsList.isEmpty())
+        showCompleted();
+    else
+        askToOverwrite(fileExistsList, fileSourceList);
+}
+
+void ImagesToPDFProgressForm::showCompleted()
+{
+    const QString text = fileList.size() < 2 ? tr("The conversion process is completed.")
+                                             : tr("The conversion processes are completed.");
+    const QPointer<ImagesToPDFProgressForm> alive(this); // the program may end meanwhile
+    const bool open = MessageBox::informWithAction(tr("Kestrix"), text, tr("Open PDF File"));
+    if (!alive)
+        return;
+    if (open)
+        QDesktopServices::openUrl(QUrl::fromLocalFile(targetPath));
+    handleThreadTerminated();
+}
+
+void ImagesToPDFProgressForm::askToOverwrite(const QStringList &fileExistsList,
+                                             const QStringList &fileSourceList)
+{
+    const QPointer<ImagesToPDFOverwriteFileDialog> dialog = new ImagesToPDFOverwriteFileDialog(this);
+    connect(dialog, SIGNAL(overwriteFiles(QStringList)), SLOT(handleOverwriteFiles(QStringList)));
+    connect(dialog, SIGNAL(convertFinish()), SLOT(handleConvertFinish()));
+    dialog->setFiles(fileExistsList, fileSourceList);
+    dialog->exec();
+    if (dialog)
+        dialog->deleteLater(); // closed by its title bar
+}
+
+void ImagesToPDFProgressForm::handleOverwriteFiles(QStringList urls)
+{
+    startRun(urls, isConvertMode, targetPath, targetFormat, targetExtension, true);
+}
+
+void ImagesToPDFProgressForm::on_cancelButton_clicked()
+{
+    // Without a worker the run is over, and nobody else would close the form.
+    if (convertThread && !convertThread->isFinished())
+        convertThread->stop();
+    else
+        handleThreadTerminated();
+}

@@ -1,0 +1,103 @@
+#include "batch/ImagesToPDFConvertThread.h"
+#include "batch/PdfPageLayout.h"
+#include "shared/ImageReading.h"
+#include "shared/OrderedWork.h"
+#include "shared/Platform.h"
+#include "shared/ReplacementFile.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QPainter>
+#include <QPdfWriter>
+#include <QtDebug>
+
+#include <algorithm>
+#include <optional>
+
+namespace {
+
+// Pages that are made ready side by side may take this together; larger ones come one by one.
+constexpr qint64 pagesBytes = 512LL * 1024 * 1024;
+
+/// The picture as it lies on the page; null if there is none.
+QImage pageImage(const QString &path, QSize available, bool enlarge, bool smooth)
+{
+    const QImage image = ImageReading::read(path);
+    const QSize size = pdfPictureSize(image.size(), available, enlarge);
+    if (size.isEmpty())
+        return {};
+    return image.scaled(size, Qt::IgnoreAspectRatio,
+                        smooth ? Qt::SmoothTransformation : Qt::FastTransformation);
+}
+
+/// Gives the file at `path` another name beside it. The new path, or nothing if that failed.
+std::optional<QString> setAside(const QString &path)
+{
+    const QFileInfo info(path);
+    const QString base = info.path() + QLatin1Char('/') + info.completeBaseName();
+    for (int i = 1; i < 1000; ++i) {
+        const QString number = i == 1 ? QString() : QStringLiteral(" %1").arg(i);
+        const QString aside = QStringLiteral("%1 (previous%2).%3").arg(base, number, info.suffix());
+        if (Platform::renameToNew(path, aside))
+            return aside;
+        if (!QFileInfo::exists(aside))
+            break;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+void ImagesToPDFConvertThread::createPdf()
+{
+    const QString path = options.outputFolder + QLatin1Char('/') + options.pdfFileName;
+    ReplacementFile file(path);
+    if (!file.create()) {
+        for (const QString &source : sourceFiles)
+            emit updateFileName(source);
+        return;
+    }
+    writePages(file);
+    if (stopRequested)
+        return;
+
+    // Where the user asked for another name, what stands at this one was not to be overwritten.
+    const bool keepsPrevious =
+        QFileInfo::exists(path) && QDir::cleanPath(targetPath) != QDir::cleanPath(path);
+    const std::optional<QString> aside = keepsPrevious ? setAside(path) : std::nullopt;
+    if (keepsPrevious && !aside)
+        qDebug() << "Cannot keep what stands at" << path;
+    else if (!file.commit() && aside)
+        Platform::renameToNew(*aside, path);
+}
+
+void ImagesToPDFConvertThread::writePages(ReplacementFile &file)
+{
+    QPdfWriter writer(&file);
+    writer.setPdfVersion(QPagedPaintDevice::PdfVersion_1_6);
+    writer.setResolution(getResolution(options.pdfQuality));
+    QSizeF points;
+    writer.setPageSize(getPageSize(options.pageSize, &points));
+    const int margin = pdfMargin(options);
+    writer.setPageMargins(QMarginsF(0, 0, 0, 0), QPageLayout::Millimeter);
+    writer.setPageOrientation(options.pageOrientation == 0 ? QPageLayout::Portrait : QPageLayout::Landscape);
+    const QSize page(writer.width(), writer.height());
+    const QSize available = pdfAvailableSize(page, margin);
+    QPainter painter(&writer);
+
+    const qint64 pageBytes = std::max<qint64>(4LL * page.width() * page.height(), 1);
+    const qint64 atOnce = std::min<qint64>(pagesBytes / pageBytes, QThread::idealThreadCount());
+    OrderedWork<QImage> images(static_cast<int>(std::max<qint64>(atOnce, 1)));
+    qsizetype started = 0;
+    for (qsizetype i = 0; i < sourceFiles.size() && !stopRequested; ++i) {
+        for (; started < sourceFiles.size() && !images.isFull(); ++started) {
+            emit updateFileName(sourceFiles[started]);
+            images.start(
+                [path = sourceFiles[started], available, enlarge = options.resizeImageToPaper,
+                 smooth = options.pdfSmoothEdges] { return pageImage(path, available, enlarge, smooth); });
+        }
+        painter.drawImage(margin, margin, images.takeNext());
+        if (i + 1 < sourceFiles.size())
+            writer.newPage();
+    }
+}

@@ -1,0 +1,180 @@
+#include "batch/ImagesToPDFForm.h"
+
+#include "batch/BatchListItem.h"
+#include "shared/FileDialog.h"
+#include "shared/FolderPicker.h"
+#include "ui_ImagesToPDFForm.h"
+
+#include <algorithm>
+
+void ImagesToPDFForm::clearFileList()
+{
+    fileListModel.removeRows(0, fileListModel.rowCount());
+}
+
+void ImagesToPDFForm::setSourceFiles(const QList<VistamoGlobal::TFileData> &files)
+{
+    sourceFileList = files;
+    QStringList paths;
+    for (const VistamoGlobal::TFileData &file : files)
+        paths.append(file.fullPath);
+    on_ImageFilesSelected(paths);
+}
+
+void ImagesToPDFForm::on_openFileAddButton_clicked()
+{
+    on_ImageFilesSelected(FileDialog::openFileNames(
+        tr("Add Image Files"), FolderPicker().picturesFolder(),
+        tr("Image Files (*.gif *.heic *.heif *.jpg *.jpeg *.png *.tif *.tiff *.webp)"), this));
+}
+
+void ImagesToPDFForm::on_ImageFilesSelected(const QStringList &pathList)
+{
+    if (pathList.isEmpty())
+        return;
+    QList<QUrl> urls;
+    for (const QString &path : pathList)
+        urls.append(QUrl::fromLocalFile(path));
+    addUrls(urls);
+}
+
+void ImagesToPDFForm::on_AddURL(const QUrl &url)
+{
+    addUrls({url});
+}
+
+void ImagesToPDFForm::on_AddURLs(QList<QUrl> urls)
+{
+    addUrls(urls);
+}
+
+void ImagesToPDFForm::addUrls(const QList<QUrl> &urls)
+{
+    ui->sourceTreeView->clearSelection();
+    if (!addUrlsThreadActive) {
+        addUrlsThreadActive = true;
+        delete addUrlsThread; // that of an earlier batch
+        addUrlsThread = new ImagesToPDFAddUrlsThread(listIconSize, this);
+        connect(addUrlsThread, SIGNAL(filesFound(QList<BatchFile>)), SLOT(onFilesFound(QList<BatchFile>)));
+        connect(addUrlsThread, SIGNAL(addUrlsFinish(QString)), SLOT(onAddUrlsFinish(QString)));
+        connect(addUrlsThread, SIGNAL(finished()), SLOT(onAddUrlsReadyToClose()));
+    }
+    addUrlsThread->addUrls(urls);
+    addUrlsThread->start(QThread::InheritPriority); // nothing while it runs
+}
+
+void ImagesToPDFForm::onFilesFound(const QList<BatchFile> &files)
+{
+    fileListModel.addFiles(files);
+}
+
+void ImagesToPDFForm::onAddUrlsFinish(QString lastPath)
+{
+    if (!lastPath.isEmpty())
+        updateFormState(State::List);
+}
+
+void ImagesToPDFForm::onAddUrlsReadyToClose()
+{
+    // What was added while the thread was ending.
+    if (addUrlsThread->hasUrls())
+        addUrlsThread->start(QThread::InheritPriority);
+    else
+        addUrlsThreadActive = addUrlsThread->isRunning();
+}
+
+void ImagesToPDFForm::updateFormState(State state)
+{
+    const bool empty = state == State::Empty;
+    const bool list = state == State::List;
+    for (QWidget *const widget :
+         std::initializer_list<QWidget *>{ui->line, ui->line_2, ui->sourceTreeView, ui->removeButton,
+                                          ui->clearButton, ui->createPdfButton, ui->upButton, ui->downButton})
+        widget->setVisible(list);
+    ui->openFileAddButton->setVisible(empty || list);
+    ui->backButton->setVisible(empty || list);
+    ui->noItemFrame->setVisible(empty);
+    ui->previewImage->setVisible(list && !selectedRows().isEmpty());
+    if (list)
+        setToolMode(convertMode);
+}
+
+void ImagesToPDFForm::on_itemSelection_changed(const QItemSelection &selected, const QItemSelection &)
+{
+    ui->previewImage->setVisible(!selected.isEmpty());
+    updateItemSelection(static_cast<int>(selected.size()));
+}
+
+void ImagesToPDFForm::updateItemSelection(int count)
+{
+    itemSelected = count >= 1;
+    for (QWidget *const button :
+         std::initializer_list<QWidget *>{ui->removeButton, ui->upButton, ui->downButton})
+        button->setEnabled(itemSelected);
+    if (!itemSelected) {
+        ui->previewImage->setText(tr("Preview"));
+        return;
+    }
+    const QModelIndexList selected = ui->sourceTreeView->selectionModel()->selectedIndexes();
+    if (selected.isEmpty())
+        return;
+    canMoveUp = selected.first().row() != 0;
+    canMoveDown = selected.last().row() != fileListModel.rowCount() - 1;
+    ui->upButton->setEnabled(canMoveUp);
+    ui->downButton->setEnabled(canMoveDown);
+    selectedFile = fullPathFromItemText(selected.first().data().toString());
+    ui->sourceTreeView->selectedPath = selectedFile;
+    showPreviewImage(selectedFile, false);
+}
+
+/// In the order of the selection.
+QList<int> ImagesToPDFForm::selectedRows() const
+{
+    QList<int> rows;
+    for (const QModelIndex &index : ui->sourceTreeView->selectionModel()->selectedRows())
+        rows.append(index.row());
+    return rows;
+}
+
+void ImagesToPDFForm::on_removeButton_clicked()
+{
+    QList<int> rows = selectedRows();
+    std::sort(rows.rbegin(), rows.rend());
+    for (const int row : rows)
+        fileListModel.removeRow(row);
+    if (fileListModel.rowCount() == 0)
+        updateFormState(State::Empty);
+}
+
+void ImagesToPDFForm::on_upButton_clicked()
+{
+    moveSelectedRows(-1);
+}
+
+void ImagesToPDFForm::on_downButton_clicked()
+{
+    moveSelectedRows(1);
+}
+
+/// Moves row by row, in the order of the selection; a row at the end of the list stays there. Leaves one row
+/// selected: the neighbour of the outermost.
+void ImagesToPDFForm::moveSelectedRows(int step)
+{
+    const QList<int> rows = selectedRows();
+    if (rows.isEmpty())
+        return;
+    const int last = fileListModel.rowCount() - 1;
+    for (const int row : rows) {
+        if (row + step >= 0 && row + step <= last)
+            fileListModel.insertRow(row + step, fileListModel.takeRow(row));
+    }
+    const auto [top, bottom] = std::minmax_element(rows.begin(), rows.end());
+    const int current = std::clamp((step < 0 ? *top : *bottom) + step, 0, last);
+    ui->sourceTreeView->setCurrentIndex(fileListModel.index(current, 0));
+}
+
+void ImagesToPDFForm::on_clearButton_clicked()
+{
+    clearFileList();
+    updateFormState(State::Empty);
+}

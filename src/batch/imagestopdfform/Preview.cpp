@@ -1,0 +1,84 @@
+#include "batch/ImagesToPDFForm.h"
+
+#include "batch/ImagesToPDFLoadPreviewImageThread.h"
+#include "batch/ImagesToPDFPreviewDialog.h"
+#include "library/ThumbnailDatabase.h"
+#include "ui_ImagesToPDFForm.h"
+
+#include <QFileInfo>
+
+namespace {
+
+constexpr int tickMs = 100;
+constexpr int ticksToWait = 15;
+
+} // namespace
+
+void ImagesToPDFForm::showPreviewImage(const QString &path, bool force)
+{
+    if (closeIfRequested())
+        return;
+    TThumbnailRecord record = ThumbnailDatabase::keyOf(QFileInfo(path));
+    VistamoGlobal().getThumbnail(record, VistamoGlobal::thumbnailTableName, VistamoGlobal::thumbnailDatabase);
+    if (!record.image.isNull()) {
+        handleUpdatePreviewImage(record.image);
+        return;
+    }
+    pendingPreviewFile = path;
+    pendingPreviewForce = force;
+    previewCountdown = ticksToWait;
+    if (!updateTimer.isActive()) {
+        // Connected once more at each start: the wait gets shorter from one to the next, and is meant to.
+        connect(&updateTimer, SIGNAL(timeout()), SLOT(on_updateTimer()));
+        updateTimer.start(tickMs);
+    }
+}
+
+void ImagesToPDFForm::on_updateTimer()
+{
+    if (!updateTimer.isActive())
+        return;
+    if (previewCountdown < 1) {
+        updateTimer.stop();
+        loadPreviewImage(pendingPreviewFile, pendingPreviewForce);
+    } else {
+        --previewCountdown;
+    }
+}
+
+void ImagesToPDFForm::loadPreviewImage(const QString &path, bool)
+{
+    if (previewDialog)
+        previewDialog->reloadImage();
+    currentPreviewFile = path;
+    previewThread = new ImagesToPDFLoadPreviewImageThread;
+    previewThread->fileName = path;
+    previewThread->previewSize = ui->previewImage->size();
+    connect(previewThread, SIGNAL(updatePreviewImage(QImage)), SLOT(handleUpdatePreviewImage(QImage)));
+    connect(previewThread, SIGNAL(finished()), previewThread, SLOT(deleteLater()));
+    previewThread->start(QThread::InheritPriority);
+}
+
+void ImagesToPDFForm::handleUpdatePreviewImage(QImage image)
+{
+    if (closeIfRequested())
+        return;
+    const QSize label = ui->previewImage->size();
+    const float rW = static_cast<float>(image.width()) / static_cast<float>(label.width());
+    const float rH = static_cast<float>(image.height()) / static_cast<float>(label.height());
+    // Of a tall picture, too, the width: the label shows its middle.
+    const int side = rW > rH ? label.width() : label.height();
+    ui->previewImage->setPixmap(QPixmap::fromImage(image.scaledToWidth(side, Qt::FastTransformation)));
+}
+
+void ImagesToPDFForm::on_PreviewImage_DoubleClick()
+{
+    // Only the last one is ever spoken to; an earlier one goes when it is closed.
+    if (previewDialog && previewDialog->isVisible())
+        previewDialog->setAttribute(Qt::WA_DeleteOnClose);
+    else
+        delete previewDialog;
+    previewDialog = new ImagesToPDFPreviewDialog(this);
+    previewDialog->loadImage(selectedFile);
+    previewDialog->show();
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QThreadPool>
+
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <future>
+#include <memory>
+
+/// Pieces of work that are done on several threads, with their results in the order in which the work was
+/// given. For one thread, which gives the work and takes the results.
+template <typename Result>
+class OrderedWork
+{
+public:
+    /// @param atOnce threads, and also the most results that are kept
+    explicit OrderedWork(int atOnce)
+        : atOnce(static_cast<size_t>(atOnce))
+    {
+        pool.setMaxThreadCount(atOnce);
+    }
+
+    bool isFull() const { return pending.size() >= atOnce; }
+    bool isEmpty() const { return pending.empty(); }
+
+    /// True if the oldest result can be taken without waiting.
+    bool isNextReady() const
+    {
+        return !pending.empty()
+               && pending.front().wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    }
+
+    void start(std::function<Result()> work)
+    {
+        const auto task = std::make_shared<std::packaged_task<Result()>>(std::move(work));
+        pending.push_back(task->get_future());
+        pool.start([task] { (*task)(); });
+    }
+
+    /// The oldest result, waited for. Not on an empty list.
+    Result takeNext()
+    {
+        Result result = pending.front().get();
+        pending.pop_front();
+        return result;
+    }
+
+private:
+    const size_t atOnce;
+    std::deque<std::future<Result>> pending;
+    QThreadPool pool; // last: its end waits for what is still being done
+};
