@@ -1,8 +1,12 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDir>
 #include <QFile>
-#include <QString>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
 
 /// Whole files at once, for the tests.
 namespace Files {
@@ -21,3 +25,28 @@ inline QByteArray read(const QString &path)
 }
 
 } // namespace Files
+
+/// A test that works in a folder of its own; names are relative to it.
+class FolderTest : public QObject
+{
+protected:
+    /// Begins anew, with these folders and nothing else.
+    void newFolder(const QStringList &folders = {})
+    {
+        folder = std::make_unique<QTemporaryDir>();
+        for (const QString &name : folders)
+            QVERIFY(QDir(folder->path()).mkpath(name));
+    }
+    QString path(const QString &name) const { return folder->filePath(name); }
+    QStringList disk(const QString &name) const
+    {
+        return QDir(path(name)).entryList(QDir::Files, QDir::Name);
+    }
+    void write(const QString &name, const QByteArray &content) const
+    {
+        QVERIFY(Files::write(path(name), content));
+    }
+    QByteArray read(const QString &name) const { return Files::read(path(name)); }
+
+    std::unique_ptr<QTemporaryDir> folder;
+};

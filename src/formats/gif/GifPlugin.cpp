@@ -17,7 +17,8 @@ public:
 
 } // namespace
 
-/// Adds writing to Qt's own GIF plug-in, which reads.
+/// Adds writing to Qt's own GIF plug-in, which reads. Of two plug-ins with one key Qt drops the second, so
+/// this one has a key of its own; it is asked about "gif" all the same.
 class GifPlugin : public QImageIOPlugin
 {
     Q_OBJECT

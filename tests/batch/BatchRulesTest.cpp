@@ -1,0 +1,230 @@
+#include "batch/BatchListItem.h"
+#include "batch/BatchListModel.h"
+#include "batch/BatchOptions.h"
+#include "batch/FolderWalk.h"
+#include "batch/PdfPageLayout.h"
+#include "formats/gif/GifEncoder.h"
+#include "shared/Settings.h"
+#include "shared/VistamoGlobal.h"
+#include "support/Files.h"
+
+#include <QtTest>
+
+/// The plain rules of the batch tools.
+class BatchRulesTest : public FolderTest
+{
+    Q_OBJECT
+
+private slots:
+    void targetNames()
+    {
+        QCOMPARE(convertTarget("/in/holiday.2021.jpg", "/out", ".png"), "/out/holiday.png");
+        QCOMPARE(convertTarget("/in.d/x.tif", "/out", ".tiff"), "/out/x.tiff");
+        QCOMPARE(convertTarget("/in.d/name", "/out", ".gif"), "/out/name.gif");
+        QCOMPARE(convertTarget("/in/.jpg", "", ".png"), "/.png");
+    }
+
+    void tablesOfPaperAndResolution()
+    {
+        std::iota(std::begin(VistamoGlobal::pageSizeComboIndex), std::end(VistamoGlobal::pageSizeComboIndex),
+                  0);
+        QStringList papers;
+        for (int row = -1; row < 6; ++row) {
+            QSizeF points;
+            const QPageSize page = getPageSize(row, &points);
+            papers.append(QStringLiteral("%1 %2 %3").arg(page.id()).arg(points.width()).arg(points.height()));
+        }
+        QCOMPARE(papers, QStringList({"0 612 792", "0 612 792", "7 595.276 841.89", "8 419.528 595.276",
+                                      "1 612 1008", "2 696 1013", "0 612 792"}));
+        QList<int> resolutions;
+        for (int row = -1; row < 7; ++row)
+            resolutions.append(getResolution(row));
+        QCOMPARE(resolutions, QList<int>({300, 96, 150, 300, 400, 600, 1200, 300}));
+    }
+
+    void placeOnThePage_data()
+    {
+        QTest::addColumn<QSize>("picture");
+        QTest::addColumn<QSize>("available");
+        QTest::addColumn<QSize>("drawn");
+        QTest::addColumn<QSize>("enlarged");
+        const QSize letter96(816, 1056);
+        const QSize letter300(2550, 3300);
+        QTest::addRow("too wide") << QSize(1000, 500) << letter96 << QSize(816, 408) << QSize(816, 408);
+        QTest::addRow("fits") << QSize(1000, 500) << letter300 << QSize(1000, 500) << QSize(2550, 1275);
+        QTest::addRow("too tall") << QSize(300, 2112) << letter96 << QSize(150, 1056) << QSize(150, 1056);
+        QTest::addRow("exactly as wide") << QSize(816, 10) << letter96 << QSize(816, 10) << QSize(816, 10);
+        QTest::addRow("a pixel smaller")
+            << QSize(815, 1055) << letter96 << QSize(815, 1055) << QSize(815, 1056);
+        QTest::addRow("thin") << QSize(20000, 1) << letter96 << QSize(816, 1) << QSize(816, 1);
+        QTest::addRow("no picture") << QSize() << letter96 << QSize() << QSize();
+        QTest::addRow("no room") << QSize(10, 10) << QSize(0, 0) << QSize() << QSize();
+        QTest::addRow("margins beyond the sheet")
+            << QSize(10, 10) << QSize(-9, -5) << QSize(10, 10) << QSize();
+    }
+    void placeOnThePage()
+    {
+        QFETCH(QSize, picture);
+        QFETCH(QSize, available);
+        QTEST(pdfPictureSize(picture, available, false), "drawn");
+        QTEST(pdfPictureSize(picture, available, true), "enlarged");
+    }
+
+    void marginsAreTensOfDevicePixels()
+    {
+        BatchOptions options;
+        options.pageMarginSize = 20;
+        QCOMPARE(pdfMargin(options), 0);
+        options.pageMargin = 2;
+        QCOMPARE(pdfMargin(options), 200);
+        QCOMPARE(pdfAvailableSize(QSize(3300, 2550), 200), QSize(2900, 2150));
+        options.pageMarginSize = std::numeric_limits<int>::max();
+        QVERIFY(pdfMargin(options) > 0);
+    }
+
+    void optionsOfAFreshInstallationAndOfALaterOne()
+    {
+        batchSettings().clear();
+        VistamoGlobal::outputFolder = "earlier";
+        loadBatchSettings();
+        const auto options = [] {
+            return QVariantList(
+                {VistamoGlobal::pageOrientation, VistamoGlobal::pageSize, VistamoGlobal::pageMargin,
+                 VistamoGlobal::pageMarginSize, VistamoGlobal::resizeImageToPaper,
+                 VistamoGlobal::pdfSmoothEdges, VistamoGlobal::pdfQuality, VistamoGlobal::outputFolder,
+                 VistamoGlobal::pdfFileName, VistamoGlobal::targeFileType, VistamoGlobal::targeFileQuality});
+        };
+        QCOMPARE(options(), QVariantList({1, 0, 1, 20, false, true, 2, QString(), QString(), 6, 95}));
+        const QStringList keys = {"pageOrientation",    "pageSize",       "pageMargin",      "pageMarginSize",
+                                  "resizeImageToPaper", "pdfSmoothEdges", "pdfQuality",      "outputFolder",
+                                  "pdfFileName",        "targeFileType",  "targeFileQuality"};
+        const QVariantList stored = {0, 3, 0, 7, true, false, 5, "/out", "all.pdf", 4, 0};
+        QSettings settings = batchSettings();
+        for (qsizetype i = 0; i < keys.size(); ++i)
+            settings.setValue("General/" + keys[i], stored[i]);
+        loadBatchSettings();
+        QCOMPARE(options(), stored);
+        settings.clear();
+        saveBatchSettings();
+        settings.sync();
+        for (qsizetype i = 0; i < keys.size(); ++i)
+            QCOMPARE(settings.value("General/" + keys[i]).toString(), stored[i].toString());
+    }
+
+    void rowsOfTheList()
+    {
+        const QString text = batchItemText("/photos/a.jpg", "4032x3024");
+        QCOMPARE(text, "a.jpg\n4032x3024\n/photos");
+        QCOMPARE(fullPathFromItemText(text), "/photos/a.jpg");
+
+        const auto icon = [](QSize size) {
+            QImage image(size, QImage::Format_RGB32);
+            image.fill(Qt::red);
+            const QImage square = batchIcon(image);
+            QRect red;
+            for (int y = 0; y < 64; ++y)
+                for (int x = 0; x < 64; ++x)
+                    if (square.pixelColor(x, y) == Qt::red)
+                        red |= QRect(x, y, 1, 1);
+                    else if (square.pixelColor(x, y) != Qt::white)
+                        return QRect();
+            return square.size() == QSize(64, 64) ? red : QRect();
+        };
+        QCOMPARE(icon({192, 256}), QRect(8, 0, 48, 64));
+        QCOMPARE(icon({256, 100}), QRect(0, 19, 64, 25));
+        QCOMPARE(icon({256, 256}), QRect(0, 0, 64, 64));
+
+        // A file that is added again moves to the end, also under a path that differs in case only.
+        BatchListModel model;
+        const auto add = [&](const QStringList &paths) {
+            QList<BatchFile> files;
+            for (const QString &path : paths) {
+                files.append(BatchFile());
+                files.last().key.fullPath = path;
+            }
+            model.addFiles(files);
+        };
+        add({"/x/a.jpg", "/x/b.jpg", "/y/a.jpg", "/x/b.jpg"});
+        QCOMPARE(model.paths(), QStringList({"/x/a.jpg", "/y/a.jpg", "/x/b.jpg"}));
+        add({"/x/A.jpg", "/x/c.jpg"});
+        QCOMPARE(model.paths(), QStringList({"/y/a.jpg", "/x/b.jpg", "/x/A.jpg", "/x/c.jpg"}));
+    }
+
+    void foldersAreWalkedToTheBottom()
+    {
+        newFolder({"a/b/c", "empty.d", ".hidden"});
+        for (const char *const name : {"1.jpg", "a/2.jpg", "a/b/c/3.txt", ".hidden/4.jpg", "nodot"})
+            write(name, "x");
+        QVERIFY(QFile::link(path("a"), path("a/b/loop")));
+        // Deeper than a process may have folders open, and then than a path may be long.
+        QString deep = path("deep");
+        while (deep.size() < 3900)
+            deep += "/d";
+        QVERIFY(QDir().mkpath(deep));
+        QVERIFY(Files::write(deep + "/5.jpg", "x"));
+        QStringList met;
+        walkFolder(folder->path(), [&](const QString &file) {
+            met.append(QFileInfo(file).fileName());
+            return true;
+        });
+        met.sort();
+        QCOMPARE(met, QStringList({"1.jpg", "2.jpg", "3.txt", "5.jpg"}));
+        int calls = 0;
+        walkFolder(folder->path(), [&](const QString &) { return ++calls < 2; });
+        QCOMPARE(calls, 2);
+    }
+
+    void gifFilesAreWhatOthersRead_data()
+    {
+        QTest::addColumn<QImage>("image");
+        const auto image = [](QSize size, QImage::Format format, const QList<QRgb> &table = {}) {
+            QImage image(size, format);
+            image.setColorTable(table);
+            image.fill(table.isEmpty() ? qRgba(10, 200, 30, 128) : 1);
+            return image;
+        };
+        const QList<QRgb> three = {qRgb(255, 0, 0), qRgb(0, 0, 255), qRgb(0, 255, 0)};
+        QTest::addRow("1 bit") << image({37, 9}, QImage::Format_Mono, three.first(2));
+        QTest::addRow("three colours") << image({5, 4}, QImage::Format_Indexed8, three);
+        QTest::addRow("256 colours") << image({300, 200}, QImage::Format_Indexed8,
+                                              QList<QRgb>(256, qRgb(0, 0, 7)));
+        QTest::addRow("true colour") << image({64, 64}, QImage::Format_RGB32);
+        QTest::addRow("transparent") << image({9, 7}, QImage::Format_ARGB32_Premultiplied);
+        QTest::addRow("16 bit") << image({9, 7}, QImage::Format_RGBA64);
+        QTest::addRow("one pixel") << image({1, 1}, QImage::Format_RGB32);
+        QTest::addRow("very wide") << image({65535, 1}, QImage::Format_Grayscale8);
+    }
+    void gifFilesAreWhatOthersRead()
+    {
+        QFETCH(QImage, image);
+        newFolder();
+        QFile file(path("a.gif"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(GifEncoder::write(image, file));
+        file.close();
+        QProcess giftext;
+        giftext.start("giftext", {file.fileName()});
+        QVERIFY(giftext.waitForFinished());
+        const QByteArray text = giftext.readAll();
+        QVERIFY2(text.contains("terminated normally"), text);
+        const QString size =
+            QStringLiteral("Width = %1, Height = %2.").arg(image.width()).arg(image.height());
+        QCOMPARE(text.count(size.toLatin1()), 2); // of the screen and of the picture
+        const QImage back(file.fileName());
+        QCOMPARE(back.size(), image.size());
+        if (image.depth() <= 8)
+            QCOMPARE(back.pixelColor(0, 0), image.pixelColor(0, 0));
+    }
+
+    void noGifBeyondTheFormat()
+    {
+        QBuffer buffer;
+        buffer.open(QIODevice::WriteOnly);
+        QVERIFY(!GifEncoder::write(QImage(65536, 1, QImage::Format_Grayscale8), buffer));
+        buffer.close();
+        QVERIFY(!GifEncoder::write(QImage(1, 1, QImage::Format_RGB32), buffer));
+    }
+};
+
+QTEST_GUILESS_MAIN(BatchRulesTest)
+#include "BatchRulesTest.moc"

@@ -1,0 +1,165 @@
+#include "batch/BatchOptions.h"
+#include "batch/ImagesToPDFConvertThread.h"
+#include "batch/PdfPageLayout.h"
+#include "shared/VistamoGlobal.h"
+#include "support/Files.h"
+#include "support/Pictures.h"
+
+#include <QtTest>
+
+/// PDF files as other programs see them.
+class PdfTest : public FolderTest
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        std::iota(std::begin(VistamoGlobal::pageSizeComboIndex), std::end(VistamoGlobal::pageSizeComboIndex),
+                  0);
+    }
+
+    void init()
+    {
+        newFolder();
+        VistamoGlobal::outputFolder = folder->path();
+        VistamoGlobal::pdfFileName = "all.pdf";
+        VistamoGlobal::resizeImageToPaper = false;
+        VistamoGlobal::pageMargin = VistamoGlobal::pageSize = 0;
+        VistamoGlobal::pageOrientation = 0;
+        VistamoGlobal::pdfQuality = 0;
+        Pictures::save(path("a.png"), QSize(90, 60));
+        Pictures::save(path("b.png"), QSize(3000, 400));
+    }
+
+    /// Every paper, orientation and resolution, with and without margin.
+    void pagesAreAsChosen()
+    {
+        // Points, as the paper's makers have them.
+        const QList<QSizeF> papers = {{612, 792}, {595, 842}, {420, 595}, {612, 1008}, {540, 720}};
+        for (int paper = 0; paper < papers.size(); ++paper) {
+            for (int quality = 0; quality < 6; ++quality) {
+                VistamoGlobal::pageSize = paper;
+                VistamoGlobal::pdfQuality = quality;
+                VistamoGlobal::pageOrientation = (paper + quality) % 2;
+                VistamoGlobal::pageMargin = quality % 2;
+                VistamoGlobal::pageMarginSize = 5 + quality * 15;
+                VistamoGlobal::resizeImageToPaper = quality == 4;
+                const QString info = create({"a.png", "b.png"});
+                QVERIFY2(info.contains(QRegularExpression("Pages: +2\n")), qPrintable(info));
+                QVERIFY2(info.contains(QRegularExpression("PDF version: +1.6\n")), qPrintable(info));
+                const auto size = QRegularExpression("Page size: +([0-9.]+) x ([0-9.]+) pts").match(info);
+                const QSizeF expected =
+                    VistamoGlobal::pageOrientation ? papers[paper].transposed() : papers[paper];
+                QVERIFY2(qAbs(size.captured(1).toDouble() - expected.width()) < 1
+                             && qAbs(size.captured(2).toDouble() - expected.height()) < 1,
+                         qPrintable(info));
+
+                const double pixels = getResolution(quality) / 72.0; // a point
+                const int margin = quality % 2 ? (5 + quality * 15) * 10 : 0;
+                const QSize available =
+                    QSize(qRound(expected.width() * pixels), qRound(expected.height() * pixels))
+                    - QSize(2 * margin, 2 * margin);
+                const QList<QSize> stored = pictureSizes();
+                QCOMPARE(stored.size(), 2);
+                const QList<QSize> pictures = {QSize(90, 60), QSize(3000, 400)};
+                for (int page = 0; page < 2; ++page) {
+                    const QSize drawn =
+                        pdfPictureSize(pictures[page], available, VistamoGlobal::resizeImageToPaper);
+                    // The sheet is rounded to whole pixels.
+                    QVERIFY(qAbs(stored[page].width() - drawn.width()) <= 4);
+                    QVERIFY(qAbs(stored[page].height() - drawn.height()) <= 4);
+                    const QRectF seen = pictureOnPage(page + 1);
+                    const QRectF wanted(QPointF(margin, margin) / pixels, QSizeF(stored[page]) / pixels);
+                    for (const double difference :
+                         {seen.left() - wanted.left(), seen.top() - wanted.top(),
+                          seen.right() - wanted.right(), seen.bottom() - wanted.bottom()})
+                        QVERIFY2(qAbs(difference) <= 2.5, qPrintable(QStringLiteral("%1").arg(difference)));
+                }
+            }
+        }
+    }
+
+    void marginsBeyondTheSheetDrawNothingAndDoNotFail()
+    {
+        VistamoGlobal::pageMargin = 1;
+        VistamoGlobal::pageMarginSize = 99;
+        VistamoGlobal::resizeImageToPaper = true;
+        QVERIFY(create({"a.png", "b.png"}).contains(QRegularExpression("Pages: +2\n")));
+    }
+
+    void aBrokenPictureGivesABlankPage()
+    {
+        Pictures::saveBroken(path("broken.jpg"));
+        const QString info = create({"a.png", "broken.jpg", "gone.jpg", "b.png"});
+        QVERIFY(info.contains(QRegularExpression("Pages: +4\n")));
+        QVERIFY(pictureOnPage(2).isEmpty());
+        QVERIFY(pictureOnPage(3).isEmpty());
+        QVERIFY(pictureOnPage(4).width() > 600);
+        QVERIFY(create({"a.png"}).contains(QRegularExpression("Pages: +1\n")));
+    }
+
+    void whatWasNotToBeOverwrittenIsKept()
+    {
+        write("all.pdf", "the first");
+        create({"a.png"}, "elsewhere.pdf");
+        QCOMPARE(read("all (previous).pdf"), "the first");
+        QVERIFY(read("all.pdf").startsWith("%PDF-1.6"));
+        write("all.pdf", "the second");
+        create({"a.png"}, "elsewhere.pdf");
+        QCOMPARE(read("all (previous).pdf"), "the first");
+        QCOMPARE(read("all (previous 2).pdf"), "the second");
+        create({"a.png"});
+        QCOMPARE(QDir(folder->path()).entryList({"*.pdf"}).size(), 3);
+    }
+
+private:
+    /// Makes the PDF; what is said of it by a program that reads it.
+    QString create(const QStringList &sources, const QString &target = "all.pdf")
+    {
+        ImagesToPDFConvertThread thread;
+        for (const QString &source : sources)
+            thread.sourceFiles.append(path(source));
+        thread.targetPath = path(target);
+        thread.start();
+        thread.wait();
+        return run("pdfinfo", {path("all.pdf")});
+    }
+
+    QString run(const QString &program, const QStringList &arguments)
+    {
+        QProcess process;
+        process.start(program, arguments);
+        return process.waitForFinished() ? QString::fromUtf8(process.readAllStandardOutput()) : QString();
+    }
+
+    /// Sizes in pixels of the pictures in the file, as they are stored.
+    QList<QSize> pictureSizes()
+    {
+        QList<QSize> sizes;
+        static const QRegularExpression line(" +image +([0-9]+) +([0-9]+) ");
+        auto lines = line.globalMatch(run("pdfimages", {"-list", path("all.pdf")}));
+        while (lines.hasNext()) {
+            const auto match = lines.next();
+            sizes.append({match.captured(1).toInt(), match.captured(2).toInt()});
+        }
+        return sizes;
+    }
+
+    /// Where a page is not white, points from its upper left corner.
+    QRectF pictureOnPage(int page)
+    {
+        run("pdftoppm",
+            {"-r", "72", "-png", "-singlefile", "-f", QString::number(page), path("all.pdf"), path("page")});
+        const QImage image(path("page.png"));
+        QRect seen;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                if (image.pixelColor(x, y) != Qt::white)
+                    seen |= QRect(x, y, 1, 1);
+        return seen;
+    }
+};
+
+QTEST_MAIN(PdfTest)
+#include "PdfTest.moc"
