@@ -1,0 +1,348 @@
+#include "batch/ImagesToPDFForm.h"
+#include "batch/ImagesToPDFFrame.h"
+#include "batch/ImagesToPDFTreeView.h"
+#include "shared/DialogSeam.h"
+#include "support/Files.h"
+#include "support/Pictures.h"
+#include "support/Program.h"
+
+#include <QtTest>
+#include <QtWidgets>
+
+/// The batch tools through the program's real form.
+class BatchFormTest : public FolderTest
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        newFolder({"photos", "photos/deep", "out"});
+        for (const char *const name : {"a.png", "b.png", "c.png", "deep/d.png"})
+            Pictures::save(path(QStringLiteral("photos/") + name), QSize(90, 60));
+        batchSettings().clear();
+        VistamoGlobal::checkedItemList.clear();
+        answers.clear();
+        asked.clear();
+        DialogSeam::setAnswerer([this](const DialogSeam::Question &question) -> std::optional<QVariant> {
+            asked.append(question.title + ": " + QString(question.text).replace(folder->path(), "~"));
+            return answers.isEmpty() ? QVariant() : answers.takeFirst();
+        });
+    }
+
+    void cleanup()
+    {
+        program.reset();
+        DialogSeam::setAnswerer({});
+    }
+
+    void onlyTheSwitchOfTheBuildLeadsHere()
+    {
+        for (const bool shown : {false, true}) {
+            VistamoGlobal::showPdfAndConvertButtons = shown;
+            start();
+            for (const char *const button : {"pdfButton", "convertButton"})
+                QCOMPARE(program->find(button)->isVisible(), shown);
+            QVERIFY(!program->find("toolsButton")->isVisible());
+        }
+    }
+
+    void aFreshFormAndItsModes()
+    {
+        open("pdfButton", {});
+        QCOMPARE(program->window->windowTitle(), "Orrelan Gallery-Create a PDF File from Multiple Images");
+        QVERIFY(tool("pdfPageOrientationLanscapeButton")->isChecked());
+        QVERIFY(tool("pdfAddMarginButton")->isChecked() && !tool("pdfNoMarginButton")->isChecked());
+        QCOMPARE(find<QComboBox>("pdfPaperSizeComboBox")->currentText(), "Letter");
+        QCOMPARE(find<QComboBox>("pdfQualityComboBox")->currentText(), "300 dpi");
+        QCOMPARE(find<QComboBox>("targetComboBox")->currentText(), "PNG");
+        QCOMPARE(find<QSpinBox>("qualitySpinBox")->value(), 95);
+        QCOMPARE(batchSettings().allKeys(), QStringList());
+        QCOMPARE(visible(), QStringList({"backButton", "noItemFrame", "openFileAddButton", "optionsWidget",
+                                         "outputWidget"}));
+        find<QComboBox>("targetComboBox")->setCurrentText("JPG");
+        QCOMPARE(batchSettings().value("General/targeFileType").toInt(), 4);
+        QCOMPARE(batchSettings().allKeys().size(), 11);
+        find<QToolButton>("pdfNoMarginButton")->click();
+        QVERIFY(!find<QWidget>("pdfMarginSizeSpinBox")->isVisible());
+        find<QToolButton>("backButton")->click();
+        QTRY_VERIFY(!program->window->findChild<ImagesToPDFForm *>());
+        QCOMPARE(program->window->windowTitle(), "Orrelan Gallery");
+
+        // What was chosen is there again; a conversion shows its own options.
+        open("convertButton", {});
+        QCOMPARE(program->window->windowTitle(), "Orrelan Gallery-Convert Multiple Images to another Format");
+        QVERIFY(find<QWidget>("qualitySpinBox")->isVisible());
+        QVERIFY(!find<QWidget>("optionsWidget")->isVisible());
+        QVERIFY(!find<QWidget>("pdfFilenameLineEdit")->isVisible());
+        find<QComboBox>("targetComboBox")->setCurrentText("WEBP");
+        QVERIFY(!find<QWidget>("qualitySpinBox")->isVisible());
+    }
+
+    void tickedFilesAreListedAndPutInOrder()
+    {
+        open("pdfButton", {"a.png", "b.png", "c.png"});
+        QTRY_COMPARE(rows(), QStringList({"a", "b", "c"}));
+        QTRY_VERIFY(view()->isVisible());
+        QCOMPARE(view()->model()->index(0, 0).data().toString(), "a.png\n90x60\n" + path("photos"));
+        QVERIFY(!tool("upButton")->isEnabled() && !tool("removeButton")->isEnabled());
+        select({0});
+        QVERIFY(!tool("upButton")->isEnabled() && tool("downButton")->isEnabled());
+        QVERIFY(find<QWidget>("previewImage")->isVisible());
+        tool("downButton")->click();
+        QCOMPARE(rows(), QStringList({"b", "a", "c"}));
+        tool("downButton")->click();
+        QCOMPARE(rows(), QStringList({"b", "c", "a"}));
+        QVERIFY(!tool("downButton")->isEnabled());
+        // The first row stays even where it is not the first that was selected.
+        select({1, 0});
+        tool("upButton")->click();
+        QCOMPARE(rows().size(), 3);
+        select({0, 1, 2});
+        tool("removeButton")->click();
+        QVERIFY(find<QWidget>("noItemFrame")->isVisible() && !find<QWidget>("previewImage")->isVisible());
+
+        // Folders are looked through, a file that is there already moves to the end.
+        emit find<ImagesToPDFFrame>("noItemFrame")->addURLs({QUrl::fromLocalFile(path("photos"))});
+        QTRY_COMPARE(rows().size(), 4);
+        QTRY_VERIFY(view()->isVisible());
+        answers = {QStringList({path("photos/a.png"), path("photos/deep/d.png")})};
+        tool("openFileAddButton")->click();
+        QTRY_COMPARE(rows().mid(2), QStringList({"a", "d"}));
+        QCOMPARE(rows().size(), 4);
+        QVERIFY(asked.last().startsWith("Add Image Files: "));
+        tool("clearButton")->click();
+        QVERIFY(find<QWidget>("noItemFrame")->isVisible());
+    }
+
+    void iconsComeFromTheThumbnail()
+    {
+        open("pdfButton", {"a.png"});
+        QTRY_COMPARE(rows().size(), 1);
+        const auto icon = [&] {
+            return view()->model()->index(0, 0).data(Qt::DecorationRole).value<QIcon>().pixmap(64).toImage();
+        };
+        QCOMPARE(icon().size(), QSize(64, 64));
+        QCOMPARE(icon().pixelColor(32, 2), QColor(Qt::white));
+        QCOMPARE(Pictures::quartersOf(icon().copy(0, 11, 64, 42)),
+                 Pictures::quartersOf(Pictures::quarters({60, 40})));
+    }
+
+    void previewOfAThumbnailAndOfAFileWithoutOne()
+    {
+        Pictures::saveBroken(path("photos/b.png"));
+        open("pdfButton", {"a.png", "b.png"});
+        QTRY_COMPARE(rows().size(), 2);
+        QTRY_VERIFY(view()->isVisible());
+        auto *const label = find<QLabel>("previewImage");
+        select({0});
+        QCOMPARE(label->pixmap(Qt::ReturnByValue).size(), QSize(231, 154));
+        select({1});
+        QCOMPARE(label->pixmap(Qt::ReturnByValue).size(), QSize(231, 154)); // for a second and a half
+        QTRY_VERIFY(label->pixmap(Qt::ReturnByValue).isNull());
+
+        select({0});
+        QTest::mouseDClick(label, Qt::LeftButton);
+        auto *const dialog = form()->findChild<QDialog *>("ImagesToPDFPreviewDialog");
+        QVERIFY(dialog && dialog->isVisible() && !dialog->isModal());
+        QCOMPARE(dialog->windowTitle(), "Preview - a.png");
+        const auto text = [&](const char *name) { return dialog->findChild<QLabel *>(name)->text(); };
+        QTRY_COMPARE(text("sizeInfoLabel"), "90x60");
+        const auto percent = [&] { return text("percentResizeLabel").chopped(1).toDouble(); };
+        const double fitted = percent();
+        QVERIFY(fitted > 500);
+        QMetaObject::invokeMethod(dialog, "onNeedToResizeImage", Q_ARG(int, -1));
+        QVERIFY(qAbs(percent() / fitted - 0.9) < 0.01);
+        QMetaObject::invokeMethod(dialog, "onNeedToResizeImage", Q_ARG(int, 1));
+        QVERIFY(qAbs(percent() / fitted - 0.9) < 0.01); // neither above 400% nor wider than the screen
+        dialog->resize(600, 601);                       // fits anew
+        QTRY_COMPARE(percent(), fitted);
+    }
+
+    void picturesAreConvertedAndAskedAboutWhereTheyExist()
+    {
+        for (const char *const name : {"out/a.jpg", "out/c.jpg"})
+            write(name, "old");
+        open("convertButton", {"a.png", "b.png", "c.png"});
+        QTRY_VERIFY(view()->isVisible());
+        find<QComboBox>("targetComboBox")->setCurrentText("JPG");
+        select({1});
+
+        // Without a folder it is asked for first; cancelled, nothing starts.
+        answers = {QString()};
+        tool("createPdfButton")->click();
+        QVERIFY(view()->isVisible());
+        answers = {path("out"), false};
+        whenDialog([&](QWidget *dialog) {
+            auto *const tree = dialog->findChild<QTreeWidget *>("treeWidget");
+            QCOMPARE(tree->topLevelItemCount(), 2);
+            QCOMPARE(tree->topLevelItem(1)->text(0), path("out/c.jpg"));
+            QCOMPARE(tree->topLevelItem(1)->text(1), path("photos/c.png"));
+            tree->topLevelItem(0)->setCheckState(0, Qt::Unchecked);
+            QCOMPARE(find<QProgressBar>("progressBar")->value(), 3);
+            dialog->findChild<QPushButton *>("overwriteButton")->click();
+        });
+        tool("createPdfButton")->click();
+        QTRY_COMPARE(visible(), QStringList("ImagesToPDFProgressForm"));
+        QTRY_COMPARE(asked.last(), "Kestrix: The conversion process is completed.");
+        QTRY_VERIFY(view()->isVisible() && find<QWidget>("outputWidget")->isVisible());
+        QVERIFY(tool("upButton")->isEnabled() && tool("downButton")->isEnabled());
+        QCOMPARE(find<QLineEdit>("outputFolderLineEdit")->text(), path("out"));
+        QCOMPARE(read("out/a.jpg"), "old");
+        for (const char *const name : {"out/b.jpg", "out/c.jpg"})
+            QCOMPARE(QImage(path(name)).size(), QSize(90, 60));
+
+        // With nothing ticked nobody hears of the end: Cancel leaves the progress form.
+        whenDialog([&](QWidget *dialog) {
+            auto *const tree = dialog->findChild<QTreeWidget *>("treeWidget");
+            for (int i = 0; i < tree->topLevelItemCount(); ++i)
+                tree->topLevelItem(i)->setCheckState(0, Qt::Unchecked);
+            dialog->findChild<QPushButton *>("overwriteButton")->click();
+        });
+        tool("createPdfButton")->click();
+        QTRY_VERIFY(!QApplication::activeModalWidget() && dialogsSeen == 2);
+        QVERIFY(!view()->isVisible());
+        find<QPushButton>("cancelButton")->click();
+        QTRY_VERIFY(view()->isVisible());
+    }
+
+    void aPdfIsMadeAndAskedAboutWhereItExists()
+    {
+        open("pdfButton", {"a.png", "b.png"});
+        QTRY_VERIFY(view()->isVisible());
+        answers = {path("out/all"), false};
+        tool("createPdfButton")->click();
+        QTRY_COMPARE(asked.last(), "Kestrix: The conversion processes are completed.");
+        QTRY_VERIFY(view()->isVisible());
+        QVERIFY(read("out/all.pdf").startsWith("%PDF-1.6"));
+        QCOMPARE(batchSettings().value("General/pdfFileName").toString(), "all");
+
+        // Not to be overwritten, and no other name: nothing starts.
+        write("out/all.pdf", "old");
+        answers = {false, QString()};
+        tool("createPdfButton")->click();
+        QVERIFY(view()->isVisible());
+        QCOMPARE(asked[2], "Confirm overwrite: Are you sure you want to overwrite ~/out/all.pdf?");
+        QCOMPARE(read("out/all.pdf"), "old");
+        // With another name the PDF goes by the options all the same, and what was there is kept.
+        answers = {false, path("out/other.pdf"), false};
+        tool("createPdfButton")->click();
+        QTRY_COMPARE(disk("out"), QStringList({"all (previous).pdf", "all.pdf"}));
+        QCOMPARE(read("out/all (previous).pdf"), "old");
+        QTRY_VERIFY(view()->isVisible());
+        answers = {true, false};
+        tool("createPdfButton")->click();
+        QTRY_VERIFY(view()->isVisible());
+        QCOMPARE(disk("out").size(), 2);
+    }
+
+    void nothingIsLeftWhenTheFormOrTheProgramEndsInTheMiddle()
+    {
+        Pictures::saveMany(path("photos"), 60, QSize(1500, 1000));
+        open("convertButton", {});
+        emit find<ImagesToPDFFrame>("noItemFrame")->addURLs({QUrl::fromLocalFile(path("photos"))});
+        QTRY_VERIFY(rows().size() > 2);
+        tool("backButton")->click();
+        QTRY_VERIFY(!program->window->findChild<ImagesToPDFForm *>());
+
+        open("convertButton", {});
+        VistamoGlobal::outputFolder = path("out");
+        emit find<ImagesToPDFFrame>("noItemFrame")->addURLs({QUrl::fromLocalFile(path("photos"))});
+        QTRY_VERIFY(view()->isVisible());
+        tool("createPdfButton")->click();
+        QTRY_VERIFY(disk("out").size() > 2);
+        program.reset();
+        const QStringList done = disk("out");
+        QVERIFY(done.size() < 50);
+        for (const QString &name : done)
+            QVERIFY(!QImage(path("out/" + name)).isNull());
+        QCOMPARE(QDir(path("out")).entryList(QDir::Files | QDir::Hidden), done);
+    }
+
+private:
+    void start()
+    {
+        program.reset();
+        Program::setFolders({path("photos")});
+        program = std::make_unique<Program>();
+        QVERIFY(QTest::qWaitForWindowExposed(program->window.get()));
+        QTRY_VERIFY(program->settled());
+    }
+
+    /// Opens a tool with these files ticked.
+    void open(const char *button, const QStringList &ticked)
+    {
+        VistamoGlobal::showPdfAndConvertButtons = true;
+        start();
+        program->click("showCheckboxButton");
+        for (const QString &name : ticked)
+            VistamoGlobal::checkedItemList.append({path("photos"), name, true});
+        program->click(button);
+        QVERIFY(form()->isVisible());
+    }
+
+    ImagesToPDFForm *form() const { return program->window->findChild<ImagesToPDFForm *>(); }
+    template <typename Widget>
+    Widget *find(const char *name) const
+    {
+        auto *const widget = form()->findChild<Widget *>(name);
+        if (!widget)
+            qFatal("no widget %s", name);
+        return widget;
+    }
+    QToolButton *tool(const char *name) const { return find<QToolButton>(name); }
+    QTreeView *view() const { return find<QTreeView>("sourceTreeView"); }
+    /// The names of the listed files up to the dot, top first.
+    QStringList rows() const
+    {
+        QStringList names;
+        for (int row = 0; row < view()->model()->rowCount(); ++row)
+            names.append(view()->model()->index(row, 0).data().toString().section('.', 0, 0));
+        return names;
+    }
+    /// Selects rows one by one, in this order.
+    void select(const QList<int> &wanted) const
+    {
+        auto mode = QItemSelectionModel::ClearAndSelect;
+        for (const int row : wanted) {
+            view()->selectionModel()->select(view()->model()->index(row, 0), mode);
+            mode = QItemSelectionModel::Select;
+        }
+    }
+    /// Which of the form's large parts can be seen.
+    QStringList visible() const
+    {
+        QStringList names;
+        for (const char *const name :
+             {"ImagesToPDFProgressForm", "backButton", "noItemFrame", "openFileAddButton", "optionsWidget",
+              "outputWidget", "previewImage", "sourceTreeView"}) {
+            const auto *const widget = form()->findChild<QWidget *>(name);
+            if (widget && widget->isVisible())
+                names.append(name);
+        }
+        return names;
+    }
+
+    /// Does something with the next modal dialog.
+    void whenDialog(std::function<void(QWidget *)> action)
+    {
+        auto *const timer = new QTimer(this);
+        connect(timer, &QTimer::timeout, this, [this, timer, action = std::move(action)] {
+            if (QWidget *const dialog = QApplication::activeModalWidget()) {
+                timer->stop();
+                timer->deleteLater();
+                ++dialogsSeen;
+                action(dialog);
+            }
+        });
+        timer->start(10);
+    }
+
+    std::unique_ptr<Program> program;
+    QVariantList answers; ///< to the questions in turn
+    QStringList asked;
+    int dialogsSeen = 0;
+};
+
+QTEST_MAIN(BatchFormTest)
+#include "BatchFormTest.moc"
