@@ -3,10 +3,13 @@
 //   gallery-bench folder DIR     a folder is shown: rows, thumbnails, memory, answering
 //   gallery-bench picture FILE   a picture is opened in the viewer: first sight, full picture, zoom
 //   gallery-bench edit FILE      a picture is turned, filtered and cropped in the viewer
+//   gallery-bench convert DIR    all photos of a folder are converted to JPG
+//   gallery-bench pdf DIR        all photos of a folder become one PDF
 //
 // The program has a home of its own: the first run in it is without stored thumbnails, a second one
 // (--home DIR, the same) finds them in the database.
 
+#include "batch/ImagesToPDFConvertThread.h"
 #include "shared/ImageReading.h"
 #include "shared/VistamoGlobal.h"
 #include "shell/MainWindow.h"
@@ -19,6 +22,7 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
+#include <QFileInfo>
 #include <QImageReader>
 #include <QLabel>
 #include <QListView>
@@ -330,6 +334,35 @@ void measureEdits(MainWindow &window, const QString &path)
     }
 }
 
+/// One run of a batch tool over all files of a folder.
+void measureRun(const QString &folder, bool converts)
+{
+    const QTemporaryDir output;
+    VistamoGlobal::outputFolder = output.path();
+    VistamoGlobal::pdfFileName = "all.pdf";
+    ImagesToPDFConvertThread thread;
+    for (const QFileInfo &file : QDir(folder).entryInfoList(QDir::Files, QDir::Name))
+        thread.sourceFiles.append(file.filePath());
+    thread.targetPath = output.path() + (converts ? "" : "/all.pdf");
+    thread.targetExtension = ".jpg";
+    thread.isConvertMode = converts;
+    qsizetype started = 0;
+    QObject::connect(
+        &thread, &ImagesToPDFConvertThread::updateFileName, &thread,
+        [&] {
+            if (++started == thread.sourceFiles.size() / 10)
+                print("peak memory after a tenth", statusMegabytes("VmHWM"), "MB");
+        },
+        Qt::DirectConnection);
+    QElapsedTimer time;
+    time.start();
+    thread.start();
+    thread.wait();
+    print("files", static_cast<double>(thread.sourceFiles.size()), "");
+    print("time", time.elapsed() / 1e3, "s");
+    print("peak memory", statusMegabytes("VmHWM"), "MB");
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -358,6 +391,10 @@ int main(int argc, char *argv[])
     if (arguments.size() != 2)
         return 2;
 
+    if (arguments[0] == "convert" || arguments[0] == "pdf") {
+        measureRun(QFileInfo(arguments[1]).absoluteFilePath(), arguments[0] == "convert");
+        return 0;
+    }
     MainWindow window;
     window.resize(1400, 900);
     window.show();
