@@ -1,13 +1,16 @@
 #pragma once
 
+#include "shared/DialogSeam.h"
 #include "shared/Settings.h"
 #include "shared/VistamoGlobal.h"
 #include "shell/MainWindow.h"
+#include "support/Files.h"
+#include "support/Pictures.h"
 
 #include <QCoreApplication>
 #include <QLabel>
 #include <QListView>
-#include <QTest>
+#include <QSpinBox>
 
 #include <algorithm>
 #include <memory>
@@ -54,6 +57,32 @@ public:
     }
     /// Opens the viewer on the file in a row of the list.
     void open(int row) const { emit list()->doubleClicked(list()->model()->index(row, 0)); }
+    /// As if a file of this folder had been dropped.
+    void drop(const QString &folder, const QString &file) const
+    {
+        QMetaObject::invokeMethod(find("ThumbsForm"), "onAddFolder", Q_ARG(QString, folder),
+                                  Q_ARG(QString, file));
+    }
+
+    /// View / picture.
+    double scale() const { return text("percentResizeLabel").chopped(1).toDouble() / 100; }
+    /// Where the viewer's label has a picture of this size.
+    QRect place(QSize picture) const
+    {
+        QRect rect(QPoint(), (QSizeF(picture) * scale()).toSize());
+        rect.moveCenter(find("imageLabel")->rect().center());
+        return rect;
+    }
+    /// The quarters of that picture as it is on show.
+    QString shown(QSize picture) const
+    {
+        return Pictures::quartersOf(find("imageLabel")->grab().toImage().copy(place(picture)));
+    }
+    QRect crop() const
+    {
+        const auto value = [&](const char *name) { return find<QSpinBox>(name)->value(); };
+        return {value("leftSpinBox"), value("topSpinBox"), value("widthSpinBox"), value("heightSpinBox")};
+    }
 
     /// True once the walk is over and every row has had its answer.
     bool settled() const
@@ -64,16 +93,42 @@ public:
                               [](auto &record) { return record.imageRect != QRect(); });
     }
 
-    /// Settings as an earlier run left them: these folders, top first.
-    static void setFolders(const QStringList &folders)
+    /// Settings as an earlier run left them: these folders, top first, and the place of the window.
+    static void setFolders(const QStringList &folders, const QRect &geometry = QRect())
     {
         QSettings settings = programSettings();
         settings.clear();
         settings.beginGroup("General");
+        settings.setValue("posX", geometry.x());
+        settings.setValue("posY", geometry.y());
+        settings.setValue("width", geometry.width());
+        settings.setValue("height", geometry.height());
         settings.setValue("folderListCount", folders.size());
         for (qsizetype i = 0; i < folders.size(); ++i)
             settings.setValue(QStringLiteral("folderList%1").arg(i), folders[folders.size() - 1 - i]);
     }
 
     std::unique_ptr<MainWindow> window;
+};
+
+/// A test of the whole program on a folder of its own.
+class ProgramTest : public FolderTest
+{
+protected:
+    /// Starts it and waits until the top folder, with so many pictures, is read.
+    void start(const QStringList &folders, int rows, const QRect &geometry = QRect())
+    {
+        Program::setFolders(folders, geometry);
+        program = std::make_unique<Program>();
+        QTRY_VERIFY(program->settled() && program->rows() == rows);
+    }
+    void end()
+    {
+        program.reset();
+        DialogSeam::setAnswerer({});
+        VistamoGlobal::checkedItemList.clear();
+    }
+    QString text(const char *label) const { return program->text(label); }
+
+    std::unique_ptr<Program> program;
 };
