@@ -1,27 +1,22 @@
 #include "fileops/FileCopy.h"
+#include "support/Failures.h"
 #include "support/Files.h"
 
 #include <QtTest>
 
-#include <csignal>
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
 #include <thread>
-#include <unistd.h>
 
 using FileCopy::Existing;
 
 /// Copies with every step failing: a file is complete in its old place, in its new place, or in both.
-class FileCopyTest : public QObject
+class FileCopyTest : public FolderTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        folder = std::make_unique<QTemporaryDir>();
-        QVERIFY(QDir(folder->path()).mkdir("to"));
+        newFolder({"to"});
         write("a.jpg", "the picture");
         write("to/old.jpg", "what was there");
     }
@@ -85,29 +80,18 @@ private slots:
             QVERIFY(!copy("a.jpg", "to/old.jpg", Existing::Replace));
             QVERIFY(!QFile::exists(path("to/new.jpg")));
         };
-        const bool root = geteuid() == 0; // whom no permission stops
-        QVERIFY(!root || (chown(qPrintable(folder->path()), 65534, 65534) == 0 && seteuid(65534) == 0));
-        check(); // the target folder is somebody else's
-        QVERIFY(!root || (seteuid(0) == 0 && chown(qPrintable(path("to")), 65534, 65534) == 0));
+        const bool root = geteuid() == 0;
+        QVERIFY(!root || chown(qPrintable(folder->path()), 65534, 65534) == 0);
+        QFile::setPermissions(path("to"), QFile::Permissions(0x5005)); // read and enter
+        Failures::asNobody(check); // the target folder is not for this user
+        QFile::setPermissions(path("to"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QVERIFY(!root || chown(qPrintable(path("to")), 65534, 65534) == 0);
         QFile::setPermissions(path("a.jpg"), {});
-        QVERIFY(!root || seteuid(65534) == 0);
-        check(); // the source is not for this user
-        QVERIFY(!root || seteuid(0) == 0);
+        Failures::asNobody(check); // the source is not
         QFile::setPermissions(path("a.jpg"), QFile::ReadOwner | QFile::WriteOwner);
-        if (!root) {
-            QFile::setPermissions(path("to"), QFile::ReadOwner | QFile::ExeOwner);
-            check();
-            QFile::setPermissions(path("to"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        }
 
         write("a.jpg", QByteArray(3'000'000, 'x'));
-        std::signal(SIGXFSZ, SIG_IGN); // a disk that is full in the middle of the file
-        rlimit before;
-        getrlimit(RLIMIT_FSIZE, &before);
-        const rlimit full = {1'500'000, before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &full);
-        check();
-        setrlimit(RLIMIT_FSIZE, &before);
+        Failures::onFullDisk(1'500'000, check); // in the middle of the file
         QVERIFY(!copy("gone.jpg", "to/old.jpg", Existing::Replace));
         QVERIFY(!copy("a.jpg", "vanished/a.jpg"));
         QVERIFY(!copy("to", "to2"));
@@ -158,12 +142,6 @@ private slots:
     }
 
 private:
-    QString path(const QString &name) const { return folder->filePath(name); }
-    void write(const QString &name, const QByteArray &content) const
-    {
-        QVERIFY(Files::write(path(name), content));
-    }
-    QByteArray read(const QString &name) const { return Files::read(path(name)); }
     bool copy(const QString &source, const QString &target, Existing existing = Existing::Keep) const
     {
         FileCopy::Progress progress;
@@ -178,8 +156,6 @@ private:
                 found.append(info.filePath());
         return found;
     }
-
-    std::unique_ptr<QTemporaryDir> folder;
 };
 
 int main(int argc, char *argv[])

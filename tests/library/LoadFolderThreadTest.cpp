@@ -1,9 +1,8 @@
 #include "library/VistamoLoadFolderThread.h"
+#include "support/Failures.h"
+#include "support/Files.h"
 
 #include <QtTest>
-
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -48,16 +47,9 @@ Walk walk(const QString &folder, const QString &selectedFileName = QString())
     return walk;
 }
 
-void touch(const QByteArray &path)
-{
-    FILE *const file = fopen(path.constData(), "w");
-    QVERIFY(file);
-    fclose(file);
-}
-
 } // namespace
 
-class LoadFolderThreadTest : public QObject
+class LoadFolderThreadTest : public FolderTest
 {
     Q_OBJECT
 
@@ -65,60 +57,54 @@ private slots:
     void init()
     {
         VistamoGlobal::buildImageFileExtensionList();
-        folder = std::make_unique<QTemporaryDir>();
+        newFolder();
     }
 
     void findsImagesInTheOrderOfTheDisk()
     {
-        for (const char *const name : {"b.jpg", "a.PNG", "c.txt", ".hidden.jpg", "noSuffix", "x.psd"})
-            touch(name);
+        const QStringList images = {"b.jpg",
+                                    "a.PNG",
+                                    "x.psd",
+                                    "link.jpg",
+                                    "quote's \".jpg",
+                                    "line\nfeed.jpg",
+                                    "100%1 %s.jpg",
+                                    "#?;&.jpg",
+                                    QString(251, 'n') + ".jpg",
+                                    QString::fromUtf8("\u05e9\u05dc\u05d5\u05dd.jpg")};
+        for (const QString &name : images + QStringList{"c.txt", ".hidden.jpg", "noSuffix"})
+            write(name == "link.jpg" ? "target" : name, "x");
         QVERIFY(QDir(folder->path()).mkdir("folder.jpg"));
-        touch("folder.jpg/inside.jpg");
-        QVERIFY(QFile::link(folder->filePath("b.jpg"), folder->filePath("link.jpg")));
-        QVERIFY(QFile::link(folder->filePath("gone.jpg"), folder->filePath("broken link.jpg")));
-
+        write("folder.jpg/inside.jpg", "x");
+        QVERIFY(QFile::link(path("target"), path("link.jpg")));
+        QVERIFY(QFile::link(path("gone.jpg"), path("broken link.jpg")));
         QStringList onDisk = QDir(folder->path()).entryList(QDir::Files, QDir::Unsorted);
         onDisk.removeIf([](const QString &name) { return !VistamoGlobal().isImageFile(name); });
+        // A name that is no UTF-8 cannot be told in a QString, and is left out.
+        const QByteArray latin1 = QFile::encodeName(folder->path()) + "/\xe9t\xe9.jpg";
+        FILE *const file = fopen(latin1.constData(), "w");
+        QVERIFY(file && fclose(file) == 0);
+
         const Walk found = walk(folder->path(), "A.png");
+        QVERIFY(unlink(latin1.constData()) == 0); // or the folder could not be removed
         QCOMPARE(found.names, onDisk);
         QCOMPARE(QSet<QString>(onDisk.cbegin(), onDisk.cend()),
-                 QSet<QString>({"b.jpg", "a.PNG", "x.psd", "link.jpg"}));
-        QCOMPARE(found.count, 4);
+                 QSet<QString>(images.cbegin(), images.cend()));
+        QCOMPARE(found.count, images.size());
         QVERIFY(found.complete);
         QCOMPARE(found.selected, QList<int>{static_cast<int>(onDisk.indexOf("a.PNG"))});
     }
 
-    void oddNamesAreListed()
-    {
-        QStringList names = {
-            "quote's \".jpg", "line\nfeed.jpg",           "100%1 %s.jpg",
-            "#?;&.jpg",       QString(251, 'n') + ".jpg", QString::fromUtf8("\u05e9\u05dc\u05d5\u05dd.jpg")};
-        for (const QString &name : names)
-            touch(name);
-        // A name that is no UTF-8 cannot be told in a QString, and is left out.
-        const QByteArray latin1 = QFile::encodeName(folder->path()) + "/\xe9t\xe9.jpg";
-        ::touch(latin1);
-        Walk found = walk(folder->path());
-        found.names.sort();
-        names.sort();
-        QCOMPARE(found.names, names);
-        unlink(latin1.constData());
-    }
-
     void folderThatCannotBeReadIsEmpty()
     {
-        touch("a.jpg");
-        QCOMPARE(walk(folder->filePath("missing")).count, 0);
-        QCOMPARE(walk(folder->filePath("a.jpg")).count, 0);
-
-        // A folder without permission stops root only in another's name.
-        const QByteArray path = QFile::encodeName(folder->path());
-        QCOMPARE(chmod(path.constData(), 0), 0);
-        const bool isRoot = geteuid() == 0;
-        QVERIFY(!isRoot || seteuid(65534) == 0);
-        const Walk found = walk(folder->path());
-        QVERIFY(!isRoot || seteuid(0) == 0);
-        QCOMPARE(chmod(path.constData(), 0700), 0);
+        write("a.jpg", "x");
+        QCOMPARE(walk(path("missing")).count, 0);
+        QCOMPARE(walk(path("a.jpg")).count, 0);
+        QVERIFY(QFile::setPermissions(folder->path(), {}));
+        Walk found;
+        Failures::asNobody([&] { found = walk(folder->path()); });
+        QVERIFY(
+            QFile::setPermissions(folder->path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
         QCOMPARE(found.count, 0);
         QVERIFY(found.complete);
     }
@@ -126,17 +112,12 @@ private slots:
     void batchesGrow()
     {
         for (int i = 0; i < 1000; ++i)
-            touch(QStringLiteral("%1.jpg").arg(i));
+            write(QStringLiteral("%1.jpg").arg(i), "x");
         const Walk found = walk(folder->path());
         QCOMPARE(found.names.size(), 1000);
         QCOMPARE(found.batches.first(), 64);
         QVERIFY(found.batches.size() < 12);
     }
-
-private:
-    void touch(const QString &name) { ::touch(QFile::encodeName(folder->filePath(name))); }
-
-    std::unique_ptr<QTemporaryDir> folder;
 };
 
 QTEST_GUILESS_MAIN(LoadFolderThreadTest)

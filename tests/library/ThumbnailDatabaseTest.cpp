@@ -1,11 +1,11 @@
 #include "library/ThumbnailDatabase.h"
+#include "support/Files.h"
 #include "support/Pictures.h"
 
 #include <QtSql>
 #include <QtTest>
 
 #include <functional>
-#include <memory>
 #include <thread>
 
 namespace {
@@ -31,15 +31,15 @@ TThumbnailRecord recordOf(const QString &path)
 
 } // namespace
 
-class ThumbnailDatabaseTest : public QObject
+class ThumbnailDatabaseTest : public FolderTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        folder = std::make_unique<QTemporaryDir>();
-        const QString fileName = folder->filePath("thumbnail.db");
+        newFolder({"folder.db"});
+        const QString fileName = path("thumbnail.db");
         ThumbnailDatabase::setFileName(fileName);
         db = QSqlDatabase::addDatabase("QSQLITE", "test");
         db.setDatabaseName(fileName);
@@ -93,8 +93,7 @@ private slots:
         QVERIFY(!isHit([](auto &key) { key.size += 1; }));
         QVERIFY(!isHit([](auto &key) { key.creationTime = key.creationTime.addSecs(1); }));
         QVERIFY(!isHit([](auto &key) { key.creationTime = QDateTime(); }));
-        QVERIFY(
-            isHit([](auto &key) { key.creationTime = key.creationTime.addMSecs(500); })); // the same second
+        QVERIFY(isHit([](auto &key) { key.creationTime = key.creationTime.addMSecs(500); })); // one second
     }
 
     void oldestRowOfAKeyWinsAndFailedDecodesAreRefused()
@@ -135,17 +134,12 @@ private slots:
 
     void damageCostsTheCacheOnly()
     {
-        const QString damaged = folder->filePath("damaged.db");
-        for (const QByteArray &content :
-             {QByteArray(20000, '\x5a'), QByteArray("SQLite format 3\0", 16), QByteArray(""), QByteArray()}) {
-            const bool usable = content.isEmpty() && !content.isNull();
-            QFile file(damaged);
-            file.remove();
-            if (content.isNull()) // a folder of that name
-                QVERIFY(QDir().mkdir(damaged));
-            else
-                QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
-            file.close();
+        write("text.db", QByteArray(20000, '\x5a'));
+        write("short.db", QByteArray("SQLite format 3\0", 16));
+        write("empty.db", "");
+        for (const QString &damaged :
+             {path("text.db"), path("short.db"), path("empty.db"), path("folder.db")}) {
+            const bool usable = damaged == path("empty.db");
             ThumbnailDatabase::setFileName({}); // or a connection would still be open
             ThumbnailDatabase::find(keyOf("/a.jpg"));
             ThumbnailDatabase::setFileName(damaged);
@@ -179,7 +173,7 @@ private slots:
 
     void folderAndKeyAreMadeUpWhereMissing()
     {
-        const QString data = folder->filePath("not/there/yet");
+        const QString data = path("not/there/yet");
         const QByteArray before = qgetenv("XDG_DATA_HOME");
         qputenv("XDG_DATA_HOME", QFile::encodeName(data));
         QCOMPARE(global.getThumbnailsFolder(), data + "/Thumbnails");
@@ -198,7 +192,6 @@ private:
         return query.exec(text) && query.next() ? query.value(column) : QVariant(query.lastError().text());
     }
 
-    std::unique_ptr<QTemporaryDir> folder;
     QSqlDatabase db;
     const VistamoGlobal global = {};
 };

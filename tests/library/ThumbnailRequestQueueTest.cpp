@@ -43,21 +43,6 @@ class ThumbnailRequestQueueTest : public QObject
     Q_OBJECT
 
 private slots:
-    void serviceFollowsTheScrollBar()
-    {
-        const auto firstRows = [](int count, float ratio) {
-            ThumbnailRequestQueue queue;
-            for (int row = 0; row < count; ++row)
-                queue.append({QFileInfo(), row});
-            return QList<int>{queue.takeNext(ratio, count)->row, queue.takeNext(ratio, count)->row};
-        };
-        QCOMPARE(firstRows(500, 0), (QList<int>{0, 1}));
-        QCOMPARE(firstRows(500, std::nanf("")), (QList<int>{0, 1})); // a list that does not scroll
-        QCOMPARE(firstRows(1000, 0.5), (QList<int>{460, 461}));      // a little above the screen
-        QCOMPARE(firstRows(1000, 0.04f), (QList<int>{0, 1}));        // within the lead-in
-        QCOMPARE(firstRows(1000, 1), (QList<int>{960, 961}));
-    }
-
     void isThePlainOrderForAnyScrolling()
     {
         for (quint32 seed = 0; seed < 60; ++seed) {

@@ -1,5 +1,4 @@
 #include "shared/DecodeGuard.h"
-
 #include "support/Files.h"
 
 #include <QtTest>
@@ -26,18 +25,17 @@ bool allowed(const QString &path)
 
 } // namespace
 
-class DecodeGuardTest : public QObject
+class DecodeGuardTest : public FolderTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        folder = std::make_unique<QTemporaryDir>();
-        notes = folder->filePath("notes");
-        QVERIFY(QDir().mkpath(notes));
-        killer = folder->filePath(QString::fromUtf8("killer 1 \n\u05d0.jpg"));
-        other = folder->filePath("other.jpg");
+        newFolder({"notes"});
+        notes = path("notes");
+        killer = path(QString::fromUtf8("killer 1 \n\u05d0.jpg"));
+        other = path("other.jpg");
         QVERIFY(Files::write(killer, "x"));
         QVERIFY(Files::write(other, "x"));
     }
@@ -116,7 +114,6 @@ private:
         QCOMPARE(process.exitCode(), 7);
     }
 
-    std::unique_ptr<QTemporaryDir> folder;
     QString notes;
     QString killer;
     QString other;

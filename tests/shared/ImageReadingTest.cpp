@@ -1,6 +1,7 @@
 #include "shared/ImageReading.h"
 #include "shared/ExifOrientation.h"
 #include "shared/MemoryBudget.h"
+#include "support/Files.h"
 #include "support/Pictures.h"
 
 #include <QtGui>
@@ -9,11 +10,12 @@
 #include <sys/stat.h>
 #include <thread>
 
-class ImageReadingTest : public QObject
+class ImageReadingTest : public FolderTest
 {
     Q_OBJECT
 
 private slots:
+    void init() { newFolder(); }
     void everyOrientationIsShownUpright()
     {
         for (const QString suffix : {"jpg", "tif", "png", "webp"}) {
@@ -53,10 +55,8 @@ private slots:
         QCOMPARE(mkfifo(QFile::encodeName(path("pipe.jpg")).constData(), 0600), 0);
         for (const QByteArray &content : {QByteArray(), QByteArray("GIF? no, a text"),
                                           QByteArray("\x89PNG\r\n\x1a\n", 8), QByteArray(5000, '\xa5')}) {
-            QFile file(path("broken.jpg"));
-            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
-            file.close();
-            QCOMPARE(exifOrientation(file.fileName()), QImageIOHandler::TransformationNone);
+            write("broken.jpg", content);
+            QCOMPARE(exifOrientation(path("broken.jpg")), QImageIOHandler::TransformationNone);
             for (const char *const name : {"broken.jpg", "pipe.jpg", "gone.jpg", "."}) {
                 QVERIFY(ImageReading::read(path(name)).isNull());
                 QVERIFY(ImageReading::readThumbnail(path(name), 256).image.isNull());
@@ -103,11 +103,6 @@ private slots:
         QCOMPARE(most, 500); // decoded alone
         MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
     }
-
-private:
-    QString path(const QString &name) const { return folder.filePath(name); }
-
-    QTemporaryDir folder;
 };
 
 QTEST_GUILESS_MAIN(ImageReadingTest)

@@ -1,5 +1,3 @@
-#include "shared/DialogSeam.h"
-#include "support/Pictures.h"
 #include "support/Program.h"
 #include "viewer/TImageLabel.h"
 #include "viewer/VistamoProcessImageThread.h"
@@ -8,32 +6,29 @@
 #include <QtWidgets>
 
 /// Edits and exports through the real form.
-class EditTest : public QObject
+class EditTest : public ProgramTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        folder = std::make_unique<QTemporaryDir>();
-        Pictures::save(folder->filePath("a.png"), QSize(600, 400));
-        Program::setFolders({folder->path()});
+        newFolder();
+        Pictures::save(path("a.png"), QSize(600, 400));
         DialogSeam::setAnswerer([this](const DialogSeam::Question &question) {
             questions.append(question.title + '|' + question.text);
             return QVariant(answer);
         });
-        program = std::make_unique<Program>();
+        start({folder->path()}, 1);
         program->window->resize(1000, 800);
-        QTRY_VERIFY(program->settled() && program->rows() == 1);
         program->open(0);
-        QTRY_COMPARE(program->text("sizeInfoLabel"), "600x400");
+        QTRY_COMPARE(text("sizeInfoLabel"), "600x400");
         label = program->find<TImageLabel>("imageLabel");
     }
 
     void cleanup()
     {
-        program.reset();
-        DialogSeam::setAnswerer({});
+        end();
         questions.clear();
         lastPath.clear();
     }
@@ -42,19 +37,18 @@ private slots:
     {
         const QString upright = "red green blue yellow";
         QCOMPARE(shown(), upright);
-        const QString percent = program->text("percentResizeLabel");
+        const QString percent = text("percentResizeLabel");
         program->click("rotateRightButton");
-        QCOMPARE(shown(true), "blue red yellow green");
-        QCOMPARE(program->text("sizeInfoLabel"), "600x400");              // tells of the file
+        QCOMPARE(shown(QSize(400, 600)), "blue red yellow green");
+        QCOMPARE(text("sizeInfoLabel"), "600x400");                       // tells of the file
         QVERIFY(label->height() > program->find("scrollArea")->height()); // keeps its scale
-        QCOMPARE(program->text("percentResizeLabel"), percent);
+        QCOMPARE(text("percentResizeLabel"), percent);
         program->click("rotateLeftButton");
         QCOMPARE(shown(), upright);
         program->click("flipHButton");
         QCOMPARE(shown(), "green red yellow blue");
         program->click("flipVButton");
         QCOMPARE(shown(), "yellow blue green red");
-        QCOMPARE(Pictures::quartersOf(exported("turned.png")), "yellow blue green red");
         choose("adjustButton", "Reset Image");
         QTRY_COMPARE(shown(), upright);
     }
@@ -112,7 +106,7 @@ private slots:
             emit label->needToResizeImage(1);
         const QSize size = label->size();
         QVERIFY(size.width() > 2000);
-        QTRY_COMPARE(program->text("percentResizeLabel"), QString::number(size.width() / 6.0, 'g', 6) + '%');
+        QTRY_COMPARE(text("percentResizeLabel"), QString::number(size.width() / 6.0, 'g', 6) + '%');
         QTest::qWait(300);
         QCOMPARE(label->grab(QRect(size.width() - 20, size.height() - 20, 1, 1)).toImage().pixelColor(0, 0),
                  VistamoGlobal().applyFilters(exported("a2.png"), 0, -50, 0, 0).pixelColor(599, 399));
@@ -125,12 +119,11 @@ private slots:
         QVERIFY(program->find("cropWidget")->isVisible());
         QVERIFY(program->find("scrollArea")->height() < height);
         QCOMPARE(label->height(), program->find("scrollArea")->height() - 4);
-        QCOMPARE(crop(), QRect(150, 100, 300, 200));
+        QCOMPARE(program->crop(), QRect(150, 100, 300, 200));
         // Shaded outside, framed, clear inside.
         const QImage view = label->grab().toImage();
-        const double scale = program->text("percentResizeLabel").chopped(1).toDouble() / 100;
-        const QPoint corner((label->width() - qRound(600 * scale)) / 2,
-                            (label->height() - qRound(400 * scale)) / 2);
+        const double scale = program->scale();
+        const QPoint corner = program->place(QSize(600, 400)).topLeft();
         const auto at = [&](double x, double y) {
             return view.pixelColor(corner + QPoint(int(x * scale), int(y * scale)));
         };
@@ -141,7 +134,7 @@ private slots:
 
         // Left and top move one edge alone; a rectangle may reach beyond the picture.
         spinBox("leftSpinBox")->setValue(160);
-        QCOMPARE(crop(), QRect(160, 100, 290, 200));
+        QCOMPARE(program->crop(), QRect(160, 100, 290, 200));
         spinBox("widthSpinBox")->setValue(500);
         spinBox("heightSpinBox")->setValue(150);
         const QImage expected = exported("whole.png").copy(QRect(160, 100, 500, 150));
@@ -153,11 +146,11 @@ private slots:
         choose("adjustButton", "Reset Image");
         QTRY_COMPARE(shown(), "red green blue yellow");
         program->click("cropButton");
-        QCOMPARE(crop(), QRect(160, 100, 500, 150));
+        QCOMPARE(program->crop(), QRect(160, 100, 500, 150));
         spinBox("widthSpinBox")->setValue(64);
         program->click("cropButton");
         program->click("cropButton");
-        QCOMPARE(crop(), QRect(150, 100, 300, 200));
+        QCOMPARE(program->crop(), QRect(150, 100, 300, 200));
         program->click("closeButton");
     }
 
@@ -165,10 +158,10 @@ private slots:
     {
         // Large enough to be still on its way when the program ends. At once, it waits for the picture
         // itself.
-        Pictures::save(folder->filePath("a.png"), QSize(4000, 3000));
+        Pictures::save(path("a.png"), QSize(4000, 3000));
         choose("adjustButton", "Reset Image");
-        const QString first = folder->filePath("first.png");
-        const QString second = folder->filePath("second.png");
+        const QString first = path("first.png");
+        const QString second = path("second.png");
         answer = first;
         choose("exportButton", "Export to Image File");
         QTRY_COMPARE(VistamoGlobal::exportImagePath, first);
@@ -199,7 +192,7 @@ private:
     /// What the program writes, once it is there.
     QImage exported(const QString &name, const char *button = nullptr)
     {
-        answer = lastPath = folder->filePath(name);
+        answer = lastPath = path(name);
         if (button)
             program->click(button);
         else
@@ -216,33 +209,13 @@ private:
     }
 
     QSpinBox *spinBox(const char *name) const { return program->find<QSpinBox>(name); }
-    QRect crop() const
-    {
-        return {spinBox("leftSpinBox")->value(), spinBox("topSpinBox")->value(),
-                spinBox("widthSpinBox")->value(), spinBox("heightSpinBox")->value()};
-    }
-
-    /// The picture's place in the label.
-    QRect place(bool turned = false) const
-    {
-        const double scale = program->text("percentResizeLabel").chopped(1).toDouble() / 100;
-        QRect rect(QPoint(), (QSizeF(600, 400) * scale).toSize());
-        if (turned)
-            rect.setSize(rect.size().transposed());
-        rect.moveCenter(label->rect().center());
-        return rect;
-    }
-    QString shown(bool turned = false) const
-    {
-        return Pictures::quartersOf(label->grab().toImage().copy(place(turned)));
-    }
+    QString shown(QSize size = QSize(600, 400)) const { return program->shown(size); }
     QColor colourShown() const
     {
-        return label->grab().toImage().pixelColor(place().topLeft() + QPoint(10, 10));
+        const QPoint corner = program->place(QSize(600, 400)).topLeft();
+        return label->grab().toImage().pixelColor(corner + QPoint(10, 10));
     }
 
-    std::unique_ptr<QTemporaryDir> folder;
-    std::unique_ptr<Program> program;
     TImageLabel *label = nullptr;
     QString answer;
     QString lastPath;

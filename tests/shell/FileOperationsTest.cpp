@@ -1,6 +1,3 @@
-#include "shared/DialogSeam.h"
-#include "support/Files.h"
-#include "support/Pictures.h"
 #include "support/Program.h"
 
 #include <QtTest>
@@ -9,21 +6,18 @@
 #include <unistd.h>
 
 /// Copies, moves, renames and deletes real files through the real form, and compares the disk afterwards.
-class FileOperationsTest : public QObject
+class FileOperationsTest : public ProgramTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        folder = std::make_unique<QTemporaryDir>();
-        for (const char *const name : {"photos", "other", "target"})
-            QVERIFY(QDir(folder->path()).mkdir(name));
+        newFolder({"photos", "other", "target"});
         for (const char *const name : {"photos/a.png", "photos/b.png", "photos/c.png", "other/a.png"}) {
             Pictures::save(path(name), QSize(40 + qHash(QString(name)) % 50, 30));
             contents[name] = read(name);
         }
-        VistamoGlobal::checkedItemList.clear();
         messages.clear();
         DialogSeam::setAnswerer([this](const DialogSeam::Question &question) -> std::optional<QVariant> {
             if (question.kind == DialogSeam::Kind::Message)
@@ -33,15 +27,10 @@ private slots:
         target = "target";
     }
 
-    void cleanup()
-    {
-        program.reset();
-        DialogSeam::setAnswerer({});
-    }
-
+    void cleanup() { end(); }
     void selectedFilesAreCopied()
     {
-        start(false);
+        startOn("hideCheckboxButton");
         select({"a.png", "c.png"});
         trigger("onCopytoAction");
         QCOMPARE(messages, QStringList("Kestrix: 2 files has been successfully copied to the target."));
@@ -81,7 +70,7 @@ private slots:
 
     void tickedFilesAreMoved()
     {
-        start(true);
+        startOn("showCheckboxButton");
         for (const char *const name : {"photos/a.png", "photos/c.png", "other/a.png"})
             VistamoGlobal::checkedItemList.append({path(QFileInfo(name).path()), QFileInfo(name).fileName()});
         whenDialog([&](QWidget *dialog) {
@@ -100,7 +89,7 @@ private slots:
 
     void movedRowsLeaveListAndStrip()
     {
-        start(false);
+        startOn("hideCheckboxButton");
         const QString first = program->fileNames().first();
         select({first});
         trigger("onMovetoAction");
@@ -119,7 +108,7 @@ private slots:
 
     void renamed()
     {
-        start(false);
+        startOn("hideCheckboxButton");
         program->list()->clearSelection();
         trigger("onRenameAction"); // nothing is selected: nothing happens
         const auto rename = [&](const QString &from, const QString &to) {
@@ -146,7 +135,7 @@ private slots:
 
     void deletedFilesAreInTheTrash()
     {
-        start(false);
+        startOn("hideCheckboxButton");
         select({"a.png", "b.png"});
         whenDialog([&](QWidget *dialog) { dialog->findChild<QPushButton *>("cancelButton")->click(); });
         program->click("deleteButton");
@@ -188,7 +177,7 @@ private slots:
                             qPrintable(path(QStringLiteral("photos/large%1.png").arg(i)))),
                      0);
         write("target/large0.png", "in the way");
-        start(false, 63);
+        startOn("hideCheckboxButton", 63);
         select(program->fileNames());
         QString label;
         QTimer timer;
@@ -216,11 +205,10 @@ private slots:
     }
 
 private:
-    void start(bool checkBoxes, int files = 3)
+    void startOn(const char *checkBoxes, int files = 3)
     {
-        Program::setFolders({path("photos")});
-        program = std::make_unique<Program>();
-        program->click(checkBoxes ? "showCheckboxButton" : "hideCheckboxButton");
+        start({path("photos")}, files);
+        program->click(checkBoxes);
         QTRY_VERIFY(program->settled() && program->rows() == files);
     }
 
@@ -254,19 +242,6 @@ private:
         timer->start(20);
     }
 
-    QString path(const QString &name) const { return folder->filePath(name); }
-    QStringList disk(const QString &name) const
-    {
-        return QDir(path(name)).entryList(QDir::Files, QDir::Name);
-    }
-    void write(const QString &name, const QByteArray &content) const
-    {
-        QVERIFY(Files::write(path(name), content));
-    }
-    QByteArray read(const QString &name) const { return Files::read(path(name)); }
-
-    std::unique_ptr<QTemporaryDir> folder;
-    std::unique_ptr<Program> program;
     QHash<QString, QByteArray> contents;
     QString target;
     QStringList messages;

@@ -1,33 +1,23 @@
-#include "shared/DialogSeam.h"
 #include "slideshow/OptionsDialog.h"
 #include "slideshow/SlideShowForm.h"
-#include "support/Pictures.h"
 #include "support/Program.h"
 
 #include <QtTest>
 #include <QtWidgets>
 
 /// The slideshow and its options.
-class SlideShowTest : public QObject
+class SlideShowTest : public ProgramTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        folder = std::make_unique<QTemporaryDir>();
-        programSettings().clear();
-    }
-    void cleanup()
-    {
-        program.reset();
-        DialogSeam::setAnswerer({});
-    }
+    void init() { newFolder(); }
+    void cleanup() { end(); }
 
     void goesRoundPastBrokenFiles()
     {
         solid("red.png", Qt::red);
-        Pictures::saveBroken(folder->filePath("broken.png"));
+        Pictures::saveBroken(path("broken.png"));
         solid("green.png", Qt::green);
         start(true);
         const QStringList order = program->fileNames();
@@ -49,7 +39,7 @@ private slots:
         // What remains when the folder is emptied under a show.
         program->click("slideShowButton");
         for (const QString &name : order)
-            QVERIFY(QFile::remove(folder->filePath(name)));
+            QVERIFY(QFile::remove(path(name)));
         QTRY_COMPARE(program->rows(), 0);
         QTRY_COMPARE_WITH_TIMEOUT(middle(), QColor(Qt::blue), 3000);
         QTest::keyClick(program->window.get(), Qt::Key_Escape);
@@ -62,7 +52,7 @@ private slots:
     {
         const QSize screen = QGuiApplication::primaryScreen()->size();
         for (const QSize size : {QSize(8, 2), QSize(2, 8), QSize(3000, 200)}) {
-            folder = std::make_unique<QTemporaryDir>();
+            newFolder();
             solid("only.png", Qt::red, size);
             start(false);
             program->click("slideShowButton");
@@ -136,7 +126,7 @@ private:
     {
         QImage image(size, QImage::Format_RGB32);
         image.fill(colour);
-        QVERIFY(image.save(folder->filePath(name)));
+        QVERIFY(image.save(path(name)));
     }
     SlideShowForm *form() const { return program->window->findChild<SlideShowForm *>(); }
     QImage image() const { return form()->findChild<QLabel *>("imageLabel")->pixmap().toImage(); }
@@ -150,9 +140,6 @@ private:
         }
         return false;
     }
-
-    std::unique_ptr<QTemporaryDir> folder;
-    std::unique_ptr<Program> program;
 };
 
 QTEST_MAIN(SlideShowTest)

@@ -1,20 +1,18 @@
+#include "support/Failures.h"
+#include "support/Files.h"
 #include "support/Pictures.h"
 #include "viewer/VistamoSaveImageThread.h"
 
 #include <QtGui>
 #include <QtTest>
 
-#include <csignal>
-#include <sys/resource.h>
-#include <unistd.h>
-
 /// Exports: a file is complete or it isn't there.
-class SaveImageThreadTest : public QObject
+class SaveImageThreadTest : public FolderTest
 {
     Q_OBJECT
 
 private slots:
-    void init() { folder = std::make_unique<QTemporaryDir>(); }
+    void init() { newFolder({"folder.png"}); }
     void cleanup()
     {
         QFile::setPermissions(folder->path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
@@ -50,30 +48,20 @@ private slots:
 
     void failuresLeaveTheOldFile()
     {
-        QVERIFY(QDir(folder->path()).mkdir("folder.png"));
         save({{QSize(9, 6), "folder.png"}, {QSize(9, 6), "gone/a.png"}});
         QVERIFY(QFileInfo(path("folder.png")).isDir());
 
         save({{QSize(90, 60), "old.png"}, {QSize(90, 60), "old.jpg"}, {QSize(90, 60), "old.tiff"}});
-        // A disk that is full after a few kilobytes.
-        std::signal(SIGXFSZ, SIG_IGN);
-        rlimit before;
-        getrlimit(RLIMIT_FSIZE, &before);
-        rlimit full = before;
-        full.rlim_cur = 2000;
-        setrlimit(RLIMIT_FSIZE, &full);
-        save({{QSize(2000, 1500), "old.png"},
-              {QSize(2000, 1500), "old.jpg"},
-              {QSize(2000, 1500), "old.tiff"}});
-        setrlimit(RLIMIT_FSIZE, &before);
+        Failures::onFullDisk(2000, [this] {
+            save({{QSize(2000, 1500), "old.png"},
+                  {QSize(2000, 1500), "old.jpg"},
+                  {QSize(2000, 1500), "old.tiff"}});
+        });
         for (const char *const name : {"old.png", "old.jpg", "old.tiff"})
             QCOMPARE(QImage(path(name)).size(), QSize(90, 60));
 
         QFile::setPermissions(folder->path(), QFile::ReadOwner | QFile::ExeOwner);
-        const bool root = geteuid() == 0; // whom no permission stops
-        QVERIFY(!root || seteuid(65534) == 0);
-        save({{QSize(9, 6), "old.png"}});
-        QVERIFY(!root || seteuid(0) == 0);
+        Failures::asNobody([this] { save({{QSize(9, 6), "old.png"}}); });
         QCOMPARE(QImage(path("old.png")).size(), QSize(90, 60));
     }
 
@@ -83,7 +71,6 @@ private:
         QSize size;
         QString name;
     };
-    QString path(const QString &name) const { return folder->filePath(name); }
     void save(const QList<Export> &exports)
     {
         VistamoSaveImageThread thread;
@@ -95,8 +82,6 @@ private:
         thread.start();
         QVERIFY(thread.wait(30000));
     }
-
-    std::unique_ptr<QTemporaryDir> folder;
 };
 
 QTEST_MAIN(SaveImageThreadTest)
