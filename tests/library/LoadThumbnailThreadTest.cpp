@@ -48,7 +48,7 @@ private slots:
     {
         Pictures::save(path("wide.jpg"), QSize(600, 300));
         Pictures::save(path("high.png"), QSize(300, 400), 6);
-        Pictures::saveBroken(path("broken.jpg"));
+        write("broken.jpg", "broken");
         for (int visit = 0; visit < 3; ++visit) {
             if (visit == 2) // without a database everything is decoded
                 ThumbnailDatabase::setFileName(path("folder.db"));

@@ -22,35 +22,35 @@ private slots:
     void cleanup() { end(); }
     void emptyProgramIsSafe()
     {
-        const Program program;
-        QCOMPARE(program.window->windowTitle(), "Orrelan Gallery");
-        QVERIFY(program.find("noItemFrame")->isVisible());
+        start({}, 0);
+        QCOMPARE(program->window->windowTitle(), "Orrelan Gallery");
+        QVERIFY(program->find("noItemFrame")->isVisible());
         for (const char *const hidden :
              {"mainListView", "sideTreeView", "pathWidget", "toolsButton", "pdfButton", "convertButton"})
-            QVERIFY2(!program.find(hidden)->isVisible(), hidden);
+            QVERIFY2(!program->find(hidden)->isVisible(), hidden);
         for (const char *const disabled :
              {"openFileMinButton", "slideShowButton", "deleteButton", "minButton"})
-            QVERIFY2(!program.find(disabled)->isEnabled(), disabled);
-        addFolder(program, QString());
+            QVERIFY2(!program->find(disabled)->isEnabled(), disabled);
+        addFolder(QString());
         QTimer::singleShot(100, [] { QApplication::activeModalWidget()->close(); }); // the options
         for (const char *const button : {"optionsButton", "plusButton", "minButton", "hideCheckboxButton",
                                          "showCheckboxButton", "slideShowButton", "openFileMinButton"})
-            program.click(button);
-        QVERIFY(program.find("noItemFrame")->isVisible());
+            program->click(button);
+        QVERIFY(program->find("noItemFrame")->isVisible());
 
         // An image dropped on the empty program opens in the viewer, and its folder joins the list.
         Pictures::save(path("a/dropped.png"));
-        program.drop(path("a"), "dropped.png");
-        QVERIFY(program.find("widget2")->isVisible());
-        QTRY_COMPARE(program.text("sizeInfoLabel"), "60x40");
-        QTRY_VERIFY(program.settled() && program.rows() == 31);
-        QTRY_COMPARE(program.fileNames().value(program.list()->currentIndex().row()), "dropped.png");
+        program->drop(path("a"), "dropped.png");
+        QVERIFY(program->find("widget2")->isVisible());
+        QTRY_COMPARE(program->text("sizeInfoLabel"), "60x40");
+        QTRY_VERIFY(program->settled() && program->rows() == 31);
+        QTRY_COMPARE(program->fileNames().value(program->list()->currentIndex().row()), "dropped.png");
     }
 
     void nonsenseInTheSettings()
     {
-        for (const QVariant &nonsense :
-             {QVariant("x"), QVariant(-7), QVariant(INT_MAX), QVariant(QByteArray("\0\xff", 2))}) {
+        for (const QVariant &nonsense : {QVariant("x"), QVariant(-7), QVariant(4), QVariant(INT_MAX),
+                                         QVariant(QByteArray("\0\xff", 2))}) {
             QSettings settings = programSettings();
             for (const char *const key :
                  {"posX", "posY", "width", "height", "imageScale", "showGallery", "showCheckbox", "iconSize",
@@ -75,17 +75,14 @@ private slots:
 
     void folderListIsRestored()
     {
-        Program::setFolders({path("b"), path("gone"), path("a")});
-        {
-            const Program program;
-            QCOMPARE(program.tree(), QStringList({"b", "a"}));
-            QTRY_COMPARE(program.rows(), 5); // the top of the list is on show
-            for (int i = 0; i < 20; ++i) {
-                QVERIFY(QDir(folder->path()).mkdir(QString::number(i)));
-                addFolder(program, path(QString::number(i)));
-            }
-            QCOMPARE(program.tree().size(), 22);
+        start({path("b"), path("gone"), path("a")}, 5); // the top of the list is on show
+        QCOMPARE(program->tree(), QStringList({"b", "a"}));
+        for (int i = 0; i < 20; ++i) {
+            QVERIFY(QDir(folder->path()).mkdir(QString::number(i)));
+            addFolder(path(QString::number(i)));
         }
+        QCOMPARE(program->tree().size(), 22);
+        program.reset();
         // Twenty are kept; the oldest are lost.
         const QStringList kept = Program().tree();
         QCOMPARE(kept.size(), 20);
@@ -95,49 +92,46 @@ private slots:
 
     void foldersAreAddedAndRemoved()
     {
-        const Program program;
-        addFolder(program, path("a"));
-        addFolder(program, path("b"));
-        addFolder(program, path("A")); // a difference in case is no new folder
-        QCOMPARE(program.tree(), QStringList({"b", "a"}));
-        QVERIFY(program.find("sideTreeView")->isVisible());
+        start({}, 0);
+        addFolder(path("a"));
+        addFolder(path("b"));
+        addFolder(path("A")); // a difference in case is no new folder
+        QCOMPARE(program->tree(), QStringList({"b", "a"}));
+        QVERIFY(program->find("sideTreeView")->isVisible());
 
         // Another folder is removed than the one being read: that one is read to its end all the same.
-        selectFolder(program, 1);
-        auto *const view = program.find<QTreeView>("sideTreeView");
+        selectFolder(1);
+        auto *const view = program->find<QTreeView>("sideTreeView");
         view->setCurrentIndex(view->model()->index(0, 0));
-        program.click("openFileMinButton");
-        QTRY_COMPARE(program.tree(), QStringList("a"));
-        QTRY_VERIFY(program.settled() && program.rows() == 30);
-        QVERIFY(program.find("sideTreeView")->isVisible());
+        program->click("openFileMinButton");
+        QTRY_COMPARE(program->tree(), QStringList("a"));
+        QTRY_VERIFY(program->settled() && program->rows() == 30);
+        QVERIFY(program->find("sideTreeView")->isVisible());
         QTest::qWait(1200); // nothing is left behind after a second
         QVERIFY(!StoppableThread::someLeftBehind);
 
-        program.click("openFileMinButton");
-        QTRY_VERIFY(program.find("noItemFrame")->isVisible());
-        QCOMPARE(program.rows(), 0);
+        program->click("openFileMinButton");
+        QTRY_VERIFY(program->find("noItemFrame")->isVisible());
+        QCOMPARE(program->rows(), 0);
         QVERIFY(VistamoGlobal::fileDataList.isEmpty());
-        program.click("hideCheckboxButton");
-        QVERIFY(program.find("noItemFrame")->isVisible());
+        program->click("hideCheckboxButton");
+        QVERIFY(program->find("noItemFrame")->isVisible());
     }
 
     void listIsThatOfTheDisk()
     {
-        Pictures::saveBroken(path("a/broken.jpg"));
+        write("a/broken.jpg", "broken");
         Pictures::save(path("a/turned.jpg"), QSize(300, 600), 6);
-        Program::setFolders({path("a")});
-        const Program program;
+        start({path("a")}, 32);
         const auto check = [&] {
             const QStringList expected = disk("a");
-            QTRY_VERIFY(program.settled() && program.rows() == expected.size());
-            QStringList names = program.fileNames();
-            names.sort();
-            QCOMPARE(names, expected);
-            auto *const strip = program.find<QAbstractItemView>("galleryTableView")->model();
+            QTRY_VERIFY(program->settled() && program->rows() == expected.size());
+            QCOMPARE(sortedNames(), expected);
+            auto *const strip = program->find<QAbstractItemView>("galleryTableView")->model();
             QCOMPARE(strip->columnCount(), expected.size());
-            for (int row = 0; row < program.rows(); ++row) {
+            for (int row = 0; row < program->rows(); ++row) {
                 const TFileRecord &record = VistamoGlobal::fileDataList[row];
-                const QModelIndex index = program.list()->model()->index(row, 0);
+                const QModelIndex index = program->list()->model()->index(row, 0);
                 QCOMPARE(index.data().toString().remove('\n'), record.fileName);
                 QCOMPARE(strip->index(0, row).data(), index.data());
                 const QImage square =
@@ -145,7 +139,7 @@ private slots:
                 const QString quarters = Pictures::quartersOf(square.copy(record.imageRect));
                 QCOMPARE(quarters, record.fileName == "broken.jpg" ? "? ? ? ?" : "red green blue yellow");
             }
-            QTRY_COMPARE(program.text("pathValueLabel"),
+            QTRY_COMPARE(program->text("pathValueLabel"),
                          QStringLiteral("Total: %1   Path: %2").arg(expected.size()).arg(path("a")));
         };
         check();
@@ -158,14 +152,14 @@ private slots:
 
         // Without their boxes the items move together, and again apart with them.
         const auto pitch = [&] {
-            const QAbstractItemModel *const model = program.list()->model();
-            return program.list()->visualRect(model->index(1, 0)).left()
-                   - program.list()->visualRect(model->index(0, 0)).left();
+            const QAbstractItemModel *const model = program->list()->model();
+            return program->list()->visualRect(model->index(1, 0)).left()
+                   - program->list()->visualRect(model->index(0, 0)).left();
         };
         const int withBoxes = pitch();
-        program.click("hideCheckboxButton");
+        program->click("hideCheckboxButton");
         QTRY_VERIFY(pitch() < withBoxes);
-        program.click("showCheckboxButton");
+        program->click("showCheckboxButton");
         QTRY_COMPARE(pitch(), withBoxes);
     }
 
@@ -173,71 +167,66 @@ private slots:
     {
         Pictures::saveMany(path("c"), 3, QSize(3000, 2000));
         Program::setFolders({path("a"), path("b"), path("c")});
-        const Program program;
+        program = std::make_unique<Program>();
         for (const int row : {1, 2, 0, 2, 1})
-            selectFolder(program, row);
-        QTRY_VERIFY(program.settled() && program.rows() == 5);
+            selectFolder(row);
+        QTRY_VERIFY(program->settled() && program->rows() == 5);
         QTest::qWait(200); // no answer for another folder comes after
-        QCOMPARE(program.rows(), 5);
+        QCOMPARE(program->rows(), 5);
         QCOMPARE(VistamoGlobal::fileDataList.first().path, path("b"));
     }
 
     void stormOfChangesEndsWithTheDisk()
     {
-        Program::setFolders({path("b")});
-        const Program program;
-        QTRY_COMPARE(program.rows(), 5);
+        start({path("b")}, 5);
         QProcess storm;
         storm.setWorkingDirectory(path("b"));
         storm.start("/bin/sh", {"-c", "i=0; while [ $i -lt 10000 ]; do i=$((i+1)); echo x >s$i.jpg; done; "
                                       "for f in s*5.jpg; do mv $f t$f; done; rm s*[1-4].jpg"});
         while (!storm.waitForFinished(0) && storm.state() != QProcess::NotRunning) {
             QTest::qWait(20);
-            program.open(program.rows() - 1);
-            QTest::keyClick(program.window.get(), Qt::Key_Right);
-            program.click("closeButton");
+            program->open(program->rows() - 1);
+            QTest::keyClick(program->window.get(), Qt::Key_Right);
+            program->click("closeButton");
         }
         QCOMPARE(storm.exitCode(), 0);
         const QStringList expected = disk("b");
         QCOMPARE(expected.size(), 6005);
-        const auto equal = [&] {
-            QStringList names = program.fileNames();
-            names.sort();
-            return names == expected && program.rows() == names.size();
-        };
-        QTRY_VERIFY_WITH_TIMEOUT(equal(), 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(sortedNames() == expected && program->rows() == expected.size(), 30000);
     }
 
     void filesThatVanishAreSafe()
     {
-        Program::setFolders({path("b")});
-        const Program program;
-        QTRY_VERIFY(program.settled() && program.rows() == 5);
-        program.open(4);
+        start({path("b")}, 5);
+        program->open(4);
         QVERIFY(QDir(path("b")).removeRecursively());
-        QTRY_COMPARE(program.rows(), 0);
+        QTRY_COMPARE(program->rows(), 0);
         for (const char *const button :
              {"backButton", "forward2Button", "back2Button", "fullButton", "fitHButton"})
-            program.find<QToolButton>(button)->click();
+            program->find<QToolButton>(button)->click();
         for (const Qt::Key key : {Qt::Key_Left, Qt::Key_Right})
-            QTest::keyClick(program.window.get(), key);
-        emit program.find<QAbstractItemView>("galleryTableView")->clicked(QModelIndex());
-        program.click("closeButton");
-        QTRY_COMPARE(program.text("pathValueLabel"), "Total: 0   Path: " + path("b"));
+            QTest::keyClick(program->window.get(), key);
+        emit program->find<QAbstractItemView>("galleryTableView")->clicked(QModelIndex());
+        program->click("closeButton");
+        QTRY_COMPARE(program->text("pathValueLabel"), "Total: 0   Path: " + path("b"));
     }
 
 private:
     /// Chooses a folder by the button.
-    static void addFolder(const Program &program, const QString &chosen)
+    void addFolder(const QString &chosen) const
     {
-        DialogSeam::setAnswerer([=](const DialogSeam::Question &question) -> std::optional<QVariant> {
-            return question.title == "Select Folder ..." ? std::optional<QVariant>(chosen) : std::nullopt;
-        });
-        program.click("openFileAddButton");
+        choosesFolder(chosen);
+        program->click("openFileAddButton");
     }
-    static void selectFolder(const Program &program, int row)
+    QStringList sortedNames() const
     {
-        auto *const view = program.find<QTreeView>("sideTreeView");
+        QStringList names = program->fileNames();
+        names.sort();
+        return names;
+    }
+    void selectFolder(int row) const
+    {
+        auto *const view = program->find<QTreeView>("sideTreeView");
         view->setCurrentIndex(view->model()->index(row, 0));
         emit view->clicked(view->currentIndex());
     }

@@ -17,7 +17,7 @@ private slots:
     void goesRoundPastBrokenFiles()
     {
         solid("red.png", Qt::red);
-        Pictures::saveBroken(path("broken.png"));
+        write("broken.png", "broken");
         solid("green.png", Qt::green);
         start(true);
         const QStringList order = program->fileNames();

@@ -65,12 +65,6 @@ void Pictures::save(const QString &path, QSize size, int orientation)
     file->writeMetadata();
 }
 
-void Pictures::saveBroken(const QString &path)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("broken") > 0);
-}
-
 void Pictures::saveMany(const QString &folder, int count, QSize size)
 {
     save(folder + QStringLiteral("/0000.jpg"), size);

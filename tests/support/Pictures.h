@@ -20,9 +20,6 @@ QString quartersOf(const QImage &image);
 /// that of the suffix.
 void save(const QString &path, QSize size = QSize(60, 40), int orientation = 1);
 
-/// A file that no decoder reads.
-void saveBroken(const QString &path);
-
 /// Files "0000.jpg" and so on in `folder`.
 void saveMany(const QString &folder, int count, QSize size = QSize(60, 40));
 

@@ -128,6 +128,14 @@ protected:
         DialogSeam::setAnswerer({});
         VistamoGlobal::checkedItemList.clear();
     }
+    /// Gives this folder to whoever asks for one; no other question is answered.
+    static void choosesFolder(const QString &folder)
+    {
+        DialogSeam::setAnswerer([=](const DialogSeam::Question &question) -> std::optional<QVariant> {
+            return question.kind == DialogSeam::Kind::SelectFolder ? std::optional<QVariant>(folder)
+                                                                   : std::nullopt;
+        });
+    }
     QString text(const char *label) const { return program->text(label); }
 
     std::unique_ptr<Program> program;

@@ -241,10 +241,7 @@ private slots:
         start({path("first")}, 6);
         click(middle(program->find("hideCheckboxButton")));
         QTRY_VERIFY(program->settled());
-        DialogSeam::setAnswerer([this](const DialogSeam::Question &question) -> std::optional<QVariant> {
-            return question.kind == DialogSeam::Kind::SelectFolder ? std::optional<QVariant>(path("third"))
-                                                                   : std::nullopt;
-        });
+        choosesFolder(path("third"));
         const auto choose = [&](int row, int entry, const QStringList &more) {
             chooseAt(middle(program->list(), row), "3", entry, QStringList{"sleep", "0.8"} + more);
         };

@@ -1,3 +1,7 @@
+#include "library/FileNames.h"
+#include "library/ThumbnailDelegate.h"
+#include "library/TTreeView.h"
+#include "support/Files.h"
 #include "support/Pictures.h"
 #include "viewer/TImageLabel.h"
 #include "viewer/TTableView.h"
@@ -6,11 +10,98 @@
 #include <QtTest>
 #include <QtWidgets>
 
-class ViewWidgetsTest : public QObject
+namespace {
+
+class Delegate : public ThumbnailDelegate
+{
+public:
+    using ThumbnailDelegate::initStyleOption;
+};
+
+QStandardItem *newItem(const QString &name, bool checkable)
+{
+    QPixmap square(256, 256);
+    square.fill(Qt::red);
+    auto *const item = new QStandardItem(QIcon(square), wrapFileName(name));
+    item->setCheckable(checkable);
+    return item;
+}
+
+} // namespace
+
+/// The widgets of the list and of the viewer, each by itself.
+class WidgetsTest : public FolderTest
 {
     Q_OBJECT
 
 private slots:
+    void sizesAreThoseOfTheDefaultDelegate()
+    {
+        QApplication::setStyle("Fusion");
+        QStringList names = {"",
+                             ".jpg",
+                             QString(30, 'W') + ".jpeg",
+                             QString(251, 'i') + ".jpg",
+                             "line\nfeed.png",
+                             QString::fromUtf8("\u05e9\u05dc\u05d5\u05dd \u4e16\u754c \u00e9t\u00e9.jpg")};
+        QRandomGenerator random(7);
+        for (int i = 0; i < 300; ++i) {
+            names.append(QString(random.bounded(1, 60), ' '));
+            for (QChar &letter : names.last())
+                letter = QChar(random.bounded(32, 127));
+        }
+        QStandardItemModel model;
+        for (const QString &name : names) {
+            for (const bool checkable : {false, true})
+                model.appendRow(newItem(name, checkable));
+        }
+        QListView expected;
+        QListView actual;
+        ThumbnailDelegate delegate;
+        actual.setItemDelegate(&delegate);
+        // A change of the icons or of the font must not leave old sizes behind.
+        for (const int size : {0, 128, 256, 512, 17}) {
+            for (QListView *const view : {&expected, &actual}) {
+                view->setModel(&model);
+                view->setViewMode(QListView::IconMode);
+                view->setSpacing(10);
+                view->resize(900, 700);
+                view->setIconSize(QSize(size, size));
+                view->setFont(QFont(view->font().family(), size == 17 ? 17 : 10));
+                view->show();
+            }
+            for (int row = 0; row < model.rowCount(); ++row) {
+                const QModelIndex index = model.index(row, 0);
+                QCOMPARE(actual.visualRect(index), expected.visualRect(index));
+            }
+        }
+    }
+
+    void tickOfAnUncheckableItemIsNotDrawn()
+    {
+        QStandardItemModel model;
+        Delegate delegate;
+        for (const bool checkable : {false, true}) {
+            QStandardItem *const item = newItem("a.jpg", checkable);
+            model.appendRow(item);
+            item->setCheckState(Qt::Checked);
+            QStyleOptionViewItem option;
+            delegate.initStyleOption(&option, item->index());
+            QCOMPARE(option.features.testFlag(QStyleOptionViewItem::HasCheckIndicator), checkable);
+        }
+    }
+
+    void movedRow()
+    {
+        using enum TTreeView::DropPlace;
+        QCOMPARE(TTreeView::movedRow(0, 2, OnItem, 5), 2);
+        QCOMPARE(TTreeView::movedRow(0, 2, AboveItem, 5), 1);
+        QCOMPARE(TTreeView::movedRow(0, 2, BelowItem, 5), 2);
+        QCOMPARE(TTreeView::movedRow(3, 1, AboveItem, 5), 1);
+        QCOMPARE(TTreeView::movedRow(3, 1, BelowItem, 5), 2);
+        QCOMPARE(TTreeView::movedRow(1, -1, OnViewport, 5), 4);
+    }
+
     void labelShowsThePictureCentred()
     {
         const QPixmap full = QPixmap::fromImage(Pictures::quarters(QSize(60, 40)));
@@ -50,20 +141,20 @@ private slots:
                 const QSize size(width, width / 2);
                 const DisplayedImage view =
                     smooth ? smoothImage(full, size, QSize(10, 10), 1.0) : DisplayedImage{size};
-                QImage whole(size, QImage::Format_RGB32);
-                QImage pieces(size, QImage::Format_RGB32);
-                whole.fill(Qt::white);
-                pieces.fill(Qt::red);
-                QPainter wholePainter(&whole);
-                paintImage(wholePainter, full, view, whole.rect());
-                QPainter piecePainter(&pieces);
-                for (int x = 0; x < width; x += 19) {
-                    for (int y = 0; y < size.height(); y += 23) {
-                        const QRect piece(x, y, 19, 23);
-                        piecePainter.setClipRect(piece);
-                        paintImage(piecePainter, full, view, piece);
+                const auto painted = [&](QSize piece, Qt::GlobalColor background) {
+                    QImage image(size, QImage::Format_RGB32);
+                    image.fill(background);
+                    QPainter painter(&image);
+                    for (int x = 0; x < width; x += piece.width()) {
+                        for (int y = 0; y < size.height(); y += piece.height()) {
+                            painter.setClipRect(QRect(QPoint(x, y), piece));
+                            paintImage(painter, full, view, QRect(QPoint(x, y), piece));
+                        }
                     }
-                }
+                    return image;
+                };
+                const QImage whole = painted(size, Qt::white);
+                const QImage pieces = painted(QSize(19, 23), Qt::red);
                 int differing = 0;
                 for (int x = 0; x < width; ++x)
                     for (int y = 0; y < size.height(); ++y)
@@ -147,17 +238,17 @@ private slots:
 
     void picturesComeInTheOrderAskedFor()
     {
-        QTemporaryDir folder;
+        newFolder();
         QList<QSize> sizes;
         VistamoLoadImageThread thread;
         QObject::connect(&thread, &VistamoLoadImageThread::imageLoaded, this,
                          [&](const QPixmap &pixmap) { sizes.append(pixmap.size()); });
         const QList<QSize> expected = {QSize(900, 700), QSize(0, 0), QSize(10, 10)};
         for (const QSize size : expected) {
-            const QString path = folder.filePath(QStringLiteral("%1.png").arg(size.width()));
+            const QString file = path(QStringLiteral("%1.png").arg(size.width()));
             if (!size.isEmpty())
-                Pictures::save(path, size);
-            thread.addFile({path});
+                Pictures::save(file, size);
+            thread.addFile({file});
         }
         thread.start();
         QTRY_COMPARE(sizes, expected);
@@ -172,5 +263,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(ViewWidgetsTest)
-#include "ViewWidgetsTest.moc"
+QTEST_MAIN(WidgetsTest)
+#include "WidgetsTest.moc"
