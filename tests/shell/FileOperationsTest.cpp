@@ -174,12 +174,16 @@ private slots:
                      0);
         write("target/large0.png", "in the way");
         startOn("hideCheckboxButton", 63);
-        select(program->fileNames());
+        select(program->fileNames().filter("large"));
         QString label;
-        whenDialog([&](QWidget *dialog) {
-            label = qobject_cast<QProgressDialog *>(dialog)->labelText();
-            dialog->findChild<QPushButton *>()->click();
+        QTimer timer;
+        connect(&timer, &QTimer::timeout, this, [&] {
+            if (auto *const dialog = qobject_cast<QProgressDialog *>(QApplication::activeModalWidget())) {
+                label = dialog->labelText();
+                dialog->findChild<QPushButton *>()->click();
+            }
         });
+        timer.start(20);
         QElapsedTimer time;
         time.start();
         trigger("onCopytoAction");
