@@ -10,7 +10,7 @@
 #include <QtWidgets>
 
 /// The batch tools through the program's real form.
-class BatchFormTest : public FolderTest
+class BatchFormTest : public ProgramTest
 {
     Q_OBJECT
 
@@ -21,7 +21,6 @@ private slots:
         for (const char *const name : {"a.png", "b.png", "c.png", "deep/d.png"})
             Pictures::save(path(QStringLiteral("photos/") + name), QSize(90, 60));
         batchSettings().clear();
-        VistamoGlobal::checkedItemList.clear();
         answers.clear();
         asked.clear();
         DialogSeam::setAnswerer([this](const DialogSeam::Question &question) -> std::optional<QVariant> {
@@ -30,16 +29,13 @@ private slots:
         });
     }
 
-    void cleanup()
-    {
-        program.reset();
-        DialogSeam::setAnswerer({});
-    }
+    void cleanup() { end(); }
 
     void onlyTheSwitchOfTheBuildLeadsHere()
     {
         for (const bool shown : {false, true}) {
             VistamoGlobal::showPdfAndConvertButtons = shown;
+            program.reset();
             start();
             for (const char *const button : {"pdfButton", "convertButton"})
                 QCOMPARE(program->find(button)->isVisible(), shown);
@@ -130,7 +126,7 @@ private slots:
 
     void previewOfAThumbnailAndOfAFileWithoutOne()
     {
-        Pictures::saveBroken(path("photos/b.png"));
+        write("photos/b.png", "broken");
         open("pdfButton", {"a.png", "b.png"});
         QTRY_COMPARE(rows().size(), 2);
         QTRY_VERIFY(view()->isVisible());
@@ -238,14 +234,14 @@ private slots:
 
     void nothingIsLeftWhenTheFormOrTheProgramEndsInTheMiddle()
     {
-        Pictures::saveMany(path("photos"), 60, QSize(1500, 1000));
         open("convertButton", {});
+        Pictures::saveMany(path("photos"), 60, QSize(1500, 1000));
         emit find<ImagesToPDFFrame>("noItemFrame")->addURLs({QUrl::fromLocalFile(path("photos"))});
         QTRY_VERIFY(rows().size() > 2);
         tool("backButton")->click();
         QTRY_VERIFY(!program->window->findChild<ImagesToPDFForm *>());
 
-        open("convertButton", {});
+        program->click("convertButton");
         VistamoGlobal::outputFolder = path("out");
         emit find<ImagesToPDFFrame>("noItemFrame")->addURLs({QUrl::fromLocalFile(path("photos"))});
         QTRY_VERIFY(view()->isVisible());
@@ -260,19 +256,13 @@ private slots:
     }
 
 private:
-    void start()
-    {
-        program.reset();
-        Program::setFolders({path("photos")});
-        program = std::make_unique<Program>();
-        QVERIFY(QTest::qWaitForWindowExposed(program->window.get()));
-        QTRY_VERIFY(program->settled());
-    }
+    void start() { ProgramTest::start({path("photos")}, 3); }
 
     /// Opens a tool with these files ticked.
     void open(const char *button, const QStringList &ticked)
     {
         VistamoGlobal::showPdfAndConvertButtons = true;
+        program.reset();
         start();
         program->click("showCheckboxButton");
         for (const QString &name : ticked)
@@ -338,7 +328,6 @@ private:
         timer->start(10);
     }
 
-    std::unique_ptr<Program> program;
     QVariantList answers; ///< to the questions in turn
     QStringList asked;
     int dialogsSeen = 0;

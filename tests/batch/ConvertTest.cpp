@@ -58,7 +58,7 @@ private slots:
             sources.append(QStringLiteral("in/%1.%2.png").arg(i / 2).arg(i % 2));
             Pictures::save(path(sources.last()), QSize(40 + i % 2, 30 + i));
         }
-        Pictures::saveBroken(path("in/0.0.png")); // then the second of the name is the first that is there
+        write("in/0.0.png", "broken"); // then the second of the name is the first that is there
         const QStringList existing = convert(sources, ".jpg");
         QStringList expected;
         for (int i = 3; i < 30; i += 2)

@@ -90,7 +90,7 @@ private slots:
 
     void aBrokenPictureGivesABlankPage()
     {
-        Pictures::saveBroken(path("broken.jpg"));
+        write("broken.jpg", "broken");
         const QString info = create({"a.png", "broken.jpg", "gone.jpg", "b.png"});
         QVERIFY(info.contains(QRegularExpression("Pages: +4\n")));
         QVERIFY(pictureOnPage(2).isEmpty());

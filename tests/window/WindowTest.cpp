@@ -106,6 +106,36 @@ private slots:
         QCOMPARE(program->tree(), QStringList({"second", "first"}));
     }
 
+    void batchListIsFilledByDroppingAndOrderedByDragging()
+    {
+        VistamoGlobal::showPdfAndConvertButtons = true;
+        start({path("first")}, 6);
+        click(middle(program->find("pdfButton")));
+        const QWidget *const form = program->find("ImagesToPDFForm");
+        const auto *const view = form->findChild<QTreeView *>("sourceTreeView");
+        drop("/etc/passwd", form->findChild<QWidget *>("noItemFrame")); // no image: refused
+        drop(path("second"), form->findChild<QWidget *>("noItemFrame"));
+        QTRY_VERIFY(view->isVisible());
+        QCOMPARE(view->model()->rowCount(), 3);
+        drop(path("first"), view); // a list that is filled takes nothing
+        const auto names = [&] {
+            QString names;
+            for (int row = 0; row < view->model()->rowCount(); ++row)
+                names += view->model()->index(row, 0).data().toString().section('.', 0, 0).last(1);
+            return names;
+        };
+        const QString before = names();
+        QCOMPARE(before.size(), 3);
+        const QPoint between =
+            middle(view, 0) - QPoint(0, view->visualRect(view->model()->index(0, 0)).height() / 2 - 1);
+        click(middle(view, 2));
+        drag(middle(view, 2), between);
+        QTRY_COMPARE(names(), before.last(1) + before.first(2));
+        drag(middle(view, 0), middle(view, 1));                  // onto a row: nothing
+        drag(middle(view, 0), middle(view, 2) + QPoint(0, 150)); // onto no row: nothing
+        QCOMPARE(names(), before.last(1) + before.first(2));
+    }
+
     void folderIsMovedByDragging()
     {
         start({path("first"), path("second"), path("third")}, 6);
@@ -371,11 +401,12 @@ private:
             arguments += {"key", "Down"};
         xdo(arguments + QStringList{"key", "Return"} + more);
     }
-    void drop(const QString &file, const char *target)
+    void drop(const QString &file, const char *target) { drop(file, program->find(target)); }
+    void drop(const QString &file, const QWidget *target)
     {
         DragSource source(file);
         QVERIFY(QTest::qWaitForWindowExposed(&source));
-        drag(middle(&source), middle(program->find(target)));
+        drag(middle(&source), middle(target));
     }
     void start(const QStringList &folders, int rows)
     {
