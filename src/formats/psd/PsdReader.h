@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QImage>
+
+#include <optional>
+
+class QIODevice;
+
+/// Reads the merged picture of layered .psd and .psb files.
+namespace PsdReader {
+
+constexpr int headerLength = 26; ///< bytes
+
+enum class Mode
+{
+    Bitmap = 0,
+    Gray = 1,
+    Indexed = 2,
+    Rgb = 3,
+    Cmyk = 4,
+    Multichannel = 7,
+    Duotone = 8,
+    Lab = 9,
+};
+
+struct Header
+{
+    bool large; ///< .psb, with longer lengths
+    int channels;
+    QSize size; ///< pixels
+    int depth;  ///< bits a sample
+    Mode mode;
+};
+
+/// The header that stands in the first bytes of a file; nothing if it is not one, or if its mode and depth do
+/// not go together.
+std::optional<Header> header(const QByteArray &bytes);
+
+/// The picture at the device's position, in sRGB where it was CMYK or Lab, else with its colour profile. 16
+/// bits a sample stay; 32 bits become 16. Of a file that ends early, the rows that are complete, and white or
+/// transparency below. Null if there is no such row, or above the allocation limit.
+QImage read(QIODevice &device);
+
+} // namespace PsdReader

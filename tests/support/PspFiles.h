@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QImage>
+
+/// Makes layered .pspimage files as the program of their origin does.
+namespace PspFiles {
+
+enum Compression
+{
+    Raw,
+    RunLength,
+    Zip
+};
+
+struct File
+{
+    QImage picture; ///< ARGB32, RGBA64, Indexed8 or Grayscale8
+    Compression compression = Zip;
+    bool hasComposite = true;
+    QImage preview; ///< stored as a JPEG if it is not null
+};
+
+QByteArray make(const File &file);
+
+} // namespace PspFiles
