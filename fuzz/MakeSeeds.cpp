@@ -1,0 +1,80 @@
+// Writes files of a format for its fuzzer to start from.
+//
+//   make-seeds FORMAT FOLDER
+
+#include "support/PsdFiles.h"
+#include "support/PspFiles.h"
+
+#include <QDir>
+#include <QGuiApplication>
+#include <QMap>
+#include <QSaveFile>
+
+#include <cstdio>
+
+namespace {
+
+QList<QByteArray> psdSeeds()
+{
+    struct Kind
+    {
+        int mode, channels, depth;
+    };
+    QList<QByteArray> seeds;
+    for (const Kind &kind :
+         {Kind{PsdFiles::Bitmap, 1, 1}, Kind{PsdFiles::Gray, 2, 8}, Kind{PsdFiles::Indexed, 1, 8},
+          Kind{PsdFiles::Rgb, 4, 8}, Kind{PsdFiles::Rgb, 3, 16}, Kind{PsdFiles::Rgb, 3, 32},
+          Kind{PsdFiles::Cmyk, 5, 8}, Kind{PsdFiles::Lab, 3, 8}}) {
+        for (int compression = PsdFiles::Raw; compression <= PsdFiles::ZipWithPrediction; ++compression) {
+            PsdFiles::Picture picture{QSize(9, 5), kind.mode, kind.channels, kind.depth, compression};
+            picture.large = compression == PsdFiles::Zip;
+            picture.layers = -1;
+            picture.layersInTaggedBlock = kind.depth > 8;
+            seeds += PsdFiles::make(picture);
+        }
+    }
+    return seeds;
+}
+
+QList<QByteArray> pspSeeds()
+{
+    QList<QByteArray> seeds;
+    for (const auto format :
+         {QImage::Format_ARGB32, QImage::Format_RGBA64, QImage::Format_Indexed8, QImage::Format_Grayscale8}) {
+        QImage picture(9, 5, format);
+        if (format == QImage::Format_Indexed8)
+            picture.setColorTable({qRgb(255, 0, 0), qRgb(0, 0, 255)});
+        picture.fill(1);
+        for (const auto compression : {PspFiles::Raw, PspFiles::RunLength, PspFiles::Zip}) {
+            seeds += PspFiles::make({picture, compression, true, QImage()});
+            seeds += PspFiles::make({picture, compression, compression != PspFiles::Zip, picture});
+        }
+    }
+    return seeds;
+}
+
+const QMap<QString, QList<QByteArray> (*)()> makers{
+    {"psd", psdSeeds},
+    {"psp", pspSeeds},
+};
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QGuiApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() != 3 || !QDir().mkpath(arguments[2])) {
+        std::fputs("make-seeds FORMAT FOLDER\n", stderr);
+        return 2;
+    }
+    const auto make = makers.value(arguments[1]); // no seeds of ours: the fuzzer starts from nothing
+    const QList<QByteArray> seeds = make ? make() : QList<QByteArray>();
+    for (qsizetype i = 0; i < seeds.size(); ++i) {
+        QSaveFile file(QDir(arguments[2]).filePath(QString::number(i)));
+        if (!file.open(QIODevice::WriteOnly) || file.write(seeds[i]) != seeds[i].size() || !file.commit())
+            return 1;
+    }
+    return 0;
+}
