@@ -46,8 +46,10 @@ QList<QByteArray> pspSeeds()
             picture.setColorTable({qRgb(255, 0, 0), qRgb(0, 0, 255)});
         picture.fill(1);
         for (const auto compression : {PspFiles::Raw, PspFiles::RunLength, PspFiles::Zip}) {
-            seeds += PspFiles::make({picture, compression, true, QImage()});
+            seeds += PspFiles::make({picture, compression});
             seeds += PspFiles::make({picture, compression, compression != PspFiles::Zip, picture});
+            if (format == QImage::Format_Indexed8)
+                seeds += PspFiles::make({picture, compression, true, {}, 4});
         }
     }
     return seeds;

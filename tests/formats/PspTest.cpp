@@ -44,12 +44,24 @@ private slots:
             for (const auto compression : {PspFiles::Raw, PspFiles::RunLength, PspFiles::Zip}) {
                 for (const QSize size : {QSize(1, 1), QSize(7, 4), QSize(300, 9)}) {
                     const QImage picture = patterned(size, format);
-                    const QImage image = readBytes(PspFiles::make({picture, compression, true, QImage()}));
+                    const QImage image = readBytes(PspFiles::make({picture, compression, true}));
                     QCOMPARE(image.depth() == 64, format == QImage::Format_RGBA64);
                     QCOMPARE(image.convertToFormat(QImage::Format_RGBA64),
                              picture.convertToFormat(QImage::Format_RGBA64));
                 }
             }
+        }
+    }
+
+    void smallIndexesAreRead()
+    {
+        for (const int bits : {1, 4}) {
+            QImage picture(13, 5, QImage::Format_Indexed8);
+            picture.setColorTable({qRgb(10, 20, 30), qRgb(200, 100, 50), qRgb(0, 0, 255)});
+            for (int pixel = 0; pixel < 65; ++pixel)
+                picture.setPixel(pixel % 13, pixel / 13, pixel / 2 % (bits == 1 ? 2 : 3));
+            const QImage image = readBytes(PspFiles::make({picture, PspFiles::RunLength, true, {}, bits}));
+            QCOMPARE(image, picture.convertToFormat(QImage::Format_RGB32));
         }
     }
 
@@ -73,8 +85,8 @@ private slots:
     void damageIsRefused()
     {
         for (const auto compression : {PspFiles::Raw, PspFiles::RunLength, PspFiles::Zip}) {
-            QByteArray file = PspFiles::make(
-                {patterned(QSize(33, 20), QImage::Format_ARGB32), compression, true, QImage()});
+            QByteArray file =
+                PspFiles::make({patterned(QSize(33, 20), QImage::Format_ARGB32), compression, true});
             for (qsizetype length = 0; length < file.size() - 200; length += 7) {
                 const QImage image = readBytes(file.left(length));
                 QVERIFY(image.isNull() || !image.hasAlphaChannel()); // whose channel is the last

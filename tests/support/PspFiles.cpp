@@ -62,10 +62,13 @@ QByteArray channel(const File &file, quint16 bitmap, quint16 id, const std::func
     Bytes data;
     for (int y = 0; y < file.picture.height(); ++y) {
         for (int x = 0; x < file.picture.width(); ++x) {
+            const int shift = 8 - file.indexBits - x * file.indexBits % 8;
             if (deep)
                 data.number(static_cast<quint16>(sample(x, y)));
+            else if (x * file.indexBits % 8 == 0)
+                data.number(static_cast<quint8>(sample(x, y) << shift));
             else
-                data.number(static_cast<quint8>(sample(x, y)));
+                data.back() = static_cast<char>(data.back() | sample(x, y) << shift);
         }
         data.append((4 - data.size() % 4) % 4, '\0');
     }
@@ -114,7 +117,7 @@ QByteArray attributes(QSize size, int depth, quint16 compression, quint16 kind)
 QByteArray make(const File &file)
 {
     const QSize size = file.picture.size();
-    const int depth = file.picture.depth() == 32 ? 24 : file.picture.depth() == 64 ? 48 : 8;
+    const int depth = file.picture.depth() == 32 ? 24 : file.picture.depth() == 64 ? 48 : file.indexBits;
     Bytes general;
     general.number(size.width()).number(size.height()).append(34, '\0');
     Bytes bytes;

@@ -17,7 +17,8 @@ struct File
     QImage picture; ///< ARGB32, RGBA64, Indexed8 or Grayscale8
     Compression compression = Zip;
     bool hasComposite = true;
-    QImage preview; ///< stored as a JPEG if it is not null
+    QImage preview = {}; ///< stored as a JPEG if it is not null
+    int indexBits = 8;   ///< of Indexed8: 1, 4 or 8 bits a pixel
 };
 
 QByteArray make(const File &file);
