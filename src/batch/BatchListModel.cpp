@@ -1,27 +1,41 @@
 #include "batch/BatchListModel.h"
 
 #include "batch/BatchListItem.h"
+#include "library/ThumbnailDatabase.h"
 
 #include <QIcon>
 #include <QPixmapCache>
 #include <QSet>
 
 #include <algorithm>
+#include <functional>
+#include <utility>
 
 namespace {
 
-/// The rest of what identifies a thumbnail in the database.
+/// What identifies the thumbnail in the database, and the file in the list.
 enum Role
 {
-    SizeRole = Qt::UserRole,
-    CreationTimeRole
+    PathRole = Qt::UserRole,
+    SizeRole,
+    CreationTimeRole,
+    KeyRole ///< a hash, so that a long list is quick to look through
 };
+
+constexpr int repaintAfterMs = 100;
+
+quint64 hashOfKey(const QString &path)
+{
+    return qHash(batchItemKey(path));
+}
 
 QStandardItem *newItem(const BatchFile &file)
 {
     auto *const item = new QStandardItem(batchItemText(file.key.fullPath, file.resolution));
+    item->setData(file.key.fullPath, PathRole);
     item->setData(file.key.size, SizeRole);
     item->setData(file.key.creationTime, CreationTimeRole);
+    item->setData(hashOfKey(fullPathFromItemText(item->text())), KeyRole);
     if (!file.icon.isNull())
         item->setIcon(QIcon(QPixmap::fromImage(file.icon)));
     return item;
@@ -29,23 +43,48 @@ QStandardItem *newItem(const BatchFile &file)
 
 } // namespace
 
+BatchListModel::BatchListModel(QObject *parent)
+    : QStandardItemModel(parent)
+{
+    repaintTimer.setSingleShot(true);
+    connect(&repaintTimer, &QTimer::timeout, this, [this] {
+        for (const QPersistentModelIndex &index : std::exchange(missed, {}))
+            emit dataChanged(index, index, {Qt::DecorationRole});
+    });
+}
+
 void BatchListModel::addFiles(const QList<BatchFile> &files)
 {
     // From the end: of a file that comes twice the last one counts.
-    QSet<QString> keys;
+    QSet<quint64> keys;
     QList<QStandardItem *> items;
     for (auto file = files.rbegin(); file != files.rend(); ++file) {
-        const QString key = batchItemKey(file->key.fullPath);
+        const quint64 key = hashOfKey(file->key.fullPath);
         if (keys.contains(key))
             continue;
         keys.insert(key);
-        items.prepend(newItem(*file));
+        items.append(newItem(*file));
     }
-    for (int row = rowCount() - 1; row >= 0; --row) {
-        if (keys.contains(batchItemKey(fullPathFromItemText(index(row, 0).data().toString()))))
-            removeRow(row);
+    std::reverse(items.begin(), items.end());
+    QList<int> again;
+    for (int row = 0; row < rowCount(); ++row) {
+        if (keys.contains(item(row)->data(KeyRole).toULongLong()))
+            again.append(row);
     }
+    removeFiles(again);
     invisibleRootItem()->appendRows(items);
+}
+
+void BatchListModel::removeFiles(QList<int> rows)
+{
+    std::sort(rows.begin(), rows.end(), std::greater());
+    for (auto first = rows.cbegin(); first != rows.cend();) {
+        auto last = first; // of neighbours, which go at once
+        while (std::next(last) != rows.cend() && *std::next(last) == *last - 1)
+            ++last;
+        removeRows(*last, *first - *last + 1);
+        first = std::next(last);
+    }
 }
 
 QStringList BatchListModel::paths() const
@@ -63,22 +102,32 @@ QVariant BatchListModel::data(const QModelIndex &index, int role) const
     const QVariant own = QStandardItemModel::data(index, role);
     if (role != Qt::DecorationRole || own.isValid() || !index.isValid())
         return own;
-    TThumbnailRecord record;
-    record.fullPath = fullPathFromItemText(index.data().toString());
-    record.size = index.data(SizeRole).toLongLong();
-    record.creationTime = index.data(CreationTimeRole).toDateTime();
-    const QString cacheKey =
-        QStringLiteral("batch %1 %2 %3")
-            .arg(record.size)
-            .arg(record.creationTime.isValid() ? record.creationTime.toMSecsSinceEpoch() : 0)
-            .arg(record.fullPath);
+    return QIcon(icon(index));
+}
+
+QPixmap BatchListModel::icon(const QModelIndex &index) const
+{
+    TThumbnailRecord key;
+    key.fullPath = index.data(PathRole).toString();
+    key.size = index.data(SizeRole).toLongLong();
+    key.creationTime = index.data(CreationTimeRole).toDateTime();
+    const QString cacheKey = QStringLiteral("batch %1 %2 %3")
+                                 .arg(key.size)
+                                 .arg(key.creationTime.isValid() ? key.creationTime.toMSecsSinceEpoch() : 0)
+                                 .arg(key.fullPath);
     QPixmap icon;
-    if (!QPixmapCache::find(cacheKey, &icon)) {
-        VistamoGlobal().getThumbnail(record, VistamoGlobal::thumbnailTableName,
-                                     VistamoGlobal::thumbnailDatabase);
-        icon = QPixmap::fromImage(batchIcon(record.image));
-        if (!record.image.isNull())
-            QPixmapCache::insert(cacheKey, icon);
+    if (QPixmapCache::find(cacheKey, &icon))
+        return icon;
+    ThumbnailDatabase::Stored found;
+    const auto outcome = ThumbnailDatabase::find(key, VistamoGlobal::thumbnailTableName,
+                                                 VistamoGlobal::thumbnailDatabase, found);
+    icon = QPixmap::fromImage(batchIcon(QImage::fromData(found.jpeg, "JPG")));
+    if (outcome == ThumbnailDatabase::Outcome::Found) {
+        QPixmapCache::insert(cacheKey, icon);
+    } else if (outcome == ThumbnailDatabase::Outcome::Busy) {
+        missed.append(index);
+        if (!repaintTimer.isActive())
+            repaintTimer.start(repaintAfterMs);
     }
-    return QIcon(icon);
+    return icon;
 }

@@ -2,7 +2,9 @@
 
 #include "batch/ImagesToPDFAddUrlsThread.h"
 
+#include <QPersistentModelIndex>
 #include <QStandardItemModel>
+#include <QTimer>
 
 /// The files of the batch tools, a row each, in the order of the pages. The text of a row is what it says of
 /// its file. Its icon comes out of the thumbnail database when it is painted, so that a long list costs no
@@ -12,14 +14,23 @@ class BatchListModel : public QStandardItemModel
     Q_OBJECT
 
 public:
-    using QStandardItemModel::QStandardItemModel;
+    explicit BatchListModel(QObject *parent = nullptr);
 
     /// Appends files. One that is in the list already, also under a path that differs in case only, moves to
     /// the end.
     void addFiles(const QList<BatchFile> &files);
 
+    /// Takes rows out, given in any order.
+    void removeFiles(QList<int> rows);
+
     /// The paths, top first.
     QStringList paths() const;
 
     QVariant data(const QModelIndex &index, int role) const override;
+
+private:
+    QPixmap icon(const QModelIndex &index) const;
+
+    mutable QTimer repaintTimer;                 ///< runs while the database was busy
+    mutable QList<QPersistentModelIndex> missed; ///< rows whose icon it did not give
 };

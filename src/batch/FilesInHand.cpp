@@ -2,7 +2,7 @@
 
 #include <QFileInfo>
 
-#include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -11,8 +11,10 @@ QString identity(const QString &path)
 {
     const QFileInfo info(path);
     QString canonical = info.canonicalFilePath();
-    if (canonical.isEmpty())
-        canonical = QFileInfo(info.path()).canonicalFilePath() + QLatin1Char('/') + info.fileName();
+    if (canonical.isEmpty()) {
+        const QFileInfo target(info.isSymLink() ? info.symLinkTarget() : path);
+        canonical = QFileInfo(target.path()).canonicalFilePath() + QLatin1Char('/') + target.fileName();
+    }
     return canonical.toCaseFolded();
 }
 
@@ -28,21 +30,24 @@ QSet<QString> identities(const QStringList &files)
 
 void FilesInHand::waitFor(const QStringList &files)
 {
-    const QMutexLocker locker(&mutex);
-    // Looked up anew after each piece of work: it may have made the file, and so given it another identity.
-    while (running >= pool.maxThreadCount() || inHand.intersects(identities(files)))
+    while (true) {
+        // Anew after each piece of work: it may have made a file, and so given it another identity.
+        next = identities(files);
+        const QMutexLocker locker(&mutex);
+        if (running < pool.maxThreadCount() && !inHand.intersects(next))
+            return;
         released.wait(&mutex);
+    }
 }
 
-void FilesInHand::start(const QStringList &files, std::function<void()> work)
+void FilesInHand::start(std::function<void()> work)
 {
-    const QSet<QString> names = identities(files);
     {
         const QMutexLocker locker(&mutex);
-        inHand.unite(names);
+        inHand.unite(next);
         ++running;
     }
-    pool.start([this, names, work = std::move(work)] {
+    pool.start([this, names = next, work = std::move(work)] {
         work();
         const QMutexLocker locker(&mutex);
         inHand.subtract(names);

@@ -22,9 +22,10 @@ public:
     void waitFor(const QStringList &files);
 
     /// Starts on what `waitFor` has waited for.
-    void start(const QStringList &files, std::function<void()> work);
+    void start(std::function<void()> work);
 
 private:
+    QSet<QString> next; ///< what was waited for last
     QMutex mutex;
     QWaitCondition released;
     QSet<QString> inHand; ///< guarded by mutex

@@ -21,9 +21,10 @@ BatchFile fileOf(const QString &path, int thumbnailSize)
     BatchFile file;
     file.key = ThumbnailDatabase::keyOf(QFileInfo(path));
     const auto stored = ThumbnailDatabase::find(file.key);
-    if (stored && !QImage::fromData(stored->jpeg, "JPG").isNull()) {
+    if (stored) {
         file.resolution = stored->resolution;
-        return file;
+        if (!QImage::fromData(stored->jpeg, "JPG").isNull())
+            return file;
     }
     const auto [image, fullSize] = ImageReading::readThumbnail(path, thumbnailSize);
     bool added = false;

@@ -38,30 +38,31 @@ bool saveGif(const QImage &image, const Conversion &conversion)
 void save(const QImage &image, const QByteArray &format, const Conversion &conversion)
 {
     ReplacementFile file(conversion.target);
-    if (!file.create())
-        return;
     QImageWriter writer(&file, format);
     if (format == "jpg")
         writer.setQuality(conversion.jpgQuality);
     writer.setOptimizedWrite(true);
     writer.setProgressiveScanWrite(true);
-    if (!writer.write(image)) {
-        qDebug() << "Cannot write: " << conversion.target << " " << writer.errorString();
+    if (!file.create() || !writer.write(image) || !commit(file, conversion.overwrite)) {
+        qDebug() << "Cannot write: " << conversion.target << " " << writer.errorString()
+                 << file.errorString();
         qDebug() << QImageWriter::supportedImageFormats();
-        return;
     }
-    commit(file, conversion.overwrite);
 }
 
 void convert(const Conversion &conversion)
 {
     const QByteArray format = QFileInfo(conversion.target).suffix().toLower().toLatin1();
+    const bool gif = format == "gif";
+    using ImageReading::Colours;
+    // A GIF has no profile that would say what the colours mean.
+    const auto picture =
+        ImageReading::readAndHold(conversion.source, gif ? Colours::Srgb : Colours::AsStored);
     qDebug() << "targetFileName #2: " << conversion.target;
-    if (format == "gif") {
-        saveGif(ImageReading::read(conversion.source), conversion); // it has no profile
-        return;
-    }
-    save(ImageReading::read(conversion.source, ImageReading::Colours::AsStored), format, conversion);
+    if (gif)
+        saveGif(picture.image, conversion);
+    else
+        save(picture.image, format, conversion);
 }
 
 } // namespace
@@ -75,12 +76,8 @@ ImagesToPDFConvertThread::ImagesToPDFConvertThread(QObject *parent)
 
 void ImagesToPDFConvertThread::run()
 {
-    if (stopRequested)
-        return;
-    if (isConvertMode)
-        convertImages();
-    else
-        createPdf();
+    if (!stopRequested)
+        isConvertMode ? convertImages() : createPdf();
     if (stopRequested)
         emit threadTerminated();
     else
@@ -106,6 +103,6 @@ void ImagesToPDFConvertThread::convertImages()
             continue;
         }
         const Conversion conversion = {source, target, overwrite, options.targeFileQuality};
-        filesInHand.start({source, target}, [conversion] { convert(conversion); });
+        filesInHand.start([conversion] { convert(conversion); });
     }
 }

@@ -12,34 +12,39 @@
 #include <QtDebug>
 
 #include <algorithm>
+#include <limits>
 #include <optional>
+#include <utility>
 
 namespace {
 
 // Pages that are made ready side by side may take this together; larger ones come one by one.
 constexpr qint64 pagesBytes = 512LL * 1024 * 1024;
+// Qt's writer counts bytes in an int: beyond that the file's own table of contents is wrong.
+constexpr qint64 largestPdf = std::numeric_limits<int>::max();
 
 /// The picture as it lies on the page; null if there is none.
 QImage pageImage(const QString &path, QSize available, bool enlarge, bool smooth)
 {
-    const QImage image = ImageReading::read(path);
-    const QSize size = pdfPictureSize(image.size(), available, enlarge);
+    const ImageReading::HeldPicture picture = ImageReading::readAndHold(path);
+    const QSize size = pdfPictureSize(picture.image.size(), available, enlarge);
     if (size.isEmpty())
         return {};
-    return image.scaled(size, Qt::IgnoreAspectRatio,
-                        smooth ? Qt::SmoothTransformation : Qt::FastTransformation);
+    return picture.image.scaled(size, Qt::IgnoreAspectRatio,
+                                smooth ? Qt::SmoothTransformation : Qt::FastTransformation);
 }
 
-/// Gives the file at `path` another name beside it. The new path, or nothing if that failed.
-std::optional<QString> setAside(const QString &path)
+/// Gives a file, behind a link that which it points to, another name beside it. Its old and its new path, or
+/// nothing if that failed.
+std::optional<std::pair<QString, QString>> setAside(const QString &path)
 {
-    const QFileInfo info(path);
+    const QFileInfo info(QFileInfo(path).canonicalFilePath());
     const QString base = info.path() + QLatin1Char('/') + info.completeBaseName();
     for (int i = 1; i < 1000; ++i) {
         const QString number = i == 1 ? QString() : QStringLiteral(" %1").arg(i);
         const QString aside = QStringLiteral("%1 (previous%2).%3").arg(base, number, info.suffix());
-        if (Platform::renameToNew(path, aside))
-            return aside;
+        if (Platform::renameToNew(info.filePath(), aside))
+            return std::pair(info.filePath(), aside);
         if (!QFileInfo::exists(aside))
             break;
     }
@@ -60,15 +65,19 @@ void ImagesToPDFConvertThread::createPdf()
     writePages(file);
     if (stopRequested)
         return;
+    if (file.size() > largestPdf) {
+        qDebug() << "Too large for a PDF" << path << file.size();
+        return;
+    }
 
     // Where the user asked for another name, what stands at this one was not to be overwritten.
     const bool keepsPrevious =
         QFileInfo::exists(path) && QDir::cleanPath(targetPath) != QDir::cleanPath(path);
-    const std::optional<QString> aside = keepsPrevious ? setAside(path) : std::nullopt;
+    const auto aside = keepsPrevious ? setAside(path) : std::nullopt;
     if (keepsPrevious && !aside)
         qDebug() << "Cannot keep what stands at" << path;
     else if (!file.commit() && aside)
-        Platform::renameToNew(*aside, path);
+        Platform::renameToNew(aside->second, aside->first);
 }
 
 void ImagesToPDFConvertThread::writePages(ReplacementFile &file)
@@ -89,7 +98,7 @@ void ImagesToPDFConvertThread::writePages(ReplacementFile &file)
     const qint64 atOnce = std::min<qint64>(pagesBytes / pageBytes, QThread::idealThreadCount());
     OrderedWork<QImage> images(static_cast<int>(std::max<qint64>(atOnce, 1)));
     qsizetype started = 0;
-    for (qsizetype i = 0; i < sourceFiles.size() && !stopRequested; ++i) {
+    for (qsizetype i = 0; i < sourceFiles.size() && !stopRequested && file.size() <= largestPdf; ++i) {
         for (; started < sourceFiles.size() && !images.isFull(); ++started) {
             emit updateFileName(sourceFiles[started]);
             images.start(

@@ -2,7 +2,6 @@
 
 #include "shared/DecodeGuard.h"
 #include "shared/ExifOrientation.h"
-#include "shared/MemoryBudget.h"
 #include "shared/Platform.h"
 
 #include <QColorSpace>
@@ -72,14 +71,15 @@ public:
     }
 
     /// The upright picture; null if there is none.
-    QImage read()
+    ImageReading::HeldPicture read()
     {
         if (!decoding)
             return {};
         // An unscaled picture of four bytes a pixel, which may have to be turned: two of them at a time.
         const QSize full = reader.scaledSize().isValid() ? reader.scaledSize() : size();
-        const MemoryBudget::Share share(full.isEmpty() ? 0 : 8LL * full.width() * full.height());
-        return oriented(reader.read(), ignored);
+        auto share = std::make_unique<const MemoryBudget::Share>(
+            full.isEmpty() ? 0 : 8LL * full.width() * full.height());
+        return {oriented(reader.read(), ignored), std::move(share)};
     }
 
 private:
@@ -117,10 +117,17 @@ void ImageReading::setAllocationLimit()
 
 QImage ImageReading::read(const QString &path, Colours colours)
 {
+    return readAndHold(path, colours).image;
+}
+
+ImageReading::HeldPicture ImageReading::readAndHold(const QString &path, Colours colours)
+{
     if (!canBeOpened(path))
         return {};
-    QImage image = PictureFile(path).read();
-    return colours == Colours::Srgb ? inSrgb(std::move(image)) : image;
+    HeldPicture picture = PictureFile(path).read();
+    if (colours == Colours::Srgb)
+        picture.image = inSrgb(std::move(picture.image));
+    return picture;
 }
 
 ImageReading::Thumbnail ImageReading::readThumbnail(const QString &path, int side)
@@ -133,7 +140,7 @@ ImageReading::Thumbnail ImageReading::readThumbnail(const QString &path, int sid
     // The decoder only ever shrinks.
     const bool scaledByDecoder =
         fullSize.width() > scaled.width() && fullSize.height() > scaled.height() && file.scaleTo(scaled);
-    QImage image = file.read();
+    QImage image = file.read().image;
     if (image.isNull())
         return {};
     if (!scaledByDecoder) {

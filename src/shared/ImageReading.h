@@ -1,8 +1,12 @@
 #pragma once
 
+#include "shared/MemoryBudget.h"
+
 #include <QImage>
 #include <QSize>
 #include <QString>
+
+#include <memory>
 
 /// The one way in which the program reads a user's picture: the format is found from the content, the stored
 /// orientation is applied, colours come out as sRGB. Safe to call from any thread.
@@ -21,6 +25,17 @@ enum class Colours
 
 /// The picture upright and in full. Null if the file is no picture, is broken, too large or gone.
 QImage read(const QString &path, Colours colours = Colours::Srgb);
+
+/// A picture with its share of the memory that decoded pictures may take together, which is given back when
+/// this goes.
+struct HeldPicture
+{
+    QImage image; ///< null as from `read`
+    std::unique_ptr<const MemoryBudget::Share> share;
+};
+
+/// The same for a worker that goes on with the picture while others decode.
+HeldPicture readAndHold(const QString &path, Colours colours = Colours::Srgb);
 
 /// A thumbnail, and the size of the picture it was made from.
 struct Thumbnail

@@ -232,6 +232,40 @@ private slots:
         QCOMPARE(disk("out").size(), 2);
     }
 
+    void cancelEndsARunAndAddingDoesNotDisturbIt()
+    {
+        open("convertButton", {});
+        Pictures::saveMany(path("photos"), 60, QSize(1500, 1000));
+        VistamoGlobal::outputFolder = path("out");
+        emit find<ImagesToPDFFrame>("noItemFrame")->addURLs({QUrl::fromLocalFile(path("photos"))});
+        QTRY_VERIFY(view()->isVisible());
+        emit find<ImagesToPDFFrame>("noItemFrame")->addURLs({QUrl::fromLocalFile(path("photos"))});
+        tool("createPdfButton")->click();
+        QTRY_COMPARE(find<QLabel>("label_2")->text().section('/', -2, -2), "photos");
+        QTRY_VERIFY(disk("out").size() > 2);
+        QVERIFY(!view()->isVisible() && !tool("backButton")->isVisible());
+        find<QPushButton>("cancelButton")->click();
+        QTRY_VERIFY(view()->isVisible());
+        QVERIFY(disk("out").size() < 60);
+        QCOMPARE(asked, QStringList()); // no message
+    }
+
+    void theFirstUrlDecidesOnADrop()
+    {
+        open("pdfButton", {});
+        const QUrl picture = QUrl::fromLocalFile(path("photos/a.png"));
+        const QUrl text = QUrl::fromLocalFile(path("photos/a.txt"));
+        for (const QList<QUrl> &urls : {QList<QUrl>{picture, text}, QList<QUrl>{text, picture}}) {
+            QMimeData data;
+            data.setUrls(urls);
+            QDragEnterEvent event(QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(find<QWidget>("noItemFrame"), &event);
+            QCOMPARE(event.isAccepted(), urls.first() == picture);
+        }
+        emit find<ImagesToPDFFrame>("noItemFrame")->addURLs({text, picture});
+        QTRY_COMPARE(rows(), QStringList("a"));
+    }
+
     void nothingIsLeftWhenTheFormOrTheProgramEndsInTheMiddle()
     {
         open("convertButton", {});

@@ -84,6 +84,18 @@ private slots:
         }
     }
 
+    void filesThatAreOneUnderTwoNamesAreDoneOneByOne()
+    {
+        // Over a link both targets are one file; the second waits for the first and replaces it.
+        QVERIFY(QFile::link(path("out/real.png"), path("out/b.png")));
+        for (int i = 0; i < 10; ++i) {
+            Pictures::save(path("in/real.jpg"), QSize(900, 600));
+            Pictures::save(path("in/b.jpg"), QSize(90, 60));
+            QVERIFY(convert({"in/real.jpg", "in/b.jpg"}, ".png", true).isEmpty());
+            QCOMPARE(QImage(path("out/real.png")).size(), QSize(90, 60));
+        }
+    }
+
     void qualityCountsForJpgAlone()
     {
         Pictures::save(path("in/a.png"), QSize(300, 200));
@@ -139,7 +151,7 @@ private slots:
             extension = ".xyz";
         const auto run = [&] { convert({"in/a.bmp"}, extension, true, extension != ".pdf"); };
         if (fault == "read-only folder")
-            Failures::asNobody(run);
+            inReadOnlyFolder(run);
         else if (fault == "full disk")
             Failures::onFullDisk(20'000, run);
         else
@@ -244,6 +256,16 @@ private:
         thread.start();
         thread.wait();
         return existing;
+    }
+    /// The folder "out" takes no new file, while everything can be read.
+    void inReadOnlyFolder(const std::function<void()> &action)
+    {
+        const auto readable = QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther;
+        QVERIFY(QFile::setPermissions(folder->path(), readable | QFile::WriteOwner));
+        QVERIFY(QFile::setPermissions(path("in"), readable | QFile::WriteOwner));
+        QVERIFY(QFile::setPermissions(path("out"), readable));
+        Failures::asNobody(action);
+        QVERIFY(QFile::setPermissions(path("out"), readable | QFile::WriteOwner));
     }
     QString relative(const QString &name) const { return QDir(folder->path()).relativeFilePath(name); }
 

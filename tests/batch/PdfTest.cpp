@@ -88,6 +88,26 @@ private slots:
         QVERIFY(create({"a.png", "b.png"}).contains(QRegularExpression("Pages: +2\n")));
     }
 
+    void edgesAreSmoothOnlyIfWanted()
+    {
+        QImage stripes(1000, 10, QImage::Format_RGB32); // too fine for the page
+        for (int x = 0; x < 1000; ++x)
+            for (int y = 0; y < 10; ++y)
+                stripes.setPixel(x, y, x % 2 ? qRgb(255, 255, 255) : qRgb(0, 0, 0));
+        QVERIFY(stripes.save(path("a.png")));
+        for (const bool smooth : {false, true}) {
+            VistamoGlobal::pdfSmoothEdges = smooth;
+            create({"a.png"});
+            run("pdfimages", {"-png", path("all.pdf"), path("stored")});
+            const QImage stored(path("stored-000.png"));
+            QCOMPARE(stored.width(), 816);
+            int gray = 0;
+            for (int x = 0; x < stored.width(); ++x)
+                gray += qAbs(qGray(stored.pixel(x, 3)) - 128) < 64;
+            QVERIFY(smooth ? gray > 200 : gray == 0);
+        }
+    }
+
     void aBrokenPictureGivesABlankPage()
     {
         write("broken.jpg", "broken");
@@ -111,6 +131,16 @@ private slots:
         QCOMPARE(read("all (previous 2).pdf"), "the second");
         create({"a.png"});
         QCOMPARE(QDir(folder->path()).entryList({"*.pdf"}).size(), 3);
+
+        // Behind a link it is the file that the link points to.
+        newFolder({"real"});
+        Pictures::save(path("a.png"));
+        VistamoGlobal::outputFolder = folder->path();
+        write("real/all.pdf", "the old one");
+        QVERIFY(QFile::link(path("real/all.pdf"), path("all.pdf")));
+        create({"a.png"}, "elsewhere.pdf");
+        QCOMPARE(read("real/all (previous).pdf"), "the old one");
+        QVERIFY(read("all.pdf").startsWith("%PDF-1.6"));
     }
 
 private:

@@ -1,6 +1,7 @@
 #include "batch/ImagesToPDFForm.h"
 
 #include "batch/BatchListItem.h"
+#include "batch/ImagesToPDFProgressForm.h"
 #include "shared/FileDialog.h"
 #include "shared/FolderPicker.h"
 #include "ui_ImagesToPDFForm.h"
@@ -70,7 +71,8 @@ void ImagesToPDFForm::onFilesFound(const QList<BatchFile> &files)
 
 void ImagesToPDFForm::onAddUrlsFinish(QString lastPath)
 {
-    if (!lastPath.isEmpty())
+    // During a run its progress stays; the run's end shows the list.
+    if (!lastPath.isEmpty() && !progressForm)
         updateFormState(State::List);
 }
 
@@ -138,10 +140,7 @@ QList<int> ImagesToPDFForm::selectedRows() const
 
 void ImagesToPDFForm::on_removeButton_clicked()
 {
-    QList<int> rows = selectedRows();
-    std::sort(rows.rbegin(), rows.rend());
-    for (const int row : rows)
-        fileListModel.removeRow(row);
+    fileListModel.removeFiles(selectedRows());
     if (fileListModel.rowCount() == 0)
         updateFormState(State::Empty);
 }

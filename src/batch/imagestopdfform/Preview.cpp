@@ -68,7 +68,9 @@ void ImagesToPDFForm::handleUpdatePreviewImage(QImage image)
     const float rH = static_cast<float>(image.height()) / static_cast<float>(label.height());
     // Of a tall picture, too, the width: the label shows its middle.
     const int side = rW > rH ? label.width() : label.height();
-    ui->previewImage->setPixmap(QPixmap::fromImage(image.scaledToWidth(side, Qt::FastTransformation)));
+    if (!image.isNull())
+        image = image.scaledToWidth(side, Qt::FastTransformation);
+    ui->previewImage->setPixmap(QPixmap::fromImage(image));
 }
 
 void ImagesToPDFForm::on_PreviewImage_DoubleClick()
