@@ -1,0 +1,250 @@
+#include "formats/heif/HeifReader.h"
+
+#include "formats/heif/HeifColour.h"
+
+#include <QImageReader>
+#include <QSysInfo>
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <utility>
+#include <vector>
+
+/// libheif's view of the reader's device.
+struct HeifDeviceAccess
+{
+    static HeifReader &reader(void *user) { return *static_cast<HeifReader *>(user); }
+
+    static int64_t position(void *user) { return reader(user).device->pos() - reader(user).start; }
+
+    static int read(void *data, size_t size, void *user)
+    {
+        const auto wanted = static_cast<qint64>(size);
+        return reader(user).device->read(static_cast<char *>(data), wanted) == wanted ? 0 : 1;
+    }
+
+    static int seek(int64_t position, void *user)
+    {
+        return reader(user).device->seek(reader(user).start + position) ? 0 : 1;
+    }
+
+    static heif_reader_grow_status waitForSize(int64_t size, void *user)
+    {
+        return size <= reader(user).device->size() - reader(user).start
+                   ? heif_reader_grow_status_size_reached
+                   : heif_reader_grow_status_size_beyond_eof;
+    }
+};
+
+namespace {
+
+constexpr int headerBytes = 256;         // room for more brands than any writer lists
+constexpr qint64 megabyte = 1024 * 1024; // unit of QImageReader's limit
+constexpr int mostThumbnails = 16;
+
+/// How the pixels of a picture are asked for, so that they need no further copy.
+struct Layout
+{
+    heif_chroma chroma;
+    QImage::Format format;
+};
+
+Layout layoutOf(const heif_image_handle &handle, bool forScaling)
+{
+    const bool alpha = heif_image_handle_has_alpha_channel(&handle);
+    const bool premultiplied = alpha && heif_image_handle_is_premultiplied_alpha(&handle);
+    if (heif_image_handle_get_luma_bits_per_pixel(&handle) > 8) {
+        const bool little = QSysInfo::ByteOrder == QSysInfo::LittleEndian;
+        return {little ? heif_chroma_interleaved_RRGGBBAA_LE : heif_chroma_interleaved_RRGGBBAA_BE,
+                premultiplied ? QImage::Format_RGBA64_Premultiplied
+                : alpha       ? QImage::Format_RGBA64
+                              : QImage::Format_RGBX64};
+    }
+    if (alpha)
+        return {heif_chroma_interleaved_RGBA,
+                premultiplied ? QImage::Format_RGBA8888_Premultiplied : QImage::Format_RGBA8888};
+    // Qt scales pixels of four bytes, and would convert those of three.
+    if (forScaling)
+        return {heif_chroma_interleaved_RGBA, QImage::Format_RGBX8888};
+    return {heif_chroma_interleaved_RGB, QImage::Format_RGB888};
+}
+
+int bytesPerPixel(QImage::Format format)
+{
+    return QImage::toPixelFormat(format).bitsPerPixel() / 8;
+}
+
+bool withinLimit(QSize size, QImage::Format format)
+{
+    const qint64 limit = QImageReader::allocationLimit();
+    const qint64 bytes = static_cast<qint64>(size.width()) * size.height() * bytesPerPixel(format);
+    return !size.isEmpty() && (limit <= 0 || bytes <= limit * megabyte);
+}
+
+QSize sizeOf(const heif_image_handle &handle)
+{
+    return {heif_image_handle_get_width(&handle), heif_image_handle_get_height(&handle)};
+}
+
+bool sameShape(QSize thumbnail, QSize full)
+{
+    const double scale = static_cast<double>(full.width()) / full.height();
+    return std::abs(thumbnail.width() - thumbnail.height() * scale) <= 1
+           || std::abs(thumbnail.height() - thumbnail.width() / scale) <= 1;
+}
+
+/// Samples of `bits` bits spread over the 16 bits of Qt's.
+void widen(QImage &image, int bits)
+{
+    if (bits < 9 || bits > 15)
+        return;
+    for (int y = 0; y < image.height(); ++y) {
+        auto *const line = reinterpret_cast<quint16 *>(image.scanLine(y));
+        std::transform(line, line + 4 * static_cast<qsizetype>(image.width()), line, [bits](quint16 sample) {
+            return static_cast<quint16>(sample << (16 - bits) | sample >> (2 * bits - 16));
+        });
+    }
+}
+
+/// No colour above its alpha, as lossy coding leaves them and as Qt's arithmetic does not expect them.
+template <typename Sample>
+void clampToAlpha(QImage &image)
+{
+    for (int y = 0; y < image.height(); ++y) {
+        auto *pixel = reinterpret_cast<Sample *>(image.scanLine(y));
+        for (int x = 0; x < image.width(); ++x, pixel += 4)
+            std::transform(pixel, pixel + 3, pixel, [pixel](Sample s) { return std::min(s, pixel[3]); });
+    }
+}
+
+void releaseImage(void *image)
+{
+    heif_image_release(static_cast<heif_image *>(image));
+}
+
+/// The decoded picture; the QImage takes over the library's memory.
+QImage decode(const heif_image_handle &handle, bool forScaling)
+{
+    const Layout layout = layoutOf(handle, forScaling);
+    if (!withinLimit(sizeOf(handle), layout.format))
+        return {};
+    heif_image *decoded = nullptr;
+    const bool ok =
+        Heif::isOk(heif_decode_image(&handle, &decoded, heif_colorspace_RGB, layout.chroma, nullptr));
+    Heif::Image owner(decoded);
+    if (!ok || !decoded || heif_image_get_chroma_format(decoded) != layout.chroma)
+        return {};
+    const QSize size(heif_image_get_width(decoded, heif_channel_interleaved),
+                     heif_image_get_height(decoded, heif_channel_interleaved));
+    int stride = 0;
+    uchar *const pixels = heif_image_get_plane(decoded, heif_channel_interleaved, &stride);
+    if (!pixels || !withinLimit(size, layout.format) || stride / bytesPerPixel(layout.format) < size.width())
+        return {};
+    const int bits = heif_image_get_bits_per_pixel_range(decoded, heif_channel_interleaved);
+    QImage image(pixels, size.width(), size.height(), stride, layout.format, releaseImage, owner.release());
+    if (layout.format == QImage::Format_RGBA8888_Premultiplied)
+        clampToAlpha<quint8>(image);
+    if (bytesPerPixel(layout.format) == 8)
+        widen(image, bits);
+    if (layout.format == QImage::Format_RGBA64_Premultiplied)
+        clampToAlpha<quint16>(image);
+    return image;
+}
+
+} // namespace
+
+HeifReader::HeifReader(QIODevice &source)
+    : device(&source)
+{
+}
+
+QByteArray HeifReader::format(QIODevice &device)
+{
+    static constexpr std::array hevc{"heic", "heix", "heim", "heis", "hevc", "hevx", "hevm", "hevs"};
+    static constexpr std::array av1{"avif", "avis"};
+    static constexpr std::array any{"mif1", "msf1", "mif2"};
+    const QByteArray header = device.peek(headerBytes);
+    if (header.size() < 12 || header.mid(4, 4) != "ftyp")
+        return {};
+    const auto has = [&](const auto &names) {
+        // The main brand, then behind the version the compatible ones up to the end of the box.
+        const qsizetype end = std::min<qsizetype>(header.size(), static_cast<quint8>(header[3]));
+        for (qsizetype at = 8; at == 8 || at + 4 <= end; at += at == 8 ? 8 : 4) {
+            if (std::find(names.begin(), names.end(), header.mid(at, 4)) != names.end())
+                return true;
+        }
+        return false;
+    };
+    return has(av1) ? "avif" : has(hevc) ? "heic" : has(any) ? "heif" : QByteArray();
+}
+
+bool HeifReader::open()
+{
+    if (opened)
+        return primary != nullptr;
+    opened = true;
+    static const heif_reader access{1, HeifDeviceAccess::position, HeifDeviceAccess::read,
+                                    HeifDeviceAccess::seek, HeifDeviceAccess::waitForSize};
+    if (device->isSequential()) {
+        buffered.setData(device->readAll());
+        buffered.open(QIODevice::ReadOnly);
+        device = &buffered;
+    }
+    start = device->pos();
+    try {
+        Heif::initialise();
+        context.reset(heif_context_alloc());
+        heif_image_handle *handle = nullptr;
+        if (context && Heif::isOk(heif_context_read_from_reader(context.get(), &access, this, nullptr))
+            && Heif::isOk(heif_context_get_primary_image_handle(context.get(), &handle)))
+            primary.reset(handle);
+    } catch (const std::exception &) {
+        primary.reset();
+    }
+    return primary != nullptr;
+}
+
+QSize HeifReader::size()
+{
+    return open() ? sizeOf(*primary) : QSize();
+}
+
+Heif::Handle HeifReader::thumbnailFor(QSize scaled) const
+{
+    std::vector<heif_item_id> ids(mostThumbnails);
+    ids.resize(heif_image_handle_get_list_of_thumbnail_IDs(primary.get(), ids.data(), mostThumbnails));
+    for (const heif_item_id id : ids) {
+        heif_image_handle *found = nullptr;
+        if (!Heif::isOk(heif_image_handle_get_thumbnail(primary.get(), id, &found)))
+            continue;
+        Heif::Handle thumbnail(found);
+        const QSize size = sizeOf(*thumbnail);
+        const bool covers = size.width() >= scaled.width() && size.height() >= scaled.height();
+        const bool alike =
+            heif_image_handle_has_alpha_channel(found) == heif_image_handle_has_alpha_channel(primary.get());
+        if (covers && alike && sameShape(size, sizeOf(*primary)))
+            return thumbnail;
+    }
+    return {};
+}
+
+QImage HeifReader::read(QSize scaled)
+{
+    if (!open() || sizeOf(*primary).isEmpty())
+        return {};
+    try {
+        const bool scales = !scaled.isEmpty() && scaled != sizeOf(*primary);
+        QImage image;
+        if (const Heif::Handle thumbnail = scales ? thumbnailFor(scaled) : Heif::Handle())
+            image = decode(*thumbnail, true);
+        if (image.isNull())
+            image = decode(*primary, scales);
+        if (scales && !image.isNull() && withinLimit(scaled, image.format()))
+            image = image.scaled(scaled, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        image.setColorSpace(Heif::colourSpace(*primary));
+        return image;
+    } catch (const std::exception &) {
+        return {};
+    }
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "formats/heif/HeifTypes.h"
+
+#include <QBuffer>
+#include <QByteArray>
+#include <QImage>
+#include <QSize>
+
+class QIODevice;
+
+/// Reads the main picture of a HEIC, HEIF or AVIF file, turned and mirrored as the container says. An
+/// orientation in the file's EXIF block only repeats that and is passed over.
+class HeifReader
+{
+public:
+    /// Reads from the current position of `device`, which stays the caller's and must live as long.
+    explicit HeifReader(QIODevice &device);
+
+    /// "heic", "avif" or, for any other coding, "heif", from the first bytes ahead; empty if it is none.
+    static QByteArray format(QIODevice &device);
+
+    /// Pixels of the upright picture, from the header. Empty if the file is broken.
+    QSize size();
+
+    /// The upright picture, in the size asked for if one is given: from the thumbnail in the file if that is
+    /// large enough. Null if the file is broken or the picture above QImageReader's allocation limit.
+    QImage read(QSize scaled = {});
+
+private:
+    bool open();
+    Heif::Handle thumbnailFor(QSize scaled) const;
+
+    QIODevice *device;
+    QBuffer buffered; ///< what a device held that cannot seek
+    qint64 start = 0;
+    bool opened = false;
+    Heif::Context context;
+    Heif::Handle primary;
+
+    friend struct HeifDeviceAccess;
+};

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QImage>
+
+class QIODevice;
+
+/// Writes pictures as HEIC or AVIF files.
+namespace HeifWriter {
+
+enum class Coding
+{
+    Hevc,
+    Av1
+};
+
+/// Writes `image` with its alpha and its colour space to a device that is open for writing. Pictures of more
+/// than 8 bits a channel keep 10, which most readers take, if the encoder can.
+/// @param quality 0 to 100; below 0: the encoder's own choice
+/// False if the image is null, if there is no encoder, if it refuses the size, or if the device fails.
+bool write(const QImage &image, QIODevice &device, Coding coding, int quality);
+
+} // namespace HeifWriter

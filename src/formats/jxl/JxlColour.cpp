@@ -1,0 +1,156 @@
+#include "formats/jxl/JxlColour.h"
+
+#include <QByteArray>
+
+#include <jxl/version.h>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+using Primaries = QColorSpace::Primaries;
+using Transfer = QColorSpace::TransferFunction;
+
+// libjxl 0.9 dropped a parameter that had no use.
+#if JPEGXL_NUMERIC_VERSION >= JPEGXL_COMPUTE_NUMERIC_VERSION(0, 9, 0)
+constexpr auto encodedProfile = JxlDecoderGetColorAsEncodedProfile;
+constexpr auto profileSize = JxlDecoderGetICCProfileSize;
+constexpr auto profileBytes = JxlDecoderGetColorAsICCProfile;
+#else
+JxlDecoderStatus encodedProfile(const JxlDecoder *decoder, JxlColorProfileTarget target,
+                                JxlColorEncoding *encoding)
+{
+    return JxlDecoderGetColorAsEncodedProfile(decoder, nullptr, target, encoding);
+}
+
+JxlDecoderStatus profileSize(const JxlDecoder *decoder, JxlColorProfileTarget target, size_t *size)
+{
+    return JxlDecoderGetICCProfileSize(decoder, nullptr, target, size);
+}
+
+JxlDecoderStatus profileBytes(const JxlDecoder *decoder, JxlColorProfileTarget target, uint8_t *bytes,
+                              size_t size)
+{
+    return JxlDecoderGetColorAsICCProfile(decoder, nullptr, target, bytes, size);
+}
+#endif
+
+QColorSpace fromProfile(const JxlDecoder &decoder, JxlColorProfileTarget target)
+{
+    size_t size = 0;
+    if (profileSize(&decoder, target, &size) != JXL_DEC_SUCCESS || size == 0)
+        return {};
+    QByteArray profile(static_cast<qsizetype>(size), 0);
+    auto *const bytes = reinterpret_cast<uint8_t *>(profile.data());
+    return profileBytes(&decoder, target, bytes, size) == JXL_DEC_SUCCESS
+               ? QColorSpace::fromIccProfile(profile)
+               : QColorSpace();
+}
+
+void setPoints(double (&target)[2], const std::array<double, 2> &point)
+{
+    std::copy(point.begin(), point.end(), target);
+}
+
+bool setPrimaries(JxlColorEncoding &encoding, Primaries primaries)
+{
+    encoding.white_point = JXL_WHITE_POINT_D65;
+    switch (primaries) {
+    case Primaries::SRgb:
+        encoding.primaries = JXL_PRIMARIES_SRGB;
+        return true;
+    case Primaries::DciP3D65:
+        encoding.primaries = JXL_PRIMARIES_P3;
+        return true;
+    case Primaries::AdobeRgb: // Adobe RGB (1998) Color Image Encoding, 4.3.1.1
+        encoding.primaries = JXL_PRIMARIES_CUSTOM;
+        setPoints(encoding.primaries_red_xy, {0.64, 0.33});
+        setPoints(encoding.primaries_green_xy, {0.21, 0.71});
+        setPoints(encoding.primaries_blue_xy, {0.15, 0.06});
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool setTransfer(JxlColorEncoding &encoding, const QColorSpace &space)
+{
+    switch (space.transferFunction()) {
+    case Transfer::SRgb:
+        encoding.transfer_function = JXL_TRANSFER_FUNCTION_SRGB;
+        return true;
+    case Transfer::Linear:
+        encoding.transfer_function = JXL_TRANSFER_FUNCTION_LINEAR;
+        return true;
+    case Transfer::Gamma:
+        encoding.transfer_function = JXL_TRANSFER_FUNCTION_GAMMA;
+        encoding.gamma = 1 / static_cast<double>(space.gamma());
+        return encoding.gamma > 0 && encoding.gamma <= 1;
+    default:
+        return false;
+    }
+}
+
+JxlColorEncoding emptyEncoding(bool grey)
+{
+    JxlColorEncoding encoding{};
+    encoding.color_space = grey ? JXL_COLOR_SPACE_GRAY : JXL_COLOR_SPACE_RGB;
+    encoding.transfer_function = JXL_TRANSFER_FUNCTION_SRGB;
+    encoding.rendering_intent = JXL_RENDERING_INTENT_RELATIVE;
+    return encoding;
+}
+
+/// The space of code points; nothing where only their ICC profile can say it.
+std::optional<QColorSpace> fromEncoding(const JxlColorEncoding &encoding)
+{
+    const bool grey = encoding.color_space == JXL_COLOR_SPACE_GRAY;
+    if (encoding.transfer_function == JXL_TRANSFER_FUNCTION_PQ
+        || encoding.transfer_function == JXL_TRANSFER_FUNCTION_HLG)
+        return QColorSpace();
+    const bool srgb = grey || encoding.primaries == JXL_PRIMARIES_SRGB;
+    if (encoding.white_point != JXL_WHITE_POINT_D65 || (!srgb && encoding.primaries != JXL_PRIMARIES_P3))
+        return std::nullopt;
+    const Primaries primaries = srgb ? Primaries::SRgb : Primaries::DciP3D65;
+    switch (encoding.transfer_function) {
+    case JXL_TRANSFER_FUNCTION_SRGB:
+        return QColorSpace(primaries, Transfer::SRgb);
+    case JXL_TRANSFER_FUNCTION_LINEAR:
+        return QColorSpace(primaries, Transfer::Linear);
+    case JXL_TRANSFER_FUNCTION_GAMMA:
+        return QColorSpace(primaries, static_cast<float>(1 / encoding.gamma));
+    default:
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+std::optional<JxlColorEncoding> Jxl::encodingOf(const QColorSpace &colourSpace, bool grey)
+{
+    JxlColorEncoding encoding = emptyEncoding(grey);
+    const bool known = setPrimaries(encoding, colourSpace.primaries()) && setTransfer(encoding, colourSpace);
+    return known ? std::optional(encoding) : std::nullopt;
+}
+
+QColorSpace Jxl::chooseColourSpace(JxlDecoder &decoder, const JxlBasicInfo &info)
+{
+    const bool grey = info.num_color_channels == 1;
+    JxlColorEncoding encoding{};
+    if (!info.uses_original_profile
+        && encodedProfile(&decoder, JXL_COLOR_PROFILE_TARGET_ORIGINAL, &encoding) != JXL_DEC_SUCCESS) {
+        const QColorSpace original = fromProfile(decoder, JXL_COLOR_PROFILE_TARGET_ORIGINAL);
+        encoding = emptyEncoding(grey);
+        // Unknown primaries may be wide ones: rather those of Display P3 than a loss of colours.
+        if (!setPrimaries(encoding, original.primaries()))
+            setPrimaries(encoding, grey ? Primaries::SRgb : Primaries::DciP3D65);
+        if (!setTransfer(encoding, original))
+            encoding.transfer_function = JXL_TRANSFER_FUNCTION_SRGB;
+        JxlDecoderSetPreferredColorProfile(&decoder, &encoding);
+    }
+    if (encodedProfile(&decoder, JXL_COLOR_PROFILE_TARGET_DATA, &encoding) == JXL_DEC_SUCCESS) {
+        if (const std::optional<QColorSpace> space = fromEncoding(encoding))
+            return *space;
+    }
+    return fromProfile(decoder, JXL_COLOR_PROFILE_TARGET_DATA);
+}

@@ -1,0 +1,119 @@
+#include "formats/jxl/JxlWriter.h"
+
+#include "formats/jxl/JxlColour.h"
+
+#include <QByteArray>
+#include <QIODevice>
+
+#include <jxl/encode.h>
+#include <jxl/resizable_parallel_runner.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+
+namespace {
+
+constexpr float defaultDistance = 1; // the encoder's own: no loss seen from an arm's length
+constexpr size_t outputBytes = 256 * 1024;
+
+struct Pixels
+{
+    QImage image;
+    uint32_t channels;
+    bool deep;
+};
+
+Pixels pixelsOf(const QImage &image)
+{
+    const QPixelFormat format = image.pixelFormat();
+    const bool grey16 = image.format() == QImage::Format_Grayscale16;
+    const bool deep = grey16 || std::max({format.redSize(), format.greenSize(), format.blueSize()}) > 8;
+    if (grey16 || image.format() == QImage::Format_Grayscale8)
+        return {image, 1, deep};
+    if (deep) // four channels, of which the encoder passes over an alpha that it does not know of
+        return {image.convertToFormat(QImage::Format_RGBA64), 4, true};
+    if (image.hasAlphaChannel())
+        return {image.convertToFormat(QImage::Format_RGBA8888), 4, false};
+    return {image.convertToFormat(QImage::Format_RGB888), 3, false};
+}
+
+bool setColours(JxlEncoder &encoder, const QColorSpace &colourSpace, bool grey)
+{
+    const QColorSpace space = colourSpace.isValid() ? colourSpace : QColorSpace(QColorSpace::SRgb);
+    if (const auto encoding = Jxl::encodingOf(space, grey))
+        return JxlEncoderSetColorEncoding(&encoder, &*encoding) == JXL_ENC_SUCCESS;
+    const QByteArray profile = space.iccProfile();
+    return JxlEncoderSetICCProfile(&encoder, reinterpret_cast<const uint8_t *>(profile.constData()),
+                                   profile.size())
+           == JXL_ENC_SUCCESS;
+}
+
+bool writeOutput(JxlEncoder &encoder, QIODevice &device)
+{
+    std::array<uint8_t, outputBytes> buffer{};
+    JxlEncoderStatus status = JXL_ENC_NEED_MORE_OUTPUT;
+    while (status == JXL_ENC_NEED_MORE_OUTPUT) {
+        uint8_t *end = buffer.data();
+        size_t room = buffer.size();
+        status = JxlEncoderProcessOutput(&encoder, &end, &room);
+        const auto length = static_cast<qint64>(end - buffer.data());
+        if (device.write(reinterpret_cast<const char *>(buffer.data()), length) != length)
+            return false;
+    }
+    return status == JXL_ENC_SUCCESS;
+}
+
+} // namespace
+
+float JxlWriter::distanceOf(int quality)
+{
+    const auto q = static_cast<float>(quality);
+    return quality >= 30 ? 0.1F + (100 - q) * 0.09F : 53 / 3000.F * q * q - 23 / 20.F * q + 25;
+}
+
+bool JxlWriter::write(const QImage &image, QIODevice &device, int quality)
+{
+    if (image.isNull())
+        return false;
+    const Pixels pixels = pixelsOf(image);
+    const bool alpha = image.hasAlphaChannel();
+    const bool lossless = quality >= 100;
+
+    const std::unique_ptr<void, decltype(&JxlResizableParallelRunnerDestroy)> runner(
+        JxlResizableParallelRunnerCreate(nullptr), JxlResizableParallelRunnerDestroy);
+    const std::unique_ptr<JxlEncoder, decltype(&JxlEncoderDestroy)> owner(JxlEncoderCreate(nullptr),
+                                                                          JxlEncoderDestroy);
+    JxlEncoder *const encoder = owner.get();
+    if (pixels.image.isNull() || !runner || !encoder)
+        return false;
+    JxlResizableParallelRunnerSetThreads(
+        runner.get(), JxlResizableParallelRunnerSuggestThreads(image.width(), image.height()));
+    JxlEncoderSetParallelRunner(encoder, JxlResizableParallelRunner, runner.get());
+
+    JxlBasicInfo info;
+    JxlEncoderInitBasicInfo(&info);
+    info.xsize = image.width();
+    info.ysize = image.height();
+    info.bits_per_sample = pixels.deep ? 16 : 8;
+    info.num_color_channels = pixels.channels == 1 ? 1 : 3;
+    info.num_extra_channels = alpha ? 1 : 0;
+    info.alpha_bits = alpha ? info.bits_per_sample : 0;
+    info.uses_original_profile = lossless ? JXL_TRUE : JXL_FALSE;
+    if (JxlEncoderSetBasicInfo(encoder, &info) != JXL_ENC_SUCCESS
+        || !setColours(*encoder, image.colorSpace(), pixels.channels == 1))
+        return false;
+
+    JxlEncoderFrameSettings *const settings = JxlEncoderFrameSettingsCreate(encoder, nullptr);
+    if (lossless)
+        JxlEncoderSetFrameLossless(settings, JXL_TRUE);
+    else
+        JxlEncoderSetFrameDistance(settings, quality < 0 ? defaultDistance : distanceOf(quality));
+    const JxlPixelFormat format{pixels.channels, pixels.deep ? JXL_TYPE_UINT16 : JXL_TYPE_UINT8,
+                                JXL_NATIVE_ENDIAN, 4};
+    if (JxlEncoderAddImageFrame(settings, &format, pixels.image.constBits(), pixels.image.sizeInBytes())
+        != JXL_ENC_SUCCESS)
+        return false;
+    JxlEncoderCloseInput(encoder);
+    return writeOutput(*encoder, device);
+}
