@@ -78,7 +78,9 @@ int bytesPerPixel(QImage::Format format)
 bool withinLimit(QSize size, QImage::Format format)
 {
     const qint64 limit = QImageReader::allocationLimit();
-    const qint64 bytes = static_cast<qint64>(size.width()) * size.height() * bytesPerPixel(format);
+    // Qt counts at least four bytes a pixel: most pictures take as much sooner or later.
+    const int each = std::max(4, bytesPerPixel(format));
+    const qint64 bytes = static_cast<qint64>(size.width()) * size.height() * each;
     return !size.isEmpty() && (limit <= 0 || bytes <= limit * megabyte);
 }
 

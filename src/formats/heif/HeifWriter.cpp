@@ -10,9 +10,14 @@
 
 namespace {
 
-constexpr int deepBits = 10;
+/// Bits a channel for pictures of more than 8. 10 is what most readers take; but told of them for AV1,
+/// libheif 1.15 chooses the coding profile for 12, and the encoder aborts the program.
+int deepBits(HeifWriter::Coding coding)
+{
+    return coding == HeifWriter::Coding::Av1 ? 12 : 10;
+}
 
-/// The picture in the library's memory, with 8 or 10 bits a channel.
+/// The picture in the library's memory, with 8 or more bits a channel.
 Heif::Image toHeif(const QImage &source, int bits)
 {
     const bool alpha = source.hasAlphaChannel();
@@ -50,8 +55,8 @@ Heif::Image toHeif(const QImage &source, int bits)
         const auto *from = reinterpret_cast<const quint16 *>(pixels.constScanLine(y));
         auto *to = reinterpret_cast<quint16 *>(target);
         for (int x = 0; x < pixels.width(); ++x, from += 4, to += channels)
-            std::transform(from, from + channels, to, [](quint16 sample) {
-                return static_cast<quint16>((sample * ((1U << deepBits) - 1) + 32767) / 65535);
+            std::transform(from, from + channels, to, [bits](quint16 sample) {
+                return static_cast<quint16>((sample * ((1U << bits) - 1) + 32767) / 65535);
             });
     }
     Heif::setColourSpace(*created, source.colorSpace());
@@ -70,6 +75,7 @@ bool encode(heif_context &context, const QImage &source, HeifWriter::Coding codi
     if (quality >= 0)
         heif_encoder_set_lossy_quality(found, std::min(quality, 100));
     const Heif::EncodingOptions options(heif_encoding_options_alloc());
+    options->macOS_compatibility_workaround_no_nclx_profile = 0; // or an sRGB picture would not say so
     return Heif::isOk(heif_context_encode_image(&context, image.get(), found, options.get(), nullptr));
 }
 
@@ -93,7 +99,7 @@ bool HeifWriter::write(const QImage &image, QIODevice &device, Coding coding, in
         const bool deep = std::max({format.redSize(), format.greenSize(), format.blueSize()}) > 8
                           || image.format() == QImage::Format_Grayscale16;
         Heif::Context context(heif_context_alloc());
-        bool encoded = deep && encode(*context, image, coding, quality, deepBits);
+        bool encoded = deep && encode(*context, image, coding, quality, deepBits(coding));
         if (!encoded) {
             context.reset(heif_context_alloc());
             encoded = encode(*context, image, coding, quality, 8);

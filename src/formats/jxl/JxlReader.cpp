@@ -49,7 +49,8 @@ bool JxlReader::canRead(QIODevice &device)
     return signature == JXL_SIG_CODESTREAM || signature == JXL_SIG_CONTAINER;
 }
 
-/// The decoder's next event; asks for more bytes only at the end of all.
+/// The decoder's next event; asks for more bytes only at the end of all. It is not told of the end: it would
+/// then give an error where it now gives what it has.
 JxlDecoderStatus JxlReader::next()
 {
     const JxlDecoderStatus status = JxlDecoderProcessInput(decoder.get());
@@ -59,7 +60,6 @@ JxlDecoderStatus JxlReader::next()
     data = data.right(unread) + device.readAll();
     complete = true;
     JxlDecoderSetInput(decoder.get(), reinterpret_cast<const uint8_t *>(data.constData()), data.size());
-    JxlDecoderCloseInput(decoder.get());
     return JxlDecoderProcessInput(decoder.get());
 }
 

@@ -24,18 +24,33 @@ struct Pixels
     bool deep;
 };
 
+/// The lines of four samples a pixel made ones of three, each where it was: the encoder takes no alpha that
+/// the file does not have.
+void dropFourth(QImage &image)
+{
+    for (int y = 0; y < image.height(); ++y) {
+        auto *const line = reinterpret_cast<quint16 *>(image.scanLine(y));
+        for (int x = 1; x < image.width(); ++x)
+            std::copy_n(line + 4 * x, 3, line + 3 * x);
+    }
+}
+
 Pixels pixelsOf(const QImage &image)
 {
     const QPixelFormat format = image.pixelFormat();
     const bool grey16 = image.format() == QImage::Format_Grayscale16;
     const bool deep = grey16 || std::max({format.redSize(), format.greenSize(), format.blueSize()}) > 8;
+    const bool alpha = image.hasAlphaChannel();
     if (grey16 || image.format() == QImage::Format_Grayscale8)
         return {image, 1, deep};
-    if (deep) // four channels, of which the encoder passes over an alpha that it does not know of
-        return {image.convertToFormat(QImage::Format_RGBA64), 4, true};
-    if (image.hasAlphaChannel())
+    if (!deep && alpha)
         return {image.convertToFormat(QImage::Format_RGBA8888), 4, false};
-    return {image.convertToFormat(QImage::Format_RGB888), 3, false};
+    if (!deep)
+        return {image.convertToFormat(QImage::Format_RGB888), 3, false};
+    QImage samples = image.convertToFormat(QImage::Format_RGBA64);
+    if (!alpha)
+        dropFourth(samples);
+    return {samples, alpha ? 4U : 3U, true};
 }
 
 bool setColours(JxlEncoder &encoder, const QColorSpace &colourSpace, bool grey)
@@ -110,7 +125,7 @@ bool JxlWriter::write(const QImage &image, QIODevice &device, int quality)
     else
         JxlEncoderSetFrameDistance(settings, quality < 0 ? defaultDistance : distanceOf(quality));
     const JxlPixelFormat format{pixels.channels, pixels.deep ? JXL_TYPE_UINT16 : JXL_TYPE_UINT8,
-                                JXL_NATIVE_ENDIAN, 4};
+                                JXL_NATIVE_ENDIAN, static_cast<size_t>(pixels.image.bytesPerLine())};
     if (JxlEncoderAddImageFrame(settings, &format, pixels.image.constBits(), pixels.image.sizeInBytes())
         != JXL_ENC_SUCCESS)
         return false;
