@@ -1,5 +1,6 @@
 #include "formats/heif/HeifReader.h"
 
+#include "formats/heif/HeifCodedSize.h"
 #include "formats/heif/HeifColour.h"
 
 #include <QImageReader>
@@ -201,6 +202,8 @@ bool HeifReader::open()
         if (context && Heif::isOk(heif_context_read_from_reader(context.get(), &access, this, nullptr))
             && Heif::isOk(heif_context_get_primary_image_handle(context.get(), &handle)))
             primary.reset(handle);
+        if (primary) // the library has bounded the number of boxes and items
+            codedSize = Heif::largestCodedSize(*device, start);
     } catch (const std::exception &) {
         primary.reset();
     }
@@ -234,6 +237,8 @@ Heif::Handle HeifReader::thumbnailFor(QSize scaled) const
 QImage HeifReader::read(QSize scaled)
 {
     if (!open() || sizeOf(*primary).isEmpty())
+        return {};
+    if (!codedSize.isEmpty() && !withinLimit(codedSize, QImage::Format_RGB888))
         return {};
     try {
         const bool scales = !scaled.isEmpty() && scaled != sizeOf(*primary);
