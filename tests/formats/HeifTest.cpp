@@ -68,7 +68,9 @@ QByteArray fileOf(const Stored &stored)
         addTo(context.get(), stored.thumbnail.scaled(2 * stored.thumbnail.size()), stored.orientation,
               handle.get());
     QByteArray bytes;
-    heif_writer writer{1, append};
+    heif_writer writer{};
+    writer.writer_api_version = 1;
+    writer.write = append;
     heif_context_write(context.get(), &writer, &bytes);
     return bytes;
 }

@@ -36,6 +36,17 @@ struct HeifDeviceAccess
                    ? heif_reader_grow_status_size_reached
                    : heif_reader_grow_status_size_beyond_eof;
     }
+
+    static heif_reader make()
+    {
+        heif_reader access{};
+        access.reader_api_version = 1;
+        access.get_position = position;
+        access.read = read;
+        access.seek = seek;
+        access.wait_for_file_size = waitForSize;
+        return access;
+    }
 };
 
 namespace {
@@ -187,8 +198,7 @@ bool HeifReader::open()
     if (opened)
         return primary != nullptr;
     opened = true;
-    static const heif_reader access{1, HeifDeviceAccess::position, HeifDeviceAccess::read,
-                                    HeifDeviceAccess::seek, HeifDeviceAccess::waitForSize};
+    static const heif_reader access = HeifDeviceAccess::make(); // the context keeps its address
     if (device->isSequential()) {
         buffered.setData(device->readAll());
         buffered.open(QIODevice::ReadOnly);
