@@ -2,6 +2,8 @@
 //
 //   make-seeds FORMAT FOLDER
 
+#include "HeifSeeds.h"
+#include "JxlSeeds.h"
 #include "support/PsdFiles.h"
 #include "support/PspFiles.h"
 
@@ -11,6 +13,7 @@
 #include <QSaveFile>
 
 #include <cstdio>
+#include <functional>
 
 namespace {
 
@@ -55,9 +58,20 @@ QList<QByteArray> pspSeeds()
     return seeds;
 }
 
-const QMap<QString, QList<QByteArray> (*)()> makers{
-    {"psd", psdSeeds},
-    {"psp", pspSeeds},
+void writeAll(const QList<QByteArray> &seeds, const QString &folder)
+{
+    for (qsizetype i = 0; i < seeds.size(); ++i) {
+        QSaveFile file(QDir(folder).filePath(QString::number(i)));
+        if (!file.open(QIODevice::WriteOnly) || file.write(seeds[i]) != seeds[i].size() || !file.commit())
+            qFatal("cannot write %s", qPrintable(file.fileName()));
+    }
+}
+
+const QMap<QString, std::function<void(const QString &)>> makers{
+    {"heif", makeHeifSeeds},
+    {"jxl", makeJxlSeeds},
+    {"psd", [](const QString &folder) { writeAll(psdSeeds(), folder); }},
+    {"psp", [](const QString &folder) { writeAll(pspSeeds(), folder); }},
 };
 
 } // namespace
@@ -72,11 +86,7 @@ int main(int argc, char *argv[])
         return 2;
     }
     const auto make = makers.value(arguments[1]); // no seeds of ours: the fuzzer starts from nothing
-    const QList<QByteArray> seeds = make ? make() : QList<QByteArray>();
-    for (qsizetype i = 0; i < seeds.size(); ++i) {
-        QSaveFile file(QDir(arguments[2]).filePath(QString::number(i)));
-        if (!file.open(QIODevice::WriteOnly) || file.write(seeds[i]) != seeds[i].size() || !file.commit())
-            return 1;
-    }
+    if (make)
+        make(arguments[2]);
     return 0;
 }
