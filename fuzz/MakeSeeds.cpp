@@ -6,11 +6,14 @@
 #include "JxlSeeds.h"
 #include "support/PsdFiles.h"
 #include "support/PspFiles.h"
+#include "support/TiffFiles.h"
 
 #include <QDir>
 #include <QGuiApplication>
 #include <QMap>
 #include <QSaveFile>
+
+#include <tiffio.h>
 
 #include <cstdio>
 #include <functional>
@@ -58,6 +61,21 @@ QList<QByteArray> pspSeeds()
     return seeds;
 }
 
+void makeTiffSeeds(const QString &folder)
+{
+    for (const int tile : {0, 16})
+        for (const int planes : {PLANARCONFIG_CONTIG, PLANARCONFIG_SEPARATE})
+            for (const int samples : {1, 4})
+                for (const int compression : {COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE})
+                    TiffFiles::make(QStringLiteral("%1/%2 %3 %4 %5")
+                                        .arg(folder)
+                                        .arg(tile)
+                                        .arg(planes)
+                                        .arg(samples)
+                                        .arg(compression),
+                                    {tile, planes, samples, compression, 6});
+}
+
 void writeAll(const QList<QByteArray> &seeds, const QString &folder)
 {
     for (qsizetype i = 0; i < seeds.size(); ++i) {
@@ -72,6 +90,7 @@ const QMap<QString, std::function<void(const QString &)>> makers{
     {"jxl", makeJxlSeeds},
     {"psd", [](const QString &folder) { writeAll(psdSeeds(), folder); }},
     {"psp", [](const QString &folder) { writeAll(pspSeeds(), folder); }},
+    {"tiff", makeTiffSeeds},
 };
 
 } // namespace

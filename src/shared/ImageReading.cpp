@@ -79,10 +79,24 @@ public:
         const QSize full = reader.scaledSize().isValid() ? reader.scaledSize() : size();
         auto share = std::make_unique<const MemoryBudget::Share>(
             full.isEmpty() ? 0 : 8LL * full.width() * full.height());
-        return {oriented(reader.read(), ignored), std::move(share)};
+        QImage image = reader.format() == "tiff" ? readTiff() : oriented(reader.read(), ignored);
+        return {std::move(image), std::move(share)};
     }
 
 private:
+    /// Qt's TIFF plug-in takes some kinds for others and fails with some: ours stands in.
+    QImage readTiff()
+    {
+        QImageReader ours(reader.fileName(), "orrelan-tiff");
+        ours.setAutoDetectImageFormat(false);
+        ours.setAutoTransform(true);
+        ours.setScaledSize(reader.scaledSize());
+        if (ours.canRead())
+            return ours.read();
+        const QImage image = reader.read();
+        return image.isNull() ? ours.read() : image;
+    }
+
     /// The orientation that the format's plug-in leaves out.
     QImageIOHandler::Transformations ignoredOrientation(const QString &path) const
     {
