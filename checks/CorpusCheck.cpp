@@ -1,6 +1,7 @@
 // Runs the program over a folder of pictures by other hands and compares what it says of them with the
-// folder's `manifest.tsv` (path, kind, width, height, ...). Prints what differs; fails if a picture that
-// could be read has the wrong size, or if a file of the folder is not in the list.
+// folder's `manifest.tsv` (path, kind, width, height, mean red, green and blue as stored, ...). Prints what
+// differs; fails if a picture that could be read has the wrong size or colours, or if a file of the folder is
+// not in the list.
 //
 //   CorpusCheck FOLDER
 
@@ -15,6 +16,9 @@
 #include <QSqlQuery>
 #include <QTextStream>
 
+#include <algorithm>
+#include <cmath>
+
 namespace {
 
 QTextStream out(stdout);
@@ -23,8 +27,43 @@ struct Entry
 {
     QString path;
     bool valid = false;
-    QString size; ///< "4032x3024"; empty where the manifest leaves it open
+    QString size;      ///< "4032x3024"; empty where the manifest leaves it open
+    QList<int> colour; ///< mean of red, green and blue; empty where the manifest leaves it open
 };
+
+// Decoders round differently.
+constexpr double colourTolerance = 3;
+
+/// Mean red, green and blue of the picture as it is stored, 0 to 255.
+QList<double> meanColour(const QString &path)
+{
+    const QImage image =
+        ImageReading::read(path, ImageReading::Colours::AsStored).convertToFormat(QImage::Format_RGB888);
+    qint64 sums[3] = {};
+    for (int y = 0; y < image.height(); ++y) {
+        const uchar *const line = image.constScanLine(y);
+        for (int i = 0; i < 3 * image.width(); ++i)
+            sums[i % 3] += line[i];
+    }
+    const double pixels = std::max<double>(1, static_cast<double>(image.width()) * image.height());
+    return {sums[0] / pixels, sums[1] / pixels, sums[2] / pixels};
+}
+
+/// Says how the colours differ from the manifest's; empty if they do not.
+QString colourDifference(const Entry &entry)
+{
+    if (entry.colour.isEmpty())
+        return {};
+    QStringList wanted, got;
+    bool differs = false;
+    const QList<double> mean = meanColour(entry.path);
+    for (int i = 0; i < 3; ++i) {
+        differs |= std::abs(mean[i] - entry.colour[i]) > colourTolerance;
+        wanted.append(QString::number(entry.colour[i]));
+        got.append(QString::number(mean[i], 'f', 1));
+    }
+    return differs ? "manifest " + wanted.join(' ') + ", read " + got.join(' ') : QString();
+}
 
 /// The entries of the manifest by their folder.
 QMap<QString, QList<Entry>> readManifest(const QString &root)
@@ -37,8 +76,11 @@ QMap<QString, QList<Entry>> readManifest(const QString &root)
     while (!file.atEnd()) {
         const QStringList fields = QString::fromUtf8(file.readLine()).split('\t');
         const QString size = fields[2].isEmpty() ? QString() : fields[2] + 'x' + fields[3];
+        QList<int> colour;
+        for (int i = 4; i < 7 && !fields[i].isEmpty(); ++i)
+            colour.append(fields[i].toInt());
         folders[QFileInfo(root + '/' + fields[0]).path()].append(
-            {root + '/' + fields[0], fields[1] == "valid", size});
+            {root + '/' + fields[0], fields[1] == "valid", size, colour});
     }
     return folders;
 }
@@ -92,8 +134,11 @@ int main(int argc, char *argv[])
             const bool differs =
                 row < 0
                 || (isRead && !entry.size.isEmpty() && (resolution != entry.size || viewer != entry.size));
+            const QString colours = isRead && entry.valid ? colourDifference(entry) : QString();
             (isRead ? read : unread) += 1;
-            wrong += differs;
+            wrong += differs || !colours.isEmpty();
+            if (!colours.isEmpty())
+                out << "COLOUR " << entry.path.mid(root.size() + 1) << ": " << colours << Qt::endl;
             if (differs || (!isRead && entry.valid))
                 out << (differs ? "WRONG " : "unread ") << entry.path.mid(root.size() + 1) << ": manifest "
                     << entry.size << ", database " << resolution << ", viewer " << viewer << Qt::endl;
