@@ -21,14 +21,14 @@ private slots:
 
     void formatsByName()
     {
-        for (const char *const name : {"a.png", "a.JPG", "a.tiff", "line\nfeed \"%20\".png"}) {
+        for (const char *const name : {"a.png", "a.JPG", "a.tiff", "a.gif", "line\nfeed \"%20\".png"}) {
             save({{QSize(90, 60), name}});
             QImageReader reader(path(name));
             QCOMPARE(Pictures::quartersOf(reader.read()), "red green blue yellow");
             QVERIFY(QString(name).endsWith(reader.format() == "jpeg" ? "JPG" : reader.format()));
         }
         save({{QSize(9, 6), "no suffix"}, {QSize(9, 6), "a.nonsense"}, {QSize(), "null.png"}});
-        QCOMPARE(QDir(folder->path()).entryList(QDir::Files).size(), 4);
+        QCOMPARE(QDir(folder->path()).entryList(QDir::Files).size(), 5);
     }
 
     void laterPictureStays()
