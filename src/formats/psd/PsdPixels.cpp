@@ -1,160 +1,206 @@
 #include "formats/psd/PsdPixels.h"
+#include "formats/Packing.h"
 
+#include <QDataStream>
+#include <QIODevice>
 #include <QRgba64>
 #include <QtEndian>
 
 #include <algorithm>
 #include <array>
-#include <cmath>
+#include <cstdlib>
 #include <cstring>
 
 namespace PsdReader {
 
 namespace {
 
-constexpr int full = 65535;
-constexpr int mostChannels = 5; // CMYK and alpha
-
-struct Colour
+enum Compression : quint16
 {
-    quint16 red, green, blue;
+    Raw = 0,
+    RunLength = 1,
+    Zip = 2,
+    ZipWithPrediction = 3
 };
 
-/// sRGB's encoding of linear light from 0 to 1.
-quint16 encoded(float linear)
+qsizetype rowLength(const Header &header)
 {
-    static const auto table = [] {
-        std::array<quint16, full + 1> values{};
-        for (int i = 0; i <= full; ++i) {
-            const double light = static_cast<double>(i) / full;
-            const double value =
-                light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
-            values[i] = static_cast<quint16>(std::lround(value * full));
+    return (static_cast<qsizetype>(header.size.width()) * header.depth + 7) / 8;
+}
+
+/// Up to `most` bytes of what the runs hold.
+QByteArray unpackedRuns(const QByteArray &packed, qsizetype most)
+{
+    QByteArray data(most, Qt::Uninitialized);
+    char *to = data.data();
+    char *const end = to + most;
+    for (qsizetype at = 0; to < end && at + 1 < packed.size();) {
+        const auto code = static_cast<qint8>(packed[at++]);
+        if (code == -128)
+            continue;
+        qsizetype count = std::min<qsizetype>(std::abs(code) + 1, end - to);
+        if (code < 0) {
+            std::memset(to, packed[at++], count);
+        } else {
+            count = std::min(count, packed.size() - at);
+            std::memcpy(to, packed.data() + at, count);
+            at += count;
         }
-        return values;
-    }();
-    if (!(linear > 0)) // also what is not a number
-        return 0;
-    return table[linear >= 1 ? full : std::lround(linear * full)];
-}
-
-void readSamples(QByteArrayView row, int depth, std::vector<quint16> &samples)
-{
-    const char *const bytes = row.data();
-    const auto width = static_cast<qsizetype>(samples.size());
-    for (qsizetype x = 0; x < width; ++x) {
-        if (depth == 8)
-            samples[x] = static_cast<quint16>(static_cast<uchar>(bytes[x]) * 257);
-        else if (depth == 16)
-            samples[x] = qFromBigEndian<quint16>(bytes + 2 * x);
-        else
-            samples[x] = encoded(qFromBigEndian<float>(bytes + 4 * x));
+        to += count;
     }
+    data.truncate(to - data.constData());
+    return data;
 }
 
-Colour fromLab(int lightness, int a, int b)
+void undoPrediction(char *row, const Header &header)
+{
+    const int width = header.size.width();
+    if (header.depth == 16) {
+        quint16 sum = 0;
+        for (int x = 0; x < width; ++x) {
+            sum += qFromBigEndian<quint16>(row + 2 * x);
+            qToBigEndian(sum, row + 2 * x);
+        }
+        return;
+    }
+    for (qsizetype i = 1; i < rowLength(header); ++i)
+        row[i] = static_cast<char>(row[i] + row[i - 1]);
+    if (header.depth != 32)
+        return;
+    // The highest bytes of all samples come first, then the second highest.
+    const QByteArray split(row, rowLength(header));
+    for (int x = 0; x < width; ++x)
+        for (qsizetype byte = 0; byte < 4; ++byte)
+            row[4 * x + byte] = split[byte * width + x];
+}
+
+/// The samples of the first channels, one channel after the other, each row by row, with the high byte first.
+/// Fewer where the data ends, none if it cannot hold a sensible share of them, however well it is packed.
+QByteArray readSamples(QIODevice &device, const Header &header, int channels)
+{
+    quint16 compression = Raw;
+    QDataStream(&device) >> compression;
+    if (compression == RunLength) // behind the lengths of all packed rows, which tell nothing new
+        device.skip((header.large ? 4ll : 2ll) * header.size.height() * header.channels);
+    const qsizetype needed = rowLength(header) * header.size.height() * channels;
+    // A careless writer of runs doubles what does not shrink.
+    const QByteArray data = Packing::readAtMost(device, compression == Raw ? needed : 2 * needed + 1024);
+    const qsizetype highestRatio = compression == Raw ? 1 : compression == RunLength ? 64 : 1032;
+    if (compression > ZipWithPrediction || data.size() * highestRatio < needed / 4)
+        return {};
+    if (compression == Raw)
+        return data;
+    QByteArray samples =
+        compression == RunLength ? unpackedRuns(data, needed) : Packing::inflated(data, needed);
+    const bool predicted = compression == ZipWithPrediction && header.depth > 1;
+    for (qsizetype row = 0; predicted && row < samples.size() / rowLength(header); ++row)
+        undoPrediction(samples.data() + row * rowLength(header), header);
+    return samples;
+}
+
+constexpr int full = 65535;
+
+quint16 fromFloat(float value)
+{
+    return value > 0 ? static_cast<quint16>(std::min(value, 1.0f) * full + 0.5f) : 0; // what is no number: 0
+}
+
+quint16 sampleAt(const char *row, int x, int depth)
+{
+    if (depth == 8)
+        return static_cast<quint16>(static_cast<uchar>(row[x]) * 257);
+    return depth == 16 ? qFromBigEndian<quint16>(row + 2 * x) : fromFloat(qFromBigEndian<float>(row + 4 * x));
+}
+
+QRgba64 fromGrey(const quint16 *samples)
+{
+    return QRgba64::fromRgba64(samples[0], samples[0], samples[0], full);
+}
+
+QRgba64 fromRgb(const quint16 *samples)
+{
+    return QRgba64::fromRgba64(samples[0], samples[1], samples[2], full);
+}
+
+QRgba64 fromCmyk(const quint16 *samples)
+{
+    const quint32 paper = samples[3]; // the inks are stored as what they leave of the paper's white
+    const auto inked = [paper](quint32 ink) { return static_cast<quint16>(ink * paper / full); };
+    return QRgba64::fromRgba64(inked(samples[0]), inked(samples[1]), inked(samples[2]), full);
+}
+
+QRgba64 fromLab(const quint16 *samples)
 {
     // From CIE Lab with D50 white to linear sRGB with its D65 white, by Bradford's adaptation.
     const auto inverse = [](float t) { return t > 6.0f / 29 ? t * t * t : (t - 4.0f / 29) * 108 / 841; };
-    const float fy = (lightness * 100.0f / full + 16) / 116;
-    const float x = 0.9642f * inverse(fy + (a - 32896) / 257.0f / 500);
+    const float fy = (samples[0] * 100.0f / full + 16) / 116;
+    const float x = 0.9642f * inverse(fy + (samples[1] - 32896) / 257.0f / 500);
     const float y = inverse(fy);
-    const float z = 0.8249f * inverse(fy - (b - 32896) / 257.0f / 200);
-    return {encoded(3.1339f * x - 1.6169f * y - 0.4906f * z),
-            encoded(-0.9788f * x + 1.9161f * y + 0.0335f * z),
-            encoded(0.0719f * x - 0.2290f * y + 1.4052f * z)};
+    const float z = 0.8249f * inverse(fy - (samples[2] - 32896) / 257.0f / 200);
+    return QRgba64::fromRgba64(fromFloat(3.1339f * x - 1.6169f * y - 0.4906f * z),
+                               fromFloat(-0.9788f * x + 1.9161f * y + 0.0335f * z),
+                               fromFloat(0.0719f * x - 0.2290f * y + 1.4052f * z), full);
 }
 
 /// What the colour was before it was blended with white.
-Colour withoutWhite(Colour colour, int alpha)
+QRgba64 withoutWhite(QRgba64 colour)
 {
+    const qint64 alpha = colour.alpha();
     if (alpha == 0 || alpha == full)
         return colour;
     const auto undo = [alpha](qint64 value) {
-        return static_cast<quint16>(std::clamp<qint64>((value - (full - alpha)) * full / alpha, 0, full));
+        return static_cast<quint16>(std::max<qint64>((value - (full - alpha)) * full / alpha, 0));
     };
-    return {undo(colour.red), undo(colour.green), undo(colour.blue)};
+    return QRgba64::fromRgba64(undo(colour.red()), undo(colour.green()), undo(colour.blue()), colour.alpha());
 }
 
-void store(QImage::Format format, uchar *line, int x, Colour colour, int alpha)
+using Rows = std::array<const char *, 5>; ///< of one height, of CMYK and alpha at most
+
+/// The header is a copy, which the compiler knows that no write to `line` changes.
+template <QRgba64 (*toColour)(const quint16 *), int colours>
+void convertRow(const Rows &rows, const Header header, Transparency transparency, int imageDepth, uchar *line)
 {
-    const auto byte = [](int value) { return (value - (value >> 8) + 128) >> 8; }; // rounded
-    switch (format) {
-    case QImage::Format_Grayscale8:
-        line[x] = static_cast<uchar>(byte(colour.red));
-        break;
-    case QImage::Format_Grayscale16:
-        reinterpret_cast<quint16 *>(line)[x] = colour.red;
-        break;
-    case QImage::Format_RGB32:
-    case QImage::Format_ARGB32:
-        reinterpret_cast<QRgb *>(line)[x] =
-            qRgba(byte(colour.red), byte(colour.green), byte(colour.blue), byte(alpha));
-        break;
-    default:
-        reinterpret_cast<QRgba64 *>(line)[x] =
-            QRgba64::fromRgba64(colour.red, colour.green, colour.blue, static_cast<quint16>(alpha));
+    for (int x = 0; x < header.size.width(); ++x) {
+        std::array<quint16, colours> samples;
+        for (int channel = 0; channel < colours; ++channel)
+            samples[channel] = sampleAt(rows[channel], x, header.depth);
+        QRgba64 colour = toColour(samples.data());
+        if (transparency != Transparency::None)
+            colour.setAlpha(sampleAt(rows[colours], x, header.depth));
+        if (transparency == Transparency::OnWhite)
+            colour = withoutWhite(colour);
+        if (imageDepth == 64)
+            reinterpret_cast<QRgba64 *>(line)[x] = colour;
+        else if (imageDepth == 32)
+            reinterpret_cast<QRgb *>(line)[x] = colour.toArgb32();
+        else
+            reinterpret_cast<quint16 *>(line)[x] = colour.red();
     }
 }
 
 } // namespace
 
-int colourChannels(const Header &header)
+int readRows(QImage &image, const Header &header, Transparency transparency, QIODevice &device)
 {
-    switch (header.mode) {
-    case Mode::Rgb:
-    case Mode::Lab:
-        return 3;
-    case Mode::Cmyk:
-        return 4;
-    case Mode::Multichannel: // the inks of CMY or CMYK, or as many grey pictures, of which the first serves
-        return header.channels < 3 ? 1 : std::min(header.channels, 4);
-    default:
-        return 1;
+    const int channels = header.colours + (transparency == Transparency::None ? 0 : 1);
+    const QByteArray samples = readSamples(device, header, channels);
+    const qsizetype height = image.height();
+    const qsizetype last = samples.size() / rowLength(header) - height * (channels - 1);
+    const auto convert = header.mode == Mode::Lab    ? convertRow<fromLab, 3>
+                         : header.mode == Mode::Rgb  ? convertRow<fromRgb, 3>
+                         : header.mode == Mode::Cmyk ? convertRow<fromCmyk, 4>
+                                                     : convertRow<fromGrey, 1>;
+    int y = 0;
+    for (; y < std::min(last, height); ++y) {
+        Rows rows{};
+        for (int channel = 0; channel < channels; ++channel)
+            rows[channel] = samples.constData() + (channel * height + y) * rowLength(header);
+        if (image.depth() <= 8) // as it is stored
+            std::memcpy(image.scanLine(y), rows[0], rowLength(header));
+        else
+            convert(rows, header, transparency, image.depth(), image.scanLine(y));
     }
-}
-
-int fillRows(QImage &image, const Header &header, Transparency transparency, Planes &planes)
-{
-    const int colours = colourChannels(header);
-    const int channels = colours + (transparency == Transparency::None ? 0 : 1);
-    const bool stored = header.mode == Mode::Bitmap || header.mode == Mode::Indexed;
-    std::array<std::vector<quint16>, mostChannels> samples;
-    for (int channel = 0; channel < channels; ++channel)
-        samples[channel].resize(header.size.width());
-
-    const auto colourAt = [&](int x) -> Colour {
-        const quint16 first = samples[0][x];
-        if (colours == 1)
-            return {first, first, first};
-        if (header.mode == Mode::Lab)
-            return fromLab(first, samples[1][x], samples[2][x]);
-        if (colours == 3)
-            return {first, samples[1][x], samples[2][x]};
-        const quint32 paper = samples[3][x]; // the inks are stored as what they leave of the paper's white
-        const auto inked = [paper](quint32 ink) { return static_cast<quint16>(ink * paper / full); };
-        return {inked(first), inked(samples[1][x]), inked(samples[2][x])};
-    };
-
-    for (int y = 0; y < image.height(); ++y) {
-        uchar *const line = image.scanLine(y);
-        for (int channel = 0; channel < channels; ++channel) {
-            const std::optional<QByteArrayView> row = planes.row(channel, y);
-            if (!row)
-                return y;
-            if (stored)
-                std::memcpy(line, row->data(), row->size());
-            else
-                readSamples(*row, header.depth, samples[channel]);
-        }
-        for (int x = 0; !stored && x < image.width(); ++x) {
-            const int alpha = transparency == Transparency::None ? full : samples[colours][x];
-            const Colour colour = colourAt(x);
-            store(image.format(), line, x,
-                  transparency == Transparency::OnWhite ? withoutWhite(colour, alpha) : colour, alpha);
-        }
-    }
-    return image.height();
+    return y;
 }
 
 } // namespace PsdReader

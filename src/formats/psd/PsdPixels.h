@@ -1,20 +1,24 @@
 #pragma once
 
-#include "formats/psd/PsdPlanes.h"
+#include "formats/psd/PsdReader.h"
 
 namespace PsdReader {
 
 enum class Transparency
 {
     None,
-    Straight,
-    OnWhite, ///< the colours are already blended with white
+    Straight, ///< the channel after the colours is their alpha
+    OnWhite,  ///< so too, but the colours are already blended with white
 };
 
-/// How many channels the colours of a picture take.
-int colourChannels(const Header &header);
+/// Whether the colours come in linear light, those of Lab as linear sRGB.
+inline bool isLinear(const Header &header)
+{
+    return header.depth == 32 || header.mode == Mode::Lab;
+}
 
-/// Fills `image` from above until a row is not complete in every channel: the number of rows.
-int fillRows(QImage &image, const Header &header, Transparency transparency, Planes &planes);
+/// Fills `image` from above with the merged picture, whose compression is what comes next from the device.
+/// Ends before a row that is not there in every channel: the number of rows.
+int readRows(QImage &image, const Header &header, Transparency transparency, QIODevice &device);
 
 } // namespace PsdReader

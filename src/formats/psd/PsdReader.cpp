@@ -1,34 +1,44 @@
 #include "formats/psd/PsdReader.h"
 #include "formats/Packing.h"
 #include "formats/psd/PsdPixels.h"
-#include "formats/psd/PsdPlanes.h"
 
 #include <QColorSpace>
 #include <QDataStream>
+#include <QHash>
 #include <QImageIOHandler>
 #include <QIODevice>
 
 #include <algorithm>
-#include <array>
-#include <cstdlib>
+#include <bit>
 #include <cstring>
 
 namespace PsdReader {
 
 namespace {
 
-struct Resources
+enum ResourceId : quint16
 {
-    QByteArray profile;
-    bool namesChannels = false;
-    QList<quint32> resolution; ///< 16.16 dots an inch, across and down
-    std::optional<quint16> transparentIndex;
+    Resolution = 1005,
+    ChannelNames = 1006,
+    IccProfile = 1039,
 };
+using Resources = QHash<quint16, QByteArray>;
 
-struct Composition
+struct Kind
 {
-    int layers = 0;
-    bool transparent = false; ///< the channel after the colours is the merged picture's alpha
+    Mode mode;
+    int colours; ///< channels
+    int depths;  ///< a sum
+};
+constexpr Kind kinds[] = {
+    {Mode::Bitmap, 1, 1},
+    {Mode::Gray, 1, 8 | 16 | 32},
+    {Mode::Indexed, 1, 8},
+    {Mode::Rgb, 3, 8 | 16 | 32},
+    {Mode::Cmyk, 4, 8 | 16},
+    {Mode::Multichannel, 1, 8 | 16}, // as many grey pictures, of which the first serves
+    {Mode::Duotone, 1, 8 | 16},
+    {Mode::Lab, 3, 8 | 16},
 };
 
 qint64 readLength(QDataStream &in, bool large)
@@ -57,102 +67,95 @@ Resources readResources(const QByteArray &section)
     Resources found;
     QDataStream in(section);
     while (!in.atEnd()) {
-        quint32 signature = 0;
+        quint32 signature = 0, length = 0;
         quint16 id = 0;
         quint8 nameLength = 0;
-        quint32 length = 0;
         in >> signature >> id >> nameLength;
         in.skipRawData(nameLength | 1); // with its length a name fills an even number of bytes
         in >> length;
         const qint64 start = in.device()->pos();
         if (in.status() != QDataStream::Ok || length > section.size() - start)
             break;
-        const QByteArray data = section.mid(start, length);
-        QDataStream value(data);
-        if (id == 1005) {
-            quint32 across = 0, down = 0, units = 0;
-            value >> across >> units >> down;
-            found.resolution = {across, down};
-        } else if (id == 1006) {
-            found.namesChannels = !data.isEmpty();
-        } else if (id == 1039) {
-            found.profile = data;
-        } else if (id == 1047) {
-            quint16 index = 0;
-            value >> index;
-            found.transparentIndex = index;
-        }
+        found.insert(id, section.mid(start, length));
         in.device()->seek(start + length + (length & 1));
     }
     return found;
 }
 
-/// From the beginning of the layer section. The number of layers is negative where the merged picture is
-/// transparent; above 8 bits a sample it stands in a tagged block of its own, behind an empty list of layers.
-Composition readComposition(const QByteArray &section, bool large)
+/// From the beginning of the layer section, where the number of layers is negative if the merged picture is
+/// transparent.
+Transparency findTransparency(const Header &header, const QByteArray &section, bool namesChannels)
 {
-    const auto composition = [](QDataStream &in) {
-        qint16 count = 0;
-        in >> count;
-        return Composition{std::abs(count), count < 0};
-    };
+    if (header.mode == Mode::Bitmap || header.mode == Mode::Indexed || header.mode == Mode::Multichannel
+        || header.channels == header.colours)
+        return Transparency::None;
     QDataStream in(section);
-    if (readLength(in, large) > 0)
-        return composition(in);
-    in.device()->skip(readLength(in, false)); // masks
-    while (!in.atEnd()) {
-        std::array<char, 8> name{};
-        if (in.readRawData(name.data(), 8) != 8)
-            break;
-        const QByteArrayView key(name.data() + 4, 4);
-        const bool hasLayers = key == "Lr16" || key == "Lr32";
-        if (key == "Mt16" || key == "Mt32" || key == "Mtrn")
-            return {1, true};
-        const qint64 length = readLength(in, large && hasLayers);
-        if (hasLayers && length > 0)
-            return composition(in);
-        in.device()->skip((length + 3) & ~qint64(3));
+    qint64 length = readLength(in, header.large);
+    // Above 8 bits a sample the layers stand in a block of their own, behind an empty list.
+    const qsizetype block = section.indexOf(header.depth == 32 ? "Lr32" : "Lr16");
+    if (length == 0 && block >= 0) {
+        in.device()->seek(block + 4);
+        length = readLength(in, header.large);
     }
-    return {};
+    qint16 layers = 0;
+    if (length > 0)
+        in >> layers;
+    if (layers < 0)
+        return Transparency::OnWhite;
+    // A further channel of a file without layers may as well be a selection that was saved: those have names.
+    return layers == 0 && !namesChannels ? Transparency::Straight : Transparency::None;
 }
 
-QList<QRgb> colourTable(const QByteArray &planes, const std::optional<quint16> &transparent)
+/// `planes` holds all reds, then all greens, then all blues.
+QList<QRgb> colourTable(const Header &header, const QByteArray &planes)
 {
+    if (header.mode == Mode::Bitmap)
+        return {qRgb(255, 255, 255), qRgb(0, 0, 0)};
+    if (header.mode != Mode::Indexed)
+        return {};
     QList<QRgb> table(256, qRgb(0, 0, 0));
-    for (qsizetype i = 0; planes.size() == 768 && i < 256; ++i) {
-        const auto value = [&](int plane) { return static_cast<uchar>(planes[plane * 256 + i]); };
-        table[i] = qRgb(value(0), value(1), value(2));
-    }
-    if (transparent && *transparent < 256)
-        table[*transparent] &= 0x00ffffff;
+    const auto value = [&](qsizetype at) { return static_cast<uchar>(planes[at]); };
+    for (qsizetype i = 0; i + 512 < planes.size(); ++i)
+        table[i] = qRgb(value(i), value(i + 256), value(i + 512));
     return table;
 }
 
 QImage::Format imageFormat(const Header &header, Transparency transparency)
 {
-    const bool deep = header.depth > 8;
+    const bool deep = header.depth > 8 || isLinear(header);
     if (header.mode == Mode::Bitmap)
         return QImage::Format_Mono;
     if (header.mode == Mode::Indexed)
         return QImage::Format_Indexed8;
     if (transparency != Transparency::None)
         return deep ? QImage::Format_RGBA64 : QImage::Format_ARGB32;
-    if (colourChannels(header) == 1)
+    if (header.colours == 1 && !isLinear(header))
         return deep ? QImage::Format_Grayscale16 : QImage::Format_Grayscale8;
     return deep ? QImage::Format_RGBX64 : QImage::Format_RGB32;
 }
 
-QColorSpace colourSpace(const Header &header, const QByteArray &profile)
+void setColourSpace(QImage &image, const Header &header, const QByteArray &profile)
 {
-    if (header.mode == Mode::Lab)
-        return QColorSpace::SRgb;
-    if (colourChannels(header) == 4 || profile.isEmpty())
-        return {};
-    const QColorSpace space = QColorSpace::fromIccProfile(profile);
-    // The samples of 32 bits are linear, and are encoded as sRGB here.
-    if (header.depth == 32 && space.isValid())
-        return space.withTransferFunction(QColorSpace::TransferFunction::SRgb);
-    return space;
+    QColorSpace space;
+    if (!profile.isEmpty() && header.mode != Mode::Cmyk && header.mode != Mode::Lab)
+        space = QColorSpace::fromIccProfile(profile);
+    if (!isLinear(header)) {
+        image.setColorSpace(space);
+        return;
+    }
+    image.setColorSpace(header.mode == Mode::Rgb && space.isValid()
+                            ? space.withTransferFunction(QColorSpace::TransferFunction::Linear)
+                            : QColorSpace::SRgbLinear);
+    image.convertToColorSpace(QColorSpace::SRgb);
+}
+
+void setResolution(QImage &image, const QByteArray &resource)
+{
+    quint32 across = 0, down = 0, units = 0; // 16.16 dots an inch
+    QDataStream(resource) >> across >> units >> down;
+    const auto dotsPerMetre = [](quint32 perInch) { return qRound(perInch / 65536.0 / 0.0254); };
+    image.setDotsPerMeterX(dotsPerMetre(across));
+    image.setDotsPerMeterY(dotsPerMetre(down));
 }
 
 } // namespace
@@ -167,31 +170,15 @@ std::optional<Header> header(const QByteArray &bytes)
     in >> channels >> height >> width >> depth >> mode;
     if (in.status() != QDataStream::Ok || signature != 0x38425053 || version < 1 || version > 2) // "8BPS"
         return {};
-    const bool large = version == 2;
-    const quint32 longest = large ? 300000 : 30000;
-    if (width < 1 || height < 1 || width > longest || height > longest || channels < 1 || channels > 56)
+    const quint32 longest = version == 2 ? 300000 : 30000;
+    if (width < 1 || height < 1 || width > longest || height > longest || channels > 56)
         return {};
-    const Header found{large, channels, QSize(static_cast<int>(width), static_cast<int>(height)), depth,
-                       static_cast<Mode>(mode)};
-    bool depthFits = false;
-    switch (found.mode) {
-    case Mode::Bitmap:
-        depthFits = depth == 1;
-        break;
-    case Mode::Indexed:
-        depthFits = depth == 8;
-        break;
-    case Mode::Gray:
-    case Mode::Rgb:
-        depthFits = depth == 8 || depth == 16 || depth == 32;
-        break;
-    case Mode::Cmyk:
-    case Mode::Lab:
-    case Mode::Duotone:
-    case Mode::Multichannel:
-        depthFits = depth == 8 || depth == 16;
-    }
-    return depthFits && channels >= colourChannels(found) ? std::optional(found) : std::nullopt;
+    const QSize size(static_cast<int>(width), static_cast<int>(height));
+    for (const Kind &kind : kinds)
+        if (mode == static_cast<int>(kind.mode) && channels >= kind.colours && std::has_single_bit(depth)
+            && (kind.depths & depth) != 0)
+            return Header{version == 2, channels, size, depth, kind.mode, kind.colours};
+    return {};
 }
 
 QImage read(QIODevice &device)
@@ -203,45 +190,24 @@ QImage read(QIODevice &device)
     constexpr qint64 mostOfLayers = 4096; // the number of layers is near the beginning
     const QByteArray table = readSection(device, 768);
     const Resources resources = readResources(readSection(device, mostResources));
-    const Composition layered =
-        readComposition(readSection(device, mostOfLayers, header->large), header->large);
-
-    // A further channel of a file without layers may as well be a selection that was saved: those have names.
-    auto transparency = Transparency::None;
-    const bool mayHaveAlpha =
-        header->mode != Mode::Bitmap && header->mode != Mode::Indexed && header->mode != Mode::Multichannel;
-    if (mayHaveAlpha && header->channels > colourChannels(*header)) {
-        if (layered.transparent)
-            transparency = Transparency::OnWhite;
-        else if (layered.layers == 0 && !resources.namesChannels)
-            transparency = Transparency::Straight;
-    }
+    const QByteArray layers = readSection(device, mostOfLayers, header->large);
+    const Transparency transparency =
+        findTransparency(*header, layers, !resources.value(ChannelNames).isEmpty());
 
     QImage image;
     if (!QImageIOHandler::allocateImage(header->size, imageFormat(*header, transparency), &image))
         return {};
-    const int used = colourChannels(*header) + (transparency == Transparency::None ? 0 : 1);
-    Planes planes(*header, used, device);
-    if (!planes.plausible())
-        return {};
-    if (header->mode == Mode::Bitmap)
-        image.setColorTable({qRgb(255, 255, 255), qRgb(0, 0, 0)});
-    else if (header->mode == Mode::Indexed)
-        image.setColorTable(colourTable(table, resources.transparentIndex));
-    const int rows = fillRows(image, *header, transparency, planes);
+    image.setColorTable(colourTable(*header, table));
+    const int rows = readRows(image, *header, transparency, device);
     if (rows == 0)
         return {};
-    const bool blankIsZero =
-        transparency != Transparency::None || image.depth() == 1 || image.colorCount() > 0;
+    const bool blankIsZero = transparency != Transparency::None || image.colorCount() > 0;
     for (int y = rows; y < image.height(); ++y)
         std::memset(image.scanLine(y), blankIsZero ? 0 : 0xff, image.bytesPerLine());
 
-    image.setColorSpace(colourSpace(*header, resources.profile));
-    const auto dotsPerMetre = [](quint32 perInch) { return qRound(perInch / 65536.0 / 0.0254); };
-    if (resources.resolution.size() == 2) {
-        image.setDotsPerMeterX(dotsPerMetre(resources.resolution[0]));
-        image.setDotsPerMeterY(dotsPerMetre(resources.resolution[1]));
-    }
+    setColourSpace(image, *header, resources.value(IccProfile));
+    if (resources.contains(Resolution))
+        setResolution(image, resources[Resolution]);
     return image;
 }
 

@@ -25,20 +25,22 @@ enum class Mode
 
 struct Header
 {
-    bool large; ///< .psb, with longer lengths
-    int channels;
-    QSize size; ///< pixels
-    int depth;  ///< bits a sample
+    bool large;   ///< .psb, with longer lengths
+    int channels; ///< all that are stored
+    QSize size;   ///< pixels
+    int depth;    ///< bits a sample
     Mode mode;
+    int colours; ///< how many of the channels the colours of the mode take; they come first
 };
 
 /// The header that stands in the first bytes of a file; nothing if it is not one, or if its mode and depth do
 /// not go together.
 std::optional<Header> header(const QByteArray &bytes);
 
-/// The picture at the device's position, in sRGB where it was CMYK or Lab, else with its colour profile. 16
-/// bits a sample stay; 32 bits become 16. Of a file that ends early, the rows that are complete, and white or
-/// transparency below. Null if there is no such row, or above the allocation limit.
+/// The picture at the device's position, in sRGB where it was Lab or linear (32 bits a sample), else with its
+/// colour profile, but for CMYK. Above 8 bits a sample it has 16. Of a file that ends early, the rows that
+/// are complete, and white or transparency below. Null if there is no such row, or above the allocation
+/// limit.
 QImage read(QIODevice &device);
 
 } // namespace PsdReader
