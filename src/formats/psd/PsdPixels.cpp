@@ -98,7 +98,7 @@ QByteArray readSamples(QIODevice &device, const Header &header, int channels)
     return samples;
 }
 
-constexpr int full = 65535;
+constexpr quint16 full = 65535;
 
 quint16 fromFloat(float value)
 {
@@ -145,16 +145,24 @@ QRgba64 fromLab(const quint16 *samples)
 /// What the colour was before it was blended with white.
 QRgba64 withoutWhite(QRgba64 colour)
 {
-    const qint64 alpha = colour.alpha();
+    const quint32 alpha = colour.alpha();
     if (alpha == 0 || alpha == full)
         return colour;
-    const auto undo = [alpha](qint64 value) {
-        return static_cast<quint16>(std::max<qint64>((value - (full - alpha)) * full / alpha, 0));
+    const auto undo = [white = full - alpha, alpha](quint32 value) {
+        return static_cast<quint16>(value > white ? (value - white) * quint32(full) / alpha : 0);
     };
     return QRgba64::fromRgba64(undo(colour.red()), undo(colour.green()), undo(colour.blue()), colour.alpha());
 }
 
 using Rows = std::array<const char *, 5>; ///< of one height, of CMYK and alpha at most
+
+/// The most frequent kind of row, without the way over 16 bits.
+void joinBytes(const Rows &rows, int width, QRgb *line)
+{
+    for (int x = 0; x < width; ++x)
+        line[x] = qRgb(static_cast<uchar>(rows[0][x]), static_cast<uchar>(rows[1][x]),
+                       static_cast<uchar>(rows[2][x]));
+}
 
 /// The header is a copy, which the compiler knows that no write to `line` changes.
 template <QRgba64 (*toColour)(const quint16 *), int colours>
@@ -197,6 +205,8 @@ int readRows(QImage &image, const Header &header, Transparency transparency, QIO
             rows[channel] = samples.constData() + (channel * height + y) * rowLength(header);
         if (image.depth() <= 8) // as it is stored
             std::memcpy(image.scanLine(y), rows[0], rowLength(header));
+        else if (image.format() == QImage::Format_RGB32 && header.mode == Mode::Rgb)
+            joinBytes(rows, image.width(), reinterpret_cast<QRgb *>(image.scanLine(y)));
         else
             convert(rows, header, transparency, image.depth(), image.scanLine(y));
     }
