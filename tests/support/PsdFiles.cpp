@@ -1,7 +1,5 @@
 #include "support/PsdFiles.h"
-
-#include <QDataStream>
-#include <QIODevice>
+#include "support/ByteFile.h"
 
 #include <bit>
 
@@ -9,33 +7,35 @@ namespace PsdFiles {
 
 namespace {
 
-/// A file in the making. Numbers have their high byte first.
-class Bytes : public QByteArray
+/// Numbers have their high byte first.
+class Bytes : public ByteFile<QDataStream::BigEndian>
 {
 public:
-    template <typename Number>
-    Bytes &number(Number value)
+    Bytes &section(const QByteArray &content, bool large = false)
     {
-        QByteArray bytes;
-        QDataStream(&bytes, QIODevice::WriteOnly) << value;
-        append(bytes);
+        if (large)
+            number(quint32(0));
+        number(static_cast<quint32>(content.size())).append(content);
         return *this;
     }
-    Bytes &length(qint64 value, bool large)
+    Bytes &resource(quint16 id, const QByteArray &content)
     {
-        return large ? number(value) : number(static_cast<quint32>(value));
+        append("8BIM");
+        number(id).number(quint16(0));
+        section(content).append(content.size() % 2, '\0');
+        return *this;
     }
 };
 
 QByteArray row(const Picture &picture, int channel, int y)
 {
     Bytes bytes;
-    if (picture.depth == 1)
-        bytes.resize((picture.size.width() + 7) / 8, 0);
     for (int x = 0; x < picture.size.width(); ++x) {
         const int value = picture.sample(channel, x, y);
+        if (picture.depth == 1 && x % 8 == 0)
+            bytes.append('\0');
         if (picture.depth == 1)
-            bytes[x / 8] = static_cast<char>(bytes[x / 8] | (value > 127 ? 0x80 >> x % 8 : 0));
+            bytes.back() = static_cast<char>(bytes.back() | (value > 127 ? 0x80 >> x % 8 : 0));
         else if (picture.depth == 8)
             bytes.number(static_cast<quint8>(value));
         else if (picture.depth == 16)
@@ -46,91 +46,67 @@ QByteArray row(const Picture &picture, int channel, int y)
     return bytes;
 }
 
-QByteArray runLength(const QByteArray &row)
+/// Each number less the one before; of floats the highest bytes of all come first.
+QByteArray predicted(const Picture &picture, int channel, int y)
 {
-    QByteArray packed;
-    for (qsizetype at = 0; at < row.size();) {
-        qsizetype run = 1;
-        while (at + run < row.size() && run < 128 && row[at + run] == row[at])
-            ++run;
-        packed.append(run > 1 ? static_cast<char>(1 - run) : '\0').append(row[at]);
-        at += run;
-    }
-    return packed;
-}
-
-QByteArray predicted(const QByteArray &row, int depth)
-{
-    const int bytes = depth / 8;
-    const qsizetype width = row.size() / bytes;
-    QByteArray result = row;
-    if (depth == 16) {
+    if (picture.depth == 16) {
         Bytes words;
-        int last = 0;
-        for (qsizetype x = 0; x < width; ++x) {
-            const int word = static_cast<uchar>(row[2 * x]) << 8 | static_cast<uchar>(row[2 * x + 1]);
+        for (int x = 0, last = 0; x < picture.size.width(); ++x) {
+            const int word = picture.sample(channel, x, y) * 257;
             words.number(static_cast<quint16>(word - last));
             last = word;
         }
         return words;
     }
-    for (qsizetype x = 0; x < width; ++x)
-        for (int byte = 0; byte < bytes; ++byte)
-            result[byte * width + x] = row[x * bytes + byte];
-    for (qsizetype i = result.size() - 1; i > 0; --i)
-        result[i] = static_cast<char>(result[i] - result[i - 1]);
+    const QByteArray bytes = row(picture, channel, y);
+    const qsizetype sampleSize = picture.depth / 8;
+    QByteArray result;
+    char last = 0;
+    for (qsizetype i = 0; i < bytes.size(); ++i) {
+        const char byte = bytes[i % picture.size.width() * sampleSize + i / picture.size.width()];
+        result += static_cast<char>(byte - last);
+        last = byte;
+    }
     return result;
 }
 
 QByteArray mergedPicture(const Picture &picture)
 {
-    Bytes merged;
     Bytes lengths;
     QByteArray data;
     for (int channel = 0; channel < picture.channels; ++channel) {
         for (int y = 0; y < picture.size.height(); ++y) {
-            QByteArray bytes = row(picture, channel, y);
-            if (picture.compression == RunLength)
-                bytes = runLength(bytes);
-            else if (picture.compression == ZipWithPrediction && picture.depth > 1)
-                bytes = predicted(bytes, picture.depth);
-            if (picture.compression == RunLength && picture.large)
-                lengths.number(static_cast<quint32>(bytes.size()));
-            else if (picture.compression == RunLength)
+            QByteArray bytes = picture.compression == ZipWithPrediction && picture.depth > 1
+                                   ? predicted(picture, channel, y)
+                                   : row(picture, channel, y);
+            if (picture.compression == RunLength) {
+                bytes =
+                    '\x80' // means nothing
+                    + packedRuns(
+                        bytes, [](auto count) { return 1 - count; }, [](auto count) { return count - 1; });
+                if (picture.large)
+                    lengths.number(quint16(0));
                 lengths.number(static_cast<quint16>(bytes.size()));
+            }
             data += bytes;
         }
     }
-    if (picture.compression >= Zip)
-        data = qCompress(data).mid(4); // without Qt's own length
-    merged.number(static_cast<quint16>(picture.compression));
-    return merged + lengths + data;
+    const QByteArray stored = picture.compression >= Zip ? zipped(data) : lengths + data;
+    return Bytes().number(static_cast<quint16>(picture.compression)) + stored;
 }
 
 QByteArray layerSection(const Picture &picture)
 {
+    if (picture.layers == 0)
+        return {};
     Bytes count;
     count.number(static_cast<qint16>(picture.layers)).append(2, '\0');
-    Bytes section;
-    if (picture.layersInTaggedBlock) {
-        section.length(0, picture.large)
-            .number(quint32(0))
-            .append("8BIMPatt")
-            .append(4, '\0')
-            .append("8BIMLr16");
-        section.length(count.size(), picture.large).append(count);
-    } else if (picture.layers != 0) {
-        section.length(count.size(), picture.large).append(count);
-    }
-    return section;
-}
-
-QByteArray resource(quint16 id, const QByteArray &data)
-{
-    Bytes bytes;
-    bytes.append("8BIM");
-    bytes.number(id).number(quint16(0)).number(static_cast<quint32>(data.size()));
-    return bytes + data + QByteArray(data.size() % 2, '\0');
+    if (!picture.layersInTaggedBlock)
+        return Bytes().section(count, picture.large);
+    Bytes tagged;
+    tagged.section({}, picture.large).section({}).append("8BIMPatt");
+    tagged.section({}).append(picture.depth == 32 ? "8BIMLr32" : "8BIMLr16");
+    return tagged.section(count, picture.large);
 }
 
 } // namespace
@@ -153,17 +129,13 @@ QByteArray make(const Picture &picture)
     QByteArray table;
     for (int i = 0; picture.mode == Indexed && i < 768; ++i)
         table += static_cast<char>(i < 256 ? i : i < 512 ? 255 - i : i / 2); // red, then green, then blue
-    file.length(table.size(), false).append(table);
-
-    QByteArray resources = resource(1005, QByteArray::fromHex("00c80000000100010064000000010001"));
+    Bytes resources;
+    resources.resource(1005, QByteArray::fromHex("00c80000000100010064000000010001"));
     if (picture.namesChannels)
-        resources += resource(1006, "\7Alpha 1");
+        resources.resource(1006, "\7Alpha 1");
     if (!picture.profile.isEmpty())
-        resources += resource(1039, picture.profile);
-    file.length(resources.size(), false).append(resources);
-
-    const QByteArray layers = layerSection(picture);
-    file.length(layers.size(), picture.large).append(layers);
+        resources.resource(1039, picture.profile);
+    file.section(table).section(resources).section(layerSection(picture), picture.large);
     return file + mergedPicture(picture);
 }
 

@@ -1,7 +1,5 @@
 #include "support/PspFiles.h"
-
-#include <QBuffer>
-#include <QDataStream>
+#include "support/ByteFile.h"
 
 #include <functional>
 
@@ -9,20 +7,10 @@ namespace PspFiles {
 
 namespace {
 
-/// A file in the making. Numbers have their low byte first.
-class Bytes : public QByteArray
+/// Numbers have their low byte first.
+class Bytes : public ByteFile<QDataStream::LittleEndian>
 {
 public:
-    template <typename Number>
-    Bytes &number(Number value)
-    {
-        QByteArray bytes;
-        QDataStream stream(&bytes, QIODevice::WriteOnly);
-        stream.setByteOrder(QDataStream::LittleEndian);
-        stream << value;
-        append(bytes);
-        return *this;
-    }
     Bytes &block(quint16 id, const QByteArray &content)
     {
         append("~BK").append('\0');
@@ -41,19 +29,10 @@ Bytes fields(const QByteArray &content)
 
 QByteArray packed(const QByteArray &data, Compression compression)
 {
-    if (compression == Zip)
-        return qCompress(data).mid(4); // without Qt's own length
-    if (compression == Raw)
-        return data;
-    QByteArray runs;
-    for (qsizetype at = 0; at < data.size();) {
-        qsizetype run = 1;
-        while (at + run < data.size() && run < 127 && data[at + run] == data[at])
-            ++run;
-        runs.append(run > 1 ? static_cast<char>(128 + run) : '\1').append(data[at]);
-        at += run;
-    }
-    return runs;
+    if (compression == RunLength)
+        return packedRuns(
+            data, [](auto count) { return 128 + count; }, [](auto count) { return count; });
+    return compression == Zip ? zipped(data) : data;
 }
 
 QByteArray channel(const File &file, quint16 bitmap, quint16 id, const std::function<int(int, int)> &sample)
@@ -82,33 +61,30 @@ QByteArray channel(const File &file, quint16 bitmap, quint16 id, const std::func
 QByteArray composite(const File &file)
 {
     const QImage &picture = file.picture;
-    const int shift = picture.format() == QImage::Format_RGBA64 ? 0 : 8;
-    const auto colour = [&](int x, int y) { return picture.pixelColor(x, y).rgba64(); };
-    Bytes content = fields(QByteArray(4, '\0'));
+    const QByteArray start = fields(QByteArray(4, '\0'));
     if (picture.depth() == 8) {
         Bytes table;
         for (const QRgb entry : picture.colorTable())
             table.number(entry & 0xffffff);
-        if (!table.isEmpty())
-            content.block(2, fields(QByteArray(4, '\0')) + table);
-        content += channel(file, 8, 0, [&](int x, int y) { return picture.constScanLine(y)[x]; });
-        return content;
+        const auto index = [&](int x, int y) { return picture.constScanLine(y)[x]; };
+        const QByteArray indexes = channel(file, 8, 0, index);
+        return table.isEmpty() ? start + indexes : Bytes().block(2, start + table).prepend(start) + indexes;
     }
-    content += channel(file, 8, 1, [&](int x, int y) { return colour(x, y).red() >> shift; });
-    content += channel(file, 8, 2, [&](int x, int y) { return colour(x, y).green() >> shift; });
-    content += channel(file, 8, 3, [&](int x, int y) { return colour(x, y).blue() >> shift; });
-    content += channel(file, 9, 0, [&](int x, int y) { return colour(x, y).alpha() >> shift; });
-    return content;
+    const auto coloured = [&](quint16 bitmap, quint16 id, quint16 (QRgba64::*part)() const) {
+        const int shift = picture.depth() == 64 ? 0 : 8;
+        return channel(file, bitmap, id,
+                       [&](int x, int y) { return (picture.pixelColor(x, y).rgba64().*part)() >> shift; });
+    };
+    return start + coloured(8, 1, &QRgba64::red) + coloured(8, 2, &QRgba64::green)
+           + coloured(8, 3, &QRgba64::blue) + coloured(9, 0, &QRgba64::alpha);
 }
 
-QByteArray attributes(QSize size, int depth, quint16 compression, quint16 kind)
+QByteArray attributes(QSize size, int depth, int compression, int kind)
 {
     Bytes content;
-    content.number(size.width())
-        .number(size.height())
-        .number(static_cast<quint16>(depth))
-        .number(compression);
-    content.number(quint16(1)).number(quint32(0)).number(kind);
+    content.number(size.width()).number(size.height());
+    for (const int value : {depth, compression, 1, 0, 0, kind})
+        content.number(static_cast<quint16>(value));
     return Bytes().block(17, fields(content));
 }
 
@@ -122,7 +98,8 @@ QByteArray make(const File &file)
     general.number(size.width()).number(size.height()).append(34, '\0');
     Bytes bytes;
     bytes.append("Paint Shop Pro Image File\n\x1a").append(5, '\0');
-    bytes.number(quint16(8)).number(quint16(0)).block(0, fields(general)).block(1, QByteArray(7, '\1'));
+    bytes.number(quint32(8)); // the version
+    bytes.block(0, fields(general)).block(1, QByteArray(7, '\1'));
 
     Bytes bank = fields(QByteArray(4, '\0'));
     QByteArray jpeg;
@@ -132,7 +109,7 @@ QByteArray make(const File &file)
         bank += attributes(file.preview.size(), 24, 3, 1);
     }
     if (file.hasComposite)
-        bank += attributes(size, depth, static_cast<quint16>(file.compression), 0);
+        bank += attributes(size, depth, file.compression, 0);
     if (!jpeg.isEmpty())
         bank.block(18, fields(QByteArray(10, '\0')) + jpeg);
     if (file.hasComposite)
