@@ -2,12 +2,14 @@
 //
 //   make-seeds FORMAT FOLDER
 
-#include "HeifSeeds.h"
-#include "JxlSeeds.h"
+#include "formats/heif/HeifWriter.h"
+#include "formats/jxl/JxlWriter.h"
 #include "support/PsdFiles.h"
 #include "support/PspFiles.h"
 #include "support/TiffFiles.h"
 
+#include <QBuffer>
+#include <QColorSpace>
 #include <QDir>
 #include <QGuiApplication>
 #include <QMap>
@@ -19,6 +21,49 @@
 #include <functional>
 
 namespace {
+
+/// Pictures of several kinds, as a writer writes them.
+QList<QByteArray> written(const std::function<bool(const QImage &, QIODevice &)> &write)
+{
+    QList<QByteArray> seeds;
+    for (const QSize size : {QSize(32, 24), QSize(7, 5)}) {
+        QImage image(size, QImage::Format_ARGB32);
+        for (int y = 0; y < size.height(); ++y)
+            for (int x = 0; x < size.width(); ++x)
+                image.setPixel(x, y, qRgba(x * 5, y * 7, x * y, 255 - x));
+        for (const auto format : {QImage::Format_RGB32, QImage::Format_ARGB32, QImage::Format_RGBX64,
+                                  QImage::Format_RGBA64, QImage::Format_Grayscale8}) {
+            QImage picture = image.convertToFormat(format);
+            if (format != QImage::Format_Grayscale8) // one space that has code points, one as a profile
+                picture.setColorSpace(size.width() > 7 ? QColorSpace::DisplayP3 : QColorSpace::ProPhotoRgb);
+            QBuffer buffer;
+            buffer.open(QIODevice::WriteOnly);
+            if (write(picture, buffer))
+                seeds += buffer.data();
+        }
+    }
+    return seeds;
+}
+
+QList<QByteArray> heifSeeds()
+{
+    using HeifWriter::Coding;
+    QList<QByteArray> seeds;
+    for (const Coding coding : {Coding::Hevc, Coding::Av1})
+        seeds += written([=](const QImage &image, QIODevice &device) {
+            return HeifWriter::write(image, device, coding, 30);
+        });
+    return seeds;
+}
+
+QList<QByteArray> jxlSeeds()
+{
+    QList<QByteArray> seeds;
+    for (const int quality : {50, 100})
+        seeds += written(
+            [=](const QImage &image, QIODevice &device) { return JxlWriter::write(image, device, quality); });
+    return seeds;
+}
 
 QList<QByteArray> psdSeeds()
 {
@@ -86,8 +131,8 @@ void writeAll(const QList<QByteArray> &seeds, const QString &folder)
 }
 
 const QMap<QString, std::function<void(const QString &)>> makers{
-    {"heif", makeHeifSeeds},
-    {"jxl", makeJxlSeeds},
+    {"heif", [](const QString &folder) { writeAll(heifSeeds(), folder); }},
+    {"jxl", [](const QString &folder) { writeAll(jxlSeeds(), folder); }},
     {"psd", [](const QString &folder) { writeAll(psdSeeds(), folder); }},
     {"psp", [](const QString &folder) { writeAll(pspSeeds(), folder); }},
     {"tiff", makeTiffSeeds},
