@@ -49,10 +49,10 @@ private slots:
         QCOMPARE(program->window->windowTitle(), "Orrelan Gallery-Create a PDF File from Multiple Images");
         QVERIFY(tool("pdfPageOrientationLanscapeButton")->isChecked());
         QVERIFY(tool("pdfAddMarginButton")->isChecked() && !tool("pdfNoMarginButton")->isChecked());
-        QCOMPARE(find<QComboBox>("pdfPaperSizeComboBox")->currentText(), "Letter");
-        QCOMPARE(find<QComboBox>("pdfQualityComboBox")->currentText(), "300 dpi");
-        QCOMPARE(find<QComboBox>("targetComboBox")->currentText(), "PNG");
-        QCOMPARE(find<QSpinBox>("qualitySpinBox")->value(), 95);
+        for (const auto &[box, chosen] : {std::pair("pdfPaperSizeComboBox", "Letter"),
+                                          {"pdfQualityComboBox", "300 dpi"},
+                                          {"targetComboBox", "PNG"}})
+            QCOMPARE(find<QComboBox>(box)->currentText(), chosen);
         QCOMPARE(batchSettings().allKeys(), QStringList());
         QCOMPARE(visible(), QStringList({"backButton", "noItemFrame", "openFileAddButton", "optionsWidget",
                                          "outputWidget"}));
@@ -80,7 +80,10 @@ private slots:
         open("pdfButton", {"a.png", "b.png", "c.png"});
         QTRY_COMPARE(rows(), QStringList({"a", "b", "c"}));
         QTRY_VERIFY(view()->isVisible());
-        QCOMPARE(view()->model()->index(0, 0).data().toString(), "a.png\n90x60\n" + path("photos"));
+        const QModelIndex first = view()->model()->index(0, 0);
+        QCOMPARE(first.data().toString(), "a.png\n90x60\n" + path("photos"));
+        const QImage icon = first.data(Qt::DecorationRole).value<QIcon>().pixmap(64).toImage();
+        QCOMPARE(Pictures::quartersOf(icon.copy(0, 11, 64, 42)), "red green blue yellow");
         QVERIFY(!tool("upButton")->isEnabled() && !tool("removeButton")->isEnabled());
         select({0});
         QVERIFY(!tool("upButton")->isEnabled() && tool("downButton")->isEnabled());
@@ -99,7 +102,7 @@ private slots:
         QVERIFY(find<QWidget>("noItemFrame")->isVisible() && !find<QWidget>("previewImage")->isVisible());
 
         // Folders are looked through, a file that is there already moves to the end.
-        emit find<ImagesToPDFFrame>("noItemFrame")->addURLs({QUrl::fromLocalFile(path("photos"))});
+        add({"photos"});
         QTRY_COMPARE(rows().size(), 4);
         QTRY_VERIFY(view()->isVisible());
         answers = {QStringList({path("photos/a.png"), path("photos/deep/d.png")})};
@@ -109,19 +112,6 @@ private slots:
         QVERIFY(asked.last().startsWith("Add Image Files: "));
         tool("clearButton")->click();
         QVERIFY(find<QWidget>("noItemFrame")->isVisible());
-    }
-
-    void iconsComeFromTheThumbnail()
-    {
-        open("pdfButton", {"a.png"});
-        QTRY_COMPARE(rows().size(), 1);
-        const auto icon = [&] {
-            return view()->model()->index(0, 0).data(Qt::DecorationRole).value<QIcon>().pixmap(64).toImage();
-        };
-        QCOMPARE(icon().size(), QSize(64, 64));
-        QCOMPARE(icon().pixelColor(32, 2), QColor(Qt::white));
-        QCOMPARE(Pictures::quartersOf(icon().copy(0, 11, 64, 42)),
-                 Pictures::quartersOf(Pictures::quarters({60, 40})));
     }
 
     void previewOfAThumbnailAndOfAFileWithoutOne()
@@ -237,9 +227,9 @@ private slots:
         open("convertButton", {});
         Pictures::saveMany(path("photos"), 60, QSize(1500, 1000));
         VistamoGlobal::outputFolder = path("out");
-        emit find<ImagesToPDFFrame>("noItemFrame")->addURLs({QUrl::fromLocalFile(path("photos"))});
+        add({"photos"});
         QTRY_VERIFY(view()->isVisible());
-        emit find<ImagesToPDFFrame>("noItemFrame")->addURLs({QUrl::fromLocalFile(path("photos"))});
+        add({"photos"});
         tool("createPdfButton")->click();
         QTRY_COMPARE(find<QLabel>("label_2")->text().section('/', -2, -2), "photos");
         QTRY_VERIFY(disk("out").size() > 2);
@@ -253,16 +243,15 @@ private slots:
     void theFirstUrlDecidesOnADrop()
     {
         open("pdfButton", {});
-        const QUrl picture = QUrl::fromLocalFile(path("photos/a.png"));
-        const QUrl text = QUrl::fromLocalFile(path("photos/a.txt"));
-        for (const QList<QUrl> &urls : {QList<QUrl>{picture, text}, QList<QUrl>{text, picture}}) {
+        const QStringList names = {"photos/a.png", "photos/a.txt"};
+        for (const QStringList &dropped : {names, QStringList{names[1], names[0]}}) {
             QMimeData data;
-            data.setUrls(urls);
+            data.setUrls(urls(dropped));
             QDragEnterEvent event(QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
             QApplication::sendEvent(find<QWidget>("noItemFrame"), &event);
-            QCOMPARE(event.isAccepted(), urls.first() == picture);
+            QCOMPARE(event.isAccepted(), dropped == names);
         }
-        emit find<ImagesToPDFFrame>("noItemFrame")->addURLs({text, picture});
+        add({names[1], names[0]});
         QTRY_COMPARE(rows(), QStringList("a"));
     }
 
@@ -270,14 +259,14 @@ private slots:
     {
         open("convertButton", {});
         Pictures::saveMany(path("photos"), 60, QSize(1500, 1000));
-        emit find<ImagesToPDFFrame>("noItemFrame")->addURLs({QUrl::fromLocalFile(path("photos"))});
+        add({"photos"});
         QTRY_VERIFY(rows().size() > 2);
         tool("backButton")->click();
         QTRY_VERIFY(!program->window->findChild<ImagesToPDFForm *>());
 
         program->click("convertButton");
         VistamoGlobal::outputFolder = path("out");
-        emit find<ImagesToPDFFrame>("noItemFrame")->addURLs({QUrl::fromLocalFile(path("photos"))});
+        add({"photos"});
         QTRY_VERIFY(view()->isVisible());
         tool("createPdfButton")->click();
         QTRY_VERIFY(disk("out").size() > 2);
@@ -303,6 +292,19 @@ private:
             VistamoGlobal::checkedItemList.append({path("photos"), name, true});
         program->click(button);
         QVERIFY(form()->isVisible());
+    }
+
+    QList<QUrl> urls(const QStringList &names) const
+    {
+        QList<QUrl> urls;
+        for (const QString &name : names)
+            urls.append(QUrl::fromLocalFile(path(name)));
+        return urls;
+    }
+    /// As if these had been dropped on the empty list.
+    void add(const QStringList &names) const
+    {
+        emit find<ImagesToPDFFrame>("noItemFrame")->addURLs(urls(names));
     }
 
     ImagesToPDFForm *form() const { return program->window->findChild<ImagesToPDFForm *>(); }
@@ -347,24 +349,8 @@ private:
         return names;
     }
 
-    /// Does something with the next modal dialog.
-    void whenDialog(std::function<void(QWidget *)> action)
-    {
-        auto *const timer = new QTimer(this);
-        connect(timer, &QTimer::timeout, this, [this, timer, action = std::move(action)] {
-            if (QWidget *const dialog = QApplication::activeModalWidget()) {
-                timer->stop();
-                timer->deleteLater();
-                ++dialogsSeen;
-                action(dialog);
-            }
-        });
-        timer->start(10);
-    }
-
     QVariantList answers; ///< to the questions in turn
     QStringList asked;
-    int dialogsSeen = 0;
 };
 
 QTEST_MAIN(BatchFormTest)

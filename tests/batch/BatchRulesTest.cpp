@@ -24,24 +24,6 @@ private slots:
         QCOMPARE(convertTarget("/in/.jpg", "", ".png"), "/.png");
     }
 
-    void tablesOfPaperAndResolution()
-    {
-        std::iota(std::begin(VistamoGlobal::pageSizeComboIndex), std::end(VistamoGlobal::pageSizeComboIndex),
-                  0);
-        QStringList papers;
-        for (int row = -1; row < 6; ++row) {
-            QSizeF points;
-            const QPageSize page = getPageSize(row, &points);
-            papers.append(QStringLiteral("%1 %2 %3").arg(page.id()).arg(points.width()).arg(points.height()));
-        }
-        QCOMPARE(papers, QStringList({"0 612 792", "0 612 792", "7 595.276 841.89", "8 419.528 595.276",
-                                      "1 612 1008", "2 696 1013", "0 612 792"}));
-        QList<int> resolutions;
-        for (int row = -1; row < 7; ++row)
-            resolutions.append(getResolution(row));
-        QCOMPARE(resolutions, QList<int>({300, 96, 150, 300, 400, 600, 1200, 300}));
-    }
-
     void placeOnThePage_data()
     {
         QTest::addColumn<QSize>("picture");
@@ -68,18 +50,6 @@ private slots:
         QFETCH(QSize, available);
         QTEST(pdfPictureSize(picture, available, false), "drawn");
         QTEST(pdfPictureSize(picture, available, true), "enlarged");
-    }
-
-    void marginsAreTensOfDevicePixels()
-    {
-        BatchOptions options;
-        options.pageMarginSize = 20;
-        QCOMPARE(pdfMargin(options), 0);
-        options.pageMargin = 2;
-        QCOMPARE(pdfMargin(options), 200);
-        QCOMPARE(pdfAvailableSize(QSize(3300, 2550), 200), QSize(2900, 2150));
-        options.pageMarginSize = std::numeric_limits<int>::max();
-        QVERIFY(pdfMargin(options) > 0);
     }
 
     void optionsOfAFreshInstallationAndOfALaterOne()
@@ -113,10 +83,6 @@ private slots:
 
     void rowsOfTheList()
     {
-        const QString text = batchItemText("/photos/a.jpg", "4032x3024");
-        QCOMPARE(text, "a.jpg\n4032x3024\n/photos");
-        QCOMPARE(fullPathFromItemText(text), "/photos/a.jpg");
-
         const auto icon = [](QSize size) {
             QImage image(size, QImage::Format_RGB32);
             image.fill(Qt::red);

@@ -6,8 +6,6 @@
 
 #include <QtTest>
 
-#include <sys/wait.h>
-
 /// Runs of the worker on real files: what is converted, and what is left on the disk when it fails.
 class ConvertTest : public FolderTest
 {
@@ -185,41 +183,6 @@ private slots:
         stopAfter = -1;
     }
 
-    void aKilledRunLeavesNoHalfFile()
-    {
-        for (int i = 0; i < 60; ++i)
-            Pictures::save(path(QStringLiteral("in/%1.jpg").arg(i, 2, 10, QChar('0'))), QSize(1200, 900));
-        const pid_t child = fork();
-        if (child == 0) { // threads do not come along: a program of its own
-            execl(qPrintable(QCoreApplication::applicationFilePath()), "ConvertTest", "--convert",
-                  qPrintable(folder->path()), nullptr);
-            _exit(1);
-        }
-        QTRY_VERIFY(disk("out").size() > 5);
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
-        for (const QString &name : disk("out"))
-            QCOMPARE(QImage(path("out/" + name)).size(), QSize(1200, 900));
-        for (const QString &name :
-             QDir(path("out")).entryList({".orrelan-*.tmp"}, QDir::Files | QDir::Hidden))
-            QVERIFY(QFile::remove(path("out/" + name)));
-        QVERIFY(disk("out").size() < 60);
-    }
-
-public:
-    /// Converts everything in the folder "in", until it is killed.
-    static void convertAll(const QString &folder)
-    {
-        ImagesToPDFConvertThread thread;
-        for (const QFileInfo &info : QDir(folder + "/in").entryInfoList(QDir::Files, QDir::Name))
-            thread.sourceFiles.append(info.filePath());
-        thread.targetPath = folder + "/out";
-        thread.targetExtension = ".png";
-        thread.isConvertMode = 1;
-        thread.start();
-        thread.wait();
-    }
-
 private:
     /// Runs the worker; the targets that existed and their sources, as "target < source".
     QStringList convert(const QStringList &sources, const QString &extension, bool overwrite = false,
@@ -274,14 +237,5 @@ private:
     int stopAfter = -1;
 };
 
-int main(int argc, char *argv[])
-{
-    QGuiApplication application(argc, argv);
-    if (argc == 3 && qstrcmp(argv[1], "--convert") == 0) {
-        ConvertTest::convertAll(QString::fromLocal8Bit(argv[2]));
-        return 0;
-    }
-    ConvertTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_GUILESS_MAIN(ConvertTest)
 #include "ConvertTest.moc"

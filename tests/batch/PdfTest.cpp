@@ -1,4 +1,3 @@
-#include "batch/BatchOptions.h"
 #include "batch/ImagesToPDFConvertThread.h"
 #include "batch/PdfPageLayout.h"
 #include "shared/VistamoGlobal.h"
@@ -32,50 +31,50 @@ private slots:
         Pictures::save(path("b.png"), QSize(3000, 400));
     }
 
-    /// Every paper, orientation and resolution, with and without margin.
+    /// Every paper, orientation and resolution, with and without margin, and numbers beyond the tables.
     void pagesAreAsChosen()
     {
         // Points, as the paper's makers have them.
-        const QList<QSizeF> papers = {{612, 792}, {595, 842}, {420, 595}, {612, 1008}, {540, 720}};
-        for (int paper = 0; paper < papers.size(); ++paper) {
-            for (int quality = 0; quality < 6; ++quality) {
-                VistamoGlobal::pageSize = paper;
-                VistamoGlobal::pdfQuality = quality;
-                VistamoGlobal::pageOrientation = (paper + quality) % 2;
-                VistamoGlobal::pageMargin = quality % 2;
-                VistamoGlobal::pageMarginSize = 5 + quality * 15;
-                VistamoGlobal::resizeImageToPaper = quality == 4;
-                const QString info = create({"a.png", "b.png"});
-                QVERIFY2(info.contains(QRegularExpression("Pages: +2\n")), qPrintable(info));
-                QVERIFY2(info.contains(QRegularExpression("PDF version: +1.6\n")), qPrintable(info));
-                const auto size = QRegularExpression("Page size: +([0-9.]+) x ([0-9.]+) pts").match(info);
-                const QSizeF expected =
-                    VistamoGlobal::pageOrientation ? papers[paper].transposed() : papers[paper];
-                QVERIFY2(qAbs(size.captured(1).toDouble() - expected.width()) < 1
-                             && qAbs(size.captured(2).toDouble() - expected.height()) < 1,
-                         qPrintable(info));
+        const QList<QSizeF> papers = {{612, 792},  {612, 792}, {595, 842}, {420, 595},
+                                      {612, 1008}, {540, 720}, {612, 792}};
+        const QList<int> resolutions = {300, 96, 150, 300, 400, 600, 1200, 300};
+        for (int i = 0; i < 28; ++i) {
+            const bool enlarged = i % 3 == 0;
+            const int resolution = resolutions[i % 8];
+            VistamoGlobal::pageSize = i % 7 - 1;
+            VistamoGlobal::pdfQuality = i % 8 - 1;
+            VistamoGlobal::pageOrientation = i % 2;
+            VistamoGlobal::pageMargin = i / 2 % 2;
+            VistamoGlobal::pageMarginSize = 5 + resolution / 12;
+            VistamoGlobal::resizeImageToPaper = enlarged;
+            const QString info = create({"a.png", "b.png"});
+            QVERIFY2(info.contains(QRegularExpression("Pages: +2\n")), qPrintable(info));
+            QVERIFY2(info.contains(QRegularExpression("PDF version: +1.6\n")), qPrintable(info));
+            const auto size = QRegularExpression("Page size: +([0-9.]+) x ([0-9.]+) pts").match(info);
+            const QSizeF expected = i % 2 ? papers[i % 7].transposed() : papers[i % 7];
+            QVERIFY2(qAbs(size.captured(1).toDouble() - expected.width()) < 1
+                         && qAbs(size.captured(2).toDouble() - expected.height()) < 1,
+                     qPrintable(info));
 
-                const double pixels = getResolution(quality) / 72.0; // a point
-                const int margin = quality % 2 ? (5 + quality * 15) * 10 : 0;
-                const QSize available =
-                    QSize(qRound(expected.width() * pixels), qRound(expected.height() * pixels))
-                    - QSize(2 * margin, 2 * margin);
-                const QList<QSize> stored = pictureSizes();
-                QCOMPARE(stored.size(), 2);
-                const QList<QSize> pictures = {QSize(90, 60), QSize(3000, 400)};
-                for (int page = 0; page < 2; ++page) {
-                    const QSize drawn =
-                        pdfPictureSize(pictures[page], available, VistamoGlobal::resizeImageToPaper);
-                    // The sheet is rounded to whole pixels.
-                    QVERIFY(qAbs(stored[page].width() - drawn.width()) <= 4);
-                    QVERIFY(qAbs(stored[page].height() - drawn.height()) <= 4);
-                    const QRectF seen = pictureOnPage(page + 1);
-                    const QRectF wanted(QPointF(margin, margin) / pixels, QSizeF(stored[page]) / pixels);
-                    for (const double difference :
-                         {seen.left() - wanted.left(), seen.top() - wanted.top(),
-                          seen.right() - wanted.right(), seen.bottom() - wanted.bottom()})
-                        QVERIFY2(qAbs(difference) <= 2.5, qPrintable(QStringLiteral("%1").arg(difference)));
-                }
+            const double pixels = resolution / 72.0; // a point
+            const int margin = i / 2 % 2 * VistamoGlobal::pageMarginSize * 10;
+            const QSize available =
+                QSize(qRound(expected.width() * pixels), qRound(expected.height() * pixels))
+                - QSize(2 * margin, 2 * margin);
+            const QList<QSize> stored = pictureSizes();
+            QCOMPARE(stored.size(), 2);
+            const QList<QSize> pictures = {QSize(90, 60), QSize(3000, 400)};
+            for (int page = 0; page < 2; ++page) {
+                const QSize drawn = pdfPictureSize(pictures[page], available, enlarged);
+                // The sheet is rounded to whole pixels.
+                QVERIFY(qAbs(stored[page].width() - drawn.width()) <= 4);
+                QVERIFY(qAbs(stored[page].height() - drawn.height()) <= 4);
+                const QRectF seen = pictureOnPage(page + 1);
+                const QRectF wanted(QPointF(margin, margin) / pixels, QSizeF(stored[page]) / pixels);
+                for (const double difference :
+                     {seen.left() - wanted.left(), seen.top() - wanted.top(), seen.right() - wanted.right(),
+                      seen.bottom() - wanted.bottom()})
+                    QVERIFY2(qAbs(difference) <= 2.5, qPrintable(QStringLiteral("%1").arg(difference)));
             }
         }
     }
@@ -83,9 +82,12 @@ private slots:
     void marginsBeyondTheSheetDrawNothingAndDoNotFail()
     {
         VistamoGlobal::pageMargin = 1;
-        VistamoGlobal::pageMarginSize = 99;
         VistamoGlobal::resizeImageToPaper = true;
-        QVERIFY(create({"a.png", "b.png"}).contains(QRegularExpression("Pages: +2\n")));
+        for (const int margin : {99, std::numeric_limits<int>::max()}) {
+            VistamoGlobal::pageMarginSize = margin;
+            QVERIFY(create({"a.png", "b.png"}).contains(QRegularExpression("Pages: +2\n")));
+            QVERIFY(pictureOnPage(1).isEmpty());
+        }
     }
 
     void edgesAreSmoothOnlyIfWanted()

@@ -222,22 +222,6 @@ private:
 
     void trigger(const char *slot) const { QMetaObject::invokeMethod(program->find("ThumbsForm"), slot); }
 
-    /// Does something with the next modal dialog.
-    void whenDialog(const std::function<void(QWidget *)> &action)
-    {
-        auto *const timer = new QTimer(this);
-        connect(timer, &QTimer::timeout, this, [=] {
-            if (QWidget *const dialog = QApplication::activeModalWidget()) {
-                timer->stop();
-                timer->deleteLater();
-                action(dialog);
-                if (dialog->isVisible())
-                    dialog->close(); // a failed check must not leave it open
-            }
-        });
-        timer->start(20);
-    }
-
     QHash<QString, QByteArray> contents;
     QString target;
     QStringList messages;

@@ -7,12 +7,14 @@
 #include "support/Files.h"
 #include "support/Pictures.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QLabel>
 #include <QListView>
 #include <QSpinBox>
+#include <QTimer>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 
 /// The real window of the program with its widgets by name, for as long as one test runs.
@@ -136,7 +138,24 @@ protected:
                                                                    : std::nullopt;
         });
     }
+    /// Does something with the next modal dialog.
+    void whenDialog(const std::function<void(QWidget *)> &action)
+    {
+        auto *const timer = new QTimer(this);
+        connect(timer, &QTimer::timeout, this, [this, timer, action] {
+            if (QWidget *const dialog = QApplication::activeModalWidget()) {
+                timer->stop();
+                timer->deleteLater();
+                ++dialogsSeen;
+                action(dialog);
+                if (dialog->isVisible())
+                    dialog->close(); // a failed check must not leave it open
+            }
+        });
+        timer->start(10);
+    }
     QString text(const char *label) const { return program->text(label); }
 
+    int dialogsSeen = 0;
     std::unique_ptr<Program> program;
 };
