@@ -1,6 +1,5 @@
 #include "library/FileNames.h"
 #include "library/ThumbnailDelegate.h"
-#include "library/TTreeView.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
 #include "viewer/TImageLabel.h"
@@ -89,17 +88,6 @@ private slots:
             delegate.initStyleOption(&option, item->index());
             QCOMPARE(option.features.testFlag(QStyleOptionViewItem::HasCheckIndicator), checkable);
         }
-    }
-
-    void movedRow()
-    {
-        using enum TTreeView::DropPlace;
-        QCOMPARE(TTreeView::movedRow(0, 2, OnItem, 5), 2);
-        QCOMPARE(TTreeView::movedRow(0, 2, AboveItem, 5), 1);
-        QCOMPARE(TTreeView::movedRow(0, 2, BelowItem, 5), 2);
-        QCOMPARE(TTreeView::movedRow(3, 1, AboveItem, 5), 1);
-        QCOMPARE(TTreeView::movedRow(3, 1, BelowItem, 5), 2);
-        QCOMPARE(TTreeView::movedRow(1, -1, OnViewport, 5), 4);
     }
 
     void labelShowsThePictureCentred()
