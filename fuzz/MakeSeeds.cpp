@@ -108,16 +108,12 @@ QList<QByteArray> pspSeeds()
 
 void makeTiffSeeds(const QString &folder)
 {
+    int seed = 0;
     for (const int tile : {0, 16})
         for (const int planes : {PLANARCONFIG_CONTIG, PLANARCONFIG_SEPARATE})
             for (const int samples : {1, 4})
                 for (const int compression : {COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE})
-                    TiffFiles::make(QStringLiteral("%1/%2 %3 %4 %5")
-                                        .arg(folder)
-                                        .arg(tile)
-                                        .arg(planes)
-                                        .arg(samples)
-                                        .arg(compression),
+                    TiffFiles::make(folder + '/' + QString::number(seed++),
                                     {tile, planes, samples, compression, 6});
 }
 
