@@ -25,7 +25,7 @@ private slots:
         start({}, 0);
         QCOMPARE(program->window->windowTitle(), "Orrelan Gallery");
         QVERIFY(program->find("noItemFrame")->isVisible());
-        for (const char *const hidden : {"mainListView", "sideTreeView", "pathWidget", "toolsButton"})
+        for (const char *const hidden : {"mainListView", "sideTreeView", "pathWidget"})
             QVERIFY2(!program->find(hidden)->isVisible(), hidden);
         for (const char *const disabled :
              {"openFileMinButton", "slideShowButton", "deleteButton", "minButton"})
