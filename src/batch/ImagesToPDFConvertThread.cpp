@@ -5,6 +5,7 @@
 #include "shared/ImageReading.h"
 #include "shared/ReplacementFile.h"
 
+#include <QColorSpace>
 #include <QFileInfo>
 #include <QImageWriter>
 #include <QtDebug>
@@ -50,6 +51,19 @@ void save(const QImage &image, const QByteArray &format, const Conversion &conve
     }
 }
 
+/// The picture as `format` can carry it. A profile of one model, gray or RGB, on pixels of the other is
+/// refused or dropped by writers and readers, and Qt's JPEG writer drops that of every gray picture: there
+/// the colours become sRGB, which is what a reader assumes.
+QImage withWritableProfile(QImage image, const QByteArray &format)
+{
+    const QByteArray profile = image.colorSpace().iccProfile();
+    const bool grayPixels = QImage::toPixelFormat(image.format()).colorModel() == QPixelFormat::Grayscale;
+    const bool grayProfile = profile.mid(16, 4) == "GRAY"; // the header's field for the model
+    if (!profile.isEmpty() && (grayPixels != grayProfile || (grayPixels && format == "jpg")))
+        image.convertToColorSpace(QColorSpace::SRgb);
+    return image;
+}
+
 void convert(const Conversion &conversion)
 {
     const QByteArray format = QFileInfo(conversion.target).suffix().toLower().toLatin1();
@@ -62,7 +76,7 @@ void convert(const Conversion &conversion)
     if (gif)
         saveGif(picture.image, conversion);
     else
-        save(picture.image, format, conversion);
+        save(withWritableProfile(picture.image, format), format, conversion);
 }
 
 } // namespace

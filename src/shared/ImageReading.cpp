@@ -41,6 +41,15 @@ QImage inSrgb(QImage image)
     return image;
 }
 
+/// The gamma that PNG files of sRGB pictures carry for programs that do not know sRGB (chunk gAMA, value
+/// 45455); taken as it stands it would crush the shadows.
+bool isUsualGamma(const QColorSpace &colourSpace)
+{
+    return colourSpace.primaries() == QColorSpace::Primaries::SRgb
+           && colourSpace.transferFunction() == QColorSpace::TransferFunction::Gamma
+           && qAbs(colourSpace.gamma() - 2.2F) < 0.01F;
+}
+
 /// One file that is being read.
 class PictureFile
 {
@@ -75,22 +84,32 @@ public:
     {
         if (!decoding)
             return {};
-        // An unscaled picture of four bytes a pixel, which may have to be turned: two of them at a time.
-        const QSize full = reader.scaledSize().isValid() ? reader.scaledSize() : size();
-        auto share = std::make_unique<const MemoryBudget::Share>(
-            full.isEmpty() ? 0 : 8LL * full.width() * full.height());
-        QImage image = reader.format() == "tiff" ? readTiff() : oriented(reader.read(), ignored);
+        auto share = std::make_unique<const MemoryBudget::Share>(bytesToDecode());
+        const QByteArray format = reader.format();
+        QImage image = format == "tiff" ? readTiff() : oriented(reader.read(), ignored);
+        if (format == "png" && isUsualGamma(image.colorSpace()))
+            image.setColorSpace(QColorSpace::SRgb);
         return {std::move(image), std::move(share)};
     }
 
 private:
+    /// Memory for two of the decoded picture, which may have to be turned. Not every decoder that gives a
+    /// scaled picture decodes a smaller one.
+    qint64 bytesToDecode() const
+    {
+        const QByteArray format = reader.format();
+        const bool decodesScaled = reader.scaledSize().isValid() && (format == "jpeg" || format == "webp");
+        const QSize decoded = decodesScaled ? reader.scaledSize() : size();
+        const int bits = QImage::toPixelFormat(reader.imageFormat()).bitsPerPixel();
+        return decoded.isEmpty() ? 0 : 2LL * decoded.width() * decoded.height() * std::max(bits / 8, 4);
+    }
+
     /// Qt's TIFF plug-in takes some kinds for others and fails with some: ours stands in.
     QImage readTiff()
     {
         QImageReader ours(reader.fileName(), "orrelan-tiff");
         ours.setAutoDetectImageFormat(false);
         ours.setAutoTransform(true);
-        ours.setScaledSize(reader.scaledSize());
         if (ours.canRead())
             return ours.read();
         const QImage image = reader.read();

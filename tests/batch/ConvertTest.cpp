@@ -1,9 +1,11 @@
 #include "batch/ImagesToPDFConvertThread.h"
+#include "shared/ImageReading.h"
 #include "shared/VistamoGlobal.h"
 #include "support/Failures.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
 
+#include <QColorSpace>
 #include <QtTest>
 
 /// Runs of the worker on real files: what is converted, and what is left on the disk when it fails.
@@ -153,6 +155,47 @@ private slots:
             QVERIFY(source.startsWith(read("in/a.bmp")));
     }
 
+    void profilesGoAlong_data()
+    {
+        QTest::addColumn<QImage::Format>("pixels");
+        QTest::addColumn<QString>("format");
+        for (const auto pixels : {QImage::Format_RGB32, QImage::Format_Grayscale8})
+            for (const char *const format : {"png", "jpg", "webp", "tiff"})
+                QTest::addRow("%d %s", pixels, format) << pixels << format;
+    }
+    /// Whatever a format makes of them, the colours are seen as before.
+    void profilesGoAlong()
+    {
+        QFETCH(QImage::Format, pixels);
+        QFETCH(QString, format);
+        QImage image = QImage(60, 40, QImage::Format_RGB32);
+        image.fill(qRgb(100, 100, 100));
+        image.convertTo(pixels);
+        image.setColorSpace(QColorSpace(QColorSpace::Primaries::DciP3D65, 1.5F));
+        QVERIFY(image.save(path("in/a.tiff")));
+        const QColor seen = ImageReading::read(path("in/a.tiff")).pixelColor(5, 5);
+        QVERIFY(seen.red() > 115);
+        QVERIFY(convert({"in/a.tiff"}, "." + format).isEmpty());
+        const QColor after = ImageReading::read(path("out/a." + format)).pixelColor(5, 5);
+        QVERIFY2(qAbs(after.red() - seen.red()) <= 3, qPrintable(after.name() + seen.name()));
+    }
+
+    void aKilledRunLeavesNoHalfFile()
+    {
+        for (int i = 0; i < 60; ++i)
+            Pictures::save(path(QStringLiteral("in/%1.jpg").arg(i, 2, 10, QChar('0'))), QSize(1200, 900));
+        QProcess run; // threads do not come along in a fork
+        run.start(QCoreApplication::applicationFilePath(), {"--convert", folder->path()});
+        QTRY_VERIFY(disk("out").size() > 5);
+        run.kill();
+        QVERIFY(run.waitForFinished());
+        QVERIFY(disk("out").size() < 60);
+        for (const QString &name : disk("out"))
+            QCOMPARE(QImage(path("out/" + name)).size(), QSize(1200, 900));
+        for (const QString &name : QDir(path("out")).entryList({"*.tmp"}, QDir::Files | QDir::Hidden))
+            QVERIFY(name.startsWith(".orrelan-") && QFile::remove(path("out/" + name)));
+    }
+
     void aStoppedRunReplacesNothing()
     {
         QStringList sources;
@@ -172,6 +215,20 @@ private slots:
         for (const QString &name : done)
             QVERIFY(name == "all.pdf" || QImage(path("out/" + name)).size() == QSize(1500, 1000));
         stopAfter = -1;
+    }
+
+public:
+    /// Converts everything in the folder "in", until it is killed.
+    static int convertAll(const QString &folder)
+    {
+        ImagesToPDFConvertThread thread;
+        for (const QFileInfo &info : QDir(folder + "/in").entryInfoList(QDir::Files, QDir::Name))
+            thread.sourceFiles.append(info.filePath());
+        thread.targetPath = folder + "/out";
+        thread.targetExtension = ".png";
+        thread.isConvertMode = 1;
+        thread.start();
+        return thread.wait() ? 0 : 1;
     }
 
 private:
@@ -228,5 +285,12 @@ private:
     int stopAfter = -1;
 };
 
-QTEST_GUILESS_MAIN(ConvertTest)
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    if (argc == 3 && qstrcmp(argv[1], "--convert") == 0)
+        return ConvertTest::convertAll(QString::fromLocal8Bit(argv[2]));
+    ConvertTest test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "ConvertTest.moc"

@@ -58,6 +58,15 @@ private slots:
         }
     }
 
+    void samplesWithoutEndAreRefusedAndPlanesWithoutUsePassedOver()
+    {
+        newFolder();
+        TiffFiles::make(path("a.tif"), {0, PLANARCONFIG_SEPARATE, 20000, COMPRESSION_NONE, 1});
+        QVERIFY(ImageReading::read(path("a.tif")).isNull());
+        TiffFiles::make(path("a.tif"), {0, PLANARCONFIG_SEPARATE, 16, COMPRESSION_NONE, 1});
+        QCOMPARE(ImageReading::read(path("a.tif")).size(), TiffFiles::size);
+    }
+
     void whatIsCutShortOrNonsenseDoesNoHarm()
     {
         newFolder();

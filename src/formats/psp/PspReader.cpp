@@ -171,7 +171,7 @@ QImage readComposite(QByteArrayView block, const Attributes &attributes)
 
     constexpr quint16 Single = 0, Red = 1, Green = 2, Blue = 3, Mask = 4; // as the file counts channels
     int maskBits = 8;
-    std::array<Plane, 5> planes;
+    std::array<std::optional<Plane>, 5> found; // the first of each, or unpacking would have no end
     QList<QRgb> table;
     forEachBlock(behindFields(block), [&](quint16 id, QByteArrayView content) {
         if (id == Palette)
@@ -183,8 +183,8 @@ QImage readComposite(QByteArrayView block, const Attributes &attributes)
         const bool isMask = bitmap == 9;
         if ((!isMask && bitmap != 0 && bitmap != 8) || channel > Blue)
             return;
-        Plane &plane = planes[isMask ? Mask : channel];
-        if (plane.isComplete())
+        std::optional<Plane> &plane = found[isMask ? Mask : channel];
+        if (plane)
             return;
         Attributes stored = attributes;
         if (isMask) { // of 8 bits even where the pixels have fewer, and perhaps where they have 16
@@ -193,6 +193,9 @@ QImage readComposite(QByteArrayView block, const Attributes &attributes)
         }
         plane = Plane(content, stored);
     });
+    std::array<Plane, 5> planes;
+    std::transform(found.begin(), found.end(), planes.begin(),
+                   [](std::optional<Plane> &plane) { return plane ? std::move(*plane) : Plane(); });
     const bool isColour = planes[Red].isComplete() && planes[Green].isComplete() && planes[Blue].isComplete();
     if (!isColour && !planes[Single].isComplete())
         return {};

@@ -7,10 +7,14 @@
 #include <tiffio.h>
 
 #include <algorithm>
+#include <cstdarg>
 #include <memory>
 #include <vector>
 
 namespace {
+
+// Colours, transparency, and a few channels of the program that made the file.
+constexpr int mostSamples = 16;
 
 using File = std::unique_ptr<TIFF, decltype(&TIFFClose)>;
 
@@ -34,8 +38,22 @@ File open(QIODevice &device)
     const TIFFCloseProc close = [](thandle_t) { return 0; };
     const TIFFSizeProc size = [](thandle_t handle) { return static_cast<toff_t>(deviceOf(handle).size()); };
     // "m": not mapped into memory.
+#if TIFFLIB_VERSION >= 20221213
+    // What is wrong with a file is no news for the terminal.
+    const TIFFErrorHandlerExtR silence = [](TIFF *, void *, const char *, const char *, va_list) {
+        return 1;
+    };
+    const std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)> options(TIFFOpenOptionsAlloc(),
+                                                                                   TIFFOpenOptionsFree);
+    TIFFOpenOptionsSetErrorHandlerExtR(options.get(), silence, nullptr);
+    TIFFOpenOptionsSetWarningHandlerExtR(options.get(), silence, nullptr);
+    return File(TIFFClientOpenExt("picture", "rm", &device, read, write, seek, close, size, nullptr, nullptr,
+                                  options.get()),
+                TIFFClose);
+#else
     return File(TIFFClientOpen("picture", "rm", &device, read, write, seek, close, size, nullptr, nullptr),
                 TIFFClose);
+#endif
 }
 
 template <typename Value>
@@ -77,7 +95,13 @@ uint16_t alphaKind(TIFF *file)
     return known ? kinds[0] : uint16_t(EXTRASAMPLE_UNSPECIFIED);
 }
 
-/// Samples of 16 bits, four to a pixel of the picture that is being read.
+bool isGray(TIFF *file)
+{
+    const auto photometric = tag<uint16_t>(file, TIFFTAG_PHOTOMETRIC);
+    return photometric == PHOTOMETRIC_MINISBLACK || photometric == PHOTOMETRIC_MINISWHITE;
+}
+
+/// Samples of 16 bits.
 class DeepPicture
 {
 public:
@@ -92,23 +116,25 @@ public:
 
     bool isDeep() const
     {
-        const bool gray = photometric == PHOTOMETRIC_MINISBLACK || photometric == PHOTOMETRIC_MINISWHITE;
         return tag<uint16_t>(file, TIFFTAG_BITSPERSAMPLE) == 16
                && tag<uint16_t>(file, TIFFTAG_SAMPLEFORMAT) == SAMPLEFORMAT_UINT
-               && ((gray && samples >= 1) || (photometric == PHOTOMETRIC_RGB && samples >= 3));
+               && ((isGray(file) && samples >= 1) || (photometric == PHOTOMETRIC_RGB && samples >= 3));
     }
 
     QImage read()
     {
-        const int colours = photometric == PHOTOMETRIC_RGB ? 3 : 1;
+        const int colours = isGray(file) ? 1 : 3;
         const uint16_t kind = samples > colours ? alphaKind(file) : uint16_t(EXTRASAMPLE_UNSPECIFIED);
+        const bool hasAlpha = kind == EXTRASAMPLE_ASSOCALPHA || kind == EXTRASAMPLE_UNASSALPHA;
         const QImage::Format format = kind == EXTRASAMPLE_ASSOCALPHA   ? QImage::Format_RGBA64_Premultiplied
                                       : kind == EXTRASAMPLE_UNASSALPHA ? QImage::Format_RGBA64
+                                      : isGray(file)                   ? QImage::Format_Grayscale16
                                                                        : QImage::Format_RGBX64;
         if (!QImageIOHandler::allocateImage(size, format, &image))
             return {};
         image.fill(Qt::black);
-        alphaSample = format == QImage::Format_RGBX64 ? -1 : colours;
+        alphaSample = hasAlpha ? colours : -1;
+        planes = separate ? colours + hasAlpha : 1; // what else the file has is not looked at
         if (TIFFIsTiled(file))
             readTiles();
         else
@@ -124,7 +150,7 @@ private:
         std::vector<uint16_t> row(static_cast<size_t>(TIFFScanlineSize(file)) / 2 + 1);
         if (row.size() <= static_cast<size_t>(size.width()) * samplesTogether())
             return;
-        for (int plane = 0; plane < (separate ? samples : 1); ++plane) {
+        for (int plane = 0; plane < planes; ++plane) {
             for (int y = 0; y < size.height(); ++y) {
                 if (TIFFReadScanline(file, row.data(), y, static_cast<uint16_t>(plane)) != 1)
                     break;
@@ -143,7 +169,7 @@ private:
             || needed > image.sizeInBytes() + (64LL << 20) || TIFFTileSize(file) < needed)
             return;
         std::vector<uint16_t> tile(static_cast<size_t>(TIFFTileSize(file)) / 2 + 1);
-        for (int plane = 0; plane < (separate ? samples : 1); ++plane) {
+        for (int plane = 0; plane < planes; ++plane) {
             for (int top = 0; top < size.height(); top += height) {
                 for (int left = 0; left < size.width(); left += width) {
                     if (TIFFReadTile(file, tile.data(), left, top, 0, static_cast<uint16_t>(plane)) < 0)
@@ -159,10 +185,11 @@ private:
     /// Puts a row of `count` pixels in place; of separate planes, the samples of one.
     void put(const uint16_t *from, int x, int y, int count, int plane)
     {
-        auto *to = reinterpret_cast<uint16_t *>(image.scanLine(y)) + 4 * x;
+        const int stride = image.depth() / 16;
+        auto *to = reinterpret_cast<uint16_t *>(image.scanLine(y)) + static_cast<size_t>(stride) * x;
         const uint16_t invert = photometric == PHOTOMETRIC_MINISWHITE ? 0xffff : 0;
         const int together = samplesTogether();
-        for (int i = 0; i < count; ++i, to += 4, from += together) {
+        for (int i = 0; i < count; ++i, to += stride, from += together) {
             for (int offset = 0; offset < together; ++offset) {
                 const int sample = plane + offset;
                 if (sample == alphaSample)
@@ -170,7 +197,7 @@ private:
                 else if (photometric == PHOTOMETRIC_RGB && sample < 3)
                     to[sample] = from[offset];
                 else if (photometric != PHOTOMETRIC_RGB && sample == 0)
-                    to[0] = to[1] = to[2] = from[offset] ^ invert;
+                    std::fill_n(to, std::min(stride, 3), uint16_t(from[offset] ^ invert));
             }
         }
     }
@@ -182,6 +209,7 @@ private:
     const bool separate;
     QImage image;
     int alphaSample = -1;
+    int planes = 1;
 };
 
 /// Anything else, as libtiff makes 8 bits of it.
@@ -199,6 +227,8 @@ QImage readPlain(TIFF *file)
         TIFFRGBAImageGet(&picture, reinterpret_cast<uint32_t *>(image.bits()), picture.width, picture.height);
     }
     TIFFRGBAImageEnd(&picture);
+    if (isGray(file) && !picture.alpha) // as its profile expects
+        image.convertTo(QImage::Format_Grayscale8);
     return image;
 }
 
@@ -215,7 +245,8 @@ bool TiffReader::isNeeded(QIODevice &device)
 TiffReader::Picture TiffReader::read(QIODevice &device)
 {
     const File file = open(device);
-    if (!file || sizeOf(file.get()).isEmpty())
+    if (!file || sizeOf(file.get()).isEmpty()
+        || tag<uint16_t>(file.get(), TIFFTAG_SAMPLESPERPIXEL) > mostSamples)
         return {};
     DeepPicture deep(file.get());
     Picture picture{deep.isDeep() ? deep.read() : readPlain(file.get()),
