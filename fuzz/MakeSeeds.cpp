@@ -4,8 +4,7 @@
 
 #include "formats/heif/HeifWriter.h"
 #include "formats/jxl/JxlWriter.h"
-#include "support/PsdFiles.h"
-#include "support/PspFiles.h"
+#include "support/LayeredFiles.h"
 #include "support/TiffFiles.h"
 
 #include <QBuffer>
@@ -65,42 +64,29 @@ QList<QByteArray> jxlSeeds()
     return seeds;
 }
 
-QList<QByteArray> psdSeeds()
+QList<QByteArray> layeredSeeds(bool psp)
 {
+    using namespace LayeredFiles;
     struct Kind
     {
         int mode, channels, depth;
     };
+    const QList<Kind> psdKinds{{Bitmap, 1, 1}, {Gray, 2, 8}, {Indexed, 1, 8}, {Rgb, 4, 8},
+                               {Rgb, 3, 16},   {Rgb, 3, 32}, {Cmyk, 5, 8},    {Lab, 3, 8}};
+    const QList<Kind> pspKinds{{Rgb, 4, 8}, {Rgb, 4, 16}, {Indexed, 1, 4}, {Indexed, 1, 8}, {Gray, 1, 8}};
     QList<QByteArray> seeds;
-    for (const Kind &kind :
-         {Kind{PsdFiles::Bitmap, 1, 1}, Kind{PsdFiles::Gray, 2, 8}, Kind{PsdFiles::Indexed, 1, 8},
-          Kind{PsdFiles::Rgb, 4, 8}, Kind{PsdFiles::Rgb, 3, 16}, Kind{PsdFiles::Rgb, 3, 32},
-          Kind{PsdFiles::Cmyk, 5, 8}, Kind{PsdFiles::Lab, 3, 8}}) {
-        for (int compression = PsdFiles::Raw; compression <= PsdFiles::ZipWithPrediction; ++compression) {
-            PsdFiles::Picture picture{QSize(9, 5), kind.mode, kind.channels, kind.depth, compression};
-            picture.large = compression == PsdFiles::Zip;
+    for (const Kind &kind : psp ? pspKinds : psdKinds) {
+        for (int compression = Raw; compression <= (psp ? Zip : ZipWithPrediction); ++compression) {
+            const Format format = psp ? Psp : compression == Zip ? Psb : Psd;
+            Picture picture{format, QSize(9, 5), kind.mode, kind.channels, kind.depth, compression};
             picture.layers = -1;
-            picture.layersInTaggedBlock = kind.depth > 8;
-            seeds += PsdFiles::make(picture);
-        }
-    }
-    return seeds;
-}
-
-QList<QByteArray> pspSeeds()
-{
-    QList<QByteArray> seeds;
-    for (const auto format :
-         {QImage::Format_ARGB32, QImage::Format_RGBA64, QImage::Format_Indexed8, QImage::Format_Grayscale8}) {
-        QImage picture(9, 5, format);
-        if (format == QImage::Format_Indexed8)
-            picture.setColorTable({qRgb(255, 0, 0), qRgb(0, 0, 255)});
-        picture.fill(1);
-        for (const auto compression : {PspFiles::Raw, PspFiles::RunLength, PspFiles::Zip}) {
-            seeds += PspFiles::make({picture, compression});
-            seeds += PspFiles::make({picture, compression, compression != PspFiles::Zip, picture});
-            if (format == QImage::Format_Indexed8)
-                seeds += PspFiles::make({picture, compression, true, {}, 4});
+            seeds += make(picture);
+            if (psp) {
+                picture.preview = QImage(9, 5, QImage::Format_Grayscale8);
+                picture.preview.fill(1);
+                picture.hasComposite = compression != Zip;
+                seeds += make(picture);
+            }
         }
     }
     return seeds;
@@ -129,8 +115,8 @@ void writeAll(const QList<QByteArray> &seeds, const QString &folder)
 const QMap<QString, std::function<void(const QString &)>> makers{
     {"heif", [](const QString &folder) { writeAll(heifSeeds(), folder); }},
     {"jxl", [](const QString &folder) { writeAll(jxlSeeds(), folder); }},
-    {"psd", [](const QString &folder) { writeAll(psdSeeds(), folder); }},
-    {"psp", [](const QString &folder) { writeAll(pspSeeds(), folder); }},
+    {"psd", [](const QString &folder) { writeAll(layeredSeeds(false), folder); }},
+    {"psp", [](const QString &folder) { writeAll(layeredSeeds(true), folder); }},
     {"tiff", makeTiffSeeds},
 };
 

@@ -1,0 +1,231 @@
+#include "support/LayeredFiles.h"
+
+#include <QBuffer>
+#include <QDataStream>
+#include <QtEndian>
+
+namespace LayeredFiles {
+
+namespace {
+
+constexpr auto big = QDataStream::BigEndian;
+constexpr auto little = QDataStream::LittleEndian;
+
+template <typename... Numbers>
+QByteArray numbers(QDataStream::ByteOrder order, Numbers... values)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream.setByteOrder(order);
+    stream.setFloatingPointPrecision(QDataStream::SinglePrecision);
+    (stream << ... << values);
+    return bytes;
+}
+
+QByteArray row(const Picture &picture, int channel, int y)
+{
+    const auto order = picture.format == Psp ? little : big;
+    QByteArray bytes;
+    for (int x = 0; x < picture.size.width(); ++x) {
+        const int value = picture.sample(channel, x, y);
+        const int usedBits = x * picture.depth % 8;
+        if (picture.depth == 16) {
+            bytes += numbers(order, static_cast<quint16>(value * 257));
+        } else if (picture.depth == 32) {
+            bytes += numbers(order, static_cast<float>(value / 255.0));
+        } else {
+            if (usedBits == 0)
+                bytes += '\0';
+            bytes.back() = static_cast<char>(bytes.back() | (value & 0xff00 >> picture.depth) >> usedBits);
+        }
+    }
+    return picture.format == Psp ? bytes.append((4 - bytes.size() % 4) % 4, '\0') : bytes;
+}
+
+/// Each number less the one before; of floats the highest bytes of all come first.
+QByteArray predicted(const QByteArray &row, int depth)
+{
+    QByteArray result;
+    if (depth == 16) {
+        for (qsizetype at = 0, last = 0; at < row.size(); at += 2) {
+            const auto word = qFromBigEndian<quint16>(row.constData() + at);
+            result += numbers(big, static_cast<quint16>(word - last));
+            last = word;
+        }
+        return result;
+    }
+    const qsizetype width = row.size() * 8 / depth;
+    for (qsizetype i = 0, last = 0; i < row.size(); ++i) {
+        const char byte = row[i % width * (depth / 8) + i / width];
+        result += static_cast<char>(byte - last);
+        last = byte;
+    }
+    return result;
+}
+
+/// As long runs and, where there are none, as long literals as the format's codes allow.
+QByteArray packedRuns(const QByteArray &data, Format format)
+{
+    QByteArray packed;
+    for (qsizetype at = 0; at < data.size();) {
+        const auto count = [&](bool equal, qsizetype longest) {
+            qsizetype end = at + 1;
+            while (end < data.size() && end < at + longest && (data[end] == data[end - 1]) == equal)
+                ++end;
+            return end - at;
+        };
+        const qsizetype run = count(true, format == Psp ? 127 : 128);
+        const qsizetype length = run > 1 ? run : count(false, 128);
+        if (run > 1)
+            packed += static_cast<char>(format == Psp ? 128 + run : 1 - run);
+        else
+            packed += static_cast<char>(format == Psp ? length : length - 1);
+        packed += data.mid(at, run > 1 ? 1 : length);
+        at += length;
+    }
+    return packed;
+}
+
+/// A zlib stream without the length that Qt writes before it.
+QByteArray zipped(const QByteArray &data)
+{
+    return qCompress(data).mid(4);
+}
+
+QByteArray section(const QByteArray &content, bool large = false)
+{
+    return QByteArray(large ? 4 : 0, '\0') + numbers(big, static_cast<quint32>(content.size())) + content;
+}
+
+/// `content` has an even length.
+QByteArray resource(quint16 id, const QByteArray &content)
+{
+    return "8BIM" + numbers(big, id, quint16(0)) + section(content);
+}
+
+QByteArray layerSection(const Picture &picture)
+{
+    const bool large = picture.format == Psb;
+    if (picture.layers == 0)
+        return {};
+    const QByteArray count = section(numbers(big, static_cast<qint16>(picture.layers), quint16(0)), large);
+    if (picture.depth == 8)
+        return count;
+    return section({}, large) + section({}) + "8BIMPatt" + section({})
+           + (picture.depth == 32 ? "8BIMLr32" : "8BIMLr16") + count;
+}
+
+QByteArray mergedPicture(const Picture &picture)
+{
+    QByteArray lengths;
+    QByteArray data;
+    for (int channel = 0; channel < picture.channels; ++channel) {
+        for (int y = 0; y < picture.size.height(); ++y) {
+            QByteArray bytes = row(picture, channel, y);
+            if (picture.compression == ZipWithPrediction && picture.depth > 1)
+                bytes = predicted(bytes, picture.depth);
+            if (picture.compression == RunLength) {
+                bytes = '\x80' + packedRuns(bytes, picture.format); // a code that means nothing comes first
+                lengths += QByteArray(picture.format == Psb ? 2 : 0, '\0');
+                lengths += numbers(big, static_cast<quint16>(bytes.size()));
+            }
+            data += bytes;
+        }
+    }
+    return numbers(big, static_cast<quint16>(picture.compression))
+           + (picture.compression >= Zip ? zipped(data) : lengths + data);
+}
+
+QByteArray makePsd(const Picture &picture)
+{
+    QByteArray table;
+    for (int i = 0; picture.mode == Indexed && i < 768; ++i)
+        table +=
+            static_cast<char>(paletteColour(i % 256) >> (16 - i / 256 * 8)); // red, then green, then blue
+    const QByteArray names = picture.namesChannels ? resource(1006, "\7Alpha 1") : QByteArray();
+    const QByteArray profile = picture.profile.isEmpty() ? QByteArray() : resource(1039, picture.profile);
+    return "8BPS" + numbers(big, quint16(picture.format == Psb ? 2 : 1), quint32(0), quint16(0))
+           + numbers(big, quint16(picture.channels), picture.claimedSize.height())
+           + numbers(big, picture.claimedSize.width(), quint16(picture.depth), quint16(picture.mode))
+           + section(table) + section(names + profile) + section(layerSection(picture), picture.format == Psb)
+           + mergedPicture(picture);
+}
+
+QByteArray block(quint16 id, const QByteArray &content)
+{
+    return QByteArray("~BK\0", 4) + numbers(little, id, static_cast<quint32>(content.size())) + content;
+}
+
+/// Fixed fields with their length before them.
+QByteArray fields(const QByteArray &content)
+{
+    return numbers(little, static_cast<quint32>(content.size() + 4)) + content;
+}
+
+QByteArray composite(const Picture &picture)
+{
+    const QByteArray start = fields(QByteArray(4, '\0'));
+    QByteArray table;
+    for (int i = 0; picture.mode == Indexed && i < 1 << picture.depth; ++i)
+        table += numbers(little, paletteColour(i) & 0xffffff);
+    QByteArray blocks = start + (table.isEmpty() ? table : block(2, start + table));
+    const int colours = picture.mode == Rgb ? 3 : 1;
+    for (int channel = 0; channel < picture.channels; ++channel) {
+        QByteArray data;
+        for (int y = 0; y < picture.size.height(); ++y)
+            data += row(picture, channel, y);
+        const QByteArray stored = picture.compression == RunLength ? packedRuns(data, Psp)
+                                  : picture.compression == Zip     ? zipped(data)
+                                                                   : data;
+        const bool isMask = channel == colours;
+        const int id = isMask || colours == 1 ? 0 : channel + 1;
+        const QByteArray lengths = numbers(little, quint32(stored.size()), quint32(data.size()));
+        blocks += block(5, fields(lengths + numbers(little, quint16(isMask ? 9 : 8), quint16(id))) + stored);
+    }
+    return blocks;
+}
+
+QByteArray attributes(QSize size, int depth, int compression, quint16 kind)
+{
+    return block(17, fields(numbers(little, size.width(), size.height(), quint16(depth), quint16(compression),
+                                    quint16(1), quint32(0), kind)));
+}
+
+QByteArray makePsp(const Picture &picture)
+{
+    const QSize size = picture.claimedSize;
+    const int depth = picture.mode == Rgb ? 3 * picture.depth : picture.depth;
+    QByteArray bank = fields(QByteArray(4, '\0'));
+    QByteArray jpeg;
+    QBuffer buffer(&jpeg);
+    if (picture.preview.save(&buffer, "jpeg", 100))
+        bank += attributes(picture.preview.size(), 24, 3, 1);
+    if (picture.hasComposite)
+        bank += attributes(size, depth, picture.compression, 0);
+    if (!jpeg.isEmpty())
+        bank += block(18, fields(QByteArray(10, '\0')) + jpeg);
+    if (picture.hasComposite)
+        bank += block(9, composite(picture));
+    return QByteArray("Paint Shop Pro Image File\n\x1a\0\0\0\0\0\x8\0\0\0", 36) // the version is 8
+           + block(0, fields(numbers(little, size.width(), size.height()) + QByteArray(34, '\0')))
+           + block(1, QByteArray(7, '\1')) + block(16, bank);
+}
+
+} // namespace
+
+int pattern(int channel, int x, int y)
+{
+    return (x / (1 + y * y * 3) * 37 + y * 11 + channel * 83) % 256;
+}
+
+QRgb paletteColour(int index)
+{
+    return qRgb(index, 255 - index, index / 2);
+}
+
+QByteArray make(const Picture &picture)
+{
+    return picture.format == Psp ? makePsp(picture) : makePsd(picture);
+}
+
+} // namespace LayeredFiles

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <QByteArray>
+#include <QImage>
+
+#include <functional>
+
+/// Makes layered .psd, .psb and .pspimage files as the programs of their origin do.
+namespace LayeredFiles {
+
+enum Format
+{
+    Psd,
+    Psb,
+    Psp
+};
+enum Mode
+{
+    Bitmap,
+    Gray,
+    Indexed,
+    Rgb,
+    Cmyk,
+    Multichannel = 7,
+    Duotone,
+    Lab
+};
+enum Compression
+{
+    Raw,
+    RunLength,
+    Zip,
+    ZipWithPrediction ///< not in .pspimage
+};
+
+/// The first row has no two equal neighbours, the ninth one has runs of 193.
+int pattern(int channel, int x, int y);
+/// A colour of an indexed picture.
+QRgb paletteColour(int index);
+
+struct Picture
+{
+    Format format;
+    QSize size;
+    int mode = Rgb;
+    int channels = 3;
+    int depth = 8; ///< bits a sample
+    int compression = Raw;
+    QSize claimedSize = size; ///< what the file tells
+    int layers = 0;           ///< below 0: the merged picture is transparent
+    bool namesChannels = false;
+    QByteArray profile = {};
+    bool hasComposite = true; ///< of .pspimage
+    QImage preview = {};      ///< of .pspimage, stored as a JPEG if it is not null
+    /// The stored sample from 0 to 255, which is brought to the range of the depth.
+    std::function<int(int channel, int x, int y)> sample = pattern;
+};
+
+QByteArray make(const Picture &picture);
+
+} // namespace LayeredFiles
