@@ -69,32 +69,32 @@ private slots:
     {
         struct Kind
         {
-            QList<Format> formats;
+            Format format;
             int mode, channels;
             QList<int> depths;
         };
-        for (const Kind &kind : {Kind{{Psd, Psb}, Bitmap, 1, {1}}, Kind{{Psd}, Gray, 1, {8, 16, 32}},
-                                 Kind{{Psb}, Gray, 2, {8, 16, 32}}, Kind{{Psd}, Indexed, 1, {8}},
-                                 Kind{{Psd}, Rgb, 3, {8, 16, 32}}, Kind{{Psd, Psb}, Rgb, 4, {8, 16, 32}},
-                                 Kind{{Psd}, Cmyk, 4, {8, 16}}, Kind{{Psd}, Cmyk, 5, {8, 16}},
-                                 Kind{{Psd}, Duotone, 2, {8, 16}}, Kind{{Psd}, Multichannel, 3, {8, 16}},
-                                 Kind{{Psp}, Gray, 2, {8}}, Kind{{Psp}, Indexed, 1, {1, 4, 8}},
-                                 Kind{{Psp}, Rgb, 3, {8, 16}}, Kind{{Psp}, Rgb, 4, {8, 16}}}) {
-            for (const Format format : kind.formats)
-                for (const int depth : kind.depths)
-                    for (int compression = Raw; compression <= (format == Psp ? Zip : ZipWithPrediction);
-                         ++compression)
-                        for (const QSize size : {QSize(1, 1), QSize(7, 4), QSize(301, 9)}) {
-                            const Picture picture{format, size, kind.mode, kind.channels, depth, compression};
-                            QVERIFY2(
-                                shows(readImage(make(picture)), picture),
-                                qPrintable(QString("format %1, mode %2, %3 channels, %4 bits, compression %5")
-                                               .arg(format)
-                                               .arg(kind.mode)
-                                               .arg(kind.channels)
-                                               .arg(depth)
-                                               .arg(compression)));
-                        }
+        const QList<Kind> kinds{
+            {Psd, Bitmap, 1, {1}},           {Psd, Gray, 1, {8, 16, 32}}, {Psd, Gray, 2, {8, 16, 32}},
+            {Psd, Indexed, 1, {8}},          {Psd, Rgb, 3, {8, 16, 32}},  {Psd, Rgb, 4, {8, 16, 32}},
+            {Psd, Cmyk, 4, {8, 16}},         {Psd, Cmyk, 5, {8, 16}},     {Psd, Duotone, 2, {8, 16}},
+            {Psd, Multichannel, 3, {8, 16}}, {Psp, Gray, 2, {8}},         {Psp, Indexed, 1, {1, 4, 8}},
+            {Psp, Rgb, 3, {8, 16}},          {Psp, Rgb, 4, {8, 16}},
+        };
+        for (const auto &[format, mode, channels, depths] : kinds) {
+            for (const int depth : depths) {
+                for (int compression = Raw; compression <= (format == Psp ? Zip : ZipWithPrediction);
+                     ++compression) {
+                    for (const QSize size : {QSize(1, 1), QSize(7, 4), QSize(301, 9)}) {
+                        Picture picture{format, size, mode, channels, depth, compression};
+                        if (format == Psd && size.width() == 7)
+                            picture.format = Psb;
+                        QVERIFY2(shows(readImage(make(picture)), picture),
+                                 qPrintable(QString::asprintf(
+                                     "format %d, mode %d, %d channels, %d bits, compression %d",
+                                     picture.format, mode, channels, depth, compression)));
+                    }
+                }
+            }
         }
     }
 
@@ -122,9 +122,9 @@ private slots:
         };
         Picture picture{Psd, QSize(1, 1), Rgb, 4};
         QCOMPARE(shown(picture), QColor(235, 155, 255, 100)); // no layers, no names: by another program
-        picture.namesChannels = true;
+        picture.channelNames = "\7Alpha 1";
         QCOMPARE(shown(picture), QColor(235, 155, 255)); // a saved selection
-        picture.namesChannels = false;
+        picture.channelNames.clear();
         picture.layers = 2;
         QCOMPARE(shown(picture), QColor(235, 155, 255));
         picture.layers = -2;
@@ -143,8 +143,6 @@ private slots:
         Picture picture{Psd, QSize(3, 2)};
         picture.profile = QColorSpace(QColorSpace::AdobeRgb).iccProfile();
         QCOMPARE(readImage(make(picture)).colorSpace().primaries(), QColorSpace::Primaries::AdobeRgb);
-        picture.mode = Lab;
-        QCOMPARE(readImage(make(picture)).colorSpace(), QColorSpace(QColorSpace::SRgb));
     }
 
     void previewServesWhereThePictureIsMissing()

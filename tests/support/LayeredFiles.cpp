@@ -4,6 +4,8 @@
 #include <QDataStream>
 #include <QtEndian>
 
+#include <algorithm>
+
 namespace LayeredFiles {
 
 namespace {
@@ -64,32 +66,44 @@ QByteArray predicted(const QByteArray &row, int depth)
 }
 
 /// As long runs and, where there are none, as long literals as the format's codes allow.
-QByteArray packedRuns(const QByteArray &data, Format format)
+QByteArray packedRuns(const QByteArray &data, bool psp)
 {
-    QByteArray packed;
+    QByteArray packed(psp ? 0 : 1, '\x80'); // a code that means nothing
     for (qsizetype at = 0; at < data.size();) {
-        const auto count = [&](bool equal, qsizetype longest) {
-            qsizetype end = at + 1;
-            while (end < data.size() && end < at + longest && (data[end] == data[end - 1]) == equal)
-                ++end;
-            return end - at;
-        };
-        const qsizetype run = count(true, format == Psp ? 127 : 128);
-        const qsizetype length = run > 1 ? run : count(false, 128);
-        if (run > 1)
-            packed += static_cast<char>(format == Psp ? 128 + run : 1 - run);
-        else
-            packed += static_cast<char>(format == Psp ? length : length - 1);
-        packed += data.mid(at, run > 1 ? 1 : length);
-        at += length;
+        const bool isRun = at + 1 < data.size() && data[at + 1] == data[at];
+        const qsizetype last = std::min<qsizetype>(data.size(), at + (psp && isRun ? 127 : 128)) - 1;
+        qsizetype end = at + 1;
+        while (end <= last && (data[end] == data[end - 1]) == isRun)
+            ++end;
+        const qsizetype length = end - at;
+        packed += static_cast<char>(isRun ? (psp ? 128 + length : 1 - length) : (psp ? length : length - 1));
+        packed += data.mid(at, isRun ? 1 : length);
+        at = end;
     }
     return packed;
 }
 
-/// A zlib stream without the length that Qt writes before it.
-QByteArray zipped(const QByteArray &data)
+/// The samples of some channels, for .psd behind the lengths of all rows that are packed as runs.
+QByteArray planes(const Picture &picture, int firstChannel, int channels)
 {
-    return qCompress(data).mid(4);
+    QByteArray lengths;
+    QByteArray data;
+    for (int channel = firstChannel; channel < firstChannel + channels; ++channel) {
+        for (int y = 0; y < picture.size.height(); ++y) {
+            QByteArray bytes = row(picture, channel, y);
+            if (picture.compression == ZipWithPrediction && picture.depth > 1)
+                bytes = predicted(bytes, picture.depth);
+            if (picture.compression == RunLength)
+                bytes = packedRuns(bytes, picture.format == Psp);
+            if (picture.format == Psb)
+                lengths += numbers(big, quint16(0));
+            lengths += numbers(big, static_cast<quint16>(bytes.size()));
+            data += bytes;
+        }
+    }
+    if (picture.compression >= Zip)
+        return qCompress(data).mid(4); // without the length that Qt writes first
+    return picture.compression == RunLength && picture.format != Psp ? lengths + data : data;
 }
 
 QByteArray section(const QByteArray &content, bool large = false)
@@ -115,40 +129,18 @@ QByteArray layerSection(const Picture &picture)
            + (picture.depth == 32 ? "8BIMLr32" : "8BIMLr16") + count;
 }
 
-QByteArray mergedPicture(const Picture &picture)
-{
-    QByteArray lengths;
-    QByteArray data;
-    for (int channel = 0; channel < picture.channels; ++channel) {
-        for (int y = 0; y < picture.size.height(); ++y) {
-            QByteArray bytes = row(picture, channel, y);
-            if (picture.compression == ZipWithPrediction && picture.depth > 1)
-                bytes = predicted(bytes, picture.depth);
-            if (picture.compression == RunLength) {
-                bytes = '\x80' + packedRuns(bytes, picture.format); // a code that means nothing comes first
-                lengths += QByteArray(picture.format == Psb ? 2 : 0, '\0');
-                lengths += numbers(big, static_cast<quint16>(bytes.size()));
-            }
-            data += bytes;
-        }
-    }
-    return numbers(big, static_cast<quint16>(picture.compression))
-           + (picture.compression >= Zip ? zipped(data) : lengths + data);
-}
-
 QByteArray makePsd(const Picture &picture)
 {
     QByteArray table;
     for (int i = 0; picture.mode == Indexed && i < 768; ++i)
         table +=
             static_cast<char>(paletteColour(i % 256) >> (16 - i / 256 * 8)); // red, then green, then blue
-    const QByteArray names = picture.namesChannels ? resource(1006, "\7Alpha 1") : QByteArray();
-    const QByteArray profile = picture.profile.isEmpty() ? QByteArray() : resource(1039, picture.profile);
     return "8BPS" + numbers(big, quint16(picture.format == Psb ? 2 : 1), quint32(0), quint16(0))
            + numbers(big, quint16(picture.channels), picture.claimedSize.height())
            + numbers(big, picture.claimedSize.width(), quint16(picture.depth), quint16(picture.mode))
-           + section(table) + section(names + profile) + section(layerSection(picture), picture.format == Psb)
-           + mergedPicture(picture);
+           + section(table) + section(resource(1006, picture.channelNames) + resource(1039, picture.profile))
+           + section(layerSection(picture), picture.format == Psb)
+           + numbers(big, static_cast<quint16>(picture.compression)) + planes(picture, 0, picture.channels);
 }
 
 QByteArray block(quint16 id, const QByteArray &content)
@@ -170,17 +162,14 @@ QByteArray composite(const Picture &picture)
         table += numbers(little, paletteColour(i) & 0xffffff);
     QByteArray blocks = start + (table.isEmpty() ? table : block(2, start + table));
     const int colours = picture.mode == Rgb ? 3 : 1;
+    const qsizetype length = row(picture, 0, 0).size() * picture.size.height();
     for (int channel = 0; channel < picture.channels; ++channel) {
-        QByteArray data;
-        for (int y = 0; y < picture.size.height(); ++y)
-            data += row(picture, channel, y);
-        const QByteArray stored = picture.compression == RunLength ? packedRuns(data, Psp)
-                                  : picture.compression == Zip     ? zipped(data)
-                                                                   : data;
+        const QByteArray stored = planes(picture, channel, 1);
         const bool isMask = channel == colours;
         const int id = isMask || colours == 1 ? 0 : channel + 1;
-        const QByteArray lengths = numbers(little, quint32(stored.size()), quint32(data.size()));
-        blocks += block(5, fields(lengths + numbers(little, quint16(isMask ? 9 : 8), quint16(id))) + stored);
+        blocks += block(5, fields(numbers(little, quint32(stored.size()), quint32(length),
+                                          quint16(isMask ? 9 : 8), quint16(id)))
+                               + stored);
     }
     return blocks;
 }

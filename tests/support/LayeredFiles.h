@@ -48,7 +48,7 @@ struct Picture
     int compression = Raw;
     QSize claimedSize = size; ///< what the file tells
     int layers = 0;           ///< below 0: the merged picture is transparent
-    bool namesChannels = false;
+    QByteArray channelNames = {};
     QByteArray profile = {};
     bool hasComposite = true; ///< of .pspimage
     QImage preview = {};      ///< of .pspimage, stored as a JPEG if it is not null
