@@ -84,7 +84,6 @@ QList<QByteArray> layeredSeeds(bool psp)
             if (psp) {
                 picture.preview = QImage(9, 5, QImage::Format_Grayscale8);
                 picture.preview.fill(1);
-                picture.hasComposite = compression != Zip;
                 seeds += make(picture);
             }
         }

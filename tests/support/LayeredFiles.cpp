@@ -27,9 +27,13 @@ QByteArray numbers(QDataStream::ByteOrder order, Numbers... values)
 QByteArray row(const Picture &picture, int channel, int y)
 {
     const auto order = picture.format == Psp ? little : big;
+    const bool isPredicted =
+        picture.compression == ZipWithPrediction && (picture.depth == 8 || picture.depth == 16);
     QByteArray bytes;
     for (int x = 0; x < picture.size.width(); ++x) {
-        const int value = picture.sample(channel, x, y);
+        int value = picture.sample(channel, x, y);
+        if (isPredicted && x > 0)
+            value -= picture.sample(channel, x - 1, y);
         const int usedBits = x * picture.depth % 8;
         if (picture.depth == 16) {
             bytes += numbers(order, static_cast<quint16>(value * 257));
@@ -44,21 +48,14 @@ QByteArray row(const Picture &picture, int channel, int y)
     return picture.format == Psp ? bytes.append((4 - bytes.size() % 4) % 4, '\0') : bytes;
 }
 
-/// Each number less the one before; of floats the highest bytes of all come first.
-QByteArray predicted(const QByteArray &row, int depth)
+/// The highest bytes of all floats, then the second highest; each byte less the one before.
+QByteArray predictedFloats(const QByteArray &row)
 {
+    const qsizetype width = row.size() / 4;
     QByteArray result;
-    if (depth == 16) {
-        for (qsizetype at = 0, last = 0; at < row.size(); at += 2) {
-            const auto word = qFromBigEndian<quint16>(row.constData() + at);
-            result += numbers(big, static_cast<quint16>(word - last));
-            last = word;
-        }
-        return result;
-    }
-    const qsizetype width = row.size() * 8 / depth;
-    for (qsizetype i = 0, last = 0; i < row.size(); ++i) {
-        const char byte = row[i % width * (depth / 8) + i / width];
+    char last = 0;
+    for (qsizetype i = 0; i < row.size(); ++i) {
+        const char byte = row[i % width * 4 + i / width];
         result += static_cast<char>(byte - last);
         last = byte;
     }
@@ -91,8 +88,8 @@ QByteArray planes(const Picture &picture, int firstChannel, int channels)
     for (int channel = firstChannel; channel < firstChannel + channels; ++channel) {
         for (int y = 0; y < picture.size.height(); ++y) {
             QByteArray bytes = row(picture, channel, y);
-            if (picture.compression == ZipWithPrediction && picture.depth > 1)
-                bytes = predicted(bytes, picture.depth);
+            if (picture.compression == ZipWithPrediction && picture.depth == 32)
+                bytes = predictedFloats(bytes);
             if (picture.compression == RunLength)
                 bytes = packedRuns(bytes, picture.format == Psp);
             if (picture.format == Psb)
@@ -120,13 +117,10 @@ QByteArray resource(quint16 id, const QByteArray &content)
 QByteArray layerSection(const Picture &picture)
 {
     const bool large = picture.format == Psb;
-    if (picture.layers == 0)
-        return {};
     const QByteArray count = section(numbers(big, static_cast<qint16>(picture.layers), quint16(0)), large);
-    if (picture.depth == 8)
-        return count;
-    return section({}, large) + section({}) + "8BIMPatt" + section({})
-           + (picture.depth == 32 ? "8BIMLr32" : "8BIMLr16") + count;
+    if (picture.layers == 0 || picture.depth == 8)
+        return picture.layers == 0 ? QByteArray() : count;
+    return section({}, large) + section({}) + (picture.depth == 32 ? "8BIMLr32" : "8BIMLr16") + count;
 }
 
 QByteArray makePsd(const Picture &picture)
@@ -189,12 +183,10 @@ QByteArray makePsp(const Picture &picture)
     QBuffer buffer(&jpeg);
     if (picture.preview.save(&buffer, "jpeg", 100))
         bank += attributes(picture.preview.size(), 24, 3, 1);
-    if (picture.hasComposite)
-        bank += attributes(size, depth, picture.compression, 0);
+    bank += attributes(size, depth, picture.compression, 0);
     if (!jpeg.isEmpty())
         bank += block(18, fields(QByteArray(10, '\0')) + jpeg);
-    if (picture.hasComposite)
-        bank += block(9, composite(picture));
+    bank += block(9, composite(picture));
     return QByteArray("Paint Shop Pro Image File\n\x1a\0\0\0\0\0\x8\0\0\0", 36) // the version is 8
            + block(0, fields(numbers(little, size.width(), size.height()) + QByteArray(34, '\0')))
            + block(1, QByteArray(7, '\1')) + block(16, bank);

@@ -50,8 +50,7 @@ struct Picture
     int layers = 0;           ///< below 0: the merged picture is transparent
     QByteArray channelNames = {};
     QByteArray profile = {};
-    bool hasComposite = true; ///< of .pspimage
-    QImage preview = {};      ///< of .pspimage, stored as a JPEG if it is not null
+    QImage preview = {}; ///< of .pspimage, stored as a JPEG if it is not null
     /// The stored sample from 0 to 255, which is brought to the range of the depth.
     std::function<int(int channel, int x, int y)> sample = pattern;
 };
