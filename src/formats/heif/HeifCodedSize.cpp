@@ -1,62 +1,20 @@
 #include "formats/heif/HeifCodedSize.h"
 
-#include <QByteArray>
-#include <QIODevice>
+#include "formats/heif/HeifBits.h"
 
 #include <algorithm>
 
+using Heif::Bits;
+
 namespace {
 
-constexpr qint64 mostMetadata = 16 * 1024 * 1024; // bytes
-constexpr qint64 sequenceBytes = 64;              // enough to reach the size in a sequence header
-
-/// Bits of a stream from the highest on; zeros behind its end.
-class Bits
-{
-public:
-    explicit Bits(QByteArray source)
-        : bytes(std::move(source))
-    {
-    }
-
-    quint64 take(int count)
-    {
-        quint64 value = 0;
-        for (; count > 0; --count, ++at) {
-            const qsizetype byte = at / 8;
-            value =
-                value << 1 | (byte < bytes.size() ? static_cast<quint8>(bytes[byte]) >> (7 - at % 8) & 1 : 0);
-        }
-        return value;
-    }
-
-    void skip(qsizetype count) { at += count; }
-    bool atEnd() const { return at >= bytes.size() * 8; }
-
-    /// Exponential Golomb code.
-    quint64 golomb()
-    {
-        int zeros = 0;
-        while (zeros < 32 && take(1) == 0)
-            ++zeros;
-        return (quint64(1) << zeros) - 1 + take(zeros);
-    }
-
-private:
-    QByteArray bytes;
-    qsizetype at = 0;
-};
+constexpr int headerBytes = 16;     // the longest head of a unit takes 10
+constexpr int parameterBytes = 512; // enough to reach the size in a sequence's parameters
 
 QSize sizeOf(quint64 width, quint64 height)
 {
     constexpr quint64 most = 1 << 30;
     return {static_cast<int>(std::min(width, most)), static_cast<int>(std::min(height, most))};
-}
-
-QSize larger(QSize one, QSize other)
-{
-    const auto area = [](QSize size) { return static_cast<qint64>(size.width()) * size.height(); };
-    return area(other) > area(one) ? other : one;
 }
 
 /// Of the sequence parameter set of HEVC, without its NAL header.
@@ -79,124 +37,137 @@ QSize hevcSize(QByteArray bytes)
     return sizeOf(width, bits.golomb());
 }
 
-/// Of the configuration of HEVC, behind its box's header: arrays of NAL units.
-QSize hevcConfigurationSize(const QByteArray &configuration)
+/// Whether a NAL unit is a sequence parameter set of the base layer.
+bool isParameterSet(const QByteArray &unit)
 {
-    QSize size(0, 0);
-    Bits bits(configuration.left(1024));
-    bits.skip(22 * 8);
-    for (quint64 arrays = bits.take(8); arrays > 0 && !bits.atEnd(); --arrays) {
-        bits.skip(8);
-        for (quint64 units = bits.take(16); units > 0 && !bits.atEnd(); --units) {
-            QByteArray unit(static_cast<qsizetype>(bits.take(16)), 0);
-            for (char &byte : unit)
-                byte = static_cast<char>(bits.take(8));
-            constexpr int parameterSet = 33;
-            if (unit.size() > 2 && (unit[0] >> 1 & 0x3F) == parameterSet)
-                size = larger(size, hevcSize(unit.mid(2)));
-        }
-    }
-    return size;
+    Bits bits(unit.left(2));
+    bits.skip(1);
+    return bits.take(6) == 33 && bits.take(6) == 0;
 }
 
-/// Of a stream of AV1 that begins with its sequence header, as a still picture's does.
-QSize av1Size(QByteArray bytes)
+QSize hevcUnitSize(const QByteArray &unit)
 {
-    if (bytes.startsWith(QByteArray("\x12\0", 2))) // temporal delimiter
-        bytes.remove(0, 2);
-    if (!bytes.startsWith('\x0A'))
-        return {0, 0};
-    Bits bits(bytes.mid(2));
+    return isParameterSet(unit) ? hevcSize(unit.mid(2)) : QSize(0, 0);
+}
+
+/// Of the sequence header of AV1.
+QSize av1Size(const QByteArray &bytes)
+{
+    Bits bits(bytes);
     bits.skip(4);
-    if (!bits.take(1)) {  // not reduced to what a still picture needs
-        if (bits.take(1)) // timing, rare enough to leave to the decoder
-            return {0, 0};
-        bits.skip(1);
+    if (bits.take(1)) { // reduced to what a still picture needs
+        bits.skip(5);
+    } else {
+        int delayBits = 0; // of the decoder's model
+        if (bits.take(1)) {
+            bits.skip(64);
+            if (bits.take(1))
+                bits.golomb();
+            if (bits.take(1)) {
+                delayBits = static_cast<int>(bits.take(5)) + 1;
+                bits.skip(42);
+            }
+        }
+        const bool displayDelay = bits.take(1);
         for (quint64 points = bits.take(5) + 1; points > 0; --points) {
             bits.skip(12);
             if (bits.take(5) > 7)
                 bits.skip(1);
+            if (delayBits > 0 && bits.take(1))
+                bits.skip(2 * delayBits + 1);
+            if (displayDelay && bits.take(1))
+                bits.skip(4);
         }
-    } else {
-        bits.skip(5);
     }
     const int widthBits = static_cast<int>(bits.take(4)) + 1;
     const int heightBits = static_cast<int>(bits.take(4)) + 1;
     const quint64 width = bits.take(widthBits) + 1;
-    return sizeOf(width, bits.take(heightBits) + 1);
+    const quint64 height = bits.take(heightBits) + 1;
+    return bits.atEnd() ? QSize(0, 0) : sizeOf(width, height);
 }
 
-QByteArray readAt(QIODevice &device, qint64 position, qint64 length)
+struct Unit
 {
-    return position >= 0 && device.seek(position) ? device.read(length) : QByteArray();
+    qint64 header; ///< bytes
+    qint64 length; ///< bytes behind the header
+    bool parameters;
+};
+
+/// The unit of AV1 that begins with these bytes, the last `left` of its stream at most.
+Unit av1Unit(const QByteArray &bytes, qint64 left)
+{
+    Bits bits(bytes);
+    bits.skip(1);
+    const bool parameters = bits.take(4) == 1;
+    const bool extended = bits.take(1);
+    const bool hasLength = bits.take(1);
+    bits.skip(extended ? 9 : 1);
+    qint64 header = extended ? 2 : 1;
+    if (!hasLength)
+        return {header, left - header, parameters};
+    quint64 length = 0;
+    for (int shift = 0; shift < 56; shift += 7) { // the lowest seven bits first
+        const quint64 byte = bits.take(8);
+        length |= (byte & 0x7F) << shift;
+        ++header;
+        if (byte < 0x80)
+            break;
+    }
+    return {header, static_cast<qint64>(length), parameters};
 }
 
-/// The largest stream of AV1 among the items whose places the box lists.
-QSize av1ItemsSize(const QByteArray &locations, QIODevice &device, qint64 start)
+} // namespace
+
+QSize Heif::larger(QSize one, QSize other)
+{
+    const auto area = [](QSize size) { return static_cast<qint64>(size.width()) * size.height(); };
+    return area(other) > area(one) ? other : one;
+}
+
+QSize Heif::hevcConfigurationSize(const QByteArray &configuration)
 {
     QSize size(0, 0);
-    Bits bits(locations);
-    const quint64 version = bits.take(8);
-    bits.skip(24);
-    const int offsetBits = static_cast<int>(bits.take(4)) * 8;
-    const int lengthBits = static_cast<int>(bits.take(4)) * 8;
-    const int baseBits = static_cast<int>(bits.take(4)) * 8;
-    const int indexBits = static_cast<int>(bits.take(4)) * (version > 0 ? 8 : 0);
-    for (quint64 items = bits.take(version < 2 ? 16 : 32); items > 0 && !bits.atEnd(); --items) {
-        bits.skip(version < 2 ? 16 : 32);
-        const quint64 method = version > 0 ? bits.take(16) & 15 : 0;
-        bits.skip(16);
-        const quint64 base = bits.take(baseBits);
-        const quint64 extents = bits.take(16);
-        for (quint64 extent = 0; extent < extents && !bits.atEnd(); ++extent) {
-            bits.skip(indexBits);
-            const auto position = static_cast<qint64>(base + bits.take(offsetBits));
-            bits.skip(lengthBits);
-            if (extent == 0 && method == 0 && position < device.size() - start)
-                size = larger(size, av1Size(readAt(device, start + position, sequenceBytes)));
+    Bits bits(configuration.left(22 + 1));
+    bits.skip(22 * 8);
+    qsizetype at = 23;
+    const auto number = [&] {
+        at += 2;
+        return Bits(configuration.mid(at - 2, 2)).take(16);
+    };
+    for (quint64 arrays = bits.take(8); arrays > 0 && at < configuration.size(); --arrays) {
+        ++at;
+        for (quint64 units = number(); units > 0 && at < configuration.size(); --units) {
+            const auto length = static_cast<qsizetype>(number());
+            size = larger(size,
+                          hevcUnitSize(configuration.mid(at, std::min<qsizetype>(length, parameterBytes))));
+            at += length;
         }
     }
     return size;
 }
 
-/// Calls `found` with the type and the contents' place and length of each box between two places.
-template <typename Found>
-void eachBox(QIODevice &device, qint64 from, qint64 end, const Found &found)
-{
-    while (from + 8 <= end) {
-        const QByteArray header = readAt(device, from, 16);
-        Bits bits(header);
-        quint64 length = bits.take(32);
-        bits.skip(32);
-        const int headerLength = length == 1 ? 16 : 8;
-        if (length == 1)
-            length = bits.take(64);
-        const quint64 most = static_cast<quint64>(end - from);
-        length = length == 0 ? most : std::min(length, most);
-        if (length < static_cast<quint64>(headerLength))
-            return;
-        found(header.mid(4, 4), from + headerLength, static_cast<qint64>(length) - headerLength);
-        from += static_cast<qint64>(length);
-    }
-}
-
-} // namespace
-
-QSize Heif::largestCodedSize(QIODevice &device, qint64 start)
+QSize Heif::hevcStreamSize(const ReadAt &read, qint64 length, int &units)
 {
     QSize size(0, 0);
-    const auto inside = [&](const QByteArray &type, qint64 at, qint64 length) {
-        const QByteArray bytes = type == "iloc" || type == "iprp"
-                                     ? readAt(device, at, std::min(length, mostMetadata))
-                                     : QByteArray();
-        if (type == "iloc")
-            size = larger(size, av1ItemsSize(bytes, device, start));
-        for (qsizetype found = bytes.indexOf("hvcC"); found >= 0; found = bytes.indexOf("hvcC", found + 4))
-            size = larger(size, hevcConfigurationSize(bytes.mid(found + 4)));
-    };
-    eachBox(device, start, device.size(), [&](const QByteArray &type, qint64 at, qint64 length) {
-        if (type == "meta") // its version and flags come first
-            eachBox(device, at + 4, at + length, inside);
-    });
+    for (qint64 at = 0; at + 4 < length && units > 0; --units) {
+        const QByteArray bytes = read(at, 4 + 2);
+        const auto unitLength = static_cast<qint64>(Bits(bytes).take(32));
+        if (isParameterSet(bytes.mid(4)))
+            size = larger(size, hevcUnitSize(read(at + 4, std::min<qint64>(unitLength, parameterBytes))));
+        at += 4 + unitLength;
+    }
+    return size;
+}
+
+QSize Heif::av1StreamSize(const ReadAt &read, qint64 length, int &units)
+{
+    QSize size(0, 0);
+    for (qint64 at = 0; at < length && units > 0; --units) {
+        const Unit unit = av1Unit(read(at, headerBytes), length - at);
+        if (unit.parameters)
+            size =
+                larger(size, av1Size(read(at + unit.header, std::min<qint64>(unit.length, parameterBytes))));
+        at += unit.header + unit.length;
+    }
     return size;
 }

@@ -1,14 +1,28 @@
 #pragma once
 
+#include <QByteArray>
 #include <QSize>
 
-class QIODevice;
+#include <functional>
 
+/// The largest picture, in pixels, that coded data says it holds; empty if it says none. The decoder
+/// allocates for that, whatever the container says.
 namespace Heif {
 
-/// The largest picture, in pixels, that any coded stream of the file says it holds; empty if none says so.
-/// The sizes that libheif reports come from the container: where these lie, the decoder allocates for the
-/// stream's own. Reads from `start`, leaves the device's position anywhere.
-QSize largestCodedSize(QIODevice &device, qint64 start);
+/// Bytes of a stream from a position on, fewer than asked for at its end.
+using ReadAt = std::function<QByteArray(qint64 position, qint64 length)>;
+
+/// Of the contents of an hvcC box.
+QSize hevcConfigurationSize(const QByteArray &configuration);
+
+/// Of a stream of `length` bytes with NAL units behind their lengths. Takes the units it passes off `units`,
+/// and stops where none are left.
+QSize hevcStreamSize(const ReadAt &read, qint64 length, int &units);
+
+/// The same of a stream of AV1.
+QSize av1StreamSize(const ReadAt &read, qint64 length, int &units);
+
+/// The one with the larger area.
+QSize larger(QSize one, QSize other);
 
 } // namespace Heif

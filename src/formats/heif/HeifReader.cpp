@@ -1,7 +1,7 @@
 #include "formats/heif/HeifReader.h"
 
-#include "formats/heif/HeifCodedSize.h"
 #include "formats/heif/HeifColour.h"
+#include "formats/heif/HeifItems.h"
 
 #include <QImageReader>
 #include <QSysInfo>
@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -205,6 +206,10 @@ bool HeifReader::open()
         device = &buffered;
     }
     start = device->pos();
+    const std::optional<QSize> found = Heif::largestPicture(*device, start);
+    if (!found || !device->seek(start))
+        return false;
+    largest = *found;
     try {
         Heif::initialise();
         context.reset(heif_context_alloc());
@@ -212,8 +217,6 @@ bool HeifReader::open()
         if (context && Heif::isOk(heif_context_read_from_reader(context.get(), &access, this, nullptr))
             && Heif::isOk(heif_context_get_primary_image_handle(context.get(), &handle)))
             primary.reset(handle);
-        if (primary) // the library has bounded the number of boxes and items
-            codedSize = Heif::largestCodedSize(*device, start);
     } catch (const std::exception &) {
         primary.reset();
     }
@@ -248,7 +251,7 @@ QImage HeifReader::read(QSize scaled)
 {
     if (!open() || sizeOf(*primary).isEmpty())
         return {};
-    if (!codedSize.isEmpty() && !withinLimit(codedSize, QImage::Format_RGB888))
+    if (!withinLimit(largest, QImage::Format_RGB888))
         return {};
     try {
         const bool scales = !scaled.isEmpty() && scaled != sizeOf(*primary);

@@ -35,7 +35,7 @@ private:
     QBuffer buffered; ///< what a device held that cannot seek
     qint64 start = 0;
     bool opened = false;
-    QSize codedSize; ///< of the largest stream in the file
+    QSize largest; ///< of all pictures in the file, as their data has them
     Heif::Context context;
     Heif::Handle primary;
 

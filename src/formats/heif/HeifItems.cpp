@@ -1,0 +1,351 @@
+#include "formats/heif/HeifItems.h"
+
+#include "formats/heif/HeifBits.h"
+#include "formats/heif/HeifCodedSize.h"
+
+#include <QIODevice>
+
+#include <algorithm>
+#include <map>
+#include <vector>
+
+using Heif::Bits;
+
+namespace {
+
+constexpr qint64 mostMetadata = 16 * 1024 * 1024; // bytes
+constexpr int mostBoxes = 10000;                  // beside one another in the file
+constexpr quint64 mostItems = 20000;              // as libheif has it
+constexpr quint64 mostPlaces = 64;                // of one item
+constexpr int mostUnits = 20000;                  // of coded data in the file
+constexpr int mostParts = 10000;                  // of all pictures, with the parts of their parts
+constexpr int mostDepth = 8;                      // an overlay of grids with alpha takes 4
+constexpr qint64 mostArea = qint64(1) << 40;      // pixels; sums of it stay in range
+
+// A grid's tiles cover up to four times its area, its alpha's as much again.
+constexpr qint64 proportion = 8;
+constexpr qint64 spare = 64 * 1000 * 1000; // pixels, decoded in one or two seconds
+
+struct Place
+{
+    qint64 position;
+    qint64 length;
+};
+
+/// A picture of the file, or some other data.
+struct Item
+{
+    QByteArray type;
+    bool inMetadata = false;
+    std::vector<Place> places;
+    std::vector<quint32> parts; ///< what it is made of
+    QSize told{0, 0};           ///< by its properties
+    QSize size{0, 0};           ///< that its data takes
+
+    bool isCoded() const { return type == "hvc1" || type == "av01"; }
+    bool isComposed() const { return type == "grid" || type == "iovl"; }
+};
+
+qint64 area(QSize size)
+{
+    return std::min(static_cast<qint64>(size.width()) * size.height(), mostArea);
+}
+
+QSize sizeFrom(Bits &bits, int bitsEach)
+{
+    const auto number = [&] { return static_cast<int>(std::min<quint64>(bits.take(bitsEach), 1 << 30)); };
+    const int width = number();
+    return {width, number()};
+}
+
+struct Box
+{
+    QByteArray type;
+    QByteArray contents;
+};
+
+struct BoxHead
+{
+    QByteArray type;
+    qint64 bytes;
+    qint64 length; ///< with the head; 0 if it is broken
+};
+
+BoxHead headOf(const QByteArray &bytes, qint64 left)
+{
+    Bits bits(bytes);
+    quint64 length = bits.take(32);
+    bits.skip(32);
+    const int head = length == 1 ? 16 : 8;
+    if (length == 1)
+        length = bits.take(64);
+    const auto most = static_cast<quint64>(left);
+    length = length == 0 ? most : std::min(length, most);
+    return {bytes.mid(4, 4), head, length < static_cast<quint64>(head) ? 0 : static_cast<qint64>(length)};
+}
+
+std::vector<Box> boxesIn(const QByteArray &bytes, qsizetype at = 0)
+{
+    std::vector<Box> boxes;
+    while (at + 8 <= bytes.size()) {
+        const BoxHead head = headOf(bytes.mid(at, 16), bytes.size() - at);
+        if (head.length == 0)
+            break;
+        boxes.push_back({head.type, bytes.mid(at + head.bytes, head.length - head.bytes)});
+        at += head.length;
+    }
+    return boxes;
+}
+
+/// What a file says of its items.
+class ItemTable
+{
+public:
+    ItemTable(QIODevice &source, qint64 sourceStart)
+        : device(source)
+        , start(sourceStart)
+    {
+    }
+
+    bool read();
+    std::optional<QSize> largest();
+
+private:
+    bool readMetadata(const QByteArray &metadata);
+    bool readTypes(const QByteArray &box);
+    bool readPlaces(const QByteArray &box);
+    void readParts(const QByteArray &box);
+    void readProperties(const QByteArray &box);
+    bool measure(Item &item);
+    QByteArray bytesAt(qint64 position, qint64 length);
+    QByteArray dataOf(const Item &item, qint64 position, qint64 length);
+    std::optional<qint64> cost(quint32 id, int depth);
+
+    QIODevice &device;
+    qint64 start;
+    QByteArray inlineData;
+    std::map<quint32, Item> items;
+    int units = mostUnits;
+    int visits = 0;
+};
+
+QByteArray ItemTable::bytesAt(qint64 position, qint64 length)
+{
+    return device.seek(start + position) ? device.read(length) : QByteArray();
+}
+
+bool ItemTable::read()
+{
+    const qint64 end = device.size() - start;
+    int boxes = 0;
+    for (qint64 at = 0; at + 8 <= end;) {
+        const BoxHead head = headOf(bytesAt(at, 16), end - at);
+        if (head.length == 0 || ++boxes > mostBoxes)
+            return false;
+        const qint64 length = head.length - head.bytes;
+        if (head.type == "meta"
+            && (!items.empty() || length > mostMetadata || !readMetadata(bytesAt(at + head.bytes, length))))
+            return false;
+        at += head.length;
+    }
+    return std::all_of(items.begin(), items.end(), [this](auto &item) { return measure(item.second); });
+}
+
+bool ItemTable::readMetadata(const QByteArray &metadata)
+{
+    for (const Box &box : boxesIn(metadata, 4)) { // behind the version and flags
+        if (box.type == "idat" && inlineData.isEmpty())
+            inlineData = box.contents;
+        else if (box.type == "iref")
+            readParts(box.contents);
+        else if (box.type == "iprp")
+            readProperties(box.contents);
+        else if ((box.type == "iinf" && !readTypes(box.contents))
+                 || (box.type == "iloc" && !readPlaces(box.contents)))
+            return false;
+    }
+    return true;
+}
+
+bool ItemTable::readTypes(const QByteArray &box)
+{
+    for (const Box &entry : boxesIn(box, box.startsWith('\0') ? 6 : 8)) {
+        Bits bits(entry.contents.left(16));
+        const quint64 version = bits.take(8);
+        bits.skip(24);
+        const auto id = static_cast<quint32>(bits.take(version < 3 ? 16 : 32));
+        const QByteArray type = version < 2 ? "data" : entry.contents.mid(version < 3 ? 8 : 10, 4);
+        Item &item = items[id];
+        if (items.size() > mostItems || (!item.type.isEmpty() && item.type != type))
+            return false;
+        item.type = type;
+    }
+    return true;
+}
+
+bool ItemTable::readPlaces(const QByteArray &box)
+{
+    Bits bits(box);
+    const quint64 version = bits.take(8);
+    bits.skip(24);
+    const int offsetBits = static_cast<int>(bits.take(4)) * 8;
+    const int lengthBits = static_cast<int>(bits.take(4)) * 8;
+    const int baseBits = static_cast<int>(bits.take(4)) * 8;
+    const int indexBits = static_cast<int>(bits.take(4)) * (version > 0 ? 8 : 0);
+    const quint64 count = bits.take(version < 2 ? 16 : 32);
+    for (quint64 i = 0; i < std::min(count, mostItems) && !bits.atEnd(); ++i) {
+        Item &item = items[static_cast<quint32>(bits.take(version < 2 ? 16 : 32))];
+        const quint64 method = version > 0 ? bits.take(16) & 15 : 0;
+        bits.skip(16);
+        const quint64 base = bits.take(baseBits);
+        const quint64 places = bits.take(16);
+        if (!item.places.empty() || places > mostPlaces)
+            return false;
+        item.inMetadata = method == 1;
+        for (quint64 place = 0; place < places; ++place) {
+            bits.skip(indexBits);
+            const quint64 position = base + bits.take(offsetBits);
+            const quint64 length = bits.take(lengthBits);
+            const auto end = static_cast<quint64>(device.size() - start);
+            if (method < 2 && position < end)
+                item.places.push_back(
+                    {static_cast<qint64>(position), static_cast<qint64>(std::min(length, end - position))});
+        }
+    }
+    return count <= mostItems;
+}
+
+void ItemTable::readParts(const QByteArray &box)
+{
+    const int idBits = box.startsWith('\0') ? 16 : 32;
+    for (const Box &reference : boxesIn(box, 4)) {
+        Bits bits(reference.contents);
+        const auto from = static_cast<quint32>(bits.take(idBits));
+        for (quint64 left = bits.take(16); left > 0 && !bits.atEnd(); --left) {
+            const auto to = static_cast<quint32>(bits.take(idBits));
+            if (reference.type == "dimg")
+                items[from].parts.push_back(to);
+            else if (reference.type == "auxl") // alpha comes with the picture that it belongs to
+                items[to].parts.push_back(from);
+        }
+    }
+}
+
+void ItemTable::readProperties(const QByteArray &box)
+{
+    struct Property
+    {
+        QSize told;
+        QSize size;
+    };
+    std::vector<Property> properties;
+    const std::vector<Box> boxes = boxesIn(box);
+    for (const Box &container : boxes) {
+        for (const Box &entry : container.type == "ipco" ? boxesIn(container.contents) : std::vector<Box>()) {
+            Property property{{0, 0}, {0, 0}};
+            Bits bits(entry.contents.left(12));
+            bits.skip(32);
+            if (entry.type == "ispe")
+                property.told = sizeFrom(bits, 32);
+            else if (entry.type == "hvcC")
+                property.size = Heif::hevcConfigurationSize(entry.contents);
+            else if (entry.type == "av1C")
+                property.size = Heif::av1StreamSize(
+                    [&](qint64 at, qint64 length) { return entry.contents.mid(4 + at, length); },
+                    entry.contents.size() - 4, units);
+            properties.push_back(property);
+        }
+    }
+    for (const Box &links : boxes) {
+        if (links.type != "ipma")
+            continue;
+        Bits bits(links.contents);
+        const int idBits = bits.take(8) < 1 ? 16 : 32;
+        const int indexBits = bits.take(24) & 1 ? 15 : 7;
+        for (quint64 left = bits.take(32); left > 0 && !bits.atEnd(); --left) {
+            Item &item = items[static_cast<quint32>(bits.take(idBits))];
+            for (quint64 count = bits.take(8); count > 0 && !bits.atEnd(); --count) {
+                bits.skip(1);
+                const quint64 index = bits.take(indexBits);
+                if (index < 1 || index > properties.size())
+                    continue;
+                item.told = Heif::larger(item.told, properties[index - 1].told);
+                item.size = Heif::larger(item.size, properties[index - 1].size);
+            }
+        }
+    }
+}
+
+QByteArray ItemTable::dataOf(const Item &item, qint64 position, qint64 length)
+{
+    QByteArray data;
+    for (const Place &place : item.places) {
+        const qint64 here = std::min(length - data.size(), place.length - position);
+        if (here > 0)
+            data += item.inMetadata ? inlineData.mid(place.position + position, here)
+                                    : bytesAt(place.position + position, here);
+        position = std::max<qint64>(0, position - place.length);
+    }
+    return data;
+}
+
+/// The size that the item's data takes; false if a picture does not say it.
+bool ItemTable::measure(Item &item)
+{
+    if (item.isCoded()) {
+        qint64 length = 0;
+        for (const Place &place : item.places)
+            length += place.length;
+        const auto read = [&](qint64 at, qint64 count) { return dataOf(item, at, count); };
+        item.size = Heif::larger(item.size, item.type == "av01" ? Heif::av1StreamSize(read, length, units)
+                                                                : Heif::hevcStreamSize(read, length, units));
+    } else if (item.isComposed()) {
+        Bits bits(dataOf(item, 0, 32));
+        bits.skip(8);
+        const int bitsEach = bits.take(8) & 1 ? 32 : 16;
+        bits.skip(item.type == "grid" ? 16 : 64); // rows and columns, or the background
+        item.size = sizeFrom(bits, bitsEach);
+    }
+    return units > 0 && (!item.size.isEmpty() || !(item.isCoded() || item.isComposed()));
+}
+
+/// Pixels gone through to decode the item; nothing if they are out of proportion, or have no end.
+std::optional<qint64> ItemTable::cost(quint32 id, int depth)
+{
+    const auto found = items.find(id);
+    if (depth > mostDepth || ++visits > mostParts)
+        return std::nullopt;
+    if (found == items.end())
+        return 0;
+    const Item &item = found->second;
+    qint64 pixels = area(item.size);
+    for (const quint32 part : item.parts) {
+        const std::optional<qint64> more = cost(part, depth + 1);
+        if (!more)
+            return std::nullopt;
+        pixels += *more;
+    }
+    const qint64 told = area(item.told.isEmpty() ? item.size : item.told);
+    if (!item.size.isEmpty() && pixels > proportion * told + spare)
+        return std::nullopt;
+    return pixels;
+}
+
+std::optional<QSize> ItemTable::largest()
+{
+    QSize size(0, 0);
+    for (const auto &[id, item] : items) {
+        if (!cost(id, 0))
+            return std::nullopt;
+        size = Heif::larger(size, item.size);
+    }
+    return size;
+}
+
+} // namespace
+
+std::optional<QSize> Heif::largestPicture(QIODevice &device, qint64 start)
+{
+    ItemTable items(device, start);
+    return items.read() ? items.largest() : std::nullopt;
+}
