@@ -228,6 +228,44 @@ private slots:
         }
     }
 
+    void writesProfilesOfTheOtherModel()
+    {
+        // Of greys with a gamma of 2.2: the header, and two tags, `kTRC` and the white of D50.
+        QByteArray grey(192, 0);
+        const auto put = [&grey](qsizetype at, const char *bytes, int length) {
+            grey.replace(at, length, QByteArray(bytes, length));
+        };
+        put(0, "\0\0\0\xC0", 4);
+        put(8, "\2\x10\0\0mntrGRAYXYZ ", 16);
+        put(36, "acsp", 4);
+        put(68, "\0\0\xF6\xD6\0\1\0\0\0\0\xD3\x2D", 12);
+        put(128,
+            "\0\0\0\2kTRC\0\0\0\x9C\0\0\0\x0E"
+            "wtpt\0\0\0\xAC\0\0\0\x14",
+            28);
+        put(156, "curv\0\0\0\0\0\0\0\1\2\x33", 14);
+        put(172, "XYZ \0\0\0\0\0\0\xF6\xD6\0\1\0\0\0\0\xD3\x2D", 20);
+        const QColorSpace ofGreys = QColorSpace::fromIccProfile(grey);
+        QVERIFY(ofGreys.isValid());
+        QImage image(32, 32, QImage::Format_RGB32);
+        image.fill(QColor(120, 120, 120));
+        for (const auto &[space, pixels] :
+             {std::pair(ofGreys, QImage::Format_RGB32),
+              {ofGreys, QImage::Format_Grayscale8},
+              {QColorSpace(QColorSpace::ProPhotoRgb), QImage::Format_Grayscale8}}) {
+            QImage original = image.convertToFormat(pixels);
+            original.setColorSpace(space);
+            const QColor shown = original.convertedToColorSpace(QColorSpace::SRgb).pixelColor(9, 9);
+            for (const char *const format : {"heic", "avif", "jxl"}) {
+                const QByteArray file = written(original, format, 95);
+                const QImage back = readBack(file).convertedToColorSpace(QColorSpace::SRgb);
+                QVERIFY2(!back.isNull() && std::abs(back.pixelColor(9, 9).green() - shown.green()) < 4,
+                         format);
+                QVERIFY(format == QByteArray("jxl") || !file.contains("GRAYXYZ"));
+            }
+        }
+    }
+
     void qualityCostsBytes()
     {
         const QImage image = gradient({256, 256}, QImage::Format_RGB32);

@@ -1,5 +1,6 @@
 #include "formats/heif/HeifWriter.h"
 
+#include "formats/FittingProfile.h"
 #include "formats/heif/HeifColour.h"
 
 #include <QByteArray>
@@ -102,12 +103,13 @@ heif_error writeToDevice(heif_context *, const void *data, size_t size, void *de
 
 } // namespace
 
-bool HeifWriter::write(const QImage &image, QIODevice &device, Coding coding, int quality)
+bool HeifWriter::write(const QImage &source, QIODevice &device, Coding coding, int quality)
 {
-    if (image.isNull())
+    if (source.isNull())
         return false;
     try {
         Heif::initialise();
+        const QImage image = withFittingProfile(source, false); // greys too are written as colours
         const QPixelFormat format = image.pixelFormat();
         const bool deep = std::max({format.redSize(), format.greenSize(), format.blueSize()}) > 8
                           || image.format() == QImage::Format_Grayscale16;

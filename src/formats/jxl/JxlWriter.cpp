@@ -1,5 +1,6 @@
 #include "formats/jxl/JxlWriter.h"
 
+#include "formats/FittingProfile.h"
 #include "formats/jxl/JxlColour.h"
 
 #include <QByteArray>
@@ -15,6 +16,7 @@
 namespace {
 
 constexpr float defaultDistance = 1; // the encoder's own: no loss seen from an arm's length
+constexpr int effort = 3;            // seconds for 21 megapixels; 4 takes eight times as long without loss
 constexpr size_t outputBytes = 256 * 1024;
 
 struct Pixels
@@ -35,13 +37,23 @@ void dropFourth(QImage &image)
     }
 }
 
+QColorSpace spaceOf(const QImage &image)
+{
+    return image.colorSpace().isValid() ? image.colorSpace() : QColorSpace(QColorSpace::SRgb);
+}
+
+bool isGrey(const QImage &image)
+{
+    return image.format() == QImage::Format_Grayscale8 || image.format() == QImage::Format_Grayscale16;
+}
+
 Pixels pixelsOf(const QImage &image)
 {
     const QPixelFormat format = image.pixelFormat();
-    const bool grey16 = image.format() == QImage::Format_Grayscale16;
-    const bool deep = grey16 || std::max({format.redSize(), format.greenSize(), format.blueSize()}) > 8;
+    const bool deep = image.format() == QImage::Format_Grayscale16
+                      || std::max({format.redSize(), format.greenSize(), format.blueSize()}) > 8;
     const bool alpha = image.hasAlphaChannel();
-    if (grey16 || image.format() == QImage::Format_Grayscale8)
+    if (isGrey(image))
         return {image, 1, deep};
     if (!deep && alpha)
         return {image.convertToFormat(QImage::Format_RGBA8888), 4, false};
@@ -53,10 +65,17 @@ Pixels pixelsOf(const QImage &image)
     return {samples, alpha ? 4U : 3U, true};
 }
 
-bool setColours(JxlEncoder &encoder, const QColorSpace &colourSpace, bool grey)
+/// The picture with a profile that the encoder takes: asked for another it prints to the program's output.
+QImage withProfile(const QImage &image)
 {
-    const QColorSpace space = colourSpace.isValid() ? colourSpace : QColorSpace(QColorSpace::SRgb);
-    if (const auto encoding = Jxl::encodingOf(space, grey))
+    const bool grey = isGrey(image);
+    return Jxl::encodingOf(spaceOf(image), grey) ? image : withFittingProfile(image, grey);
+}
+
+bool setColours(JxlEncoder &encoder, const QImage &image)
+{
+    const QColorSpace space = spaceOf(image);
+    if (const auto encoding = Jxl::encodingOf(space, isGrey(image)))
         return JxlEncoderSetColorEncoding(&encoder, &*encoding) == JXL_ENC_SUCCESS;
     const QByteArray profile = space.iccProfile();
     return JxlEncoderSetICCProfile(&encoder, reinterpret_cast<const uint8_t *>(profile.constData()),
@@ -87,10 +106,11 @@ float JxlWriter::distanceOf(int quality)
     return quality >= 30 ? 0.1F + (100 - q) * 0.09F : 53 / 3000.F * q * q - 23 / 20.F * q + 25;
 }
 
-bool JxlWriter::write(const QImage &image, QIODevice &device, int quality)
+bool JxlWriter::write(const QImage &source, QIODevice &device, int quality)
 {
-    if (image.isNull())
+    if (source.isNull())
         return false;
+    const QImage image = withProfile(source);
     const Pixels pixels = pixelsOf(image);
     const bool alpha = image.hasAlphaChannel();
     const bool lossless = quality >= 100;
@@ -115,11 +135,15 @@ bool JxlWriter::write(const QImage &image, QIODevice &device, int quality)
     info.num_extra_channels = alpha ? 1 : 0;
     info.alpha_bits = alpha ? info.bits_per_sample : 0;
     info.uses_original_profile = lossless ? JXL_TRUE : JXL_FALSE;
-    if (JxlEncoderSetBasicInfo(encoder, &info) != JXL_ENC_SUCCESS
-        || !setColours(*encoder, image.colorSpace(), pixels.channels == 1))
+    if (JxlEncoderSetBasicInfo(encoder, &info) != JXL_ENC_SUCCESS)
         return false;
+    if (!setColours(*encoder, image)) {
+        const QColorSpace srgb(QColorSpace::SRgb);
+        return spaceOf(image) != srgb && write(image.convertedToColorSpace(srgb), device, quality);
+    }
 
     JxlEncoderFrameSettings *const settings = JxlEncoderFrameSettingsCreate(encoder, nullptr);
+    JxlEncoderFrameSettingsSetOption(settings, JXL_ENC_FRAME_SETTING_EFFORT, effort);
     if (lossless)
         JxlEncoderSetFrameLossless(settings, JXL_TRUE);
     else
