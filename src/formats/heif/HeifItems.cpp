@@ -14,10 +14,11 @@ using Heif::Bits;
 namespace {
 
 constexpr qint64 mostMetadata = 16 * 1024 * 1024; // bytes
-constexpr int mostBoxes = 10000;                  // beside one another in the file
+constexpr int mostBoxes = 100000;                 // of the file, a few for each item
 constexpr quint64 mostItems = 20000;              // as libheif has it
 constexpr quint64 mostPlaces = 64;                // of one item
 constexpr int mostUnits = 20000;                  // of coded data in the file
+constexpr int mostReferences = 100000;            // between items, of all kinds
 constexpr int mostParts = 10000;                  // of all pictures, with the parts of their parts
 constexpr int mostDepth = 8;                      // an overlay of grids with alpha takes 4
 constexpr qint64 mostArea = qint64(1) << 40;      // pixels; sums of it stay in range
@@ -84,19 +85,6 @@ BoxHead headOf(const QByteArray &bytes, qint64 left)
     return {bytes.mid(4, 4), head, length < static_cast<quint64>(head) ? 0 : static_cast<qint64>(length)};
 }
 
-std::vector<Box> boxesIn(const QByteArray &bytes, qsizetype at = 0)
-{
-    std::vector<Box> boxes;
-    while (at + 8 <= bytes.size()) {
-        const BoxHead head = headOf(bytes.mid(at, 16), bytes.size() - at);
-        if (head.length == 0)
-            break;
-        boxes.push_back({head.type, bytes.mid(at + head.bytes, head.length - head.bytes)});
-        at += head.length;
-    }
-    return boxes;
-}
-
 /// What a file says of its items.
 class ItemTable
 {
@@ -114,9 +102,10 @@ private:
     bool readMetadata(const QByteArray &metadata);
     bool readTypes(const QByteArray &box);
     bool readPlaces(const QByteArray &box);
-    void readParts(const QByteArray &box);
-    void readProperties(const QByteArray &box);
+    bool readParts(const QByteArray &box);
+    bool readProperties(const QByteArray &box);
     bool measure(Item &item);
+    std::vector<Box> boxesIn(const QByteArray &bytes, qsizetype at = 0);
     QByteArray bytesAt(qint64 position, qint64 length);
     QByteArray dataOf(const Item &item, qint64 position, qint64 length);
     std::optional<qint64> cost(quint32 id, int depth);
@@ -126,8 +115,23 @@ private:
     QByteArray inlineData;
     std::map<quint32, Item> items;
     int units = mostUnits;
+    int boxesLeft = mostBoxes;
     int visits = 0;
 };
+
+std::vector<Box> ItemTable::boxesIn(const QByteArray &bytes, qsizetype at)
+{
+    std::vector<Box> boxes;
+    while (at + 8 <= bytes.size() && boxesLeft > 0) {
+        const BoxHead head = headOf(bytes.mid(at, 16), bytes.size() - at);
+        if (head.length == 0)
+            break;
+        --boxesLeft;
+        boxes.push_back({head.type, bytes.mid(at + head.bytes, head.length - head.bytes)});
+        at += head.length;
+    }
+    return boxes;
+}
 
 QByteArray ItemTable::bytesAt(qint64 position, qint64 length)
 {
@@ -137,10 +141,9 @@ QByteArray ItemTable::bytesAt(qint64 position, qint64 length)
 bool ItemTable::read()
 {
     const qint64 end = device.size() - start;
-    int boxes = 0;
     for (qint64 at = 0; at + 8 <= end;) {
         const BoxHead head = headOf(bytesAt(at, 16), end - at);
-        if (head.length == 0 || ++boxes > mostBoxes)
+        if (head.length == 0 || --boxesLeft <= 0)
             return false;
         const qint64 length = head.length - head.bytes;
         if (head.type == "meta"
@@ -148,7 +151,8 @@ bool ItemTable::read()
             return false;
         at += head.length;
     }
-    return std::all_of(items.begin(), items.end(), [this](auto &item) { return measure(item.second); });
+    return boxesLeft > 0
+           && std::all_of(items.begin(), items.end(), [this](auto &item) { return measure(item.second); });
 }
 
 bool ItemTable::readMetadata(const QByteArray &metadata)
@@ -156,11 +160,9 @@ bool ItemTable::readMetadata(const QByteArray &metadata)
     for (const Box &box : boxesIn(metadata, 4)) { // behind the version and flags
         if (box.type == "idat" && inlineData.isEmpty())
             inlineData = box.contents;
-        else if (box.type == "iref")
-            readParts(box.contents);
-        else if (box.type == "iprp")
-            readProperties(box.contents);
-        else if ((box.type == "iinf" && !readTypes(box.contents))
+        else if ((box.type == "iref" && !readParts(box.contents))
+                 || (box.type == "iprp" && !readProperties(box.contents))
+                 || (box.type == "iinf" && !readTypes(box.contents))
                  || (box.type == "iloc" && !readPlaces(box.contents)))
             return false;
     }
@@ -215,23 +217,27 @@ bool ItemTable::readPlaces(const QByteArray &box)
     return count <= mostItems;
 }
 
-void ItemTable::readParts(const QByteArray &box)
+bool ItemTable::readParts(const QByteArray &box)
 {
     const int idBits = box.startsWith('\0') ? 16 : 32;
+    int count = 0;
     for (const Box &reference : boxesIn(box, 4)) {
         Bits bits(reference.contents);
         const auto from = static_cast<quint32>(bits.take(idBits));
         for (quint64 left = bits.take(16); left > 0 && !bits.atEnd(); --left) {
             const auto to = static_cast<quint32>(bits.take(idBits));
+            if (++count > mostReferences)
+                return false;
             if (reference.type == "dimg")
                 items[from].parts.push_back(to);
             else if (reference.type == "auxl") // alpha comes with the picture that it belongs to
                 items[to].parts.push_back(from);
         }
     }
+    return true;
 }
 
-void ItemTable::readProperties(const QByteArray &box)
+bool ItemTable::readProperties(const QByteArray &box)
 {
     struct Property
     {
@@ -262,7 +268,10 @@ void ItemTable::readProperties(const QByteArray &box)
         Bits bits(links.contents);
         const int idBits = bits.take(8) < 1 ? 16 : 32;
         const int indexBits = bits.take(24) & 1 ? 15 : 7;
-        for (quint64 left = bits.take(32); left > 0 && !bits.atEnd(); --left) {
+        const quint64 linked = bits.take(32);
+        if (linked > mostItems)
+            return false;
+        for (quint64 left = linked; left > 0 && !bits.atEnd(); --left) {
             Item &item = items[static_cast<quint32>(bits.take(idBits))];
             for (quint64 count = bits.take(8); count > 0 && !bits.atEnd(); --count) {
                 bits.skip(1);
@@ -274,6 +283,7 @@ void ItemTable::readProperties(const QByteArray &box)
             }
         }
     }
+    return true;
 }
 
 QByteArray ItemTable::dataOf(const Item &item, qint64 position, qint64 length)
