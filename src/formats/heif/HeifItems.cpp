@@ -70,6 +70,7 @@ struct BoxHead
     QByteArray type;
     qint64 bytes;
     qint64 length; ///< with the head; 0 if it is broken
+    bool cut;      ///< says to be longer than what there is
 };
 
 BoxHead headOf(const QByteArray &bytes, qint64 left)
@@ -81,8 +82,10 @@ BoxHead headOf(const QByteArray &bytes, qint64 left)
     if (length == 1)
         length = bits.take(64);
     const auto most = static_cast<quint64>(left);
+    const bool cut = length > most;
     length = length == 0 ? most : std::min(length, most);
-    return {bytes.mid(4, 4), head, length < static_cast<quint64>(head) ? 0 : static_cast<qint64>(length)};
+    return {bytes.mid(4, 4), head, length < static_cast<quint64>(head) ? 0 : static_cast<qint64>(length),
+            cut};
 }
 
 /// What a file says of its items.
@@ -124,8 +127,10 @@ std::vector<Box> ItemTable::boxesIn(const QByteArray &bytes, qsizetype at)
     std::vector<Box> boxes;
     while (at + 8 <= bytes.size() && boxesLeft > 0) {
         const BoxHead head = headOf(bytes.mid(at, 16), bytes.size() - at);
-        if (head.length == 0)
+        if (head.length == 0 || head.cut) { // others might find further boxes where this one finds none
+            boxesLeft = 0;
             break;
+        }
         --boxesLeft;
         boxes.push_back({head.type, bytes.mid(at + head.bytes, head.length - head.bytes)});
         at += head.length;
@@ -224,7 +229,10 @@ bool ItemTable::readParts(const QByteArray &box)
     for (const Box &reference : boxesIn(box, 4)) {
         Bits bits(reference.contents);
         const auto from = static_cast<quint32>(bits.take(idBits));
-        for (quint64 left = bits.take(16); left > 0 && !bits.atEnd(); --left) {
+        const quint64 references = bits.take(16);
+        if (static_cast<quint64>(reference.contents.size()) * 8 != idBits * (references + 1) + 16)
+            return false; // libheif goes by the number and not by the length
+        for (quint64 left = references; left > 0; --left) {
             const auto to = static_cast<quint32>(bits.take(idBits));
             if (++count > mostReferences)
                 return false;
