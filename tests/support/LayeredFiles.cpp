@@ -27,12 +27,11 @@ QByteArray numbers(QDataStream::ByteOrder order, Numbers... values)
 QByteArray row(const Picture &picture, int channel, int y)
 {
     const auto order = picture.format == Psp ? little : big;
-    const bool isPredicted =
-        picture.compression == ZipWithPrediction && (picture.depth == 8 || picture.depth == 16);
+    const bool isDelta = picture.compression == ZipWithPrediction && picture.depth > 1 && picture.depth < 32;
     QByteArray bytes;
     for (int x = 0; x < picture.size.width(); ++x) {
         int value = picture.sample(channel, x, y);
-        if (isPredicted && x > 0)
+        if (isDelta && x > 0)
             value -= picture.sample(channel, x - 1, y);
         const int usedBits = x * picture.depth % 8;
         if (picture.depth == 16) {
@@ -92,9 +91,7 @@ QByteArray planes(const Picture &picture, int firstChannel, int channels)
                 bytes = predictedFloats(bytes);
             if (picture.compression == RunLength)
                 bytes = packedRuns(bytes, picture.format == Psp);
-            if (picture.format == Psb)
-                lengths += numbers(big, quint16(0));
-            lengths += numbers(big, static_cast<quint16>(bytes.size()));
+            lengths += QByteArray(picture.format == Psb ? 2 : 0, '\0') + numbers(big, quint16(bytes.size()));
             data += bytes;
         }
     }
@@ -108,12 +105,6 @@ QByteArray section(const QByteArray &content, bool large = false)
     return QByteArray(large ? 4 : 0, '\0') + numbers(big, static_cast<quint32>(content.size())) + content;
 }
 
-/// `content` has an even length.
-QByteArray resource(quint16 id, const QByteArray &content)
-{
-    return "8BIM" + numbers(big, id, quint16(0)) + section(content);
-}
-
 QByteArray layerSection(const Picture &picture)
 {
     const bool large = picture.format == Psb;
@@ -121,20 +112,6 @@ QByteArray layerSection(const Picture &picture)
     if (picture.layers == 0 || picture.depth == 8)
         return picture.layers == 0 ? QByteArray() : count;
     return section({}, large) + section({}) + (picture.depth == 32 ? "8BIMLr32" : "8BIMLr16") + count;
-}
-
-QByteArray makePsd(const Picture &picture)
-{
-    QByteArray table;
-    for (int i = 0; picture.mode == Indexed && i < 768; ++i)
-        table +=
-            static_cast<char>(paletteColour(i % 256) >> (16 - i / 256 * 8)); // red, then green, then blue
-    return "8BPS" + numbers(big, quint16(picture.format == Psb ? 2 : 1), quint32(0), quint16(0))
-           + numbers(big, quint16(picture.channels), picture.claimedSize.height())
-           + numbers(big, picture.claimedSize.width(), quint16(picture.depth), quint16(picture.mode))
-           + section(table) + section(resource(1006, picture.channelNames) + resource(1039, picture.profile))
-           + section(layerSection(picture), picture.format == Psb)
-           + numbers(big, static_cast<quint16>(picture.compression)) + planes(picture, 0, picture.channels);
 }
 
 QByteArray block(quint16 id, const QByteArray &content)
@@ -177,16 +154,13 @@ QByteArray attributes(QSize size, int depth, int compression, quint16 kind)
 QByteArray makePsp(const Picture &picture)
 {
     const QSize size = picture.claimedSize;
-    const int depth = picture.mode == Rgb ? 3 * picture.depth : picture.depth;
-    QByteArray bank = fields(QByteArray(4, '\0'));
     QByteArray jpeg;
     QBuffer buffer(&jpeg);
-    if (picture.preview.save(&buffer, "jpeg", 100))
-        bank += attributes(picture.preview.size(), 24, 3, 1);
-    bank += attributes(size, depth, picture.compression, 0);
-    if (!jpeg.isEmpty())
-        bank += block(18, fields(QByteArray(10, '\0')) + jpeg);
-    bank += block(9, composite(picture));
+    picture.preview.save(&buffer, "jpeg", 100);
+    const QByteArray bank =
+        fields(QByteArray(4, '\0')) + attributes(picture.preview.size(), 24, 3, 1)
+        + attributes(size, picture.mode == Rgb ? 3 * picture.depth : picture.depth, picture.compression, 0)
+        + block(18, fields(QByteArray(10, '\0')) + jpeg) + block(9, composite(picture));
     return QByteArray("Paint Shop Pro Image File\n\x1a\0\0\0\0\0\x8\0\0\0", 36) // the version is 8
            + block(0, fields(numbers(little, size.width(), size.height()) + QByteArray(34, '\0')))
            + block(1, QByteArray(7, '\1')) + block(16, bank);
@@ -194,19 +168,20 @@ QByteArray makePsp(const Picture &picture)
 
 } // namespace
 
-int pattern(int channel, int x, int y)
-{
-    return (x / (1 + y * y * 3) * 37 + y * 11 + channel * 83) % 256;
-}
-
-QRgb paletteColour(int index)
-{
-    return qRgb(index, 255 - index, index / 2);
-}
-
 QByteArray make(const Picture &picture)
 {
-    return picture.format == Psp ? makePsp(picture) : makePsd(picture);
+    if (picture.format == Psp)
+        return makePsp(picture);
+    QByteArray table;
+    for (int i = 0; picture.mode == Indexed && i < 768; ++i) // red, then green, then blue
+        table += static_cast<char>(paletteColour(i % 256) >> (16 - i / 256 * 8));
+    const QByteArray names = "8BIM" + numbers(big, quint16(1006), quint16(0)) + section(picture.channelNames);
+    const QByteArray profile = "8BIM" + numbers(big, quint16(1039), quint16(0)) + section(picture.profile);
+    return "8BPS" + numbers(big, quint16(picture.format == Psb ? 2 : 1), quint32(0), quint16(0))
+           + numbers(big, quint16(picture.channels), picture.claimedSize.height())
+           + numbers(big, picture.claimedSize.width(), quint16(picture.depth), quint16(picture.mode))
+           + section(table) + section(names + profile) + section(layerSection(picture), picture.format == Psb)
+           + numbers(big, static_cast<quint16>(picture.compression)) + planes(picture, 0, picture.channels);
 }
 
 } // namespace LayeredFiles

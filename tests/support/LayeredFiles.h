@@ -34,9 +34,16 @@ enum Compression
 };
 
 /// The first row has no two equal neighbours, the ninth one has runs of 193.
-int pattern(int channel, int x, int y);
+inline int pattern(int channel, int x, int y)
+{
+    return (x / (1 + y * y * 3) * 37 + y * 11 + channel * 83) % 256;
+}
+
 /// A colour of an indexed picture.
-QRgb paletteColour(int index);
+inline QRgb paletteColour(int index)
+{
+    return qRgb(index, 255 - index, index / 2);
+}
 
 struct Picture
 {
