@@ -112,41 +112,36 @@ QByteArray layerSection(const Picture &picture)
     return section({}, large) + section({}) + (picture.depth == 32 ? "8BIMLr32" : "8BIMLr16") + count;
 }
 
-QByteArray block(quint16 id, const QByteArray &content)
+/// Fixed fields, behind their length, come first.
+QByteArray block(quint16 id, const QByteArray &fields, const QByteArray &rest = {})
 {
+    const QByteArray content = numbers(little, static_cast<quint32>(fields.size() + 4)) + fields + rest;
     return QByteArray("~BK\0", 4) + numbers(little, id, static_cast<quint32>(content.size())) + content;
-}
-
-/// Fixed fields with their length before them.
-QByteArray fields(const QByteArray &content)
-{
-    return numbers(little, static_cast<quint32>(content.size() + 4)) + content;
 }
 
 QByteArray composite(const Picture &picture)
 {
-    const QByteArray start = fields(QByteArray(4, '\0'));
     QByteArray table;
     for (int i = 0; picture.mode == Indexed && i < 1 << picture.depth; ++i)
         table += numbers(little, paletteColour(i) & 0xffffff);
-    QByteArray blocks = start + (table.isEmpty() ? table : block(2, start + table));
+    QByteArray blocks = table.isEmpty() ? table : block(2, QByteArray(4, '\0'), table);
     const int colours = picture.mode == Rgb ? 3 : 1;
     const qsizetype length = row(picture, 0, 0).size() * picture.size.height();
     for (int channel = 0; channel < picture.channels; ++channel) {
         const QByteArray stored = planes(picture, channel, 1);
         const bool isMask = channel == colours;
         const int id = isMask || colours == 1 ? 0 : channel + 1;
-        blocks += block(5, fields(numbers(little, quint32(stored.size()), quint32(length),
-                                          quint16(isMask ? 9 : 8), quint16(id)))
-                               + stored);
+        blocks += block(
+            5, numbers(little, quint32(stored.size()), quint32(length), quint16(isMask ? 9 : 8), quint16(id)),
+            stored);
     }
     return blocks;
 }
 
 QByteArray attributes(QSize size, int depth, int compression, quint16 kind)
 {
-    return block(17, fields(numbers(little, size.width(), size.height(), quint16(depth), quint16(compression),
-                                    quint16(1), quint32(0), kind)));
+    return block(17, numbers(little, size.width(), size.height(), quint16(depth), quint16(compression),
+                             quint16(1), quint32(0), kind));
 }
 
 QByteArray makePsp(const Picture &picture)
@@ -156,12 +151,12 @@ QByteArray makePsp(const Picture &picture)
     QBuffer buffer(&jpeg);
     picture.preview.save(&buffer, "jpeg", 100);
     const QByteArray bank =
-        fields(QByteArray(4, '\0')) + attributes(picture.preview.size(), 24, 3, 1)
+        attributes(picture.preview.size(), 24, 3, 1)
         + attributes(size, picture.mode == Rgb ? 3 * picture.depth : picture.depth, picture.compression, 0)
-        + block(18, fields(QByteArray(10, '\0')) + jpeg) + block(9, composite(picture));
+        + block(18, QByteArray(10, '\0'), jpeg) + block(9, QByteArray(4, '\0'), composite(picture));
     return QByteArray("Paint Shop Pro Image File\n\x1a\0\0\0\0\0\x8\0\0\0", 36) // the version is 8
-           + block(0, fields(numbers(little, size.width(), size.height()) + QByteArray(34, '\0')))
-           + block(1, QByteArray(7, '\1')) + block(16, bank);
+           + block(0, numbers(little, size.width(), size.height()) + QByteArray(34, '\0'))
+           + block(1, QByteArray(7, '\1')) + block(16, QByteArray(4, '\0'), bank);
 }
 
 } // namespace
