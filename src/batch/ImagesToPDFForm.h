@@ -108,6 +108,11 @@ private:
     void setPageOrientation(int orientation);
     void setPageMargin(int value);
 
+    // Options
+    template <typename Option>
+    void setOption(Option &option, Option value);
+    void setPdfPath(const QString &path);
+
     // Collecting files
     void addUrls(const QList<QUrl> &urls);
 

@@ -7,6 +7,16 @@
 #include <QFileInfo>
 #include <QScopedValueRollback>
 
+/// An option that the user changed; nothing while the form itself changes its widgets.
+template <typename Option>
+void ImagesToPDFForm::setOption(Option &option, Option value)
+{
+    if (!uiReady)
+        return;
+    option = value;
+    saveBatchSettings();
+}
+
 void ImagesToPDFForm::on_pdfPageOrientationPortraitButton_clicked()
 {
     if (!uiReady)
@@ -32,10 +42,7 @@ void ImagesToPDFForm::setPageOrientation(int orientation)
 
 void ImagesToPDFForm::on_pdfPaperSizeComboBox_currentIndexChanged(int index)
 {
-    if (!uiReady)
-        return;
-    VistamoGlobal::pageSize = index;
-    saveBatchSettings();
+    setOption(VistamoGlobal::pageSize, index);
 }
 
 void ImagesToPDFForm::on_pdfNoMarginButton_clicked()
@@ -65,34 +72,22 @@ void ImagesToPDFForm::setPageMargin(int value)
 
 void ImagesToPDFForm::on_pdfMarginSizeSpinBox_valueChanged(int value)
 {
-    if (!uiReady)
-        return;
-    VistamoGlobal::pageMarginSize = value;
-    saveBatchSettings();
+    setOption(VistamoGlobal::pageMarginSize, value);
 }
 
 void ImagesToPDFForm::on_pdfQualityComboBox_currentIndexChanged(int index)
 {
-    if (!uiReady)
-        return;
-    VistamoGlobal::pdfQuality = index;
-    saveBatchSettings();
+    setOption(VistamoGlobal::pdfQuality, index);
 }
 
 void ImagesToPDFForm::on_pdfResizeImageToPaperCheckBox_clicked()
 {
-    if (!uiReady)
-        return;
-    VistamoGlobal::resizeImageToPaper = ui->pdfResizeImageToPaperCheckBox->isChecked();
-    saveBatchSettings();
+    setOption(VistamoGlobal::resizeImageToPaper, ui->pdfResizeImageToPaperCheckBox->isChecked());
 }
 
 void ImagesToPDFForm::on_pdfSmoothEdgesCheckBox_clicked()
 {
-    if (!uiReady)
-        return;
-    VistamoGlobal::pdfSmoothEdges = ui->pdfSmoothEdgesCheckBox->isChecked();
-    saveBatchSettings();
+    setOption(VistamoGlobal::pdfSmoothEdges, ui->pdfSmoothEdgesCheckBox->isChecked());
 }
 
 void ImagesToPDFForm::on_targetComboBox_currentIndexChanged(int index)
@@ -146,6 +141,11 @@ void ImagesToPDFForm::on_pdfFilenameButton_clicked()
         FileDialog::saveFileName(tr("Save to PDF File"), start, tr("PDF files (*.pdf)"), this);
     if (path.isEmpty())
         return;
+    setPdfPath(path);
+}
+
+void ImagesToPDFForm::setPdfPath(const QString &path)
+{
     VistamoGlobal::outputFolder = QFileInfo(path).path();
     VistamoGlobal::pdfFileName = QFileInfo(path).fileName();
     ui->outputFolderLineEdit->setText(VistamoGlobal::outputFolder);

@@ -27,11 +27,7 @@ void ImagesToPDFForm::createPdfFile()
         const QString path = getPdfSaveFileName();
         if (path.isEmpty())
             return;
-        VistamoGlobal::outputFolder = QFileInfo(path).path();
-        VistamoGlobal::pdfFileName = QFileInfo(path).fileName();
-        ui->outputFolderLineEdit->setText(VistamoGlobal::outputFolder);
-        ui->pdfFilenameLineEdit->setText(VistamoGlobal::pdfFileName);
-        saveBatchSettings();
+        setPdfPath(path);
     }
     if (VistamoGlobal::outputFolder.isEmpty()) {
         const FolderPicker picker;
