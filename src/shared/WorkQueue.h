@@ -20,15 +20,6 @@ public:
         changed.wakeOne();
     }
 
-    /// Adds `work`, in place of the newest entry once `limit` entries are waiting.
-    void pushReplacingNewest(Work work, size_t limit)
-    {
-        const QMutexLocker locker(&mutex);
-        if (entries.size() >= limit)
-            entries.pop_back();
-        entries.push_back(std::move(work));
-    }
-
     /// The oldest entry, or nothing if there is none.
     std::optional<Work> tryTake()
     {

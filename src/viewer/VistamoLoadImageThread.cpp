@@ -2,12 +2,14 @@
 
 #include "shared/ImageReading.h"
 
-#include <QElapsedTimer>
 #include <QFileInfo>
+#include <QThreadPool>
+
+#include <utility>
 
 namespace {
 
-constexpr size_t mostWaiting = 10;
+constexpr qsizetype mostWaiting = 10;
 // Longer than a picture waits for memory.
 constexpr qint64 deadAfterMs = 30000;
 
@@ -19,11 +21,9 @@ bool isReady(const ImageRequest &request)
     return request.isSameFile({request.path, file.size(), file.lastModified()});
 }
 
-qint64 steadyMs()
+QPixmap picture(const ImageRequest &request)
 {
-    QElapsedTimer clock;
-    clock.start();
-    return clock.msecsSinceReference();
+    return isReady(request) ? request.pixmap : QPixmap::fromImage(ImageReading::read(request.path));
 }
 
 } // namespace
@@ -36,35 +36,70 @@ VistamoLoadImageThread::VistamoLoadImageThread(QObject *parent)
 
 void VistamoLoadImageThread::addFile(const ImageRequest &request)
 {
-    fileNameList.pushReplacingNewest(request, mostWaiting);
+    const QMutexLocker locker(&mutex);
+    if (fileNameList.size() >= mostWaiting)
+        fileNameList.removeLast();
+    fileNameList.append(request);
+    changed.wakeAll();
 }
 
 QList<ImageRequest> VistamoLoadImageThread::takeWaiting()
 {
-    QList<ImageRequest> waiting;
-    while (auto request = fileNameList.tryTake())
-        waiting.append(*request);
-    return waiting;
+    const QMutexLocker locker(&mutex);
+    return std::exchange(fileNameList, {});
 }
 
 bool VistamoLoadImageThread::hangs() const
 {
-    const qint64 since = inHandSince;
-    return since != 0 && steadyMs() - since > deadAfterMs;
+    const QMutexLocker locker(&mutex);
+    return taken > given && sinceLastGiven.hasExpired(deadAfterMs);
+}
+
+void VistamoLoadImageThread::stop()
+{
+    StoppableThread::stop();
+    // Under the lock: a thread between its look at the flag and its wait must not miss this.
+    const QMutexLocker locker(&mutex);
+    changed.wakeAll();
 }
 
 void VistamoLoadImageThread::run()
 {
-    while (!stopRequested) {
-        const auto request = fileNameList.tryTake();
-        if (!request)
-            return;
-        inHandSince = steadyMs();
-        const QPixmap pixmap =
-            isReady(*request) ? request->pixmap : QPixmap::fromImage(ImageReading::read(request->path));
-        inHandSince = 0;
+    QThreadPool others; // its end waits for them
+    for (int i = 1; i < idealThreadCount(); ++i)
+        others.start([this] { decodeInTurn(); });
+    decodeInTurn();
+}
+
+/// Decodes what is asked for, on any number of threads, each of which waits for its turn to give its picture.
+void VistamoLoadImageThread::decodeInTurn()
+{
+    qint64 turn = 0;
+    while (const auto request = takeNext(turn)) {
+        const QPixmap pixmap = picture(*request);
+        const QMutexLocker locker(&mutex);
+        while (turn != given && !stopRequested)
+            changed.wait(&mutex);
         // A thread that was left behind may come to here after the program's windows are gone.
-        if (!stopRequested)
-            emit imageLoaded(pixmap);
+        if (stopRequested)
+            return;
+        emit imageLoaded(pixmap);
+        ++given;
+        sinceLastGiven.start();
+        changed.wakeAll();
     }
+}
+
+/// The oldest request and its turn. Waits for one as long as a picture is in hand somewhere; then nothing.
+std::optional<ImageRequest> VistamoLoadImageThread::takeNext(qint64 &turn)
+{
+    const QMutexLocker locker(&mutex);
+    while (fileNameList.isEmpty() && taken > given && !stopRequested)
+        changed.wait(&mutex);
+    if (fileNameList.isEmpty() || stopRequested)
+        return std::nullopt;
+    if (taken == given)
+        sinceLastGiven.start();
+    turn = taken++;
+    return fileNameList.takeFirst();
 }

@@ -1,13 +1,15 @@
 #pragma once
 
 #include "shared/StoppableThread.h"
-#include "shared/WorkQueue.h"
 
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QList>
+#include <QMutex>
 #include <QPixmap>
+#include <QWaitCondition>
 
-#include <atomic>
+#include <optional>
 
 /// A picture that is asked for.
 struct ImageRequest
@@ -25,10 +27,11 @@ struct ImageRequest
     }
 };
 
-/// Decodes pictures for the viewer, in the order in which they were asked for.
+/// Decodes pictures for the viewer, and gives them in the order in which they were asked for. Several are
+/// decoded side by side if several are asked for.
 ///
 /// The object is owned by the form and lives on the GUI thread; `run` is the worker's. It ends when nothing
-/// is waiting; what is added while it ends stays in `takeWaiting` for the next.
+/// is waiting or in hand; what is added while it ends stays in `takeWaiting` for the next.
 class VistamoLoadImageThread : public StoppableThread
 {
     Q_OBJECT
@@ -44,8 +47,10 @@ public:
     /// What was not taken up, oldest first. For a thread that has ended or hangs.
     QList<ImageRequest> takeWaiting();
 
-    /// True if the picture in hand has taken so long that its drive is taken for dead.
+    /// True if no picture has come for so long that the drive of one in hand is taken for dead.
     bool hangs() const;
+
+    void stop() override;
 
 signals:
     /// The picture, null if it could not be read.
@@ -55,6 +60,14 @@ protected:
     void run() override;
 
 private:
-    WorkQueue<ImageRequest> fileNameList;
-    std::atomic<qint64> inHandSince = 0; ///< milliseconds of the steady clock; 0 for nothing in hand
+    void decodeInTurn();
+    std::optional<ImageRequest> takeNext(qint64 &turn);
+
+    mutable QMutex mutex;
+    QWaitCondition changed;
+    // Guarded by the mutex.
+    QList<ImageRequest> fileNameList;
+    qint64 taken = 0; ///< requests so far
+    qint64 given = 0; ///< pictures so far
+    QElapsedTimer sinceLastGiven;
 };
