@@ -136,16 +136,20 @@ void SlideShowForm::composeImage()
     ui->imageLabel->setFixedSize(screenSize);
     const float a = static_cast<float>(sourcePixmap.width()) / static_cast<float>(screenSize.width());
     const float b = static_cast<float>(sourcePixmap.height()) / static_cast<float>(screenSize.height());
-    const QPixmap scaled = b > a ? sourcePixmap.scaledToHeight(screenSize.height(), Qt::FastTransformation)
-                                 : sourcePixmap.scaledToWidth(screenSize.width(), Qt::FastTransformation);
-    QImage image(screenSize, QImage::Format_ARGB32);
+    // In the screen's own pixels.
+    const qreal ratio = devicePixelRatio();
+    const QSize pixels = (QSizeF(screenSize) * ratio).toSize();
+    const QPixmap scaled = b > a ? sourcePixmap.scaledToHeight(pixels.height(), Qt::FastTransformation)
+                                 : sourcePixmap.scaledToWidth(pixels.width(), Qt::FastTransformation);
+    QImage image(pixels, QImage::Format_ARGB32);
     image.fill(VistamoGlobal::bkColor);
     QPainter painter;
     if (!painter.begin(&image))
         return;
-    painter.drawPixmap((screenSize.width() - scaled.width()) / 2, (screenSize.height() - scaled.height()) / 2,
+    painter.drawPixmap((pixels.width() - scaled.width()) / 2, (pixels.height() - scaled.height()) / 2,
                        scaled);
     painter.end();
+    image.setDevicePixelRatio(ratio);
     composedImage = image;
     drawCountdown();
 }

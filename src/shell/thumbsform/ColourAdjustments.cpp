@@ -103,7 +103,7 @@ void ThumbsForm::requestFilteredView(bool highQuality)
 {
     if (processImageThread)
         processImageThread->addRequest({selectedImage, highQuality ? 1 : 0, displayedImage.width(), contrast,
-                                        brightness, gamma, invertColours});
+                                        brightness, gamma, invertColours, devicePixelRatio()});
 }
 
 void ThumbsForm::on_filterResultAvailable(QImage image)
