@@ -5,6 +5,8 @@
 #include <QImageIOHandler>
 #include <QIODevice>
 
+#include <algorithm>
+#include <atomic>
 #include <limits>
 #include <utility>
 
@@ -33,6 +35,20 @@ Layout layoutOf(const JxlBasicInfo &info)
     // The decoder makes a missing alpha opaque.
     return deep ? Layout{4, type, QImage::Format_RGBX64} : Layout{3, type, QImage::Format_RGB888};
 }
+
+/// One of the pictures that are being decoded now, which share the processors.
+class ProcessorShare
+{
+public:
+    ProcessorShare() { ++sharers; }
+    ~ProcessorShare() { --sharers; }
+    Q_DISABLE_COPY_MOVE(ProcessorShare)
+
+    size_t threads(size_t wanted) const { return std::max<size_t>(wanted / sharers, 1); }
+
+private:
+    static inline std::atomic<size_t> sharers = 0;
+};
 
 } // namespace
 
@@ -102,8 +118,9 @@ QImage JxlReader::read()
     image.fill(0); // for what a truncated file leaves out
     // The lines of a QImage begin at multiples of four bytes.
     const JxlPixelFormat format{layout.channels, layout.type, JXL_NATIVE_ENDIAN, 4};
-    JxlResizableParallelRunnerSetThreads(runner.get(),
-                                         JxlResizableParallelRunnerSuggestThreads(info.xsize, info.ysize));
+    const ProcessorShare share;
+    JxlResizableParallelRunnerSetThreads(
+        runner.get(), share.threads(JxlResizableParallelRunnerSuggestThreads(info.xsize, info.ysize)));
     QColorSpace colourSpace;
     bool hasBuffer = false;
     for (;;) {
