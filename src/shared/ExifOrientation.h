@@ -3,8 +3,9 @@
 #include <QImageIOHandler>
 #include <QString>
 
-/// The orientation stored in a file's EXIF block, as what has to be done to show the picture upright.
-/// None if the file has no such block or cannot be read. Safe to call from any thread.
+/// The orientation stored in the EXIF block of a PNG or WebP file, as what has to be done to show the picture
+/// upright. None for other formats, or if the file has no such block or cannot be read. The pixels are not
+/// read. Safe to call from any thread.
 QImageIOHandler::Transformations exifOrientation(const QString &path);
 
 /// What an EXIF orientation value asks for: 1 to 8, anything else is none.
