@@ -1,0 +1,136 @@
+#include "Measuring.h"
+
+#include "library/TListView.h"
+#include "shared/VistamoGlobal.h"
+#include "shell/MainWindow.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QScrollBar>
+
+#include <algorithm>
+
+namespace {
+
+bool answered(const TFileRecord &record)
+{
+    return record.imageRect != QRect();
+}
+
+/// True if every row in the list's viewport has had its answer.
+bool screenIsComplete(const TListView &list)
+{
+    const auto &records = VistamoGlobal::fileDataList;
+    for (int row = 0; row < records.size(); ++row) {
+        if (list.visualRect(list.model()->index(row, 0)).top() > list.viewport()->height())
+            return true;
+        if (!answered(records[row]))
+            return false;
+    }
+    return !records.isEmpty();
+}
+
+/// Looks at every row of the list, a page at a time.
+void scrollThroughAll(const TListView &list)
+{
+    QScrollBar &bar = *list.verticalScrollBar();
+    double longest = 0;
+    QElapsedTimer step;
+    for (int value = 0; value < bar.maximum(); value += bar.pageStep()) {
+        step.restart();
+        bar.setValue(value);
+        QCoreApplication::processEvents();
+        longest = std::max(longest, milliseconds(step));
+    }
+    print("longest page of scrolling through all", longest, "ms");
+    print("resident memory after scrolling through all", statusMegabytes("VmRSS"), "MB");
+    bar.setValue(0);
+}
+
+void measureResizes(MainWindow &window)
+{
+    double longest = 0;
+    QElapsedTimer time;
+    const QSize size = window.size();
+    for (int less = 30; less <= 300; less += 30) {
+        time.restart();
+        window.resize(size.width() - less, size.height());
+        QCoreApplication::processEvents();
+        longest = std::max(longest, milliseconds(time));
+    }
+    print("longest resize of the window", longest, "ms");
+    window.resize(size);
+}
+
+} // namespace
+
+void measureFolder(const Program &program, const QString &folder)
+{
+    const auto &records = VistamoGlobal::fileDataList;
+    const int files = static_cast<int>(QDir(folder).entryList(QDir::Files).size());
+    QElapsedTimer time;
+    time.start();
+    program.showFolder(folder);
+    {
+        const AnswerWatch watch;
+        print("first rows", waitFor(time, [&] { return !records.isEmpty(); }), "ms");
+        print("first screen of icons", waitFor(time, [&] { return screenIsComplete(program.list); }), "ms");
+        print("all rows", waitFor(time, [&] { return records.size() >= files; }), "ms");
+        qsizetype seen = 0;
+        const double all = waitFor(time, [&] {
+            while (seen < records.size() && answered(records[seen]))
+                ++seen;
+            return seen == records.size();
+        });
+        print("all icons", all, "ms");
+        print("longest wait for the GUI thread", watch.longestMs(), "ms");
+    }
+    print("resident memory", statusMegabytes("VmRSS"), "MB");
+    print("peak of the resident memory", statusMegabytes("VmHWM"), "MB");
+
+    // One more file: the folder is read again.
+    QFile added(folder + "/added by the benchmark.jpg");
+    {
+        const AnswerWatch watch;
+        time.restart();
+        if (added.open(QIODevice::WriteOnly)) {
+            print("a file more, in the list", waitFor(time, [&] { return records.size() > files; }), "ms");
+            added.remove();
+            waitFor(time, [&] { return records.size() == files; });
+            print("longest wait with a file more, and less", watch.longestMs(), "ms");
+        }
+    }
+    measureResizes(program.window);
+    scrollThroughAll(program.list);
+}
+
+void measureChangeOfFolder(const Program &program, const QString &slowFolder, const QString &other)
+{
+    const auto &records = VistamoGlobal::fileDataList;
+    QElapsedTimer time;
+    time.start();
+    program.showFolder(other); // so that its thumbnails and the system's caches are there
+    waitFor(time, [&] { return program.allIconsAreThere(); });
+
+    program.showFolder(slowFolder);
+    waitFor(time, [&] { return !records.isEmpty() && records.first().path == slowFolder; });
+    runFor(150); // its pictures are being decoded now
+    double called = 0;
+    time.restart();
+    program.showFolder(other);
+    called = milliseconds(time);
+    const double rows = waitFor(time, [&] { return !records.isEmpty() && records.first().path == other; });
+    print("change of folder while a slow decode runs: click", called, "ms");
+    print("change of folder while a slow decode runs: first rows", rows, "ms");
+}
+
+void measureStart(const Program &program, qint64 startedMs)
+{
+    QElapsedTimer now;
+    now.start();
+    const qint64 before = now.msecsSinceReference() - startedMs;
+    const double more = waitFor(now, [&] { return screenIsComplete(program.list); });
+    print("start of the program to the first screen", static_cast<double>(before) + more, "ms");
+    waitFor(now, [&] { return program.allIconsAreThere(); });
+}

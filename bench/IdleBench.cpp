@@ -1,0 +1,65 @@
+#include "Measuring.h"
+
+#include "library/TListView.h"
+#include "shell/MainWindow.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QTimer>
+
+#include <sys/resource.h>
+
+namespace {
+
+constexpr int settledMs = 3000; // the smooth pass, the end of the worker threads
+constexpr int measuredMs = 10000;
+
+double processorMs()
+{
+    rusage usage = {};
+    getrusage(RUSAGE_SELF, &usage);
+    return (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1e3
+           + (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e3;
+}
+
+void measure(const QString &where)
+{
+    runFor(settledMs);
+    const double before = processorMs();
+    runFor(measuredMs);
+    print("processor time in 10 s: " + where, processorMs() - before, "ms");
+}
+
+/// Measures while the window that `open` brings up is there; it may be modal.
+void measureWindow(const QString &name, const std::function<void()> &open)
+{
+    QTimer::singleShot(500, qApp, [&] {
+        measure(name);
+        if (QWidget *const window = QApplication::activeModalWidget())
+            window->close();
+    });
+    open();
+    runFor(settledMs + measuredMs + 1000);
+}
+
+} // namespace
+
+void measureIdle(const Program &program, const QString &folder)
+{
+    program.showFolder(folder);
+    QElapsedTimer time;
+    time.start();
+    waitFor(time, [&] { return program.allIconsAreThere(); });
+    measure("the list");
+    measureWindow("options", [&] { program.call("on_optionsButton_clicked"); });
+    measureWindow("about", [&] { program.call("on_aboutButton_clicked"); });
+    program.list.setCurrentIndex(program.list.model()->index(0, 0));
+    measureWindow("delete", [&] { program.call("on_deleteButton_clicked"); });
+    program.openInViewer(program.list.model()->index(0, 0));
+    measure("the viewer");
+    program.call("onContrastAction");
+    measure("the adjustments, untouched");
+    program.call("on_closeButton_clicked");
+    program.call("on_convertButton_clicked");
+    measure("the batch tools");
+}

@@ -1,0 +1,142 @@
+#include "Measuring.h"
+
+#include "batch/ImagesToPDFConvertThread.h"
+#include "library/ThumbnailDatabase.h"
+#include "shared/ImageReading.h"
+#include "shared/VistamoGlobal.h"
+
+#include <QDir>
+#include <QImageReader>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QTemporaryDir>
+
+#include <atomic>
+#include <random>
+#include <thread>
+#include <vector>
+
+void measureRun(const QString &folder, bool converts)
+{
+    const QTemporaryDir output;
+    VistamoGlobal::outputFolder = output.path();
+    VistamoGlobal::pdfFileName = "all.pdf";
+    ImagesToPDFConvertThread thread;
+    for (const QFileInfo &file : QDir(folder).entryInfoList(QDir::Files, QDir::Name))
+        thread.sourceFiles.append(file.filePath());
+    thread.targetPath = output.path() + (converts ? "" : "/all.pdf");
+    thread.targetExtension = ".jpg";
+    thread.isConvertMode = converts;
+    qsizetype started = 0;
+    QObject::connect(
+        &thread, &ImagesToPDFConvertThread::updateFileName, &thread,
+        [&] {
+            if (++started == thread.sourceFiles.size() / 10)
+                print("peak memory after a tenth", statusMegabytes("VmHWM"), "MB");
+        },
+        Qt::DirectConnection);
+    QElapsedTimer time;
+    time.start();
+    thread.start();
+    thread.wait();
+    print("files", static_cast<double>(thread.sourceFiles.size()), "");
+    print("time", time.elapsed() / 1e3, "s");
+    print("peak memory", statusMegabytes("VmHWM"), "MB");
+}
+
+namespace {
+
+const QDateTime birthTime = QDateTime::fromSecsSinceEpoch(1'700'000'000);
+
+TThumbnailRecord keyOfRow(int row)
+{
+    TThumbnailRecord key;
+    key.fullPath =
+        QStringLiteral("/home/somebody/Pictures/Summer/IMG_%1.JPG").arg(row, 7, 10, QLatin1Char('0'));
+    key.size = 4'000'000 + row;
+    key.creationTime = birthTime;
+    return key;
+}
+
+/// Adds the rows `from` to `to` - 1, of a thousand bytes each.
+void addRows(const QString &fileName, int from, int to)
+{
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", "bench");
+        db.setDatabaseName(fileName);
+        ThumbnailDatabase::open(db, 1000);
+        db.transaction();
+        QSqlQuery query(db);
+        query.prepare(
+            "WITH RECURSIVE rows(i) AS (SELECT :first UNION ALL SELECT i + 1 FROM rows WHERE i + 1 < :end) "
+            "INSERT INTO "
+            + VistamoGlobal::thumbnailTableName
+            + " (fullPath, resolution, size, creationTime, image, date) "
+              "SELECT printf('/home/somebody/Pictures/Summer/IMG_%07d.JPG', i), '4032x3024', 4000000 + i, "
+              ":birth, randomblob(1000), 202611 FROM rows");
+        query.bindValue(":first", from);
+        query.bindValue(":end", to);
+        query.bindValue(":birth", birthTime.toString(Qt::TextDate));
+        query.exec();
+        db.commit();
+    }
+    QSqlDatabase::removeDatabase("bench");
+}
+
+/// Microseconds of a lookup of one of `rows` rows, in no order.
+double lookup(int rows)
+{
+    constexpr int lookups = 20000;
+    std::minstd_rand random(1);
+    int hits = 0;
+    QElapsedTimer time;
+    time.start();
+    for (int i = 0; i < lookups; ++i)
+        hits += ThumbnailDatabase::find(keyOfRow(static_cast<int>(random() % rows))).has_value();
+    const double each = milliseconds(time) * 1000 / lookups;
+    if (hits != lookups)
+        qFatal("The database does not find its rows.");
+    return each;
+}
+
+} // namespace
+
+void measureLookups()
+{
+    const QTemporaryDir folder;
+    const QString fileName = folder.filePath("thumbnail.db");
+    ThumbnailDatabase::setFileName(fileName);
+    ThumbnailDatabase::find(keyOfRow(0)); // makes the table
+    addRows(fileName, 0, 1000);
+    lookup(1000);
+    const double small = lookup(1000);
+    addRows(fileName, 1000, 1'000'000);
+    lookup(1'000'000);
+    const double large = lookup(1'000'000);
+    print("database lookup among 1,000 rows", small, "us");
+    print("database lookup among 1,000,000 rows", large, "us");
+    print("database lookup, 1,000,000 rows against 1,000", large / small, "");
+}
+
+void measurePlainDecoding(const QString &folder)
+{
+    const QFileInfoList files = QDir(folder).entryInfoList(QDir::Files);
+    std::atomic<qsizetype> next = 0;
+    const auto work = [&] {
+        for (qsizetype i = next++; i < files.size(); i = next++) {
+            QImageReader reader(files[i].filePath());
+            reader.setAutoTransform(true);
+            reader.setScaledSize(ImageReading::thumbnailSize(reader.size(), 256));
+            if (VistamoGlobal().imageToByteArray(reader.read()).isEmpty())
+                qFatal("A photo could not be read.");
+        }
+    };
+    QElapsedTimer time;
+    time.start();
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 2; ++i)
+        threads.emplace_back(work);
+    for (std::thread &thread : threads)
+        thread.join();
+    print("scaled decode and encoding alone, two threads", milliseconds(time), "ms");
+}
