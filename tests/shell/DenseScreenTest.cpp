@@ -1,0 +1,108 @@
+#include "support/Program.h"
+
+#include <QScrollBar>
+#include <QtTest>
+
+/// The program on a screen with two pixels to a device-independent one: stripes of one pixel stay stripes.
+class DenseScreenTest : public ProgramTest
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { QCOMPARE(qGuiApp->devicePixelRatio(), 2.0); } // QT_SCALE_FACTOR, from CTest
+    void init() { newFolder(); }
+    void cleanup() { end(); }
+
+    void viewerShowsEveryPixel()
+    {
+        const QSize view = open(QSize(500, 400));
+        QCOMPARE(open(view * 2), view);
+        const int all = view.width() * 2;
+        QTRY_COMPARE(stripes(grabbed("imageLabel")), all);
+        QTest::qWait(1300); // the smooth pass
+        QCOMPARE(stripes(grabbed("imageLabel")), all);
+
+        QObject *const form = program->find("ThumbsForm");
+        const QRgb corner = grabbed("imageLabel").pixel(0, 0);
+        QMetaObject::invokeMethod(form, "onBrightnessAction");
+        QMetaObject::invokeMethod(form, "on_adjustmentsVisible", Q_ARG(bool, true));
+        QMetaObject::invokeMethod(form, "on_setFilter", Q_ARG(int, 0), Q_ARG(int, 20), Q_ARG(int, 100),
+                                  Q_ARG(int, 0));
+        QTRY_VERIFY(grabbed("imageLabel").pixel(0, 0) != corner);
+        QCOMPARE(stripes(grabbed("imageLabel")), all);
+    }
+
+    void cropOverlayLeavesEveryPixel()
+    {
+        const QSize view = open(QSize(500, 400), true);
+        QCOMPARE(open(view * 2, true), view);
+        QTRY_VERIFY(stripes(grabbed("imageLabel")) > program->crop().width() * 9 / 10);
+        QVERIFY(stripes(grabbed("imageLabel"), 2) < 2); // all in the shade
+    }
+
+    void iconsShowEveryPixelOfTheThumbnail()
+    {
+        save(QSize(256, 256));
+        start({folder->path()}, 1);
+        const QRect item = program->list()->visualRect(program->list()->model()->index(0, 0));
+        const auto icon = [&] { return program->list()->viewport()->grab(item).toImage(); };
+        QTRY_VERIFY(stripes(icon(), 128) >= 250);
+    }
+
+    void slideshowShowsEveryPixel()
+    {
+        const QSize screen = QGuiApplication::primaryScreen()->size() * 2;
+        save(screen);
+        VistamoGlobal::showCountdown = false;
+        start({folder->path()}, 1);
+        program->click("slideShowButton");
+        const auto shown = [this] { return program->find("SlideShowForm")->grab().toImage(); };
+        QTRY_COMPARE(shown().size(), screen);
+        QTRY_COMPARE(stripes(shown()), screen.width());
+    }
+
+private:
+    void save(QSize size)
+    {
+        QImage image(size, QImage::Format_RGB32);
+        for (int x = 0; x < size.width(); ++x) {
+            const QColor colour = x % 2 ? Qt::white : Qt::black;
+            for (int y = 0; y < size.height(); ++y)
+                image.setPixelColor(x, y, colour);
+        }
+        QVERIFY(image.save(path("stripes.png")));
+    }
+
+    /// Opens stripes of that size in a new program; the size of the view.
+    QSize open(QSize size, bool cropping = false)
+    {
+        program.reset();
+        save(size);
+        start({folder->path()}, 1);
+        program->open(0);
+        if (cropping)
+            program->click("cropButton");
+        const QString expected = QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
+        [&] { QTRY_COMPARE(text("sizeInfoLabel"), expected); }();
+        return program->find("imageLabel")->size();
+    }
+    QImage grabbed(const char *widget) { return program->find(widget)->grab().toImage(); }
+
+    /// The most pixels in a row, at this height or in the middle, that are dark and light in turn.
+    static int stripes(const QImage &image, int y = -1)
+    {
+        int most = 0;
+        int length = 0;
+        bool wasLight = false;
+        for (int x = 0; x < image.width(); ++x) {
+            const bool isLight = image.pixelColor(x, y < 0 ? image.height() / 2 : y).lightness() > 127;
+            length = x > 0 && isLight != wasLight ? length + 1 : 1;
+            most = std::max(most, length);
+            wasLight = isLight;
+        }
+        return most;
+    }
+};
+
+QTEST_MAIN(DenseScreenTest)
+#include "DenseScreenTest.moc"
