@@ -1,4 +1,5 @@
 #include "support/LayeredFiles.h"
+#include "support/Pictures.h"
 
 #include <QtGui>
 #include <QtTest>
@@ -8,16 +9,6 @@
 using namespace LayeredFiles;
 
 namespace {
-
-/// What the image plug-ins make of the bytes; null if it is not of the size that they told before.
-QImage readImage(QByteArray bytes)
-{
-    QBuffer buffer(&bytes);
-    QImageReader reader(&buffer);
-    const QSize size = reader.size();
-    const QImage image = reader.read();
-    return image.size() == size ? image : QImage();
-}
 
 /// The colour that `picture` is to show.
 QColor expectedColour(const Picture &picture, int x, int y)
@@ -84,7 +75,7 @@ private slots:
                                              channelCount, depth, compression});
         for (const Picture &picture : pictures)
             QVERIFY2(
-                shows(readImage(make(picture)), picture),
+                shows(Pictures::decoded(make(picture)), picture),
                 qPrintable(QString::asprintf("mode %d, %d channels of %d bits, compression %d", picture.mode,
                                              picture.channels, picture.depth, picture.compression)));
     }
@@ -93,11 +84,11 @@ private slots:
     {
         Picture picture{Psd, QSize(1, 1)};
         picture.profile = QColorSpace(QColorSpace::AdobeRgb).iccProfile();
-        QCOMPARE(readImage(make(picture)).colorSpace().primaries(), QColorSpace::Primaries::AdobeRgb);
+        QCOMPARE(Pictures::decoded(make(picture)).colorSpace().primaries(), QColorSpace::Primaries::AdobeRgb);
         picture.mode = Lab;
         const auto shown = [&](const std::array<int, 3> &lab) {
             picture.sample = [=](int channel, int, int) { return lab[channel]; };
-            return readImage(make(picture)).pixelColor(0, 0);
+            return Pictures::decoded(make(picture)).pixelColor(0, 0);
         };
         QVERIFY(isNear(shown({138, 209, 198}), Qt::red, 5)); // lightness 54, a 81, b 70
         QVERIFY(isNear(shown({75, 196, 16}), Qt::blue, 5));  // lightness 30, a 68, b -112
@@ -110,7 +101,7 @@ private slots:
             picture.layers = layers;
             picture.channelNames = names;
             picture.sample = [](int channel, int, int) { return std::array{235, 155, 255, 100}[channel]; };
-            return readImage(make(picture)).pixelColor(0, 0);
+            return Pictures::decoded(make(picture)).pixelColor(0, 0);
         };
         QCOMPARE(shown(0), QColor(235, 155, 255, 100));         // by another program
         QCOMPARE(shown(0, "\7Alpha 1"), QColor(235, 155, 255)); // a saved selection
@@ -128,15 +119,15 @@ private slots:
         picture.preview = QImage(45, 30, QImage::Format_RGB32);
         picture.preview.fill(qRgb(0, 128, 0));
         const QByteArray whole = make(picture);
-        QVERIFY(shows(readImage(whole), picture));
+        QVERIFY(shows(Pictures::decoded(whole), picture));
         const qsizetype composite = whole.indexOf(QByteArray("~BK\0\t", 5));
         for (const qsizetype length : {composite, composite + 100}) {
-            const QImage image = readImage(whole.left(length));
+            const QImage image = Pictures::decoded(whole.left(length));
             QCOMPARE(image.size(), picture.size);
             QVERIFY(qAbs(qGreen(image.pixel(89, 59)) - 128) < 3);
         }
         picture.preview = QImage(1, 1, QImage::Format_RGB32); // not of this picture
-        QVERIFY(readImage(make(picture).left(composite)).isNull());
+        QVERIFY(Pictures::decoded(make(picture).left(composite)).isNull());
     }
 
     void cutShortKeepsWhatIsWhole()
@@ -147,7 +138,7 @@ private slots:
                 const QByteArray whole = make(picture);
                 bool some = false;
                 for (qsizetype length = 0; length < whole.size() - 8; length += 7) {
-                    const QImage image = readImage(whole.left(length));
+                    const QImage image = Pictures::decoded(whole.left(length));
                     some = some || !image.isNull();
                     const int lastAlpha = format == Psp ? 255 : 0; // whole channels, or whole rows
                     QVERIFY(image.isNull()
@@ -167,14 +158,14 @@ private slots:
             for (int compression = Raw; compression <= ZipWithPrediction + 1; ++compression)
                 // below and above the allocation limit
                 for (const QSize claimed : {QSize(2, 30000), QSize(8000, 8000), QSize(30000, 30000)})
-                    QVERIFY(
-                        readImage(make({format, QSize(2, 2), Gray, 1, 8, compression, claimed})).isNull());
+                    QVERIFY(Pictures::decoded(make({format, QSize(2, 2), Gray, 1, 8, compression, claimed}))
+                                .isNull());
         QVERIFY(timer.elapsed() < 5000);
         const QSize size(4, 4);
         for (const Picture &picture :
              {Picture{Psd, size, Rgb, 2}, Picture{Psd, size, Cmyk, 3}, Picture{Psd, QSize(0, 4)},
               Picture{Psd, size, 5}, Picture{Psd, size, Indexed, 1, 16}, Picture{Psp, size, Rgb, 2}})
-            QVERIFY(readImage(make(picture)).isNull());
+            QVERIFY(Pictures::decoded(make(picture)).isNull());
     }
 };
 

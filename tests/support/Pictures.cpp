@@ -1,25 +1,15 @@
 #include "support/Pictures.h"
 
+#include <QBuffer>
 #include <QFile>
+#include <QImageReader>
+#include <QImageWriter>
 #include <QTest>
 #include <QTransform>
 
 #include <exiv2/exiv2.hpp>
 
-#include <algorithm>
-
-namespace {
-
-/// What a camera held that way writes, for the EXIF orientations 1 to 8: the inverse of showing it upright.
-QImage asStored(const QImage &upright, int orientation)
-{
-    const QTransform stored[] = {{1, 0, 0, 1, 0, 0},   {-1, 0, 0, 1, 0, 0}, {-1, 0, 0, -1, 0, 0},
-                                 {1, 0, 0, -1, 0, 0},  {0, 1, 1, 0, 0, 0},  {0, -1, 1, 0, 0, 0},
-                                 {0, -1, -1, 0, 0, 0}, {0, 1, -1, 0, 0, 0}};
-    return upright.transformed(stored[orientation - 1]);
-}
-
-} // namespace
+#include <cmath>
 
 QList<QColor> Pictures::quarterColours()
 {
@@ -37,21 +27,61 @@ QImage Pictures::quarters(QSize size)
 QString Pictures::quartersOf(const QImage &image)
 {
     const QStringList names = {"red", "green", "blue", "yellow"};
-    const QList<QColor> colours = quarterColours();
+    const QImage middles = image.scaled(2, 2);
     QStringList found;
-    for (const QPointF place : {QPointF(.25, .25), QPointF(.75, .25), QPointF(.25, .75), QPointF(.75, .75)}) {
-        const QColor colour =
-            image.pixelColor(int(place.x() * image.width()), int(place.y() * image.height()));
-        const auto distance = [&](const QColor &other) {
-            return std::abs(colour.red() - other.red()) + std::abs(colour.green() - other.green())
-                   + std::abs(colour.blue() - other.blue());
-        };
-        const auto nearest =
-            std::min_element(colours.cbegin(), colours.cend(),
-                             [&](const auto &a, const auto &b) { return distance(a) < distance(b); });
-        found.append(distance(*nearest) < 60 ? names[nearest - colours.cbegin()] : QStringLiteral("?"));
+    for (int quarter = 0; quarter < 4; ++quarter) {
+        const QColor colour = middles.pixelColor(quarter % 2, quarter / 2);
+        found.append(QStringLiteral("?"));
+        for (int i = 0; i < 4; ++i) {
+            const QColor other = quarterColours()[i];
+            if (std::abs(colour.red() - other.red()) + std::abs(colour.green() - other.green())
+                    + std::abs(colour.blue() - other.blue())
+                < 60)
+                found.last() = names[i];
+        }
     }
     return found.join(QLatin1Char(' '));
+}
+
+QImage Pictures::asStored(const QImage &upright, int orientation)
+{
+    const QTransform stored[] = {{1, 0, 0, 1, 0, 0},   {-1, 0, 0, 1, 0, 0}, {-1, 0, 0, -1, 0, 0},
+                                 {1, 0, 0, -1, 0, 0},  {0, 1, 1, 0, 0, 0},  {0, -1, 1, 0, 0, 0},
+                                 {0, -1, -1, 0, 0, 0}, {0, 1, -1, 0, 0, 0}};
+    return upright.transformed(stored[orientation - 1]);
+}
+
+double Pictures::difference(const QImage &one, const QImage &other)
+{
+    if (one.isNull() || one.size() != other.size())
+        return 255;
+    const QImage a = one.convertToFormat(QImage::Format_RGBA8888_Premultiplied);
+    const QImage b = other.convertToFormat(QImage::Format_RGBA8888_Premultiplied);
+    double sum = 0;
+    for (qsizetype i = 0; i < a.sizeInBytes(); ++i)
+        sum += std::abs(a.constBits()[i] - b.constBits()[i]);
+    return sum / static_cast<double>(a.sizeInBytes());
+}
+
+QByteArray Pictures::encoded(const QImage &image, const QByteArray &format, int quality)
+{
+    QBuffer buffer;
+    QImageWriter writer(&buffer, format);
+    writer.setQuality(quality);
+    return writer.write(image) ? buffer.data() : QByteArray();
+}
+
+QImage Pictures::decoded(QByteArray bytes, QSize scaled)
+{
+    QBuffer buffer(&bytes);
+    QImageReader reader(&buffer);
+    reader.setAutoTransform(true);
+    reader.setScaledSize(scaled);
+    const QSize told = reader.size();
+    const QImage image = reader.read();
+    if (!scaled.isValid() && !image.isNull())
+        QTest::qCompare(told, image.size(), "told", "image.size()", __FILE__, __LINE__);
+    return image;
 }
 
 void Pictures::save(const QString &path, QSize size, int orientation)

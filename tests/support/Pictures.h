@@ -13,8 +13,20 @@ QImage quarters(QSize size);
 /// The colours of the quarters: upper left, upper right, lower left, lower right.
 QList<QColor> quarterColours();
 
-/// The colours in the middle of the quarters of `image`, each named after the nearest of `quarterColours`.
+/// The colours in the middle of the quarters of `image`, each named after that of `quarterColours`, or "?".
 QString quartersOf(const QImage &image);
+
+/// What a camera held that way writes, for the EXIF orientations 1 to 8: the inverse of showing it upright.
+QImage asStored(const QImage &upright, int orientation);
+
+/// The mean difference of the samples, alpha among them, of 255. Colours count as far as they are opaque.
+double difference(const QImage &one, const QImage &other);
+
+/// The bytes of a file in the format of this name; empty if it cannot be written.
+QByteArray encoded(const QImage &image, const QByteArray &format, int quality = -1);
+
+/// What the image plug-ins make of a file's bytes, told nothing of their format.
+QImage decoded(QByteArray bytes, QSize scaled = {});
 
 /// `quarters` in a file, stored so that the given EXIF orientation (1 to 8) shows it upright. The format is
 /// that of the suffix.
