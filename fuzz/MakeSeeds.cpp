@@ -11,7 +11,6 @@
 #include <QColorSpace>
 #include <QDir>
 #include <QGuiApplication>
-#include <QMap>
 #include <QSaveFile>
 
 #include <tiffio.h>
@@ -21,71 +20,61 @@
 
 namespace {
 
-/// Pictures of several kinds, as a writer writes them.
-QList<QByteArray> written(const std::function<bool(const QImage &, QIODevice &)> &write)
+using Write = std::function<bool(const QImage &, QIODevice &)>;
+
+/// Pictures of several kinds, as the writers write them.
+QList<QByteArray> written(const QList<Write> &writers)
 {
     QList<QByteArray> seeds;
-    for (const QSize size : {QSize(32, 24), QSize(7, 5)}) {
-        QImage image(size, QImage::Format_ARGB32);
-        for (int y = 0; y < size.height(); ++y)
-            for (int x = 0; x < size.width(); ++x)
-                image.setPixel(x, y, qRgba(x * 5, y * 7, x * y, 255 - x));
-        for (const auto format : {QImage::Format_RGB32, QImage::Format_ARGB32, QImage::Format_RGBX64,
-                                  QImage::Format_RGBA64, QImage::Format_Grayscale8}) {
-            QImage picture = image.convertToFormat(format);
-            if (format != QImage::Format_Grayscale8) // one space that has code points, one as a profile
-                picture.setColorSpace(size.width() > 7 ? QColorSpace::DisplayP3 : QColorSpace::ProPhotoRgb);
-            QBuffer buffer;
-            buffer.open(QIODevice::WriteOnly);
-            if (write(picture, buffer))
-                seeds += buffer.data();
+    for (const Write &write : writers) {
+        for (const QSize size : {QSize(32, 24), QSize(7, 5)}) {
+            QImage image(size, QImage::Format_ARGB32);
+            for (int y = 0; y < size.height(); ++y)
+                for (int x = 0; x < size.width(); ++x)
+                    image.setPixel(x, y, qRgba(x * 5, y * 7, x * y, 255 - x));
+            for (const auto format : {QImage::Format_RGB32, QImage::Format_ARGB32, QImage::Format_RGBX64,
+                                      QImage::Format_RGBA64, QImage::Format_Grayscale8}) {
+                QImage picture = image.convertToFormat(format);
+                if (format != QImage::Format_Grayscale8) // one space that has code points, one as a profile
+                    picture.setColorSpace(size.width() > 7 ? QColorSpace::DisplayP3
+                                                           : QColorSpace::ProPhotoRgb);
+                QBuffer buffer;
+                buffer.open(QIODevice::WriteOnly);
+                if (write(picture, buffer))
+                    seeds += buffer.data();
+            }
         }
     }
     return seeds;
 }
 
-QList<QByteArray> heifSeeds()
+Write heif(HeifWriter::Coding coding)
 {
-    using HeifWriter::Coding;
-    QList<QByteArray> seeds;
-    for (const Coding coding : {Coding::Hevc, Coding::Av1})
-        seeds += written([=](const QImage &image, QIODevice &device) {
-            return HeifWriter::write(image, device, coding, 30);
-        });
-    return seeds;
+    return [=](auto &image, auto &device) { return HeifWriter::write(image, device, coding, 30); };
 }
 
-QList<QByteArray> jxlSeeds()
+Write jxl(int quality)
 {
-    QList<QByteArray> seeds;
-    for (const int quality : {50, 100})
-        seeds += written(
-            [=](const QImage &image, QIODevice &device) { return JxlWriter::write(image, device, quality); });
-    return seeds;
+    return [=](auto &image, auto &device) { return JxlWriter::write(image, device, quality); };
 }
 
 QList<QByteArray> layeredSeeds(bool psp)
 {
     using namespace LayeredFiles;
-    struct Kind
-    {
-        int mode, channels, depth;
-    };
+    using Kind = std::tuple<int, int, int>; // mode, channels, depth
     const QList<Kind> psdKinds{{Bitmap, 1, 1}, {Gray, 2, 8}, {Indexed, 1, 8}, {Rgb, 4, 8},
                                {Rgb, 3, 16},   {Rgb, 3, 32}, {Cmyk, 5, 8},    {Lab, 3, 8}};
     const QList<Kind> pspKinds{{Rgb, 4, 8}, {Rgb, 4, 16}, {Indexed, 1, 4}, {Indexed, 1, 8}, {Gray, 1, 8}};
     QList<QByteArray> seeds;
-    for (const Kind &kind : psp ? pspKinds : psdKinds) {
+    for (const auto &[mode, channels, depth] : psp ? pspKinds : psdKinds) {
         for (int compression = Raw; compression <= (psp ? Zip : ZipWithPrediction); ++compression) {
             const Format format = psp ? Psp : compression == Zip ? Psb : Psd;
-            Picture picture{format, QSize(9, 5), kind.mode, kind.channels, kind.depth, compression};
+            Picture picture{format, QSize(9, 5), mode, channels, depth, compression};
             picture.layers = -1;
             seeds += make(picture);
-            if (psp) {
-                picture.preview = QImage(9, 5, QImage::Format_Grayscale8);
-                picture.preview.fill(1);
-                seeds += make(picture);
-            }
+            picture.preview = QImage(9, 5, QImage::Format_Mono);
+            picture.preview.fill(1);
+            seeds += make(picture);
         }
     }
     return seeds;
@@ -111,14 +100,6 @@ void writeAll(const QList<QByteArray> &seeds, const QString &folder)
     }
 }
 
-const QMap<QString, std::function<void(const QString &)>> makers{
-    {"heif", [](const QString &folder) { writeAll(heifSeeds(), folder); }},
-    {"jxl", [](const QString &folder) { writeAll(jxlSeeds(), folder); }},
-    {"psd", [](const QString &folder) { writeAll(layeredSeeds(false), folder); }},
-    {"psp", [](const QString &folder) { writeAll(layeredSeeds(true), folder); }},
-    {"tiff", makeTiffSeeds},
-};
-
 } // namespace
 
 int main(int argc, char *argv[])
@@ -130,8 +111,14 @@ int main(int argc, char *argv[])
         std::fputs("make-seeds FORMAT FOLDER\n", stderr);
         return 2;
     }
-    const auto make = makers.value(arguments[1]); // no seeds of ours: the fuzzer starts from nothing
-    if (make)
-        make(arguments[2]);
+    const QString format = arguments[1]; // without seeds of ours a fuzzer starts from nothing
+    if (format == "heif")
+        writeAll(written({heif(HeifWriter::Coding::Hevc), heif(HeifWriter::Coding::Av1)}), arguments[2]);
+    else if (format == "jxl")
+        writeAll(written({jxl(50), jxl(100)}), arguments[2]);
+    else if (format == "psd" || format == "psp")
+        writeAll(layeredSeeds(format == "psp"), arguments[2]);
+    else if (format == "tiff")
+        makeTiffSeeds(arguments[2]);
     return 0;
 }
