@@ -59,11 +59,9 @@ private slots:
             }
             QCOMPARE(squareOf(answers[0]).size(), QSize(256, 256));
             QCOMPARE(squareOf(answers[0]).pixelColor(128, 63), base());
-            QCOMPARE(thumbnailRect(QSize(256, 128)), QRect(0, 64, 256, 128));
-            for (const ThumbnailAnswer &answer : answers.last(2)) {
-                QCOMPARE(thumbnailRect(answer.size), QRect(QPoint(128, 128), QSize(0, 0)));
+            QVERIFY(squareOf(answers[0]).pixelColor(0, 64) != base());
+            for (const ThumbnailAnswer &answer : answers.last(2))
                 QCOMPARE(squareOf(answer).pixelColor(128, 128), base());
-            }
         }
         QCOMPARE(
             query("SELECT group_concat(resolution, ' ') FROM (SELECT resolution FROM FileData ORDER BY 1)"),

@@ -43,7 +43,6 @@ private slots:
         ThumbnailDatabase::setFileName(fileName);
         db = QSqlDatabase::addDatabase("QSQLITE", "test");
         db.setDatabaseName(fileName);
-        QVERIFY(!global.thumbnailTableExists(table, db));
         QVERIFY(ThumbnailDatabase::open(db, 1000));
         QVERIFY(!global.thumbnailTableExists(table, db));
         QVERIFY(global.createThumbnailTable(table, db));
@@ -64,19 +63,13 @@ private slots:
         TThumbnailRecord found = keyOf(path);
         QVERIFY(global.getThumbnail(found, table, db));
         QCOMPARE(found.resolution, record.resolution);
-        QCOMPARE(found.image.size(), record.image.size());
-        QCOMPARE(Pictures::quartersOf(found.image), "red green blue yellow");
+        QVERIFY(Pictures::difference(found.image, record.image) < 3);
 
-        const QDate today = QDate::currentDate();
-        QCOMPARE(query("SELECT fullPath FROM FileData").toString(), path);
-        QCOMPARE(query("SELECT size FROM FileData").toLongLong(), record.size);
-        QCOMPARE(query("SELECT creationTime FROM FileData").toString(), "Sat Nov 21 10:20:30 2026");
-        QCOMPARE(query("SELECT date FROM FileData").toInt(), today.year() * 100 + today.month());
-        QCOMPARE(query("SELECT image FROM FileData").toByteArray(), global.imageToByteArray(record.image));
-        QVERIFY(query("SELECT image FROM FileData").toByteArray().startsWith("\xff\xd8\xff"));
+        QCOMPARE(query("SELECT fullPath || size || creationTime || date FROM FileData"),
+                 path + "5000000000Sat Nov 21 10:20:30 2026" + QDate::currentDate().toString("yyyyMM"));
+        QVERIFY(query("SELECT hex(image) FROM FileData").startsWith("FFD8FF"));
         QCOMPARE(
-            query("SELECT group_concat(name || ' ' || type, ', ') FROM pragma_table_info('FileData')")
-                .toString(),
+            query("SELECT group_concat(name || ' ' || type, ', ') FROM pragma_table_info('FileData')"),
             "id INTEGER, fullPath TEXT, resolution TEXT, size INTEGER, creationTime TEXT, image BLOB, date "
             "INTEGER");
     }
@@ -105,28 +98,25 @@ private slots:
         QVERIFY(found.image.isNull());
         QCOMPARE(ThumbnailDatabase::find(keyOf("/a.jpg"))->jpeg, "no picture");
         QVERIFY(!global.addThumbnail(keyOf("/broken.jpg"), table, db));
-        QCOMPARE(query("SELECT count(*) FROM FileData").toInt(), 2);
+        QCOMPARE(query("SELECT count(*) FROM FileData"), "2");
     }
 
     void threadsShareTheFileAndItsIndex()
     {
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < 4; ++thread) {
+        std::vector<std::jthread> threads;
+        for (int thread = 0; thread < 4; ++thread)
             threads.emplace_back([thread] {
                 for (int i = 0; i < 50; ++i)
                     ThumbnailDatabase::add(recordOf(QStringLiteral("/%1/%2.jpg").arg(thread).arg(i)),
                                            "bytes");
             });
-        }
-        for (std::thread &thread : threads)
-            thread.join();
-        QCOMPARE(query("SELECT count(*) FROM FileData").toInt(), 200);
-        QCOMPARE(query("PRAGMA journal_mode").toString(), "wal");
+        threads.clear(); // waits for them
+        QCOMPARE(query("SELECT count(*) FROM FileData"), "200");
+        QCOMPARE(query("PRAGMA journal_mode"), "wal");
         const QString plan =
             query("EXPLAIN QUERY PLAN SELECT image, resolution FROM FileData WHERE fullPath = 'a' "
                   "AND size=1 AND creationTime='x'",
-                  3)
-                .toString();
+                  3);
         QVERIFY2(plan.contains("USING INDEX"), qPrintable(plan));
         // Each thread has taken its connection with it.
         QVERIFY(QSqlDatabase::connectionNames().size() <= 2);
@@ -137,9 +127,9 @@ private slots:
         write("text.db", QByteArray(20000, '\x5a'));
         write("short.db", QByteArray("SQLite format 3\0", 16));
         write("empty.db", "");
-        for (const QString &damaged :
-             {path("text.db"), path("short.db"), path("empty.db"), path("folder.db")}) {
-            const bool usable = damaged == path("empty.db");
+        for (const char *const name : {"text.db", "short.db", "empty.db", "folder.db"}) {
+            const QString damaged = path(name);
+            const bool usable = name == QByteArray("empty.db");
             ThumbnailDatabase::setFileName({}); // or a connection would still be open
             ThumbnailDatabase::find(keyOf("/a.jpg"));
             ThumbnailDatabase::setFileName(damaged);
@@ -186,10 +176,10 @@ private slots:
     }
 
 private:
-    QVariant query(const QString &text, int column = 0) const
+    QString query(const QString &text, int column = 0) const
     {
         QSqlQuery query(db);
-        return query.exec(text) && query.next() ? query.value(column) : QVariant(query.lastError().text());
+        return query.exec(text) && query.next() ? query.value(column).toString() : query.lastError().text();
     }
 
     QSqlDatabase db;
