@@ -3,18 +3,17 @@
 
 #include <QtTest>
 
-#include <memory>
+#include <list>
 #include <unistd.h>
-#include <vector>
 
 namespace {
 
 [[noreturn]] void die(const QString &notes, const QStringList &files)
 {
     DecodeGuard::start(notes);
-    std::vector<std::unique_ptr<DecodeGuard::Decoding>> inHand;
+    std::list<DecodeGuard::Decoding> inHand;
     for (const QString &file : files)
-        inHand.push_back(std::make_unique<DecodeGuard::Decoding>(file));
+        inHand.emplace_back(file);
     _exit(7);
 }
 
@@ -36,8 +35,8 @@ private slots:
         notes = path("notes");
         killer = path(QString::fromUtf8("killer 1 \n\u05d0.jpg"));
         other = path("other.jpg");
-        QVERIFY(Files::write(killer, "x"));
-        QVERIFY(Files::write(other, "x"));
+        for (const QString &file : {killer, other})
+            QVERIFY(Files::write(file, "x"));
     }
 
     void cleanup() { DecodeGuard::finish(); }
@@ -87,19 +86,16 @@ private slots:
         // One that hangs holds up nobody for long, and being a suspect is no reason to be refused.
         QElapsedTimer time;
         time.start();
-        QVERIFY(allowed(other));
-        QVERIFY(time.elapsed() >= 2000);
-        time.restart();
-        QVERIFY(allowed(other));
-        QVERIFY(time.elapsed() < 2000);
+        QVERIFY(allowed(other) && time.restart() >= 2000);
+        QVERIFY(allowed(other) && time.elapsed() < 2000);
     }
 
     void folderThatCannotBeUsedMeansNoGuard()
     {
         DecodeGuard::start(other);
         QVERIFY(allowed(killer));
-        QVERIFY(Files::write(notes + "/decoding-notes.json", "{ nonsense"));
-        QVERIFY(Files::write(notes + "/decoding-1.journal", QByteArray(9000, 'x')));
+        write("notes/decoding-notes.json", "{ nonsense");
+        write("notes/decoding-1.journal", QByteArray(9000, 'x'));
         DecodeGuard::start(notes);
         QVERIFY(allowed(killer));
     }

@@ -22,13 +22,12 @@ private slots:
             for (int orientation = 1; orientation <= 8; ++orientation) {
                 const QString file = path(QString::number(orientation) + '.' + suffix);
                 Pictures::save(file, QSize(600, 400), orientation);
-                const QImage image = ImageReading::read(file);
-                QCOMPARE(image.size(), QSize(600, 400));
-                QVERIFY2(Pictures::quartersOf(image) == "red green blue yellow", qPrintable(file));
                 const ImageReading::Thumbnail thumbnail = ImageReading::readThumbnail(file, 256);
                 QCOMPARE(thumbnail.fullSize, QSize(600, 400));
                 QCOMPARE(thumbnail.image.size(), QSize(256, 171));
-                QVERIFY2(Pictures::quartersOf(thumbnail.image) == "red green blue yellow", qPrintable(file));
+                QCOMPARE(ImageReading::read(file).size(), QSize(600, 400));
+                for (const QImage &image : {ImageReading::read(file), thumbnail.image})
+                    QVERIFY2(Pictures::quartersOf(image) == "red green blue yellow", qPrintable(file));
             }
         }
     }
@@ -41,9 +40,10 @@ private slots:
         for (const char *const suffix : {"jpg", "png", "bmp", "tif", "webp"}) {
             for (const QSize size :
                  {QSize(3000, 4), QSize(7, 4), QSize(300, 1000), QSize(1, 1), QSize(256, 256)}) {
-                const QString file = path(QStringLiteral("size.") + suffix);
-                Pictures::save(file, size);
-                const ImageReading::Thumbnail made = ImageReading::readThumbnail(file, 256);
+                Pictures::save(path(QStringLiteral("size.") + suffix), size);
+                QFile::remove(path("other name.webp")); // the content decides
+                QVERIFY(QFile::rename(path(QStringLiteral("size.") + suffix), path("other name.webp")));
+                const auto made = ImageReading::readThumbnail(path("other name.webp"), 256);
                 QCOMPARE(made.image.size(), ImageReading::thumbnailSize(size, 256));
                 QCOMPARE(made.fullSize, size);
             }
@@ -64,20 +64,12 @@ private slots:
         }
     }
 
-    void contentDecidesTheFormat()
-    {
-        Pictures::save(path("bitmap.bmp"));
-        QVERIFY(QFile::copy(path("bitmap.bmp"), path("really a bitmap.jpg")));
-        QCOMPARE(ImageReading::read(path("really a bitmap.jpg")).size(), QSize(60, 40));
-    }
-
     void profileIsConvertedToSrgb()
     {
         QImage image(300, 300, QImage::Format_RGB32);
         image.fill(QColor(200, 100, 50));
         image.setColorSpace(QColorSpace::AdobeRgb);
         const QColor expected = image.convertedToColorSpace(QColorSpace::SRgb).pixelColor(5, 5);
-        QVERIFY(expected != image.pixelColor(5, 5));
         QVERIFY(image.save(path("adobe.png")));
         QCOMPARE(ImageReading::read(path("adobe.png")).pixelColor(5, 5), expected);
         QCOMPARE(ImageReading::readThumbnail(path("adobe.png"), 256).image.pixelColor(5, 5), expected);
@@ -88,8 +80,8 @@ private slots:
         MemoryBudget::setBytes(100);
         std::atomic_int inHand = 0;
         std::atomic_int most = 0;
-        std::vector<std::thread> threads;
-        for (const qint64 bytes : {60, 60, 40, 500, 1, 99}) {
+        std::vector<std::jthread> threads;
+        for (const qint64 bytes : {60, 60, 40, 500, 1, 99})
             threads.emplace_back([&, bytes] {
                 const MemoryBudget::Share share(bytes);
                 inHand += static_cast<int>(bytes);
@@ -97,9 +89,7 @@ private slots:
                 std::this_thread::sleep_for(std::chrono::milliseconds(30));
                 inHand -= static_cast<int>(bytes);
             });
-        }
-        for (std::thread &thread : threads)
-            thread.join();
+        threads.clear();     // waits for them
         QCOMPARE(most, 500); // decoded alone
         MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
     }

@@ -51,12 +51,11 @@ private slots:
         save({{QSize(9, 6), "folder.png"}, {QSize(9, 6), "gone/a.png"}});
         QVERIFY(QFileInfo(path("folder.png")).isDir());
 
-        save({{QSize(90, 60), "old.png"}, {QSize(90, 60), "old.jpg"}, {QSize(90, 60), "old.tiff"}});
-        Failures::onFullDisk(2000, [this] {
-            save({{QSize(2000, 1500), "old.png"},
-                  {QSize(2000, 1500), "old.jpg"},
-                  {QSize(2000, 1500), "old.tiff"}});
-        });
+        const auto saveAll = [this](QSize size) {
+            save({{size, "old.png"}, {size, "old.jpg"}, {size, "old.tiff"}});
+        };
+        saveAll(QSize(90, 60));
+        Failures::onFullDisk(2000, [&] { saveAll(QSize(2000, 1500)); });
         for (const char *const name : {"old.png", "old.jpg", "old.tiff"})
             QCOMPARE(QImage(path(name)).size(), QSize(90, 60));
 
@@ -66,19 +65,11 @@ private slots:
     }
 
 private:
-    struct Export
-    {
-        QSize size;
-        QString name;
-    };
-    void save(const QList<Export> &exports)
+    void save(const QList<std::pair<QSize, QString>> &exports)
     {
         VistamoSaveImageThread thread;
-        for (const Export &wanted : exports) {
-            const QPixmap pixmap =
-                wanted.size.isEmpty() ? QPixmap() : QPixmap::fromImage(Pictures::quarters(wanted.size));
-            thread.addRequest(pixmap, path(wanted.name));
-        }
+        for (const auto &[size, name] : exports)
+            thread.addRequest(QPixmap::fromImage(Pictures::quarters(size)), path(name));
         thread.start();
         QVERIFY(thread.wait(30000));
     }
