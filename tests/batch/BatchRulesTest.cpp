@@ -8,6 +8,7 @@
 #include "shared/VistamoGlobal.h"
 #include "support/Files.h"
 
+#include <QPainter>
 #include <QtTest>
 
 /// The plain rules of the batch tools.
@@ -24,32 +25,27 @@ private slots:
         QCOMPARE(convertTarget("/in/.jpg", "", ".png"), "/.png");
     }
 
-    void placeOnThePage_data()
-    {
-        QTest::addColumn<QSize>("picture");
-        QTest::addColumn<QSize>("available");
-        QTest::addColumn<QSize>("drawn");
-        QTest::addColumn<QSize>("enlarged");
-        const QSize letter96(816, 1056);
-        const QSize letter300(2550, 3300);
-        QTest::addRow("too wide") << QSize(1000, 500) << letter96 << QSize(816, 408) << QSize(816, 408);
-        QTest::addRow("fits") << QSize(1000, 500) << letter300 << QSize(1000, 500) << QSize(2550, 1275);
-        QTest::addRow("too tall") << QSize(300, 2112) << letter96 << QSize(150, 1056) << QSize(150, 1056);
-        QTest::addRow("exactly as wide") << QSize(816, 10) << letter96 << QSize(816, 10) << QSize(816, 10);
-        QTest::addRow("a pixel smaller")
-            << QSize(815, 1055) << letter96 << QSize(815, 1055) << QSize(815, 1056);
-        QTest::addRow("thin") << QSize(20000, 1) << letter96 << QSize(816, 1) << QSize(816, 1);
-        QTest::addRow("no picture") << QSize() << letter96 << QSize() << QSize();
-        QTest::addRow("no room") << QSize(10, 10) << QSize(0, 0) << QSize() << QSize();
-        QTest::addRow("margins beyond the sheet")
-            << QSize(10, 10) << QSize(-9, -5) << QSize(10, 10) << QSize();
-    }
     void placeOnThePage()
     {
-        QFETCH(QSize, picture);
-        QFETCH(QSize, available);
-        QTEST(pdfPictureSize(picture, available, false), "drawn");
-        QTEST(pdfPictureSize(picture, available, true), "enlarged");
+        const QSize letter96(816, 1056);
+        const struct
+        {
+            QSize picture, available, drawn, enlarged;
+        } rows[] = {
+            {{1000, 500}, letter96, {816, 408}, {816, 408}},
+            {{1000, 500}, {2550, 3300}, {1000, 500}, {2550, 1275}},
+            {{300, 2112}, letter96, {150, 1056}, {150, 1056}},
+            {{816, 10}, letter96, {816, 10}, {816, 10}},
+            {{815, 1055}, letter96, {815, 1055}, {815, 1056}},
+            {{20000, 1}, letter96, {816, 1}, {816, 1}},
+            {{}, letter96, {}, {}},
+            {{10, 10}, {0, 0}, {}, {}},
+            {{10, 10}, {-9, -5}, {10, 10}, {}}, // margins beyond the sheet
+        };
+        for (const auto &row : rows) {
+            QCOMPARE(pdfPictureSize(row.picture, row.available, false), row.drawn);
+            QCOMPARE(pdfPictureSize(row.picture, row.available, true), row.enlarged);
+        }
     }
 
     void optionsOfAFreshInstallationAndOfALaterOne()
@@ -83,31 +79,23 @@ private slots:
 
     void rowsOfTheList()
     {
-        const auto icon = [](QSize size) {
-            QImage image(size, QImage::Format_RGB32);
-            image.fill(Qt::red);
-            const QImage square = batchIcon(image);
-            QRect red;
-            for (int y = 0; y < 64; ++y)
-                for (int x = 0; x < 64; ++x)
-                    if (square.pixelColor(x, y) == Qt::red)
-                        red |= QRect(x, y, 1, 1);
-                    else if (square.pixelColor(x, y) != Qt::white)
-                        return QRect();
-            return square.size() == QSize(64, 64) ? red : QRect();
-        };
-        QCOMPARE(icon({192, 256}), QRect(8, 0, 48, 64));
-        QCOMPARE(icon({256, 100}), QRect(0, 19, 64, 25));
-        QCOMPARE(icon({256, 256}), QRect(0, 0, 64, 64));
+        for (const auto &[size, place] : {std::pair(QSize(192, 256), QRect(8, 0, 48, 64)),
+                                          {{256, 100}, {0, 19, 64, 25}},
+                                          {{256, 256}, {0, 0, 64, 64}}}) {
+            QImage red(size, QImage::Format_RGB32);
+            red.fill(Qt::red);
+            QImage expected(64, 64, QImage::Format_RGB32);
+            expected.fill(Qt::white);
+            QPainter(&expected).fillRect(place, Qt::red);
+            QCOMPARE(batchIcon(red).convertToFormat(expected.format()), expected);
+        }
 
         // A file that is added again moves to the end, also under a path that differs in case only.
         BatchListModel model;
         const auto add = [&](const QStringList &paths) {
             QList<BatchFile> files;
-            for (const QString &path : paths) {
-                files.append(BatchFile());
-                files.last().key.fullPath = path;
-            }
+            for (const QString &path : paths)
+                files.emplaceBack().key.fullPath = path;
             model.addFiles(files);
         };
         add({"/x/a.jpg", "/x/b.jpg", "/y/a.jpg", "/x/b.jpg"});
@@ -140,9 +128,8 @@ private slots:
         QCOMPARE(calls, 2);
     }
 
-    void gifFilesAreWhatOthersRead_data()
+    void gifFilesAreWhatOthersRead()
     {
-        QTest::addColumn<QImage>("image");
         const auto image = [](QSize size, QImage::Format format, const QList<QRgb> &table = {}) {
             QImage image(size, format);
             image.setColorTable(table);
@@ -150,45 +137,35 @@ private slots:
             return image;
         };
         const QList<QRgb> three = {qRgb(255, 0, 0), qRgb(0, 0, 255), qRgb(0, 255, 0)};
-        QTest::addRow("1 bit") << image({37, 9}, QImage::Format_Mono, three.first(2));
-        QTest::addRow("three colours") << image({5, 4}, QImage::Format_Indexed8, three);
-        QTest::addRow("256 colours") << image({300, 200}, QImage::Format_Indexed8,
-                                              QList<QRgb>(256, qRgb(0, 0, 7)));
-        QTest::addRow("true colour") << image({64, 64}, QImage::Format_RGB32);
-        QTest::addRow("transparent") << image({9, 7}, QImage::Format_ARGB32_Premultiplied);
-        QTest::addRow("16 bit") << image({9, 7}, QImage::Format_RGBA64);
-        QTest::addRow("one pixel") << image({1, 1}, QImage::Format_RGB32);
-        QTest::addRow("very wide") << image({65535, 1}, QImage::Format_Grayscale8);
-    }
-    void gifFilesAreWhatOthersRead()
-    {
-        QFETCH(QImage, image);
         newFolder();
-        QFile file(path("a.gif"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QVERIFY(GifEncoder::write(image, file));
-        file.close();
-        QProcess giftext;
-        giftext.start("giftext", {file.fileName()});
-        QVERIFY(giftext.waitForFinished());
-        const QByteArray text = giftext.readAll();
-        QVERIFY2(text.contains("terminated normally"), text);
-        const QString size =
-            QStringLiteral("Width = %1, Height = %2.").arg(image.width()).arg(image.height());
-        QCOMPARE(text.count(size.toLatin1()), 2); // of the screen and of the picture
-        const QImage back(file.fileName());
-        QCOMPARE(back.size(), image.size());
-        if (image.depth() <= 8)
-            QCOMPARE(back.pixelColor(0, 0), image.pixelColor(0, 0));
-    }
-
-    void noGifBeyondTheFormat()
-    {
+        for (const QImage &picture :
+             {image({37, 9}, QImage::Format_Mono, three.first(2)),
+              image({5, 4}, QImage::Format_Indexed8, three),
+              image({300, 200}, QImage::Format_Indexed8, QList<QRgb>(256, qRgb(0, 0, 7))),
+              image({64, 64}, QImage::Format_RGB32), image({9, 7}, QImage::Format_ARGB32_Premultiplied),
+              image({9, 7}, QImage::Format_RGBA64), image({1, 1}, QImage::Format_RGB32),
+              image({65535, 1}, QImage::Format_Grayscale8)}) {
+            QFile file(path("a.gif"));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            QVERIFY(GifEncoder::write(picture, file));
+            file.close();
+            QVERIFY(!GifEncoder::write(picture, file)); // closed
+            QProcess giftext;
+            giftext.start("giftext", {file.fileName()});
+            QVERIFY(giftext.waitForFinished());
+            const QByteArray text = giftext.readAll();
+            QVERIFY2(text.contains("terminated normally"), text);
+            const QString size =
+                QStringLiteral("Width = %1, Height = %2.").arg(picture.width()).arg(picture.height());
+            QCOMPARE(text.count(size.toLatin1()), 2); // of the screen and of the picture
+            const QImage back(file.fileName());
+            QCOMPARE(back.size(), picture.size());
+            if (picture.depth() <= 8)
+                QCOMPARE(back.pixelColor(0, 0), picture.pixelColor(0, 0));
+        }
         QBuffer buffer;
         buffer.open(QIODevice::WriteOnly);
-        QVERIFY(!GifEncoder::write(QImage(65536, 1, QImage::Format_Grayscale8), buffer));
-        buffer.close();
-        QVERIFY(!GifEncoder::write(QImage(1, 1, QImage::Format_RGB32), buffer));
+        QVERIFY(!GifEncoder::write(image({65536, 1}, QImage::Format_Grayscale8), buffer));
     }
 };
 
