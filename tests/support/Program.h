@@ -27,10 +27,11 @@ public:
         window->show();
     }
 
+    /// A widget by its name, of the whole window or of a part of it.
     template <typename Widget = QWidget>
-    Widget *find(const QString &name) const
+    Widget *find(const QString &name, const QWidget *part = nullptr) const
     {
-        auto *const widget = window->findChild<Widget *>(name);
+        auto *const widget = (part ? part : window.get())->findChild<Widget *>(name);
         if (!widget)
             qFatal("no widget %s", qPrintable(name));
         return widget;
@@ -48,15 +49,15 @@ public:
     }
 
     QString text(const char *label) const { return find<QLabel>(label)->text(); }
-    /// The names in the side tree, top first.
-    QStringList tree() const
+    /// The names in a view, without their suffixes, top first.
+    static QStringList namesIn(const QAbstractItemView *view)
     {
         QStringList names;
-        const QAbstractItemModel *const model = find<QAbstractItemView>("sideTreeView")->model();
-        for (int row = 0; row < model->rowCount(); ++row)
-            names.append(model->index(row, 0).data().toString());
+        for (int row = 0; row < view->model()->rowCount(); ++row)
+            names.append(view->model()->index(row, 0).data().toString().section('.', 0, 0));
         return names;
     }
+    QStringList tree() const { return namesIn(find<QAbstractItemView>("sideTreeView")); }
     /// Opens the viewer on the file in a row of the list.
     void open(int row) const { emit list()->doubleClicked(list()->model()->index(row, 0)); }
     /// As if a file of this folder had been dropped.
@@ -141,18 +142,15 @@ protected:
     /// Does something with the next modal dialog.
     void whenDialog(const std::function<void(QWidget *)> &action)
     {
-        auto *const timer = new QTimer(this);
-        connect(timer, &QTimer::timeout, this, [this, timer, action] {
-            if (QWidget *const dialog = QApplication::activeModalWidget()) {
-                timer->stop();
-                timer->deleteLater();
-                ++dialogsSeen;
-                action(dialog);
-                if (dialog->isVisible())
-                    dialog->close(); // a failed check must not leave it open
-            }
+        QTimer::singleShot(10, this, [=, this] {
+            QWidget *const dialog = QApplication::activeModalWidget();
+            if (!dialog)
+                return whenDialog(action);
+            ++dialogsSeen;
+            action(dialog);
+            if (dialog->isVisible())
+                dialog->close(); // a failed check must not leave it open
         });
-        timer->start(10);
     }
     QString text(const char *label) const { return program->text(label); }
 
