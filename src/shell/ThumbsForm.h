@@ -10,6 +10,7 @@
 #include "viewer/CropGeometry.h"
 #include "viewer/DecodedAhead.h"
 #include "viewer/DisplayedImage.h"
+#include "viewer/ReducedPicture.h"
 #include "viewer/ViewGeometry.h"
 #include "viewer/VistamoLoadImageThread.h"
 #include "viewer/VistamoProcessImageThread.h"
@@ -263,6 +264,7 @@ private:
     void decodeNeighbours();
     void drawSelectedImage(bool highQuality);
     void showDisplayedImage(bool highQuality);
+    const QPixmap &pictureForView();
     void showNextImage();
     void showPreviousImage();
     void stepTo(int index);
@@ -371,6 +373,7 @@ private:
     VistamoLoadImageThread *loadImageThread = nullptr;
     bool loadImageThreadRunning = false;
     DecodedAhead decodedAhead;
+    ReducedPicture reducedPicture;
     bool steppedBack = false;
 
     // Zoom

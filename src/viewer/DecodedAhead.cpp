@@ -1,8 +1,10 @@
 #include "viewer/DecodedAhead.h"
 
+#include "shared/Background.h"
 #include "viewer/VistamoLoadImageThread.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace {
@@ -21,7 +23,10 @@ void DecodedAhead::want(const QList<ImageRequest> &files, const QPixmap &shown)
 {
     const qint64 fitting = shown.isNull() ? 0 : mostBytes / bytesOf(shown);
     wanted = files.first(std::min<qsizetype>(files.size(), fitting));
-    pictures.removeIf([&](const ImageRequest &picture) { return !isWanted(picture); });
+    QList<Picture> before = std::exchange(pictures, {});
+    std::copy_if(before.cbegin(), before.cend(), std::back_inserter(pictures),
+                 [&](const Picture &picture) { return isWanted(picture.file); });
+    Background::free(std::move(before));
     paused = false;
     decodeNext();
 }
@@ -33,11 +38,11 @@ void DecodedAhead::pause()
 
 ImageRequest DecodedAhead::request(const ImageRequest &file) const
 {
-    for (const ImageRequest &picture : pictures) {
-        if (picture.isSameFile(file))
-            return picture;
+    for (const Picture &picture : pictures) {
+        if (picture.file.isSameFile(file))
+            return picture.file;
     }
-    return file;
+    return inHand.isSameFile(file) ? inHand : file;
 }
 
 bool DecodedAhead::isWanted(const ImageRequest &file) const
@@ -58,10 +63,11 @@ void DecodedAhead::decodeNext()
     if (thread || paused)
         return;
     const auto next = std::find_if(wanted.cbegin(), wanted.cend(),
-                                   [&](const ImageRequest &file) { return request(file).pixmap.isNull(); });
+                                   [&](const ImageRequest &file) { return !request(file).decoded; });
     if (next == wanted.cend())
         return;
     inHand = *next;
+    inHand.decoded = std::make_shared<DecodedOnce>();
     thread = new VistamoLoadImageThread;
     connect(thread, SIGNAL(imageLoaded(QPixmap)), SLOT(onImageLoaded(QPixmap)));
     connect(thread, SIGNAL(finished()), SLOT(onFinished()));
@@ -71,15 +77,15 @@ void DecodedAhead::decodeNext()
 
 void DecodedAhead::onImageLoaded(QPixmap pixmap)
 {
-    qint64 bytes = bytesOf(pixmap);
-    for (const ImageRequest &picture : std::as_const(pictures))
-        bytes += bytesOf(picture.pixmap);
-    if (!pixmap.isNull() && bytes <= mostBytes && isWanted(inHand)) {
-        pictures.append(inHand);
-        pictures.last().pixmap = pixmap;
-    } else {
+    const qint64 bytes = bytesOf(pixmap);
+    qint64 bytesOfAll = bytes;
+    for (const Picture &picture : std::as_const(pictures))
+        bytesOfAll += picture.bytes;
+    if (!pixmap.isNull() && bytesOfAll <= mostBytes && isWanted(inHand))
+        pictures.append({inHand, bytes});
+    else
         wanted.removeIf([this](const ImageRequest &file) { return file.isSameFile(inHand); }); // not again
-    }
+    inHand = {};
 }
 
 void DecodedAhead::onFinished()

@@ -22,7 +22,7 @@ public:
     /// Begins no further picture until something is wanted again.
     void pause();
 
-    /// `file` with its picture, if that is at hand.
+    /// `file` with its picture, if that is at hand or being decoded.
     ImageRequest request(const ImageRequest &file) const;
 
     /// Gives the thread that decodes to the caller, who has to end it; null if there is none.
@@ -33,12 +33,18 @@ private slots:
     void onFinished();
 
 private:
+    struct Picture
+    {
+        ImageRequest file;
+        qint64 bytes;
+    };
+
     bool isWanted(const ImageRequest &file) const;
     void decodeNext();
 
     QList<ImageRequest> wanted;
-    QList<ImageRequest> pictures;
-    ImageRequest inHand;
+    QList<Picture> pictures;
+    ImageRequest inHand; ///< no path for none
     bool paused = false;
     VistamoLoadImageThread *thread = nullptr;
 };

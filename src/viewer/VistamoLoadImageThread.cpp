@@ -13,20 +13,26 @@ constexpr qsizetype mostWaiting = 10;
 // Longer than a picture waits for memory.
 constexpr qint64 deadAfterMs = 30000;
 
-bool isReady(const ImageRequest &request)
+QPixmap decode(const QString &path)
 {
-    if (request.pixmap.isNull())
-        return false;
-    const QFileInfo file(request.path);
-    return request.isSameFile({request.path, file.size(), file.lastModified()});
+    return QPixmap::fromImage(ImageReading::read(path));
 }
 
 QPixmap picture(const ImageRequest &request)
 {
-    return isReady(request) ? request.pixmap : QPixmap::fromImage(ImageReading::read(request.path));
+    const QFileInfo file(request.path);
+    if (request.decoded && request.isSameFile({request.path, file.size(), file.lastModified()}))
+        return request.decoded->get(request.path);
+    return decode(request.path);
 }
 
 } // namespace
+
+QPixmap DecodedOnce::get(const QString &path)
+{
+    std::call_once(once, [&] { pixmap = decode(path); });
+    return pixmap;
+}
 
 VistamoLoadImageThread::VistamoLoadImageThread(QObject *parent)
     : StoppableThread(parent)

@@ -9,16 +9,29 @@
 #include <QPixmap>
 #include <QWaitCondition>
 
+#include <memory>
+#include <mutex>
 #include <optional>
+
+/// A picture that is decoded by the first thread that wants it; another one waits for it.
+class DecodedOnce
+{
+public:
+    QPixmap get(const QString &path);
+
+private:
+    std::once_flag once;
+    QPixmap pixmap;
+};
 
 /// A picture that is asked for.
 struct ImageRequest
 {
     QString path;
-    // If the picture was decoded ahead: what it is, and the file as it was when the list was read.
+    // If the picture is decoded ahead: where, and the file as it was when the list was read.
     qint64 size = 0; ///< bytes
     QDateTime modified = {};
-    QPixmap pixmap = {};
+    std::shared_ptr<DecodedOnce> decoded = {};
 
     /// The same file, unchanged.
     bool isSameFile(const ImageRequest &other) const

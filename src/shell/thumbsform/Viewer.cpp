@@ -1,5 +1,6 @@
 #include "shell/ThumbsForm.h"
 
+#include "shared/Background.h"
 #include "ui_ThumbsForm.h"
 #include "viewer/VistamoFilterDialog.h"
 
@@ -15,6 +16,8 @@ constexpr int keyDebounceMs = 10;
 // The smooth redraw comes when this many ticks have passed without a fast one.
 constexpr int ticksToHighQuality = 10;
 constexpr int highQualityTickMs = 100;
+// An edited picture is reduced anew when it has been left alone for half of that time.
+constexpr int ticksToReducing = 5;
 
 ImageRequest fileOf(const TFileRecord &record)
 {
@@ -57,8 +60,9 @@ void ThumbsForm::loadSelectedImage(const QString &path)
     actionWhenLoaded = nullptr;
     if (!selectedImage.isNull())
         previousImageSize = selectedImage.size();
-    selectedImage = placeholder(path);
+    const QPixmap previous = std::exchange(selectedImage, placeholder(path));
     resizeSelectedImage();
+    Background::free(previous.toImage());
 
     decodedAhead.pause();
     ImageRequest request = {path};
@@ -99,11 +103,12 @@ void ThumbsForm::startLoadImageThread(const QList<ImageRequest> &requests)
 
 void ThumbsForm::onImageLoaded(QPixmap pixmap)
 {
-    selectedImage = pixmap;
+    const QPixmap previous = std::exchange(selectedImage, pixmap);
     ui->sizeInfoLabel->setText(
         QStringLiteral("%1x%2").arg(selectedImage.width()).arg(selectedImage.height()));
     initCropMode();
     resizeSelectedImage();
+    Background::free(previous.toImage());
 }
 
 void ThumbsForm::onLoadImageFinished()
@@ -119,6 +124,7 @@ void ThumbsForm::onLoadImageFinished()
         return;
     }
     decodeNeighbours();
+    reducedPicture.want(selectedImage);
     if (const auto action = std::exchange(actionWhenLoaded, nullptr))
         action();
 }
@@ -150,14 +156,23 @@ void ThumbsForm::drawSelectedImage(bool highQuality)
         return;
     }
     if (highQuality)
-        displayedImage = smoothImage(selectedImage, displayedImage.size, viewport(), devicePixelRatio());
+        displayedImage = smoothImage(pictureForView(), displayedImage.size, viewport(), devicePixelRatio());
     showDisplayedImage(highQuality);
+}
+
+/// The picture in full, or its copy where that is enough for the present view.
+const QPixmap &ThumbsForm::pictureForView()
+{
+    return reducedPicture.enoughFor(selectedImage,
+                                    (QSizeF(displayedImage.size) * devicePixelRatio()).toSize());
 }
 
 void ThumbsForm::showDisplayedImage(bool highQuality)
 {
     if (viewerClosed)
         return;
+    if (displayedImage.pixels.isNull())
+        displayedImage.pixels = pictureForView();
     if (ui->cropButton->isChecked()) {
         if (displayedImage.isNull())
             return;
@@ -179,7 +194,8 @@ void ThumbsForm::showDisplayedImage(bool highQuality)
 void ThumbsForm::onLoadHighQualityTimer()
 {
     if (highQualityCountdown >= 1) {
-        --highQualityCountdown;
+        if (--highQualityCountdown == ticksToReducing)
+            reducedPicture.want(selectedImage);
         return;
     }
     highQualityTimer->stop();

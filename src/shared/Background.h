@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QThreadPool>
+
+#include <future>
+#include <memory>
+#include <utility>
+
+/// Small pieces of work off the GUI thread, in Qt's own pool. The end of the program waits for them.
+namespace Background {
+
+/// The result of `work()`. Unlike that of std::async, it can be dropped without a wait.
+template <typename Work>
+auto result(Work work)
+{
+    using Result = decltype(work());
+    const auto task = std::make_shared<std::packaged_task<Result()>>(std::move(work));
+    QThreadPool::globalInstance()->start([task] { (*task)(); });
+    return task->get_future();
+}
+
+/// Frees what takes the system a while to take back, as the pixels of a large picture do.
+template <typename Value>
+void free(Value value)
+{
+    QThreadPool::globalInstance()->start([value = std::move(value)] {});
+}
+
+} // namespace Background
