@@ -40,6 +40,17 @@ QSize ThumbnailDelegate::sizeHint(const QStyleOptionViewItem &option, const QMod
     forgetIfChanged(option);
     const bool checkable = index.flags().testFlag(Qt::ItemIsUserCheckable);
     const QString text = index.data(Qt::DisplayRole).toString();
+    if (index.row() >= sizeOfRow.size())
+        sizeOfRow.resize(index.model()->rowCount());
+    RowSize &row = sizeOfRow[index.row()];
+    if (!row.size.isValid() || row.text.constData() != text.constData() || row.checkable != checkable)
+        row = {text, checkable, sizeOf(text, checkable, option, index)};
+    return row.size;
+}
+
+QSize ThumbnailDelegate::sizeOf(const QString &text, bool checkable, const QStyleOptionViewItem &option,
+                                const QModelIndex &index) const
+{
     QSize &size = sizeOfText[checkable][text];
     if (!size.isValid()) {
         const QSize room = textSize(text, option);
@@ -69,4 +80,5 @@ void ThumbnailDelegate::forgetIfChanged(const QStyleOptionViewItem &option) cons
     sizeOfShape.clear();
     sizeOfText[0].clear();
     sizeOfText[1].clear();
+    sizeOfRow.clear();
 }

@@ -32,10 +32,21 @@ private:
         }
     };
 
+    /// The answer for a row. It holds while the item shares its text with this: no text is compared.
+    struct RowSize
+    {
+        QString text;
+        bool checkable = false;
+        QSize size;
+    };
+
     void forgetIfChanged(const QStyleOptionViewItem &option) const;
+    QSize sizeOf(const QString &text, bool checkable, const QStyleOptionViewItem &option,
+                 const QModelIndex &index) const;
 
     mutable QFont font;
     mutable QSize iconSize;
     mutable QHash<Shape, QSize> sizeOfShape;
     mutable QHash<QString, QSize> sizeOfText[2]; ///< without and with a check box
+    mutable QList<RowSize> sizeOfRow;
 };
