@@ -62,7 +62,7 @@ double waitFor(const QElapsedTimer &time, const std::function<bool()> &done)
         if (done())
             loop.quit();
     });
-    looking.start(2);
+    looking.start(3);
     if (!done())
         loop.exec();
     return milliseconds(time);
