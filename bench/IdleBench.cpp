@@ -34,9 +34,11 @@ void measure(const QString &where)
 void measureWindow(const QString &name, const std::function<void()> &open)
 {
     QTimer::singleShot(500, qApp, [&] {
+        QWidget *const window = QApplication::activeModalWidget();
+        if (!window)
+            qFatal("The window has not come up.");
         measure(name);
-        if (QWidget *const window = QApplication::activeModalWidget())
-            window->close();
+        window->close();
     });
     open();
     runFor(settledMs + measuredMs + 1000);

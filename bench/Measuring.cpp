@@ -97,7 +97,7 @@ void AnswerWatch::ask()
         while (!answered->tryAcquire(1, 100) && !stopped) {
         }
         longest = std::max<qint64>(longest, asked.nsecsElapsed());
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
 }
 

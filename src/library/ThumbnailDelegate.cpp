@@ -40,7 +40,7 @@ QSize ThumbnailDelegate::sizeHint(const QStyleOptionViewItem &option, const QMod
     forgetIfChanged(option);
     const bool checkable = index.flags().testFlag(Qt::ItemIsUserCheckable);
     const QString text = index.data(Qt::DisplayRole).toString();
-    if (index.row() >= sizeOfRow.size())
+    if (index.row() == 0 || index.row() >= sizeOfRow.size())
         sizeOfRow.resize(index.model()->rowCount());
     RowSize &row = sizeOfRow[index.row()];
     if (!row.size.isValid() || row.text.constData() != text.constData() || row.checkable != checkable)
@@ -72,13 +72,15 @@ void ThumbnailDelegate::initStyleOption(QStyleOptionViewItem *option, const QMod
 
 void ThumbnailDelegate::forgetIfChanged(const QStyleOptionViewItem &option) const
 {
-    if (font == option.font && iconSize == option.decorationSize && sizeOfText[0].size() < mostTexts
-        && sizeOfText[1].size() < mostTexts)
-        return;
-    font = option.font;
-    iconSize = option.decorationSize;
-    sizeOfShape.clear();
-    sizeOfText[0].clear();
-    sizeOfText[1].clear();
-    sizeOfRow.clear();
+    const bool changed = font != option.font || iconSize != option.decorationSize;
+    if (changed) {
+        font = option.font;
+        iconSize = option.decorationSize;
+        sizeOfShape.clear();
+        sizeOfRow.clear();
+    }
+    if (changed || sizeOfText[0].size() + sizeOfText[1].size() >= mostTexts) {
+        sizeOfText[0].clear();
+        sizeOfText[1].clear();
+    }
 }

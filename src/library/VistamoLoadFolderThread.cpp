@@ -12,7 +12,7 @@ namespace {
 // On a slow disk a batch goes out after this time, however small it is.
 constexpr int longestSilenceMs = 300;
 // What the GUI thread takes in without a pause to be felt.
-constexpr int largestBatch = 8192;
+constexpr int smoothBatch = 8192;
 
 TFileRecord recordOf(const QFileInfo &info, const QString &fullPath)
 {
@@ -32,7 +32,7 @@ TFileRecord recordOf(const QFileInfo &info, const QString &fullPath)
 
 int batchSize(int published)
 {
-    return std::clamp(published / 2, 64, largestBatch);
+    return std::clamp(published / 2, 64, std::max(smoothBatch, published / 8));
 }
 
 VistamoLoadFolderThread::VistamoLoadFolderThread(int load, const QString &path,

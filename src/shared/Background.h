@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QImage>
+#include <QPixmap>
 #include <QThreadPool>
 
 #include <future>
@@ -19,11 +21,20 @@ auto result(Work work)
     return task->get_future();
 }
 
-/// Frees what takes the system a while to take back, as the pixels of a large picture do.
+/// Frees what takes the system a while to take back, as the pixels of a large picture do. No pixmap: a piece
+/// of work may end after the application's object.
 template <typename Value>
-void free(Value value)
+void free(Value &&value)
 {
-    QThreadPool::globalInstance()->start([value = std::move(value)] {});
+    QThreadPool::globalInstance()->start([freed = std::move(value)] {});
+}
+
+/// The same for the pixels of a pixmap that nobody else shows any more.
+inline void free(QPixmap &&pixmap)
+{
+    QImage pixels = pixmap.toImage();
+    pixmap = QPixmap();
+    free(std::move(pixels));
 }
 
 } // namespace Background

@@ -121,6 +121,7 @@ private slots:
 
     // Viewer
     void onImageLoaded(QPixmap pixmap);
+    void onScreenChanged();
     void onLoadImageFinished();
     void on_closeButton_clicked();
     void onKeyPressTimer();
@@ -260,6 +261,7 @@ private:
     void loadImage();
     void loadSelectedImage(const QString &path);
     QPixmap placeholder(const QString &path) const;
+    void replaceHangingLoader();
     void startLoadImageThread(const QList<ImageRequest> &requests);
     void decodeNeighbours();
     void drawSelectedImage(bool highQuality);

@@ -137,7 +137,7 @@ void SlideShowForm::composeImage()
     const float a = static_cast<float>(sourcePixmap.width()) / static_cast<float>(screenSize.width());
     const float b = static_cast<float>(sourcePixmap.height()) / static_cast<float>(screenSize.height());
     // In the screen's own pixels.
-    const qreal ratio = devicePixelRatio();
+    const qreal ratio = QGuiApplication::primaryScreen()->devicePixelRatio();
     const QSize pixels = (QSizeF(screenSize) * ratio).toSize();
     const QPixmap scaled = b > a ? sourcePixmap.scaledToHeight(pixels.height(), Qt::FastTransformation)
                                  : sourcePixmap.scaledToWidth(pixels.width(), Qt::FastTransformation);

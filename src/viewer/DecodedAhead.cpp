@@ -34,15 +34,28 @@ void DecodedAhead::want(const QList<ImageRequest> &files, const QPixmap &shown)
 void DecodedAhead::pause()
 {
     paused = true;
+    if (thread && thread->hangs()) {
+        StoppableThread::leaveBehind(std::exchange(thread, nullptr), this);
+        inHand = {};
+    }
 }
 
-ImageRequest DecodedAhead::request(const ImageRequest &file) const
+ImageRequest DecodedAhead::request(const ImageRequest &file)
 {
-    for (const Picture &picture : pictures) {
+    for (const Picture &picture : std::as_const(pictures)) {
         if (picture.file.isSameFile(file))
             return picture.file;
     }
-    return inHand.isSameFile(file) ? inHand : file;
+    if (!inHand.isSameFile(file))
+        return file;
+    thread->setPriority(QThread::NormalPriority); // it is waited for now
+    return inHand;
+}
+
+bool DecodedAhead::isDecoded(const ImageRequest &file) const
+{
+    return std::any_of(pictures.cbegin(), pictures.cend(),
+                       [&](const Picture &picture) { return picture.file.isSameFile(file); });
 }
 
 bool DecodedAhead::isWanted(const ImageRequest &file) const
@@ -63,7 +76,7 @@ void DecodedAhead::decodeNext()
     if (thread || paused)
         return;
     const auto next = std::find_if(wanted.cbegin(), wanted.cend(),
-                                   [&](const ImageRequest &file) { return !request(file).decoded; });
+                                   [&](const ImageRequest &file) { return !isDecoded(file); });
     if (next == wanted.cend())
         return;
     inHand = *next;

@@ -19,11 +19,12 @@ public:
     /// many are decoded as fit the bound if they are as large as `shown`.
     void want(const QList<ImageRequest> &files, const QPixmap &shown);
 
-    /// Begins no further picture until something is wanted again.
+    /// Begins no further picture until something is wanted again. One whose drive does not answer is given
+    /// up.
     void pause();
 
     /// `file` with its picture, if that is at hand or being decoded.
-    ImageRequest request(const ImageRequest &file) const;
+    ImageRequest request(const ImageRequest &file);
 
     /// Gives the thread that decodes to the caller, who has to end it; null if there is none.
     VistamoLoadImageThread *takeThread();
@@ -39,6 +40,7 @@ private:
         qint64 bytes;
     };
 
+    bool isDecoded(const ImageRequest &file) const;
     bool isWanted(const ImageRequest &file) const;
     void decodeNext();
 

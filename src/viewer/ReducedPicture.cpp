@@ -2,16 +2,38 @@
 
 #include "shared/Background.h"
 
-#include <QImage>
+#include <QGuiApplication>
+#include <QScreen>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 
 namespace {
 
-// The copy is good for the screens of these days, and its own smooth pass takes half a frame.
-constexpr qreal copyPixels = 6e6;
-constexpr qreal largePixels = 16e6;
+// More than the largest screen needs, and enough for any window on a usual one.
+constexpr qreal screensKept = 1.5;
+constexpr qreal leastPixels = 6e6;
+// Copies that are nearly as large as the picture are worth nothing.
+constexpr qreal mostOfPicture = 0.5;
+
+qreal area(QSizeF size)
+{
+    return size.width() * size.height();
+}
+
+/// The size of the copy; empty for none.
+QSize copySize(QSize full)
+{
+    qreal pixels = leastPixels;
+    for (const QScreen *const screen : QGuiApplication::screens()) {
+        const QSizeF device = QSizeF(screen->size()) * screen->devicePixelRatio();
+        pixels = std::max(pixels, screensKept * area(QSizeF(full).scaled(device, Qt::KeepAspectRatio)));
+    }
+    if (pixels > mostOfPicture * area(full))
+        return {};
+    return (QSizeF(full) * std::sqrt(pixels / area(full))).toSize().expandedTo(QSize(1, 1));
+}
 
 } // namespace
 
@@ -22,13 +44,11 @@ void ReducedPicture::want(const QPixmap &full)
     key = full.cacheKey();
     copy = QPixmap();
     making = {};
-    const qreal pixels = qreal(full.width()) * full.height();
-    if (pixels < largePixels)
-        return;
-    const QSize size = full.size() * std::sqrt(copyPixels / pixels);
-    making = Background::result([image = full.toImage(), size = size.expandedTo(QSize(1, 1))] {
-        return QPixmap::fromImage(image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
-    });
+    if (const QSize size = copySize(full.size()); !size.isEmpty()) {
+        making = Background::result([image = full.toImage(), size] {
+            return image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        });
+    }
 }
 
 const QPixmap &ReducedPicture::enoughFor(const QPixmap &full, QSize device)
@@ -36,6 +56,6 @@ const QPixmap &ReducedPicture::enoughFor(const QPixmap &full, QSize device)
     if (full.cacheKey() != key)
         return full;
     if (making.valid() && making.wait_for(std::chrono::seconds(0)) == std::future_status::ready)
-        copy = making.get();
+        copy = QPixmap::fromImage(making.get());
     return device.width() <= copy.width() && device.height() <= copy.height() ? copy : full;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QImage>
 #include <QPixmap>
 #include <QSize>
 
@@ -19,6 +20,6 @@ public:
 
 private:
     qint64 key = 0; ///< of the picture that the copy is made from
-    std::future<QPixmap> making;
+    std::future<QImage> making;
     QPixmap copy;
 };

@@ -3,13 +3,15 @@
 #include "shared/ImageReading.h"
 
 #include <QFileInfo>
-#include <QThreadPool>
 
+#include <algorithm>
 #include <utility>
 
 namespace {
 
 constexpr qsizetype mostWaiting = 10;
+// Each may hold a picture in full until its turn comes.
+constexpr int mostAtOnce = 4;
 // Longer than a picture waits for memory.
 constexpr qint64 deadAfterMs = 30000;
 
@@ -38,6 +40,7 @@ VistamoLoadImageThread::VistamoLoadImageThread(QObject *parent)
     : StoppableThread(parent)
 {
     setObjectName(QStringLiteral("LoadImage"));
+    helpers.setMaxThreadCount(std::clamp(idealThreadCount(), 1, mostAtOnce) - 1);
 }
 
 void VistamoLoadImageThread::addFile(const ImageRequest &request)
@@ -46,19 +49,21 @@ void VistamoLoadImageThread::addFile(const ImageRequest &request)
     if (fileNameList.size() >= mostWaiting)
         fileNameList.removeLast();
     fileNameList.append(request);
+    if (!inHand.isEmpty())
+        startHelper();
     changed.wakeAll();
 }
 
 QList<ImageRequest> VistamoLoadImageThread::takeWaiting()
 {
     const QMutexLocker locker(&mutex);
-    return std::exchange(fileNameList, {});
+    return inHand.mid(1) + std::exchange(fileNameList, {});
 }
 
 bool VistamoLoadImageThread::hangs() const
 {
     const QMutexLocker locker(&mutex);
-    return taken > given && sinceLastGiven.hasExpired(deadAfterMs);
+    return !inHand.isEmpty() && sinceLastGiven.hasExpired(deadAfterMs);
 }
 
 void VistamoLoadImageThread::stop()
@@ -71,13 +76,17 @@ void VistamoLoadImageThread::stop()
 
 void VistamoLoadImageThread::run()
 {
-    QThreadPool others; // its end waits for them
-    for (int i = 1; i < idealThreadCount(); ++i)
-        others.start([this] { decodeInTurn(); });
     decodeInTurn();
+    helpers.waitForDone();
 }
 
-/// Decodes what is asked for, on any number of threads, each of which waits for its turn to give its picture.
+/// Has one more thread decode, if that makes sense.
+void VistamoLoadImageThread::startHelper()
+{
+    helpers.tryStart([this] { decodeInTurn(); });
+}
+
+/// Decodes what is asked for, on several threads, each of which waits for its turn to give its picture.
 void VistamoLoadImageThread::decodeInTurn()
 {
     qint64 turn = 0;
@@ -90,6 +99,7 @@ void VistamoLoadImageThread::decodeInTurn()
         if (stopRequested)
             return;
         emit imageLoaded(pixmap);
+        inHand.removeFirst();
         ++given;
         sinceLastGiven.start();
         changed.wakeAll();
@@ -100,12 +110,16 @@ void VistamoLoadImageThread::decodeInTurn()
 std::optional<ImageRequest> VistamoLoadImageThread::takeNext(qint64 &turn)
 {
     const QMutexLocker locker(&mutex);
-    while (fileNameList.isEmpty() && taken > given && !stopRequested)
+    while (fileNameList.isEmpty() && !inHand.isEmpty() && !stopRequested)
         changed.wait(&mutex);
     if (fileNameList.isEmpty() || stopRequested)
         return std::nullopt;
-    if (taken == given)
+    if (inHand.isEmpty())
         sinceLastGiven.start();
-    turn = taken++;
-    return fileNameList.takeFirst();
+    turn = given + inHand.size();
+    inHand.append(fileNameList.takeFirst());
+    const ImageRequest request = inHand.last();
+    if (!fileNameList.isEmpty())
+        startHelper();
+    return request;
 }

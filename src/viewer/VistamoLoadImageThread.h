@@ -7,6 +7,7 @@
 #include <QList>
 #include <QMutex>
 #include <QPixmap>
+#include <QThreadPool>
 #include <QWaitCondition>
 
 #include <memory>
@@ -57,7 +58,7 @@ public:
     /// work.
     void addFile(const ImageRequest &request);
 
-    /// What was not taken up, oldest first. For a thread that has ended or hangs.
+    /// What was not given, oldest first, but for the picture that a hanging thread hangs on.
     QList<ImageRequest> takeWaiting();
 
     /// True if no picture has come for so long that the drive of one in hand is taken for dead.
@@ -75,12 +76,15 @@ protected:
 private:
     void decodeInTurn();
     std::optional<ImageRequest> takeNext(qint64 &turn);
+    void startHelper();
 
     mutable QMutex mutex;
     QWaitCondition changed;
     // Guarded by the mutex.
     QList<ImageRequest> fileNameList;
-    qint64 taken = 0; ///< requests so far
-    qint64 given = 0; ///< pictures so far
+    QList<ImageRequest> inHand; ///< the oldest first
+    qint64 given = 0;           ///< pictures so far
     QElapsedTimer sinceLastGiven;
+
+    QThreadPool helpers; // last: its end waits for them
 };

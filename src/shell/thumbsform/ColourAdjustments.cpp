@@ -108,10 +108,8 @@ void ThumbsForm::requestFilteredView(bool highQuality)
 
 void ThumbsForm::on_filterResultAvailable(QImage image)
 {
-    QSize size = image.deviceIndependentSize().toSize();
-    // Late, and perhaps of another picture: the next draw goes by the width.
-    if (!adjustmentsActive)
-        size = scaledToWidth(selectedImage.size(), size.width());
+    // The picture may be another one by now: the next draw goes by the width.
+    const QSize size = scaledToWidth(selectedImage.size(), qRound(image.deviceIndependentSize().width()));
     image.setDevicePixelRatio(1.0);
     displayedImage = {size, true, QPixmap::fromImage(image)};
     showDisplayedImage(false);

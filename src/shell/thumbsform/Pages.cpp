@@ -8,11 +8,21 @@
 #include <QDesktopServices>
 #include <QStackedLayout>
 #include <QtDebug>
+#include <QWindow>
 
 void ThumbsForm::showEvent(QShowEvent *)
 {
     widgetShown = true;
     qApp->installEventFilter(this);
+    connect(window()->windowHandle(), SIGNAL(screenChanged(QScreen *)), SLOT(onScreenChanged()),
+            Qt::UniqueConnection);
+}
+
+/// Another screen may have more pixels or fewer to a device-independent one.
+void ThumbsForm::onScreenChanged()
+{
+    if (stackedLayout->currentIndex() == ViewerPage)
+        resizeSelectedImage();
 }
 
 void ThumbsForm::resizeEvent(QResizeEvent *)

@@ -60,23 +60,20 @@ void ThumbsForm::loadSelectedImage(const QString &path)
     actionWhenLoaded = nullptr;
     if (!selectedImage.isNull())
         previousImageSize = selectedImage.size();
-    const QPixmap previous = std::exchange(selectedImage, placeholder(path));
+    QPixmap previous = std::exchange(selectedImage, placeholder(path));
     resizeSelectedImage();
-    Background::free(previous.toImage());
+    Background::free(std::move(previous));
 
     decodedAhead.pause();
+    if (loadImageThreadRunning && loadImageThread->hangs())
+        replaceHangingLoader();
     ImageRequest request = {path};
     if (const TFileRecord *const record = recordAt(selectedImageIndex); record && record->fullPath == path)
         request = decodedAhead.request(fileOf(*record));
-    if (loadImageThreadRunning && loadImageThread->hangs()) {
-        const QList<ImageRequest> waiting = loadImageThread->takeWaiting();
-        StoppableThread::leaveBehind(loadImageThread, this);
-        startLoadImageThread(waiting + QList<ImageRequest>{request});
-    } else if (loadImageThreadRunning) {
+    if (loadImageThreadRunning)
         loadImageThread->addFile(request);
-    } else {
+    else
         startLoadImageThread({request});
-    }
     emit changeTitle(VistamoGlobal().getAppTitle() + QLatin1Char('-') + path);
 }
 
@@ -88,6 +85,16 @@ QPixmap ThumbsForm::placeholder(const QString &path) const
     if (!record || !item || record->fullPath != path)
         return {};
     return item->icon().pixmap(QSize(maxIconSize, maxIconSize), 1.0).copy(record->imageRect);
+}
+
+/// Leaves a loader behind whose drive does not answer, and goes on with what waits behind that picture.
+void ThumbsForm::replaceHangingLoader()
+{
+    QList<ImageRequest> waiting = loadImageThread->takeWaiting();
+    for (ImageRequest &request : waiting)
+        request.decoded.reset(); // it may be what hangs
+    StoppableThread::leaveBehind(loadImageThread, this);
+    startLoadImageThread(waiting);
 }
 
 void ThumbsForm::startLoadImageThread(const QList<ImageRequest> &requests)
@@ -103,12 +110,12 @@ void ThumbsForm::startLoadImageThread(const QList<ImageRequest> &requests)
 
 void ThumbsForm::onImageLoaded(QPixmap pixmap)
 {
-    const QPixmap previous = std::exchange(selectedImage, pixmap);
+    QPixmap previous = std::exchange(selectedImage, pixmap);
     ui->sizeInfoLabel->setText(
         QStringLiteral("%1x%2").arg(selectedImage.width()).arg(selectedImage.height()));
     initCropMode();
     resizeSelectedImage();
-    Background::free(previous.toImage());
+    Background::free(std::move(previous));
 }
 
 void ThumbsForm::onLoadImageFinished()
