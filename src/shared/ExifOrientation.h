@@ -8,5 +8,8 @@
 /// read. Safe to call from any thread.
 QImageIOHandler::Transformations exifOrientation(const QString &path);
 
+/// True if a PNG file carries a colour profile of its own (chunk iCCP).
+bool pngHasProfile(const QString &path);
+
 /// What an EXIF orientation value asks for: 1 to 8, anything else is none.
 QImageIOHandler::Transformations transformationOfExifValue(int orientation);

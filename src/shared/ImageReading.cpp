@@ -87,7 +87,7 @@ public:
         auto share = std::make_unique<const MemoryBudget::Share>(bytesToDecode());
         const QByteArray format = reader.format();
         QImage image = format == "tiff" ? readTiff() : oriented(reader.read(), ignored);
-        if (format == "png" && isUsualGamma(image.colorSpace()))
+        if (format == "png" && isUsualGamma(image.colorSpace()) && !pngHasProfile(reader.fileName()))
             image.setColorSpace(QColorSpace::SRgb);
         return {std::move(image), std::move(share)};
     }
@@ -100,8 +100,15 @@ private:
         const QByteArray format = reader.format();
         const bool decodesScaled = reader.scaledSize().isValid() && (format == "jpeg" || format == "webp");
         const QSize decoded = decodesScaled ? reader.scaledSize() : size();
-        const int bits = QImage::toPixelFormat(reader.imageFormat()).bitsPerPixel();
-        return decoded.isEmpty() ? 0 : 2LL * decoded.width() * decoded.height() * std::max(bits / 8, 4);
+        return decoded.isEmpty() ? 0 : 2LL * decoded.width() * decoded.height() * bytesOfPixel();
+    }
+
+    int bytesOfPixel() const
+    {
+        // Of a broken file, Qt's JPEG plug-in says what happens to stand in its memory.
+        const QImage::Format format = reader.imageFormat();
+        const bool isKnown = format > QImage::Format_Invalid && format < QImage::NImageFormats;
+        return std::max(isKnown ? QImage::toPixelFormat(format).bitsPerPixel() / 8 : 0, 4);
     }
 
     /// Qt's TIFF plug-in takes some kinds for others and fails with some: ours stands in.

@@ -116,6 +116,17 @@ Unit av1Unit(const QByteArray &bytes, qint64 left)
     return {header, static_cast<qint64>(length), parameters};
 }
 
+/// True for the first piece of a picture's own data, of the layer that everybody decodes.
+bool beginsPicture(const QByteArray &unit)
+{
+    Bits bits(unit);
+    bits.skip(1);
+    const bool isPictureData = bits.take(6) < 32;
+    const bool isBaseLayer = bits.take(6) == 0;
+    bits.skip(3);
+    return isPictureData && isBaseLayer && unit.size() > 2 && bits.take(1) == 1;
+}
+
 } // namespace
 
 QSize Heif::larger(QSize one, QSize other)
@@ -149,8 +160,13 @@ QSize Heif::hevcConfigurationSize(const QByteArray &configuration)
 QSize Heif::hevcStreamSize(const ReadAt &read, qint64 length, int &units)
 {
     QSize size(0, 0);
+    int pictures = 0;
     for (qint64 at = 0; at + 4 < length && units > 0; --units) {
-        const QByteArray bytes = read(at, 4 + 2);
+        const QByteArray bytes = read(at, 4 + 3);
+        if (beginsPicture(bytes.mid(4)) && ++pictures > 1) {
+            units = 0;
+            break;
+        }
         const auto unitLength = static_cast<qint64>(Bits(bytes).take(32));
         if (isParameterSet(bytes.mid(4)))
             size = larger(size, hevcUnitSize(read(at + 4, std::min<qint64>(unitLength, parameterBytes))));

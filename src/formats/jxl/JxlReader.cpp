@@ -1,12 +1,11 @@
 #include "formats/jxl/JxlReader.h"
 
 #include "formats/jxl/JxlColour.h"
+#include "formats/jxl/ProcessorShare.h"
 
 #include <QImageIOHandler>
 #include <QIODevice>
 
-#include <algorithm>
-#include <atomic>
 #include <limits>
 #include <utility>
 
@@ -14,6 +13,7 @@ namespace {
 
 constexpr int signatureBytes = 12;      // of the container; the bare codestream has 2
 constexpr qint64 headBytes = 64 * 1024; // mostly enough for the size and the profile
+constexpr qint64 pieceBytes = 64 << 20; // of what is read then; nearly every file is one piece
 constexpr uint32_t longestSide = std::numeric_limits<int>::max() / 8;
 
 /// The pixels as the decoder gives them, so that they need no further copy.
@@ -36,19 +36,41 @@ Layout layoutOf(const JxlBasicInfo &info)
     return deep ? Layout{4, type, QImage::Format_RGBX64} : Layout{3, type, QImage::Format_RGB888};
 }
 
-/// One of the pictures that are being decoded now, which share the processors.
-class ProcessorShare
+/// False for more channels beside the colours than pictures have, if the decoder would need long for them.
+bool isInProportion(const JxlBasicInfo &info)
 {
-public:
-    ProcessorShare() { ++sharers; }
-    ~ProcessorShare() { --sharers; }
-    Q_DISABLE_COPY_MOVE(ProcessorShare)
+    constexpr quint64 usualChannels = 5;
+    constexpr quint64 spare = 16'000'000;
+    const quint64 more =
+        info.num_extra_channels > usualChannels ? info.num_extra_channels - usualChannels : 0;
+    return more * info.xsize * info.ysize <= spare;
+}
 
-    size_t threads(size_t wanted) const { return std::max<size_t>(wanted / sharers, 1); }
-
-private:
-    static inline std::atomic<size_t> sharers = 0;
-};
+/// False if the first picture is put together from many frames, each of which costs as much as a picture.
+bool hasFewFrames(QIODevice &device)
+{
+    constexpr int mostFrames = 8;
+    const qint64 position = device.pos();
+    if (!device.seek(0))
+        return true;
+    const QByteArray data = device.read(pieceBytes);
+    device.seek(position);
+    const std::unique_ptr<JxlDecoder, decltype(&JxlDecoderDestroy)> decoder(JxlDecoderCreate(nullptr),
+                                                                            JxlDecoderDestroy);
+    if (!decoder || JxlDecoderSubscribeEvents(decoder.get(), JXL_DEC_FRAME) != JXL_DEC_SUCCESS
+        || JxlDecoderSetCoalescing(decoder.get(), JXL_FALSE) != JXL_DEC_SUCCESS)
+        return true;
+    JxlDecoderSetInput(decoder.get(), reinterpret_cast<const uint8_t *>(data.constData()), data.size());
+    for (int frame = 1; JxlDecoderProcessInput(decoder.get()) == JXL_DEC_FRAME; ++frame) {
+        JxlFrameHeader header{};
+        if (JxlDecoderGetFrameHeader(decoder.get(), &header) != JXL_DEC_SUCCESS || header.is_last
+            || header.duration > 0)
+            return true;
+        if (frame > mostFrames)
+            return false;
+    }
+    return true;
+}
 
 } // namespace
 
@@ -69,14 +91,15 @@ bool JxlReader::canRead(QIODevice &device)
 /// then give an error where it now gives what it has.
 JxlDecoderStatus JxlReader::next()
 {
-    const JxlDecoderStatus status = JxlDecoderProcessInput(decoder.get());
-    if (status != JXL_DEC_NEED_MORE_INPUT || complete)
-        return status;
-    const auto unread = static_cast<qsizetype>(JxlDecoderReleaseInput(decoder.get()));
-    data = data.right(unread) + device.readAll();
-    complete = true;
-    JxlDecoderSetInput(decoder.get(), reinterpret_cast<const uint8_t *>(data.constData()), data.size());
-    return JxlDecoderProcessInput(decoder.get());
+    for (;;) {
+        const JxlDecoderStatus status = JxlDecoderProcessInput(decoder.get());
+        const qint64 mostBytes = 4 * pieceBytes + 16LL * info.xsize * info.ysize;
+        if (status != JXL_DEC_NEED_MORE_INPUT || device.atEnd() || device.pos() > mostBytes)
+            return status;
+        const auto unread = static_cast<qsizetype>(JxlDecoderReleaseInput(decoder.get()));
+        data = data.right(unread) + device.read(pieceBytes);
+        JxlDecoderSetInput(decoder.get(), reinterpret_cast<const uint8_t *>(data.constData()), data.size());
+    }
 }
 
 bool JxlReader::open()
@@ -97,7 +120,7 @@ bool JxlReader::open()
     JxlDecoderSetInput(decoder.get(), reinterpret_cast<const uint8_t *>(data.constData()), data.size());
     JxlBasicInfo found{};
     if (next() == JXL_DEC_BASIC_INFO && JxlDecoderGetBasicInfo(decoder.get(), &found) == JXL_DEC_SUCCESS
-        && found.xsize <= longestSide && found.ysize <= longestSide)
+        && found.xsize <= longestSide && found.ysize <= longestSide && isInProportion(found))
         info = found;
     return info.xsize > 0;
 }
@@ -113,12 +136,12 @@ QImage JxlReader::read()
         return {};
     const Layout layout = layoutOf(info);
     QImage image;
-    if (!QImageIOHandler::allocateImage(size(), layout.format, &image))
+    if (!hasFewFrames(device) || !QImageIOHandler::allocateImage(size(), layout.format, &image))
         return {};
     image.fill(0); // for what a truncated file leaves out
     // The lines of a QImage begin at multiples of four bytes.
     const JxlPixelFormat format{layout.channels, layout.type, JXL_NATIVE_ENDIAN, 4};
-    const ProcessorShare share;
+    const Jxl::ProcessorShare share;
     JxlResizableParallelRunnerSetThreads(
         runner.get(), share.threads(JxlResizableParallelRunnerSuggestThreads(info.xsize, info.ysize)));
     QColorSpace colourSpace;

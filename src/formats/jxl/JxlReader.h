@@ -48,6 +48,5 @@ private:
     std::unique_ptr<void, Release<JxlResizableParallelRunnerDestroy>> runner; ///< outlives the decoder
     std::unique_ptr<JxlDecoder, Release<JxlDecoderDestroy>> decoder;
     JxlBasicInfo info{};
-    bool complete = false; ///< the decoder has all bytes there are
     bool opened = false;
 };

@@ -2,6 +2,7 @@
 
 #include "formats/FittingProfile.h"
 #include "formats/jxl/JxlColour.h"
+#include "formats/jxl/ProcessorShare.h"
 
 #include <QByteArray>
 #include <QIODevice>
@@ -122,8 +123,9 @@ bool JxlWriter::write(const QImage &source, QIODevice &device, int quality)
     JxlEncoder *const encoder = owner.get();
     if (pixels.image.isNull() || !runner || !encoder)
         return false;
+    const Jxl::ProcessorShare share;
     JxlResizableParallelRunnerSetThreads(
-        runner.get(), JxlResizableParallelRunnerSuggestThreads(image.width(), image.height()));
+        runner.get(), share.threads(JxlResizableParallelRunnerSuggestThreads(image.width(), image.height())));
     JxlEncoderSetParallelRunner(encoder, JxlResizableParallelRunner, runner.get());
 
     JxlBasicInfo info;

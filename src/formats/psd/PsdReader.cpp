@@ -76,7 +76,8 @@ Resources readResources(const QByteArray &section)
         const qint64 start = in.device()->pos();
         if (in.status() != QDataStream::Ok || length > section.size() - start)
             break;
-        found.insert(id, section.mid(start, length));
+        if (id == Resolution || id == ChannelNames || id == IccProfile)
+            found.insert(id, section.mid(start, length));
         in.device()->seek(start + length + (length & 1));
     }
     return found;

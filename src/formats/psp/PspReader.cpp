@@ -253,12 +253,12 @@ QImage readPreview(QByteArrayView block, QSize size)
                                   : preview.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
-/// The content of the first block of an id, where the device stands before a block.
-QByteArray findBlock(QIODevice &device, quint16 id)
+/// Up to `most` bytes of the first block of an id, where the device stands before a block.
+QByteArray findBlock(QIODevice &device, quint16 id, qint64 most)
 {
     while (const std::optional<Block> block = blockHeader(device.read(blockHeaderLength))) {
         if (block->id == id)
-            return Packing::readAtMost(device, block->length);
+            return Packing::readAtMost(device, std::min<qint64>(block->length, most));
         if (device.skip(block->length) != block->length)
             break;
     }
@@ -283,12 +283,15 @@ QImage read(QIODevice &device)
 {
     const QByteArray start = device.read(headerLength);
     const std::optional<Header> header = PspReader::header(start);
-    if (!header)
+    QImage room; // is there memory for a picture of that size?
+    if (!header || !QImageIOHandler::allocateImage(header->size, QImage::Format_RGB32, &room))
         return {};
+    const qint64 mostPacked = 2 * room.sizeInBytes() + (64 << 20);
+    room = QImage();
     const qint64 attributesEnd =
         46 + static_cast<qint64>(blockHeader(QByteArrayView(start).sliced(36))->length);
     device.skip(std::max<qint64>(attributesEnd - headerLength, 0));
-    const QByteArray bank = findBlock(device, CompositeBank);
+    const QByteArray bank = findBlock(device, CompositeBank, mostPacked);
 
     QList<Attributes> attributes; // all come first, one for each picture
     qsizetype pictures = 0;

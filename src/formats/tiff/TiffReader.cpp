@@ -95,6 +95,15 @@ uint16_t alphaKind(TIFF *file)
     return known ? kinds[0] : uint16_t(EXTRASAMPLE_UNSPECIFIED);
 }
 
+/// False for tiles or strips that are much larger than the picture: the library takes memory for one in full.
+bool isInProportion(TIFF *file)
+{
+    const QSize size = sizeOf(file);
+    const qint64 most = 16LL * size.width() * size.height() + (64LL << 20);
+    const qint64 piece = TIFFIsTiled(file) ? TIFFTileSize(file) : TIFFStripSize(file);
+    return piece > 0 && piece <= most;
+}
+
 bool isGray(TIFF *file)
 {
     const auto photometric = tag<uint16_t>(file, TIFFTAG_PHOTOMETRIC);
@@ -246,7 +255,7 @@ TiffReader::Picture TiffReader::read(QIODevice &device)
 {
     const File file = open(device);
     if (!file || sizeOf(file.get()).isEmpty()
-        || tag<uint16_t>(file.get(), TIFFTAG_SAMPLESPERPIXEL) > mostSamples)
+        || tag<uint16_t>(file.get(), TIFFTAG_SAMPLESPERPIXEL) > mostSamples || !isInProportion(file.get()))
         return {};
     DeepPicture deep(file.get());
     Picture picture{deep.isDeep() ? deep.read() : readPlain(file.get()),
