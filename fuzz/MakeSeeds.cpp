@@ -11,6 +11,7 @@
 #include <QColorSpace>
 #include <QDir>
 #include <QGuiApplication>
+#include <QImageWriter>
 #include <QSaveFile>
 
 #include <tiffio.h>
@@ -56,6 +57,15 @@ Write heif(HeifWriter::Coding coding)
 Write jxl(int quality)
 {
     return [=](auto &image, auto &device) { return JxlWriter::write(image, device, quality); };
+}
+
+Write jpeg(int quality)
+{
+    return [=](auto &image, auto &device) {
+        QImageWriter writer(&device, "jpeg");
+        writer.setQuality(quality);
+        return writer.write(image);
+    };
 }
 
 QList<QByteArray> layeredSeeds(bool psp)
@@ -114,6 +124,8 @@ int main(int argc, char *argv[])
     const QString format = arguments[1]; // without seeds of ours a fuzzer starts from nothing
     if (format == "heif")
         writeAll(written({heif(HeifWriter::Coding::Hevc), heif(HeifWriter::Coding::Av1)}), arguments[2]);
+    else if (format == "jpeg")
+        writeAll(written({jpeg(20), jpeg(95)}), arguments[2]);
     else if (format == "jxl")
         writeAll(written({jxl(50), jxl(100)}), arguments[2]);
     else if (format == "psd" || format == "psp")

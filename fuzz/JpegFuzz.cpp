@@ -1,0 +1,18 @@
+// Feeds bytes to the decoder of JPEG thumbnails.
+
+#include "shared/JpegEighth.h"
+
+#include <QImageReader>
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***)
+{
+    QImageReader::setAllocationLimit(64); // megabytes
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    readJpegEighth(
+        QByteArray::fromRawData(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size)));
+    return 0;
+}
