@@ -2,9 +2,11 @@
 
 #include "shared/DecodeGuard.h"
 #include "shared/ExifOrientation.h"
+#include "shared/JpegEighth.h"
 #include "shared/Platform.h"
 
 #include <QColorSpace>
+#include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
 #include <QTransform>
@@ -15,6 +17,9 @@
 namespace {
 
 constexpr qint64 megabyte = 1024 * 1024;
+
+// Larger JPEG files are left to the decoder that reads them piece by piece.
+constexpr qint64 mostJpegBytes = 64 * megabyte;
 
 bool swapsSides(QImageIOHandler::Transformations transformation)
 {
@@ -90,6 +95,25 @@ public:
         if (format == "png" && isUsualGamma(image.colorSpace()) && !pngHasProfile(reader.fileName()))
             image.setColorSpace(QColorSpace::SRgb);
         return {std::move(image), std::move(share)};
+    }
+
+    /// The upright picture by way of a JPEG file's blocks, scaled as `scaleTo` was told; null if that is not
+    /// for this file or this size.
+    QImage readFromEighth()
+    {
+        const QSize scaled = reader.scaledSize();
+        const QSize eighth = reader.size() / 8;
+        QFile file(reader.fileName());
+        if (!decoding || reader.format() != "jpeg" || scaled.width() > eighth.width()
+            || scaled.height() > eighth.height() || file.size() > mostJpegBytes
+            || !file.open(QIODevice::ReadOnly))
+            return {};
+        const MemoryBudget::Share share(file.size() + 8LL * eighth.width() * eighth.height());
+        const QImage image = readJpegEighth(file.readAll());
+        if (image.isNull())
+            return {};
+        return oriented(image.scaled(scaled, Qt::IgnoreAspectRatio, Qt::SmoothTransformation),
+                        reader.transformation());
     }
 
 private:
@@ -180,7 +204,9 @@ ImageReading::Thumbnail ImageReading::readThumbnail(const QString &path, int sid
     // The decoder only ever shrinks.
     const bool scaledByDecoder =
         fullSize.width() > scaled.width() && fullSize.height() > scaled.height() && file.scaleTo(scaled);
-    QImage image = file.read().image;
+    QImage image = scaledByDecoder ? file.readFromEighth() : QImage();
+    if (image.isNull())
+        image = file.read().image;
     if (image.isNull())
         return {};
     if (!scaledByDecoder) {
