@@ -57,6 +57,13 @@ Item coded(const QImage &image = Pictures::quarters({64, 64}))
     return {"av01", boxOf(file, "mdat").mid(8), {}, image.size(), boxOf(file, "av1C")};
 }
 
+/// An item with the same picture several times over.
+Item hevc(int pictures)
+{
+    const QByteArray file = Pictures::encoded(Pictures::quarters({64, 64}), "heic");
+    return {"hvc1", boxOf(file, "mdat").mid(8).repeated(pictures), {}, QSize(64, 64), boxOf(file, "hvcC")};
+}
+
 /// A file that shows the first of the items, all turned by so many quarters anticlockwise.
 QByteArray fileOf(const QList<Item> &items, int turn = 0)
 {
@@ -116,6 +123,7 @@ private slots:
                                          {grid(64, {2}), grid(64, {1}), coded()},
                                          {overlay(32000, {2}), coded()},
                                          {grid(20000, QList<int>(250, 2)), coded()},
+                                         {hevc(2)},
                                          tree << coded()}) {
             const qint64 before = peakKilobytes();
             QElapsedTimer timer;
@@ -128,6 +136,7 @@ private slots:
     void readsPicturesOfPictures()
     {
         for (const QList<Item> &items : {QList<Item>{coded()},
+                                         {hevc(1)},
                                          {{"iden", {}, {2}}, coded()},
                                          {overlay(64, {2, 3}), coded(), coded()},
                                          {grid(64, {2}), coded()},
