@@ -26,7 +26,9 @@ private slots:
                 QCOMPARE(thumbnail.fullSize, QSize(600, 400));
                 QCOMPARE(thumbnail.image.size(), QSize(256, 171));
                 QCOMPARE(ImageReading::read(file).size(), QSize(600, 400));
-                for (const QImage &image : {ImageReading::read(file), thumbnail.image})
+                const QImage fromEighth = ImageReading::readThumbnail(file, 60).image; // of a JPEG file
+                QCOMPARE(fromEighth.size(), QSize(60, 40));
+                for (const QImage &image : {ImageReading::read(file), thumbnail.image, fromEighth})
                     QVERIFY2(Pictures::quartersOf(image) == "red green blue yellow", qPrintable(file));
             }
         }
