@@ -132,16 +132,20 @@ void measureChangeOfFolder(const Program &program, const QString &slowFolder, co
     program.showFolder(other); // so that its thumbnails and the system's caches are there
     waitFor(time, [&] { return program.allIconsAreThere(); });
 
-    program.showFolder(slowFolder);
-    waitFor(time, [&] { return !records.isEmpty() && records.first().path == slowFolder; });
-    runFor(150); // its pictures are being decoded now
-    double called = 0;
-    time.restart();
-    program.showFolder(other);
-    called = milliseconds(time);
-    const double rows = waitFor(time, [&] { return !records.isEmpty() && records.first().path == other; });
-    print("change of folder while a slow decode runs: click", called, "ms");
-    print("change of folder while a slow decode runs: first rows", rows, "ms");
+    QList<double> clicks;
+    QList<double> rows;
+    for (int round = 0; round < 7; ++round) {
+        program.showFolder(slowFolder);
+        waitFor(time, [&] { return !records.isEmpty() && records.first().path == slowFolder; });
+        runFor(150); // its pictures are being decoded now
+        time.restart();
+        program.showFolder(other);
+        clicks.append(milliseconds(time));
+        rows.append(waitFor(time, [&] { return !records.isEmpty() && records.first().path == other; }));
+        runFor(1500); // what was in hand has ended, and is not decoded again
+    }
+    print("change of folder while a slow decode runs: click", median(clicks), "ms");
+    print("change of folder while a slow decode runs: first rows", median(rows), "ms");
 }
 
 void measureStart(const Program &program, qint64 startedMs)

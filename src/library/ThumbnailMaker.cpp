@@ -2,6 +2,7 @@
 
 #include "library/ThumbnailDatabase.h"
 #include "shared/ImageReading.h"
+#include "shared/Platform.h"
 
 #include <QBuffer>
 #include <QImage>
@@ -97,6 +98,7 @@ void ThumbnailMaker::make(int load, const TThumbnailRequest &request, Storing st
         ++allInHand;
     }
     pool.start([this, load, request, storing] {
+        Platform::standBack(); // a click on another folder comes first
         emit made(makeThumbnail(load, request, storing));
         release(load);
     });

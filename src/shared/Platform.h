@@ -20,6 +20,9 @@ void flushFolder(const QString &path);
 /// Renames a file within its file system. False, with both as they were, if something stands at `to`.
 bool renameToNew(const QString &from, const QString &to);
 
+/// Has the calling thread, from now on, stand back where others want the processor too.
+void standBack();
+
 /// Asks the user for a folder, modal, in the system's own dialog. `startFolder` is shown first if it exists.
 /// Gives an empty string if the user cancels, otherwise a path as the system writes it.
 QString selectFolder(const QString &startFolder, const QString &title);

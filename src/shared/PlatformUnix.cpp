@@ -87,6 +87,14 @@ void Platform::flushFolder(const QString &path)
     close(folder);
 }
 
+void Platform::standBack()
+{
+#ifdef Q_OS_LINUX
+    constexpr int nice = 10;
+    setpriority(PRIO_PROCESS, gettid(), nice); // of a thread, unlike what POSIX says
+#endif
+}
+
 bool Platform::renameToNew(const QString &from, const QString &to)
 {
     const QByteArray source = QFile::encodeName(from);

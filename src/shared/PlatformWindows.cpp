@@ -23,6 +23,11 @@ bool Platform::flushToDisk(const QFileDevice &file)
 // The log of the file system keeps its names in order.
 void Platform::flushFolder(const QString &) {}
 
+void Platform::standBack()
+{
+    SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_BELOW_NORMAL);
+}
+
 bool Platform::renameToNew(const QString &from, const QString &to)
 {
     const auto native = [](const QString &path) { return QDir::toNativeSeparators(path).toStdWString(); };
