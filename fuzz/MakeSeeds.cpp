@@ -4,6 +4,7 @@
 
 #include "formats/heif/HeifWriter.h"
 #include "formats/jxl/JxlWriter.h"
+#include "support/JxlFiles.h"
 #include "support/LayeredFiles.h"
 #include "support/TiffFiles.h"
 
@@ -68,6 +69,15 @@ Write jpeg(int quality)
     };
 }
 
+QList<QByteArray> otherJxlSeeds()
+{
+    QList<QByteArray> seeds;
+    for (const int bits : {8, 16})
+        for (const int frames : {1, 3})
+            seeds += JxlFiles::make({{9, 7}, bits, {JXL_CHANNEL_BLACK, JXL_CHANNEL_ALPHA}, frames, 1});
+    return seeds;
+}
+
 QList<QByteArray> layeredSeeds(bool psp)
 {
     using namespace LayeredFiles;
@@ -127,7 +137,7 @@ int main(int argc, char *argv[])
     else if (format == "jpeg")
         writeAll(written({jpeg(20), jpeg(95)}), arguments[2]);
     else if (format == "jxl")
-        writeAll(written({jxl(50), jxl(100)}), arguments[2]);
+        writeAll(written({jxl(50), jxl(100)}) + otherJxlSeeds(), arguments[2]);
     else if (format == "psd" || format == "psp")
         writeAll(layeredSeeds(format == "psp"), arguments[2]);
     else if (format == "tiff")

@@ -1,4 +1,5 @@
 #include "support/LayeredFiles.h"
+#include "support/Memory.h"
 #include "support/Pictures.h"
 
 #include <QtGui>
@@ -128,6 +129,19 @@ private slots:
         }
         picture.preview = QImage(1, 1, QImage::Format_RGB32); // not of this picture
         QVERIFY(Pictures::decoded(make(picture).left(composite)).isNull());
+    }
+
+    void bankOutOfProportionTakesNoMemory()
+    {
+        const Picture picture{Psp, QSize(3, 2), Rgb, 4};
+        QByteArray start = make(picture);
+        qToLittleEndian(0xf0000000U, start.data() + start.indexOf(QByteArray("~BK\0\x10\0", 6)) + 6);
+        QTemporaryFile file;
+        QVERIFY(file.open() && file.write(start) == start.size() && file.resize(qint64(1) << 32));
+        const qint64 before = peakKilobytes();
+        file.seek(0);
+        QVERIFY(shows(QImageReader(&file).read(), picture));
+        QVERIFY(peakKilobytes() - before < 200 * 1024);
     }
 
     void cutShortKeepsWhatIsWhole()

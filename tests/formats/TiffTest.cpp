@@ -1,5 +1,7 @@
+#include "formats/tiff/TiffReader.h"
 #include "shared/ImageReading.h"
 #include "support/Files.h"
+#include "support/Memory.h"
 #include "support/Pictures.h"
 #include "support/TiffFiles.h"
 
@@ -45,6 +47,30 @@ private slots:
         QVERIFY(ImageReading::read(path("a.tif")).isNull());
         TiffFiles::make(path("a.tif"), {0, PLANARCONFIG_SEPARATE, 16, COMPRESSION_NONE, 1});
         QCOMPARE(ImageReading::read(path("a.tif")).size(), TiffFiles::size);
+    }
+
+    void tilesOutOfProportionTakeNoMemory()
+    {
+        for (const int bits : {8, 16}) {
+            TIFF *const file = TIFFOpen(qPrintable(path("a.tif")), "w");
+            for (const auto &[tag, value] : {std::pair(TIFFTAG_IMAGEWIDTH, 20),
+                                             {TIFFTAG_IMAGELENGTH, 20},
+                                             {TIFFTAG_TILEWIDTH, 40000},
+                                             {TIFFTAG_TILELENGTH, 40000},
+                                             {TIFFTAG_BITSPERSAMPLE, bits},
+                                             {TIFFTAG_SAMPLESPERPIXEL, 1},
+                                             {TIFFTAG_COMPRESSION, COMPRESSION_PACKBITS},
+                                             {TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK}})
+                TIFFSetField(file, tag, value);
+            char run[] = {-127, 0}; // 128 zeros
+            TIFFWriteRawTile(file, 0, run, sizeof run);
+            TIFFClose(file);
+            QFile whole(path("a.tif"));
+            QVERIFY(whole.open(QIODevice::ReadOnly));
+            const qint64 before = peakKilobytes();
+            QVERIFY(TiffReader::read(whole).image.isNull());
+            QVERIFY(peakKilobytes() - before < 64 * 1024);
+        }
     }
 };
 

@@ -78,9 +78,14 @@ QImage Pictures::decoded(QByteArray bytes, QSize scaled)
     reader.setAutoTransform(true);
     reader.setScaledSize(scaled);
     const QSize told = reader.size();
+    const QImage::Format toldFormat = reader.imageFormat();
     const QImage image = reader.read();
-    if (!scaled.isValid() && !image.isNull())
+    if (!scaled.isValid() && !image.isNull()) {
         QTest::qCompare(told, image.size(), "told", "image.size()", __FILE__, __LINE__);
+        if (toldFormat != QImage::Format_Invalid)
+            QTest::qVerify(QImage(1, 1, toldFormat).depth() >= image.depth(), "toldFormat", "too narrow",
+                           __FILE__, __LINE__);
+    }
     return image;
 }
 

@@ -25,7 +25,8 @@ double difference(const QImage &one, const QImage &other);
 /// The bytes of a file in the format of this name; empty if it cannot be written.
 QByteArray encoded(const QImage &image, const QByteArray &format, int quality = -1);
 
-/// What the image plug-ins make of a file's bytes, told nothing of their format.
+/// What the image plug-ins make of a file's bytes, told nothing of their format. Fails if they tell another
+/// size or less depth before.
 QImage decoded(QByteArray bytes, QSize scaled = {});
 
 /// `quarters` in a file, stored so that the given EXIF orientation (1 to 8) shows it upright. The format is

@@ -148,7 +148,9 @@ bool ItemTable::read()
     const qint64 end = device.size() - start;
     for (qint64 at = 0; at + 8 <= end;) {
         const BoxHead head = headOf(bytesAt(at, 16), end - at);
-        if (head.length == 0 || --boxesLeft <= 0)
+        if (head.length == 0)
+            break; // what other programs leave behind the last box; libheif looks no further either
+        if (--boxesLeft <= 0)
             return false;
         const qint64 length = head.length - head.bytes;
         if (head.type == "meta"

@@ -38,7 +38,7 @@ public:
 
     bool supportsOption(ImageOption option) const override
     {
-        return option == Size || option == ScaledSize || option == Quality;
+        return option == Size || option == ImageFormat || option == ScaledSize || option == Quality;
     }
 
     QVariant option(ImageOption option) const override
@@ -46,6 +46,8 @@ public:
         switch (option) {
         case Size:
             return canRead() ? QVariant(source().size()) : QVariant();
+        case ImageFormat:
+            return canRead() ? QVariant(source().imageFormat()) : QVariant();
         case ScaledSize:
             return scaledSize;
         case Quality:

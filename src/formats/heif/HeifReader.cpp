@@ -228,6 +228,11 @@ QSize HeifReader::size()
     return open() ? sizeOf(*primary) : QSize();
 }
 
+QImage::Format HeifReader::imageFormat()
+{
+    return open() ? layoutOf(*primary, false).format : QImage::Format_Invalid;
+}
+
 Heif::Handle HeifReader::thumbnailFor(QSize scaled) const
 {
     std::vector<heif_item_id> ids(mostThumbnails);

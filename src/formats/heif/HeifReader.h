@@ -23,6 +23,9 @@ public:
     /// Pixels of the upright picture, from the header. Empty if the file is broken.
     QSize size();
 
+    /// The format in which the picture is read in its full size. Invalid if the file is broken.
+    QImage::Format imageFormat();
+
     /// The upright picture, in the size asked for if one is given: from the thumbnail in the file if that is
     /// large enough. Null if the file is broken or the picture above QImageReader's allocation limit.
     QImage read(QSize scaled = {});

@@ -32,13 +32,23 @@ public:
 
     bool write(const QImage &image) override { return JxlWriter::write(image, *device(), quality); }
 
-    bool supportsOption(ImageOption option) const override { return option == Size || option == Quality; }
+    bool supportsOption(ImageOption option) const override
+    {
+        return option == Size || option == ImageFormat || option == Quality;
+    }
 
     QVariant option(ImageOption option) const override
     {
-        if (option == Size)
+        switch (option) {
+        case Size:
             return canRead() ? QVariant(source().size()) : QVariant();
-        return option == Quality ? QVariant(quality) : QVariant();
+        case ImageFormat:
+            return canRead() ? QVariant(source().imageFormat()) : QVariant();
+        case Quality:
+            return quality;
+        default:
+            return {};
+        }
     }
 
     void setOption(ImageOption option, const QVariant &value) override

@@ -6,7 +6,9 @@
 #include <QImageIOHandler>
 #include <QIODevice>
 
+#include <algorithm>
 #include <limits>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -72,6 +74,63 @@ bool hasFewFrames(QIODevice &device)
     return true;
 }
 
+/// Darkens the picture by a plane of black ink; in both, 0 is the darkest.
+template <typename Sample>
+void darken(QImage &image, const QImage &black)
+{
+    constexpr quint32 most = std::numeric_limits<Sample>::max();
+    const auto samples = image.depth() / static_cast<int>(8 * sizeof(Sample));
+    for (int y = 0; y < image.height(); ++y) {
+        const auto *ink = reinterpret_cast<const Sample *>(black.constScanLine(y));
+        auto *pixel = reinterpret_cast<Sample *>(image.scanLine(y));
+        for (int x = 0; x < image.width(); ++x, ++ink, pixel += samples)
+            std::transform(pixel, pixel + 3, pixel,
+                           [&](Sample s) { return static_cast<Sample>(quint32(s) * *ink / most); });
+    }
+}
+
+/// The black of a CMYK picture: a channel beside the colours, which are the other three inks.
+class BlackInk
+{
+public:
+    BlackInk(const JxlDecoder &decoder, const JxlBasicInfo &info)
+    {
+        for (uint32_t i = 0; info.num_color_channels == 3 && i < info.num_extra_channels; ++i) {
+            JxlExtraChannelInfo channel{};
+            if (JxlDecoderGetExtraChannelInfo(&decoder, i, &channel) == JXL_DEC_SUCCESS
+                && channel.type == JXL_CHANNEL_BLACK)
+                index = i;
+        }
+    }
+
+    bool isThere() const { return index.has_value(); }
+
+    /// Has the decoder put it into a plane of this object. False if it will not, or for want of memory.
+    bool receive(JxlDecoder &decoder, const JxlPixelFormat &format, QSize size)
+    {
+        const bool deep = format.data_type == JXL_TYPE_UINT16;
+        if (!QImageIOHandler::allocateImage(
+                size, deep ? QImage::Format_Grayscale16 : QImage::Format_Grayscale8, &plane))
+            return false;
+        plane.fill(Qt::white); // no ink where a truncated file ends
+        return JxlDecoderSetExtraChannelBuffer(&decoder, &format, plane.bits(),
+                                               static_cast<size_t>(plane.sizeInBytes()), *index)
+               == JXL_DEC_SUCCESS;
+    }
+
+    void printOn(QImage &image) const
+    {
+        if (plane.depth() == 16)
+            darken<quint16>(image, plane);
+        else
+            darken<quint8>(image, plane);
+    }
+
+private:
+    std::optional<uint32_t> index;
+    QImage plane;
+};
+
 } // namespace
 
 JxlReader::JxlReader(QIODevice &source)
@@ -130,6 +189,11 @@ QSize JxlReader::size()
     return open() ? QSize(static_cast<int>(info.xsize), static_cast<int>(info.ysize)) : QSize();
 }
 
+QImage::Format JxlReader::imageFormat()
+{
+    return open() ? layoutOf(info).format : QImage::Format_Invalid;
+}
+
 QImage JxlReader::read()
 {
     if (!open())
@@ -145,29 +209,32 @@ QImage JxlReader::read()
     JxlResizableParallelRunnerSetThreads(
         runner.get(), share.threads(JxlResizableParallelRunnerSuggestThreads(info.xsize, info.ysize)));
     QColorSpace colourSpace;
+    BlackInk black(*decoder, info);
     bool hasBuffer = false;
     for (;;) {
         switch (next()) {
         case JXL_DEC_COLOR_ENCODING:
             colourSpace = Jxl::chooseColourSpace(*decoder, info);
             break;
-        case JXL_DEC_NEED_IMAGE_OUT_BUFFER: {
-            size_t bytes = 0;
-            if (hasBuffer || JxlDecoderImageOutBufferSize(decoder.get(), &format, &bytes) != JXL_DEC_SUCCESS
-                || bytes > static_cast<size_t>(image.sizeInBytes())
-                || JxlDecoderSetImageOutBuffer(decoder.get(), &format, image.bits(), bytes)
-                       != JXL_DEC_SUCCESS)
+        case JXL_DEC_NEED_IMAGE_OUT_BUFFER:
+            if (hasBuffer
+                || JxlDecoderSetImageOutBuffer(decoder.get(), &format, image.bits(),
+                                               static_cast<size_t>(image.sizeInBytes()))
+                       != JXL_DEC_SUCCESS
+                || (black.isThere() && !black.receive(*decoder, format, size())))
                 return {};
             hasBuffer = true;
             break;
-        }
         case JXL_DEC_NEED_MORE_INPUT:
             if (!hasBuffer || JxlDecoderFlushImage(decoder.get()) != JXL_DEC_SUCCESS)
                 return {};
             [[fallthrough]];
         case JXL_DEC_FULL_IMAGE:
             decoder.reset(); // it keeps writing into the picture as long as it lives
-            image.setColorSpace(colourSpace);
+            if (black.isThere())
+                black.printOn(image); // without the inks' profile, which would not fit the mixture
+            else
+                image.setColorSpace(colourSpace);
             return image;
         default:
             return {};

@@ -24,6 +24,9 @@ public:
     /// Pixels of the upright picture, from the header. Empty if the file is broken.
     QSize size();
 
+    /// The format in which the picture is read. Invalid if the file is broken.
+    QImage::Format imageFormat();
+
     /// The upright picture, once: 8 bits a channel, or 16 if the file has more or floating point. Of a file
     /// that ends too early what could be decoded. Null if that is nothing, if the file is broken, or if the
     /// picture is above QImageReader's allocation limit.

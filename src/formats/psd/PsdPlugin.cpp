@@ -14,11 +14,15 @@ public:
         *image = PsdReader::read(*device());
         return !image->isNull();
     }
-    bool supportsOption(ImageOption option) const override { return option == Size; }
+    bool supportsOption(ImageOption option) const override { return option == Size || option == ImageFormat; }
     QVariant option(ImageOption option) const override
     {
         const auto header = PsdReader::header(peeked(device()));
-        return option == Size && header ? QVariant(header->size) : QVariant();
+        if (!header)
+            return {};
+        return option == Size          ? QVariant(header->size)
+               : option == ImageFormat ? QVariant(PsdReader::imageFormat(*header))
+                                       : QVariant();
     }
 
     static QByteArray peeked(QIODevice *device) { return device->peek(PsdReader::headerLength); }

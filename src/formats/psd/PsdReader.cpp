@@ -182,6 +182,12 @@ std::optional<Header> header(const QByteArray &bytes)
     return {};
 }
 
+QImage::Format imageFormat(const Header &header)
+{
+    return imageFormat(header,
+                       header.channels > header.colours ? Transparency::Straight : Transparency::None);
+}
+
 QImage read(QIODevice &device)
 {
     const std::optional<Header> header = PsdReader::header(device.read(headerLength));

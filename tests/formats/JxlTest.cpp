@@ -1,0 +1,59 @@
+#include "support/Files.h"
+#include "support/JxlFiles.h"
+#include "support/Pictures.h"
+
+#include <QElapsedTimer>
+#include <QImageReader>
+
+/// JPEG XL files of kinds that the program does not write.
+class JxlTest : public FolderTest
+{
+    Q_OBJECT
+
+private slots:
+    void blackDarkensTheColours()
+    {
+        const JxlExtraChannelType black = JXL_CHANNEL_BLACK, alpha = JXL_CHANNEL_ALPHA;
+        for (const int bits : {8, 16}) {
+            for (const auto &more : {QList{black}, {black, alpha}, {JXL_CHANNEL_DEPTH, alpha, black}}) {
+                const QImage image = Pictures::decoded(JxlFiles::make({{301, 40}, bits, more}));
+                const int opacity = more.contains(alpha) ? JxlFiles::inOthers : 255;
+                QCOMPARE(image.size(), QSize(301, 40));
+                QCOMPARE(image.depth() == 64, bits == 16);
+                for (const QPoint at : {QPoint(0, 0), QPoint(300, 39)})
+                    QCOMPARE(QColor::fromRgba(image.pixel(at)), QColor(100, 50, 25, opacity));
+            }
+        }
+    }
+
+    void severalFramesShowTheFirst()
+    {
+        const QImage image = Pictures::decoded(JxlFiles::make({{9, 7}, 8, {}, 40, 1}));
+        QCOMPARE(QColor(image.pixel(8, 6)), QColor(200, 100, 50));
+        QVERIFY(!Pictures::decoded(JxlFiles::make({{9, 7}, 8, {}, 4, 0})).isNull());
+    }
+
+    void workOutOfProportionIsRefused()
+    {
+        QVERIFY(Pictures::decoded(JxlFiles::make({{9, 7}, 8, {}, 40, 0})).isNull());
+        const QList<JxlExtraChannelType> channels(40, JXL_CHANNEL_DEPTH);
+        QVERIFY(!Pictures::decoded(JxlFiles::make({{9, 7}, 8, channels})).isNull());
+        QVERIFY(Pictures::decoded(JxlFiles::make({{800, 800}, 8, channels})).isNull());
+    }
+
+    void boxesOutOfProportionTakeNoTime()
+    {
+        newFolder();
+        const QByteArray head = JxlFiles::make({}).left(32);
+        QCOMPARE(head.mid(16, 4), "ftyp"); // the whole box
+        write("a.jxl", head + QByteArray("\xff\0\0\0free", 8));
+        QVERIFY(QFile::resize(path("a.jxl"), qint64(1) << 32));
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(QImageReader(path("a.jxl")).read().isNull());
+        QVERIFY(timer.elapsed() < 4000);
+    }
+};
+
+QTEST_GUILESS_MAIN(JxlTest)
+#include "JxlTest.moc"

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QSize>
+
+#include <jxl/codestream_header.h>
+
+/// JPEG XL files of kinds that the program does not write, made by libjxl: one colour, without loss.
+namespace JxlFiles {
+
+struct Kind
+{
+    QSize size = {9, 7};
+    int bits = 8;                    ///< of a sample, 8 or 16
+    QList<JxlExtraChannelType> more; ///< channels beside the colours
+    int frames = 1;
+    quint32 duration = 0; ///< of a frame; one of nothing belongs to the same picture as the next
+};
+
+constexpr int colours[] = {200, 100, 50}; // of 255
+constexpr int inOthers = 128;
+
+QByteArray make(const Kind &kind);
+
+} // namespace JxlFiles
