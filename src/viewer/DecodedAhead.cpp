@@ -48,7 +48,8 @@ ImageRequest DecodedAhead::request(const ImageRequest &file)
     }
     if (!inHand.isSameFile(file))
         return file;
-    thread->setPriority(QThread::NormalPriority); // it is waited for now
+    if (thread->isRunning())
+        thread->setPriority(QThread::NormalPriority); // it is waited for now
     return inHand;
 }
 
@@ -68,6 +69,7 @@ VistamoLoadImageThread *DecodedAhead::takeThread()
 {
     if (thread)
         thread->disconnect(this);
+    inHand = {};
     return std::exchange(thread, nullptr);
 }
 

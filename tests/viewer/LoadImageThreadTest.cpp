@@ -1,0 +1,87 @@
+#include "shared/ImageReading.h"
+#include "support/Files.h"
+#include "support/Pictures.h"
+#include "viewer/DecodedAhead.h"
+#include "viewer/VistamoLoadImageThread.h"
+
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QSignalSpy>
+
+/// Pictures that are decoded side by side, by threads that the viewer starts and leaves.
+class LoadImageThreadTest : public FolderTest
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { ImageReading::setAllocationLimit(); }
+    void init()
+    {
+        newFolder();
+        QImage slow(8000, 6000, QImage::Format_RGB32); // as against the others
+        slow.fill(Qt::red);
+        QVERIFY(slow.save(path("slow.png")));
+        for (int i = 1; i < 20; ++i)
+            Pictures::save(path(QString::number(i) + ".jpg"), QSize(i, 40));
+    }
+
+    void givesInOrderAndPassesOverTheNewestOfMany()
+    {
+        for (const int asked : {10, 12}) {
+            VistamoLoadImageThread thread;
+            QList<int> widths;
+            connect(&thread, &VistamoLoadImageThread::imageLoaded, this,
+                    [&](const QPixmap &pixmap) { widths.append(pixmap.width()); });
+            thread.addFile({path("slow.png")});
+            for (int i = 1; i < asked; ++i)
+                thread.addFile({path(i == 5 ? "missing.jpg" : QString::number(i) + ".jpg")});
+            thread.start();
+            QTRY_COMPARE(widths.size(), 10);
+            QCOMPARE(widths, QList({8000, 1, 2, 3, 4, 0, 6, 7, 8, asked - 1}));
+            QVERIFY(thread.wait() && thread.takeWaiting().isEmpty());
+        }
+    }
+
+    void whatWaitsBehindAPictureCanBeTaken()
+    {
+        VistamoLoadImageThread thread;
+        QSignalSpy given(&thread, &VistamoLoadImageThread::imageLoaded);
+        const QList<ImageRequest> all = {{path("slow.png")}, {path("1.jpg")}, {path("2.jpg")}};
+        QList<ImageRequest> waiting = all;
+        while (waiting.size() == all.size()) { // it has not begun
+            for (const ImageRequest &request : all)
+                thread.addFile(request);
+            thread.start();
+            QTest::qWait(50); // a helper takes the next one, where there are processors
+            waiting = thread.takeWaiting();
+        }
+        QCOMPARE(waiting.size(), 2);
+        QCOMPARE(waiting.last().path, path("2.jpg"));
+        QVERIFY(!thread.hangs());
+        thread.stop();
+        QVERIFY(thread.wait());
+        QCoreApplication::processEvents();
+        QCOMPARE(given.size(), 0);
+    }
+
+    void pictureThatIsBeingDecodedAheadIsWaitedFor()
+    {
+        const QFileInfo file(path("slow.png"));
+        const ImageRequest slow = {file.filePath(), file.size(), file.lastModified()};
+        DecodedAhead ahead;
+        ahead.want({slow}, QPixmap(10, 10));
+        const auto shared = ahead.request(slow).decoded;
+        QVERIFY(shared);
+        QCOMPARE(shared->get(slow.path).width(), 8000);
+        QVERIFY(QFile::remove(slow.path));
+        QVERIFY(!shared->get(slow.path).isNull()); // not decoded again
+        ImageRequest changed = slow;
+        ++changed.size;
+        QVERIFY(!ahead.request(changed).decoded);
+        const std::unique_ptr<VistamoLoadImageThread> thread(ahead.takeThread());
+        QVERIFY(!thread || thread->wait());
+    }
+};
+
+QTEST_MAIN(LoadImageThreadTest)
+#include "LoadImageThreadTest.moc"
