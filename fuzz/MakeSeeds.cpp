@@ -107,8 +107,11 @@ void makeTiffSeeds(const QString &folder)
         for (const int planes : {PLANARCONFIG_CONTIG, PLANARCONFIG_SEPARATE})
             for (const int samples : {1, 4})
                 for (const int compression : {COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE})
-                    TiffFiles::make(folder + '/' + QString::number(seed++),
-                                    {tile, planes, samples, compression, 6});
+                    for (const auto &[bits, format] : {std::pair(12, SAMPLEFORMAT_UINT),
+                                                       {16, SAMPLEFORMAT_UINT},
+                                                       {32, SAMPLEFORMAT_IEEEFP}})
+                        TiffFiles::make(folder + '/' + QString::number(seed++),
+                                        {tile, planes, samples, compression, 6, bits, format, bits == 12});
 }
 
 void writeAll(const QList<QByteArray> &seeds, const QString &folder)

@@ -9,7 +9,8 @@
 
 #include <tiffio.h>
 
-/// TIFF files as scanners and raw converters write them, made by libtiff and read as the program reads.
+/// TIFF files as scanners, raw converters and laboratories write them, made by libtiff and read as the
+/// program reads.
 class TiffTest : public FolderTest
 {
     Q_OBJECT
@@ -18,26 +19,31 @@ private slots:
     void init() { newFolder(); }
     void everyKindIsRead()
     {
-        QList<TiffFiles::Kind> kinds;
-        for (const int tile : {0, 16})
-            for (const int planes : {PLANARCONFIG_CONTIG, PLANARCONFIG_SEPARATE})
-                for (const int samples : {1, 3, 4})
-                    for (const int compression : {COMPRESSION_NONE, COMPRESSION_LZW})
-                        kinds.append({tile, planes, samples, compression, 1});
+        for (const auto &[bits, format] :
+             {std::pair(12, whole), {16, whole}, {32, whole}, {16, floating}, {32, floating}, {64, floating}})
+            for (const int samples : {1, 3, 4, 5})
+                for (const bool cmyk : {false, true})
+                    for (const int tile : {0, 16})
+                        for (const int planes : {PLANARCONFIG_CONTIG, PLANARCONFIG_SEPARATE})
+                            for (const int compression : {COMPRESSION_NONE, COMPRESSION_LZW})
+                                if (cmyk ? samples >= 4 : samples <= 4)
+                                    showsWhatIsStored(
+                                        {tile, planes, samples, compression, 1, bits, format, cmyk});
         for (int orientation = 2; orientation <= 8; ++orientation)
-            kinds.append({0, PLANARCONFIG_SEPARATE, 3, COMPRESSION_NONE, orientation});
-        for (const TiffFiles::Kind &kind : kinds) {
-            TiffFiles::make(path("a.tif"), kind);
-            const QImage upright = ImageReading::read(path("a.tif"), ImageReading::Colours::AsStored);
-            const QImage image = Pictures::asStored(upright, kind.orientation);
-            QCOMPARE(image.size(), TiffFiles::size);
-            for (const QPoint at : {QPoint(0, 0), QPoint(18, 3), QPoint(5, 20)}) {
-                const auto stored = [&](int sample) { return TiffFiles::value(at.x(), at.y(), sample); };
-                const QRgba64 pixel = image.pixelColor(at).rgba64();
-                QCOMPARE(pixel.red(), stored(0));
-                QCOMPARE(pixel.blue(), stored(kind.samples == 1 ? 0 : 2));
-                QCOMPARE(pixel.alpha(), kind.samples == 4 ? stored(3) : 0xffff);
-            }
+            showsWhatIsStored({0, PLANARCONFIG_SEPARATE, 3, COMPRESSION_NONE, orientation});
+    }
+
+    void greysBeyondWhiteAreBroughtIntoRange()
+    {
+        int most = 0;
+        for (int y = 0; y < TiffFiles::size.height(); ++y)
+            for (int x = 0; x < TiffFiles::size.width(); ++x)
+                most = std::max<int>(most, TiffFiles::value(x, y, 0));
+        for (const double factor : {0.5, 3000.0}) { // the one stays dark
+            TiffFiles::make(path("a.tif"),
+                            {0, PLANARCONFIG_CONTIG, 1, COMPRESSION_NONE, 1, 32, floating, false, factor});
+            const double share = TiffFiles::value(18, 3, 0) * (factor < 1 ? factor / 65535 : 1.0 / most);
+            QVERIFY(std::abs(qGray(ImageReading::read(path("a.tif")).pixel(18, 3)) - 255 * share) < 2);
         }
     }
 
@@ -70,6 +76,36 @@ private slots:
             const qint64 before = peakKilobytes();
             QVERIFY(TiffReader::read(whole).image.isNull());
             QVERIFY(peakKilobytes() - before < 64 * 1024);
+        }
+    }
+
+private:
+    static constexpr int whole = SAMPLEFORMAT_UINT;
+    static constexpr int floating = SAMPLEFORMAT_IEEEFP;
+
+    void showsWhatIsStored(const TiffFiles::Kind &kind)
+    {
+        TiffFiles::make(path("a.tif"), kind);
+        const QImage upright = ImageReading::read(path("a.tif"), ImageReading::Colours::AsStored);
+        const QImage image = Pictures::asStored(upright, kind.orientation);
+        QCOMPARE(image.size(), TiffFiles::size);
+        for (const QPoint at : {QPoint(0, 0), QPoint(18, 3), QPoint(5, 20)}) {
+            const auto stored = [&](int sample) {
+                return TiffFiles::value(at.x(), at.y(), sample) / 65535.0;
+            };
+            const auto shown = [&](int sample) {
+                return kind.cmyk ? (1 - stored(sample)) * (1 - stored(3)) : stored(sample);
+            };
+            const QColor colour = image.pixelColor(at);
+            const auto isNear = [](double one, double other) {
+                return std::abs(one - other) < 0.0005;
+            }; // 12 bits
+            QVERIFY2(
+                isNear(colour.redF(), shown(0)) && isNear(colour.blueF(), shown(kind.samples == 1 ? 0 : 2))
+                    && isNear(colour.alphaF(),
+                              kind.samples == (kind.cmyk ? 5 : 4) ? stored(kind.samples - 1) : 1),
+                qPrintable(QString::asprintf("%d bits, %d samples, format %d, tile %d, planes %d", kind.bits,
+                                             kind.samples, kind.sampleFormat, kind.tile, kind.planes)));
         }
     }
 };

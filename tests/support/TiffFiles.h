@@ -3,21 +3,28 @@
 #include <QSize>
 #include <QString>
 
-/// TIFF files as scanners and raw converters write them, made by libtiff: 16 bits a channel.
+#include <tiff.h>
+
+/// TIFF files as scanners, raw converters and laboratories write them, made by libtiff: more than 8 bits a
+/// channel.
 namespace TiffFiles {
 
 struct Kind
 {
     int tile = 0; ///< side of a tile, or 0 for strips
-    int planes = 0;
-    int samples = 0;
-    int compression = 0;
-    int orientation = 1;
+    int planes = PLANARCONFIG_CONTIG;
+    int samples = 1;
+    int compression = COMPRESSION_NONE;
+    int orientation = ORIENTATION_TOPLEFT;
+    int bits = 16;
+    int sampleFormat = SAMPLEFORMAT_UINT;
+    bool cmyk = false;
+    double factor = 1; ///< of floats, which are from 0 to 1 otherwise
 };
 
 constexpr QSize size(21, 22);
 
-/// A sample as it is stored.
+/// A sample, of 65535.
 inline quint16 value(int x, int y, int sample)
 {
     return quint16(x * 2500 + y * 77 + sample * 5000 + 3);

@@ -1,13 +1,16 @@
 #include "formats/tiff/TiffReader.h"
 
 #include <QColorSpace>
+#include <QFloat16>
 #include <QImageReader>
 #include <QIODevice>
 
 #include <tiffio.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdarg>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -104,13 +107,23 @@ bool isInProportion(TIFF *file)
     return piece > 0 && piece <= most;
 }
 
-bool isGray(TIFF *file)
+/// How many of a pixel's samples make its colour; 0 if their meaning is not known.
+int coloursOf(TIFF *file)
 {
-    const auto photometric = tag<uint16_t>(file, TIFFTAG_PHOTOMETRIC);
-    return photometric == PHOTOMETRIC_MINISBLACK || photometric == PHOTOMETRIC_MINISWHITE;
+    switch (tag<uint16_t>(file, TIFFTAG_PHOTOMETRIC)) {
+    case PHOTOMETRIC_MINISBLACK:
+    case PHOTOMETRIC_MINISWHITE:
+        return 1;
+    case PHOTOMETRIC_RGB:
+        return 3;
+    case PHOTOMETRIC_SEPARATED:
+        return tag<uint16_t>(file, TIFFTAG_INKSET) == INKSET_CMYK ? 4 : 0;
+    default:
+        return 0;
+    }
 }
 
-/// Samples of 16 bits.
+/// Samples of more than 8 bits, brought to 16.
 class DeepPicture
 {
 public:
@@ -118,6 +131,8 @@ public:
         : file(file)
         , size(sizeOf(file))
         , samples(tag<uint16_t>(file, TIFFTAG_SAMPLESPERPIXEL))
+        , bits(tag<uint16_t>(file, TIFFTAG_BITSPERSAMPLE))
+        , sampleFormat(tag<uint16_t>(file, TIFFTAG_SAMPLEFORMAT))
         , photometric(tag<uint16_t>(file, TIFFTAG_PHOTOMETRIC))
         , separate(tag<uint16_t>(file, TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE)
     {
@@ -125,97 +140,177 @@ public:
 
     bool isDeep() const
     {
-        return tag<uint16_t>(file, TIFFTAG_BITSPERSAMPLE) == 16
-               && tag<uint16_t>(file, TIFFTAG_SAMPLEFORMAT) == SAMPLEFORMAT_UINT
-               && ((isGray(file) && samples >= 1) || (photometric == PHOTOMETRIC_RGB && samples >= 3));
+        const bool whole = sampleFormat == SAMPLEFORMAT_UINT && ((bits > 8 && bits <= 16) || bits == 32);
+        const bool floating = sampleFormat == SAMPLEFORMAT_IEEEFP && (bits == 16 || bits == 32 || bits == 64);
+        return (whole || floating) && colours > 0 && samples >= colours;
     }
 
     QImage read()
     {
-        const int colours = isGray(file) ? 1 : 3;
         const uint16_t kind = samples > colours ? alphaKind(file) : uint16_t(EXTRASAMPLE_UNSPECIFIED);
         const bool hasAlpha = kind == EXTRASAMPLE_ASSOCALPHA || kind == EXTRASAMPLE_UNASSALPHA;
         const QImage::Format format = kind == EXTRASAMPLE_ASSOCALPHA   ? QImage::Format_RGBA64_Premultiplied
                                       : kind == EXTRASAMPLE_UNASSALPHA ? QImage::Format_RGBA64
-                                      : isGray(file)                   ? QImage::Format_Grayscale16
+                                      : colours == 1                   ? QImage::Format_Grayscale16
                                                                        : QImage::Format_RGBX64;
         if (!QImageIOHandler::allocateImage(size, format, &image))
             return {};
         image.fill(Qt::black);
         alphaSample = hasAlpha ? colours : -1;
         planes = separate ? colours + hasAlpha : 1; // what else the file has is not looked at
-        if (TIFFIsTiled(file))
-            readTiles();
-        else
-            readRows();
-        return image;
+        if (sampleFormat == SAMPLEFORMAT_IEEEFP && colours == 1) {
+            // Measurements have ranges of their own.
+            readAll([this](const uchar *row, QPoint, int count, int) { measure(row, count); });
+        }
+        bool found = false;
+        readAll([&](const uchar *row, QPoint at, int count, int plane) {
+            put(row, at, count, plane);
+            found = true;
+        });
+        return found ? image : QImage();
     }
 
 private:
     int samplesTogether() const { return separate ? 1 : samples; }
 
-    void readRows()
+    /// Gives `take` the rows of all tiles or of the picture: their bytes, place, count of pixels and plane.
+    template <typename Take>
+    void readAll(Take take)
     {
-        std::vector<uint16_t> row(static_cast<size_t>(TIFFScanlineSize(file)) / 2 + 1);
-        if (row.size() <= static_cast<size_t>(size.width()) * samplesTogether())
+        if (TIFFIsTiled(file))
+            readTiles(take);
+        else
+            readRows(take);
+    }
+
+    template <typename Take>
+    void readRows(Take take)
+    {
+        std::vector<uchar> row(static_cast<size_t>(TIFFScanlineSize(file)) + spareBytes);
+        if (static_cast<qint64>(row.size() - spareBytes) * 8
+            < static_cast<qint64>(size.width()) * samplesTogether() * bits)
             return;
         for (int plane = 0; plane < planes; ++plane) {
             for (int y = 0; y < size.height(); ++y) {
                 if (TIFFReadScanline(file, row.data(), y, static_cast<uint16_t>(plane)) != 1)
                     break;
-                put(row.data(), 0, y, size.width(), plane);
+                take(row.data(), QPoint(0, y), size.width(), plane);
             }
         }
     }
 
-    void readTiles()
+    template <typename Take>
+    void readTiles(Take take)
     {
         const auto width = static_cast<int>(tag<uint32_t>(file, TIFFTAG_TILEWIDTH));
         const auto height = static_cast<int>(tag<uint32_t>(file, TIFFTAG_TILELENGTH));
-        const qint64 needed = 2LL * width * height * samplesTogether();
+        const tmsize_t rowBytes = TIFFTileRowSize(file);
         // A tile may stand over the edge, but not be much larger than the picture.
         if (width < 1 || height < 1 || width > 2 * size.width() + 4096 || height > 2 * size.height() + 4096
-            || needed > image.sizeInBytes() + (64LL << 20) || TIFFTileSize(file) < needed)
+            || rowBytes * 8 < static_cast<qint64>(width) * samplesTogether() * bits
+            || TIFFTileSize(file) < rowBytes * height)
             return;
-        std::vector<uint16_t> tile(static_cast<size_t>(TIFFTileSize(file)) / 2 + 1);
+        std::vector<uchar> tile(static_cast<size_t>(TIFFTileSize(file)) + spareBytes);
         for (int plane = 0; plane < planes; ++plane) {
             for (int top = 0; top < size.height(); top += height) {
                 for (int left = 0; left < size.width(); left += width) {
                     if (TIFFReadTile(file, tile.data(), left, top, 0, static_cast<uint16_t>(plane)) < 0)
                         return;
                     for (int y = 0; y < std::min(height, size.height() - top); ++y)
-                        put(tile.data() + static_cast<size_t>(y) * width * samplesTogether(), left, top + y,
-                            std::min(width, size.width() - left), plane);
+                        take(tile.data() + y * rowBytes, QPoint(left, top + y),
+                             std::min(width, size.width() - left), plane);
                 }
             }
         }
     }
 
-    /// Puts a row of `count` pixels in place; of separate planes, the samples of one.
-    void put(const uint16_t *from, int x, int y, int count, int plane)
+    /// A number that stands in a row in the machine's own order, as libtiff leaves it.
+    template <typename Number>
+    static Number numberAt(const uchar *row, qsizetype index)
     {
-        const int stride = image.depth() / 16;
-        auto *to = reinterpret_cast<uint16_t *>(image.scanLine(y)) + static_cast<size_t>(stride) * x;
-        const uint16_t invert = photometric == PHOTOMETRIC_MINISWHITE ? 0xffff : 0;
-        const int together = samplesTogether();
-        for (int i = 0; i < count; ++i, to += stride, from += together) {
-            for (int offset = 0; offset < together; ++offset) {
-                const int sample = plane + offset;
-                if (sample == alphaSample)
-                    to[3] = from[offset];
-                else if (photometric == PHOTOMETRIC_RGB && sample < 3)
-                    to[sample] = from[offset];
-                else if (photometric != PHOTOMETRIC_RGB && sample == 0)
-                    std::fill_n(to, std::min(stride, 3), uint16_t(from[offset] ^ invert));
+        Number number;
+        std::memcpy(&number, row + index * static_cast<qsizetype>(sizeof number), sizeof number);
+        return number;
+    }
+
+    double floatAt(const uchar *row, qsizetype index) const
+    {
+        return bits == 16   ? static_cast<double>(float(numberAt<qfloat16>(row, index)))
+               : bits == 32 ? static_cast<double>(numberAt<float>(row, index))
+                            : numberAt<double>(row, index);
+    }
+
+    /// A sample brought to 16 bits.
+    uint16_t sampleAt(const uchar *row, qsizetype index) const
+    {
+        if (sampleFormat == SAMPLEFORMAT_IEEEFP) {
+            const double share = (floatAt(row, index) - lowest) / (highest - lowest);
+            return share > 0 ? static_cast<uint16_t>(std::min(share, 1.0) * 65535 + 0.5)
+                             : 0; // 0 for no number
+        }
+        if (bits == 16)
+            return numberAt<uint16_t>(row, index);
+        if (bits == 32)
+            return static_cast<uint16_t>(numberAt<uint32_t>(row, index) >> 16);
+        const uchar *const from = row + index * bits / 8; // packed, the highest bit first
+        const uint32_t three = from[0] << 16 | from[1] << 8 | from[2];
+        const uint32_t value = three >> (24 - bits - index * bits % 8) & ((1U << bits) - 1);
+        return static_cast<uint16_t>(value << (16 - bits) | value >> (2 * bits - 16));
+    }
+
+    /// Widens the range of grey floats, which is from 0 to 1 unless a number is beyond.
+    void measure(const uchar *row, int count)
+    {
+        for (int i = 0; i < count; ++i) {
+            const double value = floatAt(row, static_cast<qsizetype>(i) * samplesTogether());
+            if (std::isfinite(value)) {
+                lowest = std::min(lowest, value);
+                highest = std::max(highest, value);
             }
         }
     }
 
+    /// Puts a row of `count` pixels in place; of separate planes, the samples of one.
+    void put(const uchar *row, QPoint at, int count, int plane)
+    {
+        const int stride = image.depth() / 16;
+        auto *to =
+            reinterpret_cast<uint16_t *>(image.scanLine(at.y())) + static_cast<size_t>(stride) * at.x();
+        const uint16_t invert =
+            photometric == PHOTOMETRIC_MINISWHITE || photometric == PHOTOMETRIC_SEPARATED ? 0xffff : 0;
+        const int together = samplesTogether();
+        for (int i = 0; i < count; ++i, to += stride) {
+            for (int offset = 0; offset < together; ++offset) {
+                const int sample = plane + offset;
+                if (sample >= colours && sample != alphaSample)
+                    break;
+                const uint16_t value = sampleAt(row, static_cast<qsizetype>(i) * together + offset);
+                if (sample == alphaSample)
+                    to[3] = value;
+                else if (colours == 1)
+                    std::fill_n(to, std::min(stride, 3), uint16_t(value ^ invert));
+                else if (sample < 3)
+                    to[sample] = value ^ invert;
+                else // black ink
+                    std::transform(to, to + 3, to, [&](uint32_t colour) {
+                        return static_cast<uint16_t>(colour * (value ^ invert) / 0xffff);
+                    });
+            }
+        }
+    }
+
+    static constexpr size_t spareBytes = 2; // behind the last sample, which is read by three bytes
+
     TIFF *const file;
     const QSize size;
     const int samples;
+    const int bits;
+    const uint16_t sampleFormat;
     const uint16_t photometric;
     const bool separate;
+    const int colours = coloursOf(file); ///< how many of the samples make the colour
+    double lowest = 0;
+    double highest = 1;
     QImage image;
     int alphaSample = -1;
     int planes = 1;
@@ -236,7 +331,7 @@ QImage readPlain(TIFF *file)
         TIFFRGBAImageGet(&picture, reinterpret_cast<uint32_t *>(image.bits()), picture.width, picture.height);
     }
     TIFFRGBAImageEnd(&picture);
-    if (isGray(file) && !picture.alpha) // as its profile expects
+    if (coloursOf(file) == 1 && !picture.alpha) // as its profile expects
         image.convertTo(QImage::Format_Grayscale8);
     return image;
 }
@@ -262,7 +357,8 @@ TiffReader::Picture TiffReader::read(QIODevice &device)
                     transformationOf(tag<uint16_t>(file.get(), TIFFTAG_ORIENTATION))};
     uint32_t length = 0;
     void *profile = nullptr;
-    if (TIFFGetField(file.get(), TIFFTAG_ICCPROFILE, &length, &profile) == 1 && length > 0) {
+    const bool isCmyk = tag<uint16_t>(file.get(), TIFFTAG_PHOTOMETRIC) == PHOTOMETRIC_SEPARATED;
+    if (!isCmyk && TIFFGetField(file.get(), TIFFTAG_ICCPROFILE, &length, &profile) == 1 && length > 0) {
         picture.image.setColorSpace(
             QColorSpace::fromIccProfile(QByteArray(static_cast<const char *>(profile), int(length))));
     }
