@@ -129,22 +129,32 @@ private:
 
     int bytesOfPixel() const
     {
+        if (reader.format() == "tiff" && needsOurTiff())
+            return 8; // whatever Qt's plug-in says
         // Of a broken file, Qt's JPEG plug-in says what happens to stand in its memory.
         const QImage::Format format = reader.imageFormat();
         const bool isKnown = format > QImage::Format_Invalid && format < QImage::NImageFormats;
         return std::max(isKnown ? QImage::toPixelFormat(format).bitsPerPixel() / 8 : 0, 4);
     }
 
-    /// Qt's TIFF plug-in takes some kinds for others and fails with some: ours stands in.
-    QImage readTiff()
+    /// Qt's TIFF plug-in takes some kinds for others: ours stands in.
+    bool needsOurTiff() const
     {
         QImageReader ours(reader.fileName(), "orrelan-tiff");
         ours.setAutoDetectImageFormat(false);
+        return ours.canRead();
+    }
+
+    /// Qt's plug-in fails with some kinds that it should read: ours stands in for these too.
+    QImage readTiff()
+    {
+        const QImage image = needsOurTiff() ? QImage() : reader.read();
+        if (!image.isNull())
+            return image;
+        QImageReader ours(reader.fileName(), "orrelan-tiff");
+        ours.setAutoDetectImageFormat(false);
         ours.setAutoTransform(true);
-        if (ours.canRead())
-            return ours.read();
-        const QImage image = reader.read();
-        return image.isNull() ? ours.read() : image;
+        return ours.read();
     }
 
     /// The orientation that the format's plug-in leaves out.

@@ -26,6 +26,14 @@ private slots:
         }
     }
 
+    void coloursThatAreMixedAlreadyStay()
+    {
+        JxlFiles::Kind kind{{64, 64}, 8, {JXL_CHANNEL_BLACK}};
+        kind.lossy = true; // no inks then
+        const QImage image = Pictures::decoded(JxlFiles::make(kind));
+        QVERIFY(std::abs(qRed(image.pixel(30, 30)) - JxlFiles::colours[0]) < 4);
+    }
+
     void severalFramesShowTheFirst()
     {
         const QImage image = Pictures::decoded(JxlFiles::make({{9, 7}, 8, {}, 40, 1}));

@@ -21,7 +21,7 @@ QByteArray JxlFiles::make(const Kind &kind)
     info.xsize = static_cast<uint32_t>(kind.size.width());
     info.ysize = static_cast<uint32_t>(kind.size.height());
     info.bits_per_sample = bits;
-    info.uses_original_profile = JXL_TRUE;
+    info.uses_original_profile = !kind.lossy;
     info.num_extra_channels = channels;
     info.alpha_bits = kind.more.contains(JXL_CHANNEL_ALPHA) ? bits : 0;
     info.have_animation = kind.frames > 1;
@@ -50,7 +50,7 @@ QByteArray JxlFiles::make(const Kind &kind)
     const JxlPixelFormat three{3, JXL_TYPE_UINT16, JXL_NATIVE_ENDIAN, 0};
     const JxlPixelFormat one{1, JXL_TYPE_UINT16, JXL_NATIVE_ENDIAN, 0};
     JxlEncoderFrameSettings *const settings = JxlEncoderFrameSettingsCreate(encoder.get(), nullptr);
-    check(JxlEncoderSetFrameLossless(settings, JXL_TRUE));
+    check(JxlEncoderSetFrameLossless(settings, !kind.lossy));
     check(JxlEncoderFrameSettingsSetOption(settings, JXL_ENC_FRAME_SETTING_EFFORT, 1));
     JxlFrameHeader header;
     JxlEncoderInitFrameHeader(&header);

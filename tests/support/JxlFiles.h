@@ -6,7 +6,7 @@
 
 #include <jxl/codestream_header.h>
 
-/// JPEG XL files of kinds that the program does not write, made by libjxl: one colour, without loss.
+/// JPEG XL files of kinds that the program does not write, made by libjxl: one colour.
 namespace JxlFiles {
 
 struct Kind
@@ -16,6 +16,7 @@ struct Kind
     QList<JxlExtraChannelType> more; ///< channels beside the colours
     int frames = 1;
     quint32 duration = 0; ///< of a frame; one of nothing belongs to the same picture as the next
+    bool lossy = false;
 };
 
 constexpr int colours[] = {200, 100, 50}; // of 255

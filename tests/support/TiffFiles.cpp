@@ -50,11 +50,11 @@ void TiffFiles::make(const QString &path, const Kind &kind)
     TIFFSetField(file, TIFFTAG_COMPRESSION, kind.compression);
     TIFFSetField(file, TIFFTAG_ORIENTATION, kind.orientation);
     TIFFSetField(file, TIFFTAG_PHOTOMETRIC,
-                 kind.cmyk     ? PHOTOMETRIC_SEPARATED
-                 : samples > 1 ? PHOTOMETRIC_RGB
-                               : PHOTOMETRIC_MINISBLACK);
+                 kind.cmyk             ? PHOTOMETRIC_SEPARATED
+                 : kind.colours() == 3 ? PHOTOMETRIC_RGB
+                                       : PHOTOMETRIC_MINISBLACK);
     const uint16_t alpha = EXTRASAMPLE_UNASSALPHA;
-    if (samples == (kind.cmyk ? 5 : 4))
+    if (kind.hasAlpha())
         TIFFSetField(file, TIFFTAG_EXTRASAMPLES, 1, &alpha);
     if (kind.tile) {
         TIFFSetField(file, TIFFTAG_TILEWIDTH, kind.tile);

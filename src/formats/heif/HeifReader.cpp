@@ -1,5 +1,6 @@
 #include "formats/heif/HeifReader.h"
 
+#include "formats/ClampToAlpha.h"
 #include "formats/heif/HeifColour.h"
 #include "formats/heif/HeifItems.h"
 
@@ -119,17 +120,6 @@ void widen(QImage &image, int bits)
         std::transform(line, line + 4 * static_cast<qsizetype>(image.width()), line, [bits](quint16 sample) {
             return static_cast<quint16>(sample << (16 - bits) | sample >> (2 * bits - 16));
         });
-    }
-}
-
-/// No colour above its alpha, as lossy coding leaves them and as Qt's arithmetic does not expect them.
-template <typename Sample>
-void clampToAlpha(QImage &image)
-{
-    for (int y = 0; y < image.height(); ++y) {
-        auto *pixel = reinterpret_cast<Sample *>(image.scanLine(y));
-        for (int x = 0; x < image.width(); ++x, pixel += 4)
-            std::transform(pixel, pixel + 3, pixel, [pixel](Sample s) { return std::min(s, pixel[3]); });
     }
 }
 

@@ -89,13 +89,15 @@ void darken(QImage &image, const QImage &black)
     }
 }
 
-/// The black of a CMYK picture: a channel beside the colours, which are the other three inks.
+/// The black of a CMYK picture: a channel beside the colours, which are the other three inks. Lossy files
+/// have colours that are mixed already.
 class BlackInk
 {
 public:
     BlackInk(const JxlDecoder &decoder, const JxlBasicInfo &info)
     {
-        for (uint32_t i = 0; info.num_color_channels == 3 && i < info.num_extra_channels; ++i) {
+        const bool hasInks = info.uses_original_profile && info.num_color_channels == 3;
+        for (uint32_t i = 0; hasInks && i < info.num_extra_channels; ++i) {
             JxlExtraChannelInfo channel{};
             if (JxlDecoderGetExtraChannelInfo(&decoder, i, &channel) == JXL_DEC_SUCCESS
                 && channel.type == JXL_CHANNEL_BLACK)

@@ -1,5 +1,7 @@
 #include "formats/tiff/TiffReader.h"
 
+#include "formats/ClampToAlpha.h"
+
 #include <QColorSpace>
 #include <QFloat16>
 #include <QImageReader>
@@ -98,13 +100,18 @@ uint16_t alphaKind(TIFF *file)
     return known ? kinds[0] : uint16_t(EXTRASAMPLE_UNSPECIFIED);
 }
 
-/// False for tiles or strips that are much larger than the picture: the library takes memory for one in full.
+/// False for a strip, or tiles together, much larger than the picture: they take memory and time in full.
 bool isInProportion(TIFF *file)
 {
+    constexpr qint64 spare = 64 << 20;
     const QSize size = sizeOf(file);
-    const qint64 most = 16LL * size.width() * size.height() + (64LL << 20);
-    const qint64 piece = TIFFIsTiled(file) ? TIFFTileSize(file) : TIFFStripSize(file);
-    return piece > 0 && piece <= most;
+    const int bits =
+        tag<uint16_t>(file, TIFFTAG_SAMPLESPERPIXEL) * tag<uint16_t>(file, TIFFTAG_BITSPERSAMPLE);
+    const qint64 most = 4LL * size.width() * size.height() * std::max(bits / 8, 1) + spare;
+    if (!TIFFIsTiled(file))
+        return TIFFStripSize(file) > 0 && TIFFStripSize(file) <= most;
+    return TIFFTileSize(file) > 0
+           && TIFFTileSize(file) <= most / std::max<qint64>(TIFFNumberOfTiles(file), 1);
 }
 
 /// How many of a pixel's samples make its colour; 0 if their meaning is not known.
@@ -160,13 +167,18 @@ public:
         planes = separate ? colours + hasAlpha : 1; // what else the file has is not looked at
         if (sampleFormat == SAMPLEFORMAT_IEEEFP && colours == 1) {
             // Measurements have ranges of their own.
-            readAll([this](const uchar *row, QPoint, int count, int) { measure(row, count); });
+            readAll([this](const uchar *row, QPoint, int count, int plane) {
+                if (plane == 0)
+                    measure(row, count);
+            });
         }
         bool found = false;
         readAll([&](const uchar *row, QPoint at, int count, int plane) {
             put(row, at, count, plane);
             found = true;
         });
+        if (kind == EXTRASAMPLE_ASSOCALPHA)
+            clampToAlpha<uint16_t>(image);
         return found ? image : QImage();
     }
 
@@ -240,11 +252,12 @@ private:
                             : numberAt<double>(row, index);
     }
 
-    /// A sample brought to 16 bits.
-    uint16_t sampleAt(const uchar *row, qsizetype index) const
+    /// A sample brought to 16 bits, one of a colour out of the range that was measured.
+    uint16_t sampleAt(const uchar *row, qsizetype index, bool isColour) const
     {
         if (sampleFormat == SAMPLEFORMAT_IEEEFP) {
-            const double share = (floatAt(row, index) - lowest) / (highest - lowest);
+            const double value = floatAt(row, index);
+            const double share = isColour ? (value - lowest) / (highest - lowest) : value;
             return share > 0 ? static_cast<uint16_t>(std::min(share, 1.0) * 65535 + 0.5)
                              : 0; // 0 for no number
         }
@@ -258,12 +271,13 @@ private:
         return static_cast<uint16_t>(value << (16 - bits) | value >> (2 * bits - 16));
     }
 
-    /// Widens the range of grey floats, which is from 0 to 1 unless a number is beyond.
+    /// Widens the range of grey floats, which is from 0 to 1 unless a number is beyond. The largest floats of
+    /// all mark places that were not measured.
     void measure(const uchar *row, int count)
     {
         for (int i = 0; i < count; ++i) {
             const double value = floatAt(row, static_cast<qsizetype>(i) * samplesTogether());
-            if (std::isfinite(value)) {
+            if (std::abs(value) < noMeasurement) {
                 lowest = std::min(lowest, value);
                 highest = std::max(highest, value);
             }
@@ -284,7 +298,8 @@ private:
                 const int sample = plane + offset;
                 if (sample >= colours && sample != alphaSample)
                     break;
-                const uint16_t value = sampleAt(row, static_cast<qsizetype>(i) * together + offset);
+                const uint16_t value =
+                    sampleAt(row, static_cast<qsizetype>(i) * together + offset, sample != alphaSample);
                 if (sample == alphaSample)
                     to[3] = value;
                 else if (colours == 1)
@@ -299,6 +314,7 @@ private:
         }
     }
 
+    static constexpr double noMeasurement = 1e30;
     static constexpr size_t spareBytes = 2; // behind the last sample, which is read by three bytes
 
     TIFF *const file;
