@@ -3,8 +3,8 @@
 //
 //   gallery-bench folder DIR       a folder is shown: rows, thumbnails, memory, answering, scrolling
 //   gallery-bench change SLOW DIR  another folder is shown while pictures of 100 megapixels are decoded
-//   gallery-bench start MS         the program, begun at MS of the steady clock, shows the folder of its last
-//   run gallery-bench picture FILE     a picture is opened in the viewer: first sight, full picture, zoom
+//   gallery-bench start MS         the program, begun at MS of the steady clock, shows its last folder
+//   gallery-bench picture FILE     a picture is opened in the viewer: first sight, full picture, zoom
 //   gallery-bench steps DIR        arrow keys in the viewer; the last photo is the only one of its size
 //   gallery-bench edit FILE        a picture is turned, filtered and cropped in the viewer
 //   gallery-bench idle DIR         processor time while nothing happens
