@@ -2,6 +2,7 @@
 
 #include <QDirIterator>
 #include <QElapsedTimer>
+#include <QSemaphore>
 #include <QtDebug>
 
 #include <algorithm>
@@ -11,6 +12,7 @@ namespace {
 
 // On a slow disk a batch goes out after this time, however small it is.
 constexpr int longestSilenceMs = 300;
+constexpr int lookForStopMs = 10;
 // What the GUI thread takes in without a pause to be felt.
 constexpr int smoothBatch = 8192;
 
@@ -65,8 +67,14 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
     batch.path = path;
     QElapsedTimer sincePublished;
     sincePublished.start();
+    const auto turn = std::make_shared<QSemaphore>(1);
     const auto publish = [&] {
+        // One at a time: between two batches the window answers the user.
+        while (!turn->tryAcquire(1, lookForStopMs) && !stopRequested) {
+        }
+        batch.turn = std::shared_ptr<void>(nullptr, [turn](void *) { turn->release(); });
         emit filesFound(batch);
+        batch.turn.reset();
         batch.records.clear();
         batch.infos.clear();
         batch.firstRow = row;

@@ -7,6 +7,8 @@
 #include <QList>
 #include <QStringList>
 
+#include <memory>
+
 /// A piece of what the walk of a folder finds, in the order of the walk.
 struct FoundFiles
 {
@@ -14,8 +16,9 @@ struct FoundFiles
     QString path; ///< the folder
     int firstRow = 0;
     QList<TFileRecord> records;
-    QList<QFileInfo> infos; ///< of the same files, with what the walk has read of them
-    bool complete = false;  ///< the walk has come to its end with these
+    QList<QFileInfo> infos;     ///< of the same files, with what the walk has read of them
+    bool complete = false;      ///< the walk has come to its end with these
+    std::shared_ptr<void> turn; ///< as long as anybody holds it, the walk sends nothing further
 };
 Q_DECLARE_METATYPE(FoundFiles)
 

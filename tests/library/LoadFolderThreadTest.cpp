@@ -106,6 +106,22 @@ private slots:
         QVERIFY(found.complete);
     }
 
+    void waitsUntilABatchIsTakenIn()
+    {
+        for (int i = 0; i < 1000; ++i)
+            write(QStringLiteral("%1.jpg").arg(i), "x");
+        QList<FoundFiles> batches; // and with each the turn
+        VistamoLoadFolderThread thread(1, folder->path(), {});
+        connect(&thread, &VistamoLoadFolderThread::filesFound, &thread,
+                [&](const FoundFiles &files) { batches.append(files); });
+        thread.start();
+        QVERIFY(!QTest::qWaitFor([&] { return batches.size() > 1; }, 200));
+        batches.clear();
+        QTRY_COMPARE(batches.size(), 1);
+        thread.stop();
+        QVERIFY(thread.wait(1000));
+    }
+
     void batchesGrow()
     {
         for (int i = 0; i < 1000; ++i)
