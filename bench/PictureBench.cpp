@@ -31,58 +31,70 @@ void showNow(const Program &program)
     program.label.repaint();
 }
 
-/// The longest of some moves of the hand over the picture.
-double longestPan(const Program &program)
+using Times = QList<double>; // milliseconds
+
+/// Some moves of the hand over the picture.
+Times pan(const Program &program)
 {
-    double longest = 0;
+    Times times;
     QElapsedTimer time;
     emit program.label.startDragImage(QPoint());
     for (int i = 1; i <= 30; ++i) {
         time.restart();
         emit program.label.mouseMove(QPoint(-15 * i, -9 * i), QPoint());
         showNow(program);
-        longest = std::max(longest, milliseconds(time));
+        times.append(milliseconds(time));
     }
     emit program.label.endDragImage();
+    return times;
+}
+
+/// Turns the wheel until the view has that scale, in percent.
+Times zoom(const Program &program, int direction, double until)
+{
+    const auto *const percent = program.window.findChild<QLabel *>("percentResizeLabel");
+    const auto shown = [&] { return percent->text().chopped(1).toDouble(); };
+    Times times;
+    QElapsedTimer time;
+    while (direction > 0 ? shown() * 1.1 <= until : shown() > until) {
+        time.restart();
+        emit program.label.needToResizeImage(direction);
+        showNow(program);
+        times.append(milliseconds(time));
+    }
+    return times;
+}
+
+/// The longest step, each taken in every round: of its times the median counts.
+double longestStep(const QList<Times> &rounds)
+{
+    double longest = 0;
+    for (qsizetype step = 0; step < rounds.first().size(); ++step) {
+        Times times;
+        for (const Times &round : rounds)
+            times.append(round.value(step));
+        longest = std::max(longest, median(times));
+    }
     return longest;
 }
 
-/// The longest step of the wheel from 10% to 400% and back, and the longest move of a pan on the way.
-std::pair<double, double> longestZoomAndPan(const Program &program)
-{
-    const auto *const percent = program.window.findChild<QLabel *>("percentResizeLabel");
-    double longestStep = 0;
-    double pan = 0;
-    QElapsedTimer time;
-    const auto zoom = [&](int direction, double until) {
-        const auto shown = [&] { return percent->text().chopped(1).toDouble(); };
-        while (direction > 0 ? shown() * 1.1 <= until : shown() > until) {
-            time.restart();
-            emit program.label.needToResizeImage(direction);
-            showNow(program);
-            longestStep = std::max(longestStep, milliseconds(time));
-        }
-    };
-    zoom(-1, 10);
-    for (const double scale : {10, 25, 50, 100, 200, 400}) {
-        zoom(1, scale);
-        pan = std::max(pan, longestPan(program));
-    }
-    zoom(-1, 10);
-    return {longestStep, pan};
-}
-
+/// From 10% to 400% and back, with pans on the way, in several rounds.
 void measureZoom(const Program &program)
 {
-    QList<double> steps;
-    QList<double> pans;
-    for (int round = 0; round < 5; ++round) {
-        const auto [step, pan] = longestZoomAndPan(program);
-        steps.append(step);
-        pans.append(pan);
+    zoom(program, -1, 10);
+    QList<Times> zooms;
+    QList<Times> pans;
+    for (int round = 0; round < 7; ++round) {
+        zooms.append(Times());
+        pans.append(Times());
+        for (const double scale : {10, 25, 50, 100, 200, 400}) {
+            zooms.last() += zoom(program, 1, scale);
+            pans.last() += pan(program);
+        }
+        zooms.last() += zoom(program, -1, 10);
     }
-    print("longest step of zooming, 10% to 400%", median(steps), "ms");
-    print("longest step of panning, 10% to 400%", median(pans), "ms");
+    print("longest step of zooming, 10% to 400%", longestStep(zooms), "ms");
+    print("longest step of panning, 10% to 400%", longestStep(pans), "ms");
 }
 
 /// How long the window does not answer when the smooth pass comes.
