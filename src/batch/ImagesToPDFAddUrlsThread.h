@@ -28,20 +28,20 @@ Q_DECLARE_METATYPE(BatchFile)
 /// thumbnails, on all processors.
 ///
 /// Owned by the form, whose thread it lives on; `run` is the worker's. It ends when nothing is left; what is
-/// added while it ends waits for the next start.
+/// added while it ends stays in `takeWaiting` for the next.
 class ImagesToPDFAddUrlsThread : public StoppableThread
 {
     Q_OBJECT
 
 public:
     /// @param thumbnailSize longest side of a thumbnail in the database, pixels
-    ImagesToPDFAddUrlsThread(int thumbnailSize, QObject *parent);
+    explicit ImagesToPDFAddUrlsThread(int thumbnailSize, QObject *parent = nullptr);
     ~ImagesToPDFAddUrlsThread() override;
 
     void addUrls(const QList<QUrl> &urls);
 
-    /// True if something is left to add.
-    bool hasUrls() { return !urlList.isEmpty(); }
+    /// What was not added, oldest first.
+    QList<QUrl> takeWaiting() { return urlList.takeAll(); }
 
 signals:
     /// Files in the order in which they were met, each in one batch; the batches grow with the list.

@@ -2,8 +2,11 @@
 
 #include "batch/BatchListModel.h"
 #include "batch/BatchOptions.h"
+#include "batch/ImagesToPDFAddUrlsThread.h"
+#include "batch/ImagesToPDFLoadPreviewImageThread.h"
 #include "shared/CocoaCode.h"
 #include "shared/VistamoGlobal.h"
+#include "shared/Worker.h"
 
 #include <QImage>
 #include <QItemSelection>
@@ -15,7 +18,6 @@
 
 #include <memory>
 
-class ImagesToPDFLoadPreviewImageThread;
 class ImagesToPDFPreviewDialog;
 class ImagesToPDFProgressForm;
 class QVBoxLayout;
@@ -56,7 +58,7 @@ private slots:
     void on_AddURLs(QList<QUrl> urls);
     void onFilesFound(const QList<BatchFile> &files);
     void onAddUrlsFinish(QString lastPath);
-    void onAddUrlsReadyToClose();
+    void onAddUrlsReadyToClose() {} ///< kept for the interface: the worker is free again by then
 
     // The list
     void on_itemSelection_changed(const QItemSelection &selected, const QItemSelection &deselected);
@@ -115,6 +117,7 @@ private:
 
     // Collecting files
     void addUrls(const QList<QUrl> &urls);
+    void startAddUrlsThread(const QList<QUrl> &urls);
 
     // The list
     void updateFormState(State state);
@@ -162,8 +165,7 @@ private:
     bool createAfterFolderSelected = false;
     QPointer<ImagesToPDFProgressForm> progressForm;
 
-    bool addUrlsThreadActive = false;
-    ImagesToPDFAddUrlsThread *addUrlsThread = nullptr;
+    Worker<ImagesToPDFAddUrlsThread> addUrlsThread;
 
     QTimer updateTimer;
     QString selectedFile;
@@ -171,6 +173,6 @@ private:
     QString pendingPreviewFile;
     bool pendingPreviewForce = false;
     int previewCountdown = 0; ///< ticks
-    QPointer<ImagesToPDFLoadPreviewImageThread> previewThread;
+    Worker<ImagesToPDFLoadPreviewImageThread> previewThread;
     QPointer<ImagesToPDFPreviewDialog> previewDialog; ///< the last one, open or closed
 };

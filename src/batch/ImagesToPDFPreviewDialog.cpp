@@ -1,6 +1,5 @@
 #include "batch/ImagesToPDFPreviewDialog.h"
 
-#include "batch/ImagesToPDFLoadFullPreviewImageThread.h"
 #include "ui_ImagesToPDFPreviewDialog.h"
 #include "viewer/ViewGeometry.h"
 
@@ -27,10 +26,7 @@ ImagesToPDFPreviewDialog::ImagesToPDFPreviewDialog(QWidget *parent)
     setWindowFlags(windowFlags() | Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint);
 }
 
-ImagesToPDFPreviewDialog::~ImagesToPDFPreviewDialog()
-{
-    StoppableThread::release(loadThread, this);
-}
+ImagesToPDFPreviewDialog::~ImagesToPDFPreviewDialog() = default;
 
 void ImagesToPDFPreviewDialog::loadImage(const QString &path)
 {
@@ -38,12 +34,12 @@ void ImagesToPDFPreviewDialog::loadImage(const QString &path)
         return;
     setWindowTitle(tr("Preview - ") + QFileInfo(path).fileName());
     fileName = path;
-    StoppableThread::release(loadThread, this);
-    loadThread = new ImagesToPDFLoadFullPreviewImageThread;
+    using Thread = ImagesToPDFLoadFullPreviewImageThread;
+    loadThread.set(std::make_unique<Thread>());
     loadThread->fileName = path;
-    connect(loadThread, SIGNAL(previewImageReady(QImage)), SLOT(handleFullPreviewImageReady(QImage)));
-    connect(loadThread, SIGNAL(finished()), loadThread, SLOT(deleteLater()));
-    loadThread->start(QThread::InheritPriority);
+    loadThread.on(&Thread::previewImageReady,
+                  [this](const QImage &image) { handleFullPreviewImageReady(image); });
+    loadThread.start(QThread::InheritPriority);
 }
 
 void ImagesToPDFPreviewDialog::handleFullPreviewImageReady(QImage image)

@@ -1,16 +1,15 @@
 #pragma once
 
+#include "batch/ImagesToPDFLoadFullPreviewImageThread.h"
+#include "shared/Worker.h"
 #include "viewer/DisplayedImage.h"
 
 #include <QDialog>
 #include <QPixmap>
 #include <QPoint>
-#include <QPointer>
 #include <QTimer>
 
 #include <memory>
-
-class ImagesToPDFLoadFullPreviewImageThread;
 
 namespace Ui {
 class ImagesToPDFPreviewDialog;
@@ -50,8 +49,8 @@ private:
     QPixmap fullPixmap;
     DisplayedImage scaledPixmap; ///< painted out of the full one
     QTimer resizeTimer;
-    bool hasAnswer = false;                                     ///< the file was decoded, or could not be
-    QPointer<ImagesToPDFLoadFullPreviewImageThread> loadThread; ///< frees itself at its end
+    bool hasAnswer = false; ///< the file was decoded, or could not be
+    Worker<ImagesToPDFLoadFullPreviewImageThread> loadThread;
     bool isDragging = false;
     QPoint lastMousePos; ///< global
     double scale = 0;

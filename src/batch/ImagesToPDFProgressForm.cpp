@@ -1,12 +1,12 @@
 #include "batch/ImagesToPDFProgressForm.h"
 
-#include "batch/ImagesToPDFConvertThread.h"
 #include "batch/ImagesToPDFForm.h"
 #include "batch/ImagesToPDFOverwriteFileDialog.h"
 #include "shared/MessageBox.h"
 #include "ui_ImagesToPDFProgressForm.h"
 
 #include <QDesktopServices>
+#include <QPointer>
 #include <QUrl>
 
 namespace {
@@ -25,9 +25,7 @@ ImagesToPDFProgressForm::ImagesToPDFProgressForm(ImagesToPDFForm *parent)
 
 ImagesToPDFProgressForm::~ImagesToPDFProgressForm()
 {
-    if (convertThread)
-        convertThread->disconnect(this);
-    StoppableThread::end(convertThread, QDeadlineTimer(longestEndMs));
+    convertThread.end(QDeadlineTimer(longestEndMs));
 }
 
 void ImagesToPDFProgressForm::startRun(QStringList files, int mode, QString path, QString format,
@@ -42,19 +40,20 @@ void ImagesToPDFProgressForm::startRun(QStringList files, int mode, QString path
     ui->progressBar->setValue(0);
     emit startConvertSignal();
 
-    convertThread = new ImagesToPDFConvertThread;
+    using Thread = ImagesToPDFConvertThread;
+    convertThread.set(std::make_unique<Thread>());
     convertThread->sourceFiles = files;
     convertThread->targetPath = path;
     convertThread->targetFormat = format;
     convertThread->targetExtension = extension;
     convertThread->overwrite = overwrite;
     convertThread->isConvertMode = mode;
-    connect(convertThread, SIGNAL(updateFileName(QString)), SLOT(handleUpdateFileName(QString)));
-    connect(convertThread, SIGNAL(threadTerminated()), SLOT(handleThreadTerminated()));
-    connect(convertThread, SIGNAL(threadCompleted(QStringList, QStringList)),
-            SLOT(handleThreadCompleted(QStringList, QStringList)));
-    connect(convertThread, SIGNAL(finished()), convertThread, SLOT(deleteLater()));
-    convertThread->start(QThread::InheritPriority);
+    convertThread.on(&Thread::updateFileName, [this](const QString &name) { handleUpdateFileName(name); });
+    convertThread.on(&Thread::threadTerminated, [this] { handleThreadTerminated(); });
+    convertThread.on(&Thread::threadCompleted, [this](const QStringList &exist, const QStringList &sources) {
+        handleThreadCompleted(exist, sources);
+    });
+    convertThread.start(QThread::InheritPriority);
 }
 
 void ImagesToPDFProgressForm::handleUpdateFileName(QString fileName)
@@ -115,8 +114,8 @@ void ImagesToPDFProgressForm::handleOverwriteFiles(QStringList urls)
 void ImagesToPDFProgressForm::on_cancelButton_clicked()
 {
     // Without a worker the run is over, and nobody else would close the form.
-    if (convertThread && !convertThread->isFinished())
-        convertThread->stop();
+    if (convertThread.isActive() && !convertThread->isFinished())
+        convertThread.stop();
     else
         handleThreadTerminated();
 }

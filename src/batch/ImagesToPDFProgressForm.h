@@ -1,12 +1,13 @@
 #pragma once
 
-#include <QPointer>
+#include "batch/ImagesToPDFConvertThread.h"
+#include "shared/Worker.h"
+
 #include <QStringList>
 #include <QWidget>
 
 #include <memory>
 
-class ImagesToPDFConvertThread;
 class ImagesToPDFForm;
 
 namespace Ui {
@@ -56,5 +57,5 @@ private:
     QString targetFormat;
     QString targetExtension;
     int isConvertMode = 0;
-    QPointer<ImagesToPDFConvertThread> convertThread; ///< frees itself at its end
+    Worker<ImagesToPDFConvertThread> convertThread;
 };

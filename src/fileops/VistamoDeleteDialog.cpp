@@ -1,6 +1,5 @@
 #include "fileops/VistamoDeleteDialog.h"
 
-#include "fileops/DeleteIconThread.h"
 #include "fileops/FileWork.h"
 #include "ui_VistamoDeleteDialog.h"
 
@@ -36,7 +35,7 @@ VistamoDeleteDialog::VistamoDeleteDialog(QWidget *parent)
 
 VistamoDeleteDialog::~VistamoDeleteDialog()
 {
-    StoppableThread::end(iconThread, QDeadlineTimer(longestEndMs));
+    iconThread.end(QDeadlineTimer(longestEndMs));
 }
 
 void VistamoDeleteDialog::setFileList(const QList<VistamoGlobal::TFileData> &list)
@@ -53,9 +52,10 @@ void VistamoDeleteDialog::setFileList(const QList<VistamoGlobal::TFileData> &lis
             0, {item, new QStandardItem(info.path()), new QStandardItem(QString::number(file.index))});
         paths.append(file.fullPath);
     }
-    iconThread = new DeleteIconThread(paths, thumbnailSize);
-    connect(iconThread, SIGNAL(iconMade(int, QImage)), SLOT(onIconMade(int, QImage)));
-    iconThread->start();
+    iconThread.set(std::make_unique<DeleteIconThread>(paths, thumbnailSize));
+    iconThread.on(&DeleteIconThread::iconMade,
+                  [this](int number, const QImage &icon) { onIconMade(number, icon); });
+    iconThread.start(QThread::InheritPriority);
 }
 
 void VistamoDeleteDialog::onIconMade(int number, const QImage &icon)

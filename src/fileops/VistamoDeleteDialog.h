@@ -1,14 +1,14 @@
 #pragma once
 
+#include "fileops/DeleteIconThread.h"
 #include "shared/VistamoGlobal.h"
+#include "shared/Worker.h"
 
 #include <QDialog>
 #include <QImage>
 #include <QStandardItemModel>
 
 #include <memory>
-
-class DeleteIconThread;
 
 namespace Ui {
 class VistamoDeleteDialog;
@@ -43,5 +43,5 @@ private:
     QStandardItemModel fileModel;
     QStandardItem *rootItem = nullptr;
     const int thumbnailSize = 48; ///< pixels
-    DeleteIconThread *iconThread = nullptr;
+    Worker<DeleteIconThread> iconThread;
 };

@@ -9,47 +9,49 @@ namespace {
 
 QList<QPointer<StoppableThread>> released;
 
+/// Lets go of a thread that has been told to stop.
+StoppableThread *freedAtItsEnd(std::unique_ptr<StoppableThread> thread)
+{
+    QObject::connect(thread.get(), &QThread::finished, thread.get(), &QObject::deleteLater);
+    return thread.release();
+}
+
 } // namespace
 
-void StoppableThread::end(StoppableThread *thread, QDeadlineTimer deadline)
+void StoppableThread::end(std::unique_ptr<StoppableThread> thread, QDeadlineTimer deadline)
 {
     if (!thread)
         return;
     thread->stop();
-    if (thread->wait(deadline))
-        delete thread;
-    else
-        leaveBehind(thread);
+    thread->disconnect();
+    if (!thread->wait(deadline))
+        leaveBehind(std::move(thread));
 }
 
-void StoppableThread::leaveBehind(StoppableThread *thread, const QObject *receiver)
+void StoppableThread::leaveBehind(std::unique_ptr<StoppableThread> thread)
 {
+    if (!thread)
+        return;
     someLeftBehind = true;
     thread->stop();
-    if (receiver)
-        thread->disconnect(receiver);
-    thread->setParent(nullptr);
-    connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    thread->disconnect();
+    freedAtItsEnd(std::move(thread));
 }
 
-void StoppableThread::release(StoppableThread *thread, const QObject *receiver)
+void StoppableThread::release(std::unique_ptr<StoppableThread> thread)
 {
     if (!thread)
         return;
     thread->stop();
-    thread->disconnect(receiver);
-    thread->setParent(nullptr);
-    if (thread->isFinished()) {
-        delete thread;
+    thread->disconnect();
+    if (thread->isFinished())
         return;
-    }
-    connect(thread, &QThread::finished, thread, &QObject::deleteLater);
     released.removeAll(nullptr);
-    released.append(thread);
+    released.append(freedAtItsEnd(std::move(thread)));
 }
 
 void StoppableThread::endReleased(QDeadlineTimer deadline)
 {
     for (const QPointer<StoppableThread> &thread : std::exchange(released, {}))
-        end(thread, deadline);
+        end(std::unique_ptr<StoppableThread>(thread.data()), deadline);
 }

@@ -4,10 +4,12 @@
 #include <QThread>
 
 #include <atomic>
+#include <memory>
 
 /// A worker that can be told to give up. It looks at `stopRequested` between two pieces of work.
 ///
-/// The static functions are the ways to part with one; they take null for none. GUI thread.
+/// It is owned by a `Worker`. The static functions are the ways to part with one for good; they take null for
+/// none, and whoever was connected hears of it no more. GUI thread.
 class StoppableThread : public QThread
 {
     Q_OBJECT
@@ -20,15 +22,14 @@ public:
 
     bool isStopping() const { return stopRequested; }
 
-    /// Stops the thread, waits for it and deletes it; one that does not end in time is left behind.
-    static void end(StoppableThread *thread, QDeadlineTimer deadline);
+    /// Stops the thread and waits for it; one that does not end in time is left behind.
+    static void end(std::unique_ptr<StoppableThread> thread, QDeadlineTimer deadline);
 
-    /// Gives a thread up that does not end: `receiver` hears of it no more, and it frees itself at its end.
-    static void leaveBehind(StoppableThread *thread, const QObject *receiver = nullptr);
+    /// Gives a thread up that does not end: it frees itself if it ever does.
+    static void leaveBehind(std::unique_ptr<StoppableThread> thread);
 
-    /// Stops the thread without waiting for it: `receiver` hears of it no more, and it frees itself at its
-    /// end, at the latest in `endReleased`.
-    static void release(StoppableThread *thread, const QObject *receiver);
+    /// Stops the thread without waiting for it: it frees itself at its end, at the latest in `endReleased`.
+    static void release(std::unique_ptr<StoppableThread> thread);
     static void endReleased(QDeadlineTimer deadline);
 
     /// Set once a thread that hangs was left behind. The process then ends without taking its variables

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QMutex>
 #include <QWaitCondition>
 
@@ -31,10 +32,14 @@ public:
         return work;
     }
 
-    bool isEmpty()
+    /// All entries, the oldest first.
+    QList<Work> takeAll()
     {
         const QMutexLocker locker(&mutex);
-        return entries.empty();
+        QList<Work> all;
+        for (Work &work : std::exchange(entries, {}))
+            all.append(std::move(work));
+        return all;
     }
 
     /// Waits for an entry, and gives the newest and drops all others; nothing once `finish` is set and no

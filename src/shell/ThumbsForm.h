@@ -7,6 +7,7 @@
 #include "library/VistamoLoadFolderThread.h"
 #include "library/VistamoLoadThumbnailThread.h"
 #include "shared/VistamoGlobal.h"
+#include "shared/Worker.h"
 #include "viewer/CropGeometry.h"
 #include "viewer/DecodedAhead.h"
 #include "viewer/DisplayedImage.h"
@@ -14,6 +15,7 @@
 #include "viewer/ViewGeometry.h"
 #include "viewer/VistamoLoadImageThread.h"
 #include "viewer/VistamoProcessImageThread.h"
+#include "viewer/VistamoSaveImageThread.h"
 
 #include <QElapsedTimer>
 #include <QFileSystemWatcher>
@@ -34,7 +36,6 @@ class QSettings;
 class QStackedLayout;
 class SlideShowForm;
 class VistamoFilterDialog;
-class VistamoSaveImageThread;
 
 namespace Ui {
 class ThumbsForm;
@@ -172,7 +173,7 @@ private slots:
     void showFilterDialog(int filterIndex);
 
     // Export
-    void onSaveImageFinished();
+    void onSaveImageFinished() {} ///< kept for the interface: the worker is free again by then
     void imageFileActionClicked(bool checked);
     void pasteboardActionMenuClicked(bool checked);
     void on_exportCropImageButton_clicked();
@@ -292,6 +293,7 @@ private:
     void exportImage(QPixmap picture);
     QString askForExportPath();
     void saveImage(const QPixmap &pixmap, const QString &path);
+    void startSaveImageThread(const QList<TSaveImageRequest> &requests);
     void finishExports();
 
     // File operations
@@ -339,9 +341,8 @@ private:
     int currentLoad = 0;             ///< counts the loads; answers of an earlier one are dropped
     QString oldPath;                 ///< folder last asked for; emptied to force a reload
     QString currentPath;             ///< folder on show
-    VistamoLoadFolderThread *loadFolderThread = nullptr;
-    VistamoLoadThumbnailThread *loadThumbnailThread = nullptr;
-    bool vistamoLoadThumbnailThreadStat = false;
+    Worker<VistamoLoadFolderThread> loadFolderThread;
+    Worker<VistamoLoadThumbnailThread> loadThumbnailThread;
     bool reloadWanted = false;      ///< as soon as both threads have ended
     QTimer *refreshTimer = nullptr; ///< runs while the threads are ending; those that hang are left behind
 
@@ -372,8 +373,7 @@ private:
     QTimer *highQualityTimer = nullptr;
     bool keyPressPending = false;
     QTimer *keyPressTimer = nullptr;
-    VistamoLoadImageThread *loadImageThread = nullptr;
-    bool loadImageThreadRunning = false;
+    Worker<VistamoLoadImageThread> loadImageThread;
     DecodedAhead decodedAhead;
     ReducedPicture reducedPicture;
     bool steppedBack = false;
@@ -398,13 +398,12 @@ private:
     int brightness = 0;
     int gamma = 0;
     int invertColours = 0;
-    VistamoProcessImageThread *processImageThread = nullptr;
+    Worker<VistamoProcessImageThread> processImageThread;
     VistamoFilterDialog *filterDialog = nullptr; ///< made once and kept
 
     // Export
     std::function<void()> actionWhenLoaded;
-    VistamoSaveImageThread *saveImageThread = nullptr;
-    bool saveImageThreadRunning = false;
+    Worker<VistamoSaveImageThread> saveImageThread;
 
     // File operations
     int moveMode = 0;           ///< 0 for copy, 1 for move

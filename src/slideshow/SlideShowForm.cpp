@@ -1,7 +1,6 @@
 #include "slideshow/SlideShowForm.h"
 
 #include "shared/VistamoGlobal.h"
-#include "slideshow/SlideLoader.h"
 #include "ui_SlideShowForm.h"
 
 #include <QGuiApplication>
@@ -94,17 +93,16 @@ void SlideShowForm::load(int index)
         loaded = QPixmap();
         return;
     }
-    loader = new SlideLoader(loadingPath);
-    connect(loader, SIGNAL(loaded(QString, QImage)), SLOT(onLoaded(QString, QImage)));
-    loader->start();
+    loader.set(std::make_unique<SlideLoader>(loadingPath));
+    loader.on(&SlideLoader::loaded,
+              [this](const QString &path, const QImage &image) { onLoaded(path, image); });
+    loader.start(QThread::InheritPriority);
 }
 
 /// Gives a decode up; one that does not end soon is left behind.
 void SlideShowForm::stopLoader()
 {
-    if (loader)
-        loader->disconnect(this);
-    StoppableThread::end(std::exchange(loader, nullptr), QDeadlineTimer(longestEndMs));
+    loader.end(QDeadlineTimer(longestEndMs));
 }
 
 void SlideShowForm::onLoaded(const QString &path, const QImage &image)

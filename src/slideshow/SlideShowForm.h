@@ -1,5 +1,8 @@
 #pragma once
 
+#include "shared/Worker.h"
+#include "slideshow/SlideLoader.h"
+
 #include <QImage>
 #include <QPixmap>
 #include <QSize>
@@ -9,7 +12,6 @@
 #include <optional>
 
 class QTimer;
-class SlideLoader;
 
 namespace Ui {
 class SlideShowForm;
@@ -65,7 +67,7 @@ private:
     QImage composedImage; ///< the picture on its background, as large as the screen
     QSize screenSize;
 
-    SlideLoader *loader = nullptr; ///< of the next picture
+    Worker<SlideLoader> loader; ///< of the next picture
     int loadingIndex = 0;
     QString loadingPath;
     std::optional<QPixmap> loaded; ///< the next picture, once it is there

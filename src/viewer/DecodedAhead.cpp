@@ -34,8 +34,8 @@ void DecodedAhead::want(const QList<ImageRequest> &files, const QPixmap &shown)
 void DecodedAhead::pause()
 {
     paused = true;
-    if (thread && thread->hangs()) {
-        StoppableThread::leaveBehind(std::exchange(thread, nullptr), this);
+    if (thread.isActive() && thread->hangs()) {
+        thread.leaveBehind();
         inHand = {};
     }
 }
@@ -65,17 +65,9 @@ bool DecodedAhead::isWanted(const ImageRequest &file) const
                        [&](const ImageRequest &other) { return other.isSameFile(file); });
 }
 
-VistamoLoadImageThread *DecodedAhead::takeThread()
-{
-    if (thread)
-        thread->disconnect(this);
-    inHand = {};
-    return std::exchange(thread, nullptr);
-}
-
 void DecodedAhead::decodeNext()
 {
-    if (thread || paused)
+    if (thread.isActive() || paused)
         return;
     const auto next = std::find_if(wanted.cbegin(), wanted.cend(),
                                    [&](const ImageRequest &file) { return !isDecoded(file); });
@@ -83,14 +75,14 @@ void DecodedAhead::decodeNext()
         return;
     inHand = *next;
     inHand.decoded = std::make_shared<DecodedOnce>();
-    thread = new VistamoLoadImageThread;
-    connect(thread, SIGNAL(imageLoaded(QPixmap)), SLOT(onImageLoaded(QPixmap)));
-    connect(thread, SIGNAL(finished()), SLOT(onFinished()));
+    using Thread = VistamoLoadImageThread;
+    thread.set(std::make_unique<Thread>());
+    thread.on(&Thread::imageLoaded, [this](const QPixmap &pixmap) { onImageLoaded(pixmap); });
     thread->addFile(inHand);
-    thread->start(QThread::LowPriority);
+    thread.start(QThread::LowPriority, [this](Thread &) { decodeNext(); });
 }
 
-void DecodedAhead::onImageLoaded(QPixmap pixmap)
+void DecodedAhead::onImageLoaded(const QPixmap &pixmap)
 {
     const qint64 bytes = bytesOf(pixmap);
     qint64 bytesOfAll = bytes;
@@ -101,10 +93,4 @@ void DecodedAhead::onImageLoaded(QPixmap pixmap)
     else
         wanted.removeIf([this](const ImageRequest &file) { return file.isSameFile(inHand); }); // not again
     inHand = {};
-}
-
-void DecodedAhead::onFinished()
-{
-    delete std::exchange(thread, nullptr);
-    decodeNext();
 }

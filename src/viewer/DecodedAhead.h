@@ -1,20 +1,16 @@
 #pragma once
 
+#include "shared/Worker.h"
 #include "viewer/VistamoLoadImageThread.h"
 
 #include <QList>
-#include <QObject>
 #include <QPixmap>
 
 /// Pictures that the user is likely to want next, decoded while nothing else is asked for and kept within a
 /// bound in bytes. GUI thread.
-class DecodedAhead : public QObject
+class DecodedAhead
 {
-    Q_OBJECT
-
 public:
-    using QObject::QObject;
-
     /// What may be wanted next, the likeliest first; all other pictures are dropped. Of the files only so
     /// many are decoded as fit the bound if they are as large as `shown`.
     void want(const QList<ImageRequest> &files, const QPixmap &shown);
@@ -26,12 +22,9 @@ public:
     /// `file` with its picture, if that is at hand or being decoded.
     ImageRequest request(const ImageRequest &file);
 
-    /// Gives the thread that decodes to the caller, who has to end it; null if there is none.
-    VistamoLoadImageThread *takeThread();
-
-private slots:
-    void onImageLoaded(QPixmap pixmap);
-    void onFinished();
+    /// At the end of the program: tells the thread that decodes to stop; waits for it.
+    void stop() { thread.stop(); }
+    void end(QDeadlineTimer deadline) { thread.end(deadline); }
 
 private:
     struct Picture
@@ -43,10 +36,11 @@ private:
     bool isDecoded(const ImageRequest &file) const;
     bool isWanted(const ImageRequest &file) const;
     void decodeNext();
+    void onImageLoaded(const QPixmap &pixmap);
 
     QList<ImageRequest> wanted;
     QList<Picture> pictures;
     ImageRequest inHand; ///< no path for none
     bool paused = false;
-    VistamoLoadImageThread *thread = nullptr;
+    Worker<VistamoLoadImageThread> thread;
 };

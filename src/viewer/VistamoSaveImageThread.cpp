@@ -25,7 +25,7 @@ void save(const TSaveImageRequest &request)
 } // namespace
 
 VistamoSaveImageThread::VistamoSaveImageThread(QObject *parent)
-    : QThread(parent)
+    : StoppableThread(parent)
 {
     setObjectName(QStringLiteral("SaveImage"));
 }

@@ -1,12 +1,11 @@
 #pragma once
 
+#include "shared/StoppableThread.h"
 #include "shared/WorkQueue.h"
 
+#include <QList>
 #include <QPixmap>
 #include <QString>
-#include <QThread>
-
-#include <atomic>
 
 /// A picture to be written.
 struct TSaveImageRequest
@@ -18,9 +17,9 @@ struct TSaveImageRequest
 /// Writes exported pictures, in the order in which they were asked for.
 ///
 /// The object is owned by the form and lives on the GUI thread; `run` is the worker's. It ends when nothing
-/// is left to write; what is added while it ends waits for the next start. A picture that cannot be encoded
-/// or written leaves what stood at its path as it was.
-class VistamoSaveImageThread : public QThread
+/// is left to write; what is added while it ends stays in `takeWaiting` for the next. A picture that cannot
+/// be encoded or written leaves what stood at its path as it was.
+class VistamoSaveImageThread : public StoppableThread
 {
     Q_OBJECT
 
@@ -32,13 +31,15 @@ public:
     /// Writes what is left on the calling thread. For a thread that does not run.
     void writeRequests();
 
-    /// True if something is left to write.
-    bool hasRequests() { return !requestList.isEmpty(); }
+    /// What was not written, oldest first.
+    QList<TSaveImageRequest> takeWaiting() { return requestList.takeAll(); }
+
+    /// Nothing: what was asked for is written.
+    void stop() override {}
 
 protected:
     void run() override { writeRequests(); }
 
 private:
     WorkQueue<TSaveImageRequest> requestList;
-    std::atomic_bool stopRequested = false; ///< set by nobody: what was asked for is written
 };

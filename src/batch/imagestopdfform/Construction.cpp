@@ -35,7 +35,6 @@ ImagesToPDFForm::ImagesToPDFForm(QWidget *parent)
 
 ImagesToPDFForm::~ImagesToPDFForm()
 {
-    StoppableThread::release(addUrlsThread, this);
     delete progressForm; // ends its run
 }
 

@@ -52,16 +52,27 @@ void ImagesToPDFForm::on_AddURLs(QList<QUrl> urls)
 void ImagesToPDFForm::addUrls(const QList<QUrl> &urls)
 {
     ui->sourceTreeView->clearSelection();
-    if (!addUrlsThreadActive) {
-        addUrlsThreadActive = true;
-        delete addUrlsThread; // that of an earlier batch
-        addUrlsThread = new ImagesToPDFAddUrlsThread(listIconSize, this);
-        connect(addUrlsThread, SIGNAL(filesFound(QList<BatchFile>)), SLOT(onFilesFound(QList<BatchFile>)));
-        connect(addUrlsThread, SIGNAL(addUrlsFinish(QString)), SLOT(onAddUrlsFinish(QString)));
-        connect(addUrlsThread, SIGNAL(finished()), SLOT(onAddUrlsReadyToClose()));
+    startAddUrlsThread(urls);
+}
+
+/// Hands files and folders to the thread that adds, or to a new one.
+void ImagesToPDFForm::startAddUrlsThread(const QList<QUrl> &urls)
+{
+    using Thread = ImagesToPDFAddUrlsThread;
+    if (addUrlsThread.isActive()) {
+        addUrlsThread->addUrls(urls);
+        return;
     }
+    addUrlsThread.set(std::make_unique<Thread>(listIconSize));
+    addUrlsThread.on(&Thread::filesFound, [this](const QList<BatchFile> &files) { onFilesFound(files); });
+    addUrlsThread.on(&Thread::addUrlsFinish, [this](const QString &lastPath) { onAddUrlsFinish(lastPath); });
     addUrlsThread->addUrls(urls);
-    addUrlsThread->start(QThread::InheritPriority); // nothing while it runs
+    addUrlsThread.start(QThread::InheritPriority, [this](Thread &ended) {
+        if (const QList<QUrl> waiting = ended.takeWaiting(); !waiting.isEmpty())
+            startAddUrlsThread(waiting);
+        else
+            onAddUrlsReadyToClose();
+    });
 }
 
 void ImagesToPDFForm::onFilesFound(const QList<BatchFile> &files)
@@ -74,15 +85,6 @@ void ImagesToPDFForm::onAddUrlsFinish(QString lastPath)
     // During a run its progress stays; the run's end shows the list.
     if (!lastPath.isEmpty() && !progressForm)
         updateFormState(State::List);
-}
-
-void ImagesToPDFForm::onAddUrlsReadyToClose()
-{
-    // What was added while the thread was ending.
-    if (addUrlsThread->hasUrls())
-        addUrlsThread->start(QThread::InheritPriority);
-    else
-        addUrlsThreadActive = addUrlsThread->isRunning();
 }
 
 void ImagesToPDFForm::updateFormState(State state)

@@ -1,6 +1,5 @@
 #include "batch/ImagesToPDFForm.h"
 
-#include "batch/ImagesToPDFLoadPreviewImageThread.h"
 #include "batch/ImagesToPDFPreviewDialog.h"
 #include "library/ThumbnailDatabase.h"
 #include "ui_ImagesToPDFForm.h"
@@ -51,12 +50,13 @@ void ImagesToPDFForm::loadPreviewImage(const QString &path, bool)
     if (previewDialog)
         previewDialog->reloadImage();
     currentPreviewFile = path;
-    previewThread = new ImagesToPDFLoadPreviewImageThread;
+    using Thread = ImagesToPDFLoadPreviewImageThread;
+    previewThread.set(std::make_unique<Thread>());
     previewThread->fileName = path;
     previewThread->previewSize = ui->previewImage->size();
-    connect(previewThread, SIGNAL(updatePreviewImage(QImage)), SLOT(handleUpdatePreviewImage(QImage)));
-    connect(previewThread, SIGNAL(finished()), previewThread, SLOT(deleteLater()));
-    previewThread->start(QThread::InheritPriority);
+    previewThread.on(&Thread::updatePreviewImage,
+                     [this](const QImage &image) { handleUpdatePreviewImage(image); });
+    previewThread.start(QThread::InheritPriority);
 }
 
 void ImagesToPDFForm::handleUpdatePreviewImage(QImage image)

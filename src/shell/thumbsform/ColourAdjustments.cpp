@@ -5,8 +5,6 @@
 
 #include <QtDebug>
 
-#include <utility>
-
 namespace {
 
 constexpr int sepia = 3; // among the filters of `applyFilter`
@@ -74,23 +72,23 @@ void ThumbsForm::showFilterDialog(int)
 
 void ThumbsForm::startProcessImageThread()
 {
-    if (processImageThread)
+    if (processImageThread.isActive())
         return;
-    processImageThread = new VistamoProcessImageThread;
-    connect(processImageThread, SIGNAL(resultAvailable(QImage)), SLOT(on_filterResultAvailable(QImage)));
-    connect(processImageThread, SIGNAL(finished()), SLOT(on_filterFinished()));
-    processImageThread->start(QThread::InheritPriority);
+    using Thread = VistamoProcessImageThread;
+    processImageThread.set(std::make_unique<Thread>());
+    processImageThread.on(&Thread::resultAvailable,
+                          [this](const QImage &image) { on_filterResultAvailable(image); });
+    processImageThread.start(QThread::InheritPriority, [this](Thread &) { on_filterFinished(); });
 }
 
 void ThumbsForm::stopProcessImageThread()
 {
-    if (processImageThread)
+    if (processImageThread.isActive())
         processImageThread->setFinishRequested();
 }
 
 void ThumbsForm::on_filterFinished()
 {
-    delete std::exchange(processImageThread, nullptr);
     // The dialog was opened again while the thread was ending.
     if (adjustmentsActive) {
         startProcessImageThread();
@@ -101,7 +99,7 @@ void ThumbsForm::on_filterFinished()
 /// Has the view worked out with the settings of the dialog.
 void ThumbsForm::requestFilteredView(bool highQuality)
 {
-    if (processImageThread)
+    if (processImageThread.isActive())
         processImageThread->addRequest({selectedImage, highQuality ? 1 : 0, displayedImage.width(), contrast,
                                         brightness, gamma, invertColours, devicePixelRatio()});
 }

@@ -8,7 +8,6 @@
 #include <QtDebug>
 
 #include <algorithm>
-#include <initializer_list>
 #include <utility>
 
 namespace {
@@ -55,9 +54,9 @@ void ThumbsForm::loadFolder(const QString &path)
     ui->slideShowButton->setEnabled(true);
     ui->mainListView->verticalScrollBar()->setValue(0);
     qDebug() << "VistamoGlobal::vistamoLoadFolderThreadStat: " << VistamoGlobal::vistamoLoadFolderThreadStat;
-    qDebug() << "vistamoLoadThumbnailThreadStat: " << vistamoLoadThumbnailThreadStat;
+    qDebug() << "vistamoLoadThumbnailThreadStat: " << loadThumbnailThread.isActive();
 
-    if (!VistamoGlobal::vistamoLoadFolderThreadStat && !vistamoLoadThumbnailThreadStat) {
+    if (!VistamoGlobal::vistamoLoadFolderThreadStat && !loadThumbnailThread.isActive()) {
         reloadWanted = false;
         startLoadThreads(path);
         return;
@@ -71,40 +70,36 @@ void ThumbsForm::startLoadThreads(const QString &path)
 {
     ++currentLoad;
     startThumbnailThread();
-    if (loadFolderThread)
+    if (loadFolderThread.isActive())
         return;
     VistamoGlobal::vistamoLoadFolderThreadStat = true;
-    loadFolderThread = new VistamoLoadFolderThread(currentLoad, path, VistamoGlobal::selectedFileName);
-    connect(loadFolderThread, SIGNAL(finished()), SLOT(onLoadFolderFinish()));
-    connect(loadFolderThread, SIGNAL(filesFound(FoundFiles)), SLOT(onFilesFound(FoundFiles)));
-    connect(loadFolderThread, SIGNAL(enumFilesFinish(int)), SLOT(onEnumFilesFinish(int)));
-    connect(loadFolderThread, SIGNAL(currentColumnChanged(int)), SLOT(onCurrentColumnChanged(int)));
-    loadFolderThread->start(QThread::InheritPriority);
+    using Thread = VistamoLoadFolderThread;
+    loadFolderThread.set(std::make_unique<Thread>(currentLoad, path, VistamoGlobal::selectedFileName));
+    loadFolderThread.on(&Thread::filesFound, [this](const FoundFiles &files) { onFilesFound(files); });
+    loadFolderThread.on(&Thread::enumFilesFinish, [this](int count) { onEnumFilesFinish(count); });
+    loadFolderThread.on(&Thread::currentColumnChanged, [this](int col) { onCurrentColumnChanged(col); });
+    loadFolderThread.start(QThread::InheritPriority, [this](Thread &) { onLoadFolderFinish(); });
 }
 
 void ThumbsForm::startThumbnailThread()
 {
-    if (loadThumbnailThread)
+    if (loadThumbnailThread.isActive())
         return;
-    vistamoLoadThumbnailThreadStat = true;
-    loadThumbnailThread = new VistamoLoadThumbnailThread(currentLoad, thumbnailMaker.get());
-    connect(loadThumbnailThread, SIGNAL(finished()), SLOT(onLoadThumbnailFinish()));
-    connect(loadThumbnailThread, SIGNAL(thumbnailsFound(QList<ThumbnailAnswer>)),
-            SLOT(onThumbnailsFound(QList<ThumbnailAnswer>)));
-    loadThumbnailThread->start(QThread::InheritPriority);
+    using Thread = VistamoLoadThumbnailThread;
+    loadThumbnailThread.set(std::make_unique<Thread>(currentLoad, thumbnailMaker.get()));
+    loadThumbnailThread.on(&Thread::thumbnailsFound, [this](const auto &found) { onThumbnailsFound(found); });
+    loadThumbnailThread.start(QThread::InheritPriority, [this](Thread &) { onLoadThumbnailFinish(); });
 }
 
 void ThumbsForm::stopFolderThread()
 {
-    if (loadFolderThread)
-        loadFolderThread->stop();
+    loadFolderThread.stop();
     waitForStoppedThreads();
 }
 
 void ThumbsForm::stopThumbnailThread()
 {
-    if (loadThumbnailThread)
-        loadThumbnailThread->stop();
+    loadThumbnailThread.stop();
     waitForStoppedThreads();
 }
 
@@ -122,12 +117,10 @@ void ThumbsForm::waitForStoppedThreads()
 /// The moment is over: a thread that still hangs is left behind, and the program goes on without it.
 void ThumbsForm::onRefreshTimer()
 {
-    if (loadThumbnailThread && loadThumbnailThread->isStopping()) {
-        StoppableThread::leaveBehind(std::exchange(loadThumbnailThread, nullptr), this);
-        vistamoLoadThumbnailThreadStat = false;
-    }
-    if (loadFolderThread && loadFolderThread->isStopping()) {
-        StoppableThread::leaveBehind(std::exchange(loadFolderThread, nullptr), this);
+    if (loadThumbnailThread.isStopping())
+        loadThumbnailThread.leaveBehind();
+    if (loadFolderThread.isStopping()) {
+        loadFolderThread.leaveBehind();
         folderThreadEnded();
     }
     goOnWithoutLoadThreads();
@@ -135,10 +128,7 @@ void ThumbsForm::onRefreshTimer()
 
 void ThumbsForm::onLoadFolderFinish()
 {
-    if (sender() != loadFolderThread)
-        return;
     qDebug() << "onLoadFolderFinish Start";
-    delete std::exchange(loadFolderThread, nullptr);
     folderThreadEnded();
     goOnWithoutLoadThreads();
     qDebug() << "onLoadFolderFinish End";
@@ -157,11 +147,7 @@ void ThumbsForm::folderThreadEnded()
 
 void ThumbsForm::onLoadThumbnailFinish()
 {
-    if (sender() != loadThumbnailThread)
-        return;
     qDebug() << "onLoadThumbnailFinish Start";
-    delete std::exchange(loadThumbnailThread, nullptr);
-    vistamoLoadThumbnailThreadStat = false;
     goOnWithoutLoadThreads();
     qDebug() << "onLoadThumbnailFinish End";
 }
@@ -169,7 +155,7 @@ void ThumbsForm::onLoadThumbnailFinish()
 /// The second half of a load that had to stop another: of several folders picked meanwhile the last counts.
 void ThumbsForm::goOnWithoutLoadThreads()
 {
-    if (VistamoGlobal::vistamoLoadFolderThreadStat || vistamoLoadThumbnailThreadStat || !reloadWanted)
+    if (VistamoGlobal::vistamoLoadFolderThreadStat || loadThumbnailThread.isActive() || !reloadWanted)
         return;
     reloadWanted = false;
     clearFiles();
@@ -298,23 +284,19 @@ void ThumbsForm::removeRowsFrom(int row)
 
 void ThumbsForm::onRequestGetThumbnail(QFileInfo info, int row)
 {
-    if (loadThumbnailThread)
+    if (loadThumbnailThread.isActive())
         loadThumbnailThread->addRequest(info, row);
 }
 
 void ThumbsForm::onEnumFilesFinish(int count)
 {
-    if (sender() != loadFolderThread)
-        return;
     ui->pathValueLabel->setText(tr("Total: ") + QString::number(count) + tr("   Path: ") + currentPath);
-    if (loadThumbnailThread)
+    if (loadThumbnailThread.isActive())
         loadThumbnailThread->setEnumFinished();
 }
 
 void ThumbsForm::onCurrentColumnChanged(int col)
 {
-    if (sender() != loadFolderThread)
-        return;
     qDebug() << "onCurrentColumnChanged";
     ui->mainListView->setCurrentIndex(mainModel.index(col, 0));
     ui->galleryTableView->selectColumn(col);
@@ -325,18 +307,15 @@ void ThumbsForm::onCurrentColumnChanged(int col)
 void ThumbsForm::endThreads()
 {
     const QDeadlineTimer deadline(longestExitMs);
-    const std::initializer_list<StoppableThread *> threads = {loadFolderThread, loadThumbnailThread,
-                                                              loadImageThread, decodedAhead.takeThread(),
-                                                              processImageThread};
-    for (StoppableThread *const thread : threads) {
-        if (thread)
-            thread->stop();
-    }
-    for (StoppableThread *const thread : threads) {
-        if (thread)
-            thread->disconnect(this);
-        StoppableThread::end(thread, deadline);
-    }
+    const auto forAll = [this](const auto &action) {
+        action(loadFolderThread);
+        action(loadThumbnailThread);
+        action(loadImageThread);
+        action(decodedAhead);
+        action(processImageThread);
+    };
+    forAll([](auto &worker) { worker.stop(); });
+    forAll([&](auto &worker) { worker.end(deadline); });
     StoppableThread::endReleased(deadline);
     // A thread that hangs may come back to the maker.
     StoppableThread::someLeftBehind |= !thumbnailMaker->finish(static_cast<int>(deadline.remainingTime()));

@@ -1,7 +1,6 @@
 #include "shell/ThumbsForm.h"
 
 #include "shared/FileDialog.h"
-#include "viewer/VistamoSaveImageThread.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -27,7 +26,7 @@ void ThumbsForm::pasteboardActionMenuClicked(bool)
 /// Another picture or another action takes the place of one that waits.
 void ThumbsForm::whenLoaded(const std::function<void()> &action)
 {
-    if (loadImageThreadRunning)
+    if (loadImageThread.isActive())
         actionWhenLoaded = action;
     else
         action();
@@ -55,35 +54,35 @@ QString ThumbsForm::askForExportPath()
 
 void ThumbsForm::saveImage(const QPixmap &pixmap, const QString &path)
 {
-    if (!saveImageThreadRunning) {
-        saveImageThreadRunning = true;
-        saveImageThread = new VistamoSaveImageThread;
-        connect(saveImageThread, SIGNAL(finished()), SLOT(onSaveImageFinished()));
-    }
-    saveImageThread->addRequest(pixmap, path);
-    saveImageThread->start(QThread::InheritPriority); // nothing while it runs
+    startSaveImageThread({{pixmap, path}});
 }
 
-void ThumbsForm::onSaveImageFinished()
+/// Hands requests to the thread that writes, or to a new one.
+void ThumbsForm::startSaveImageThread(const QList<TSaveImageRequest> &requests)
 {
-    if (!saveImageThread || saveImageThread->isRunning())
+    using Thread = VistamoSaveImageThread;
+    const bool running = saveImageThread.isActive();
+    if (!running)
+        saveImageThread.set(std::make_unique<Thread>());
+    for (const TSaveImageRequest &request : requests)
+        saveImageThread->addRequest(request.pixmap, request.fileName);
+    if (running)
         return;
-    // What was asked for while the thread was ending is written all the same.
-    if (saveImageThread->hasRequests()) {
-        saveImageThread->start(QThread::InheritPriority);
-        return;
-    }
-    saveImageThread->wait();
-    delete std::exchange(saveImageThread, nullptr);
-    saveImageThreadRunning = false;
+    saveImageThread.start(QThread::InheritPriority, [this](Thread &ended) {
+        // What was asked for while the thread was ending is written all the same.
+        if (const auto waiting = ended.takeWaiting(); !waiting.isEmpty())
+            startSaveImageThread(waiting);
+        else
+            onSaveImageFinished();
+    });
 }
 
 /// At the end of the program: waits for all exports that were asked for.
 void ThumbsForm::finishExports()
 {
-    if (!saveImageThread)
+    const std::unique_ptr<VistamoSaveImageThread> thread = saveImageThread.part();
+    if (!thread)
         return;
-    saveImageThread->wait();
-    saveImageThread->writeRequests(); // asked for while it was ending
-    delete std::exchange(saveImageThread, nullptr);
+    thread->wait();
+    thread->writeRequests(); // asked for while it was ending
 }

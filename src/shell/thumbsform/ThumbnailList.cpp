@@ -26,7 +26,7 @@ void ThumbsForm::onContentScrolledEvent(int value)
 
 void ThumbsForm::tellScrollPosition()
 {
-    if (loadThumbnailThread)
+    if (loadThumbnailThread.isActive())
         loadThumbnailThread->setScrollPosition(VistamoGlobal::scrollPositionRatio,
                                                static_cast<int>(VistamoGlobal::fileDataList.size()));
 }

@@ -65,12 +65,12 @@ void ThumbsForm::loadSelectedImage(const QString &path)
     Background::free(std::move(previous));
 
     decodedAhead.pause();
-    if (loadImageThreadRunning && loadImageThread->hangs())
+    if (loadImageThread.isActive() && loadImageThread->hangs())
         replaceHangingLoader();
     ImageRequest request = {path};
     if (const TFileRecord *const record = recordAt(selectedImageIndex); record && record->fullPath == path)
         request = decodedAhead.request(fileOf(*record));
-    if (loadImageThreadRunning)
+    if (loadImageThread.isActive())
         loadImageThread->addFile(request);
     else
         startLoadImageThread({request});
@@ -93,19 +93,25 @@ void ThumbsForm::replaceHangingLoader()
     QList<ImageRequest> waiting = loadImageThread->takeWaiting();
     for (ImageRequest &request : waiting)
         request.decoded.reset(); // it may be what hangs
-    StoppableThread::leaveBehind(loadImageThread, this);
+    loadImageThread.leaveBehind();
     startLoadImageThread(waiting);
 }
 
 void ThumbsForm::startLoadImageThread(const QList<ImageRequest> &requests)
 {
-    loadImageThreadRunning = true;
-    loadImageThread = new VistamoLoadImageThread;
-    connect(loadImageThread, SIGNAL(imageLoaded(QPixmap)), SLOT(onImageLoaded(QPixmap)));
-    connect(loadImageThread, SIGNAL(finished()), SLOT(onLoadImageFinished()));
+    using Thread = VistamoLoadImageThread;
+    loadImageThread.set(std::make_unique<Thread>());
+    loadImageThread.on(&Thread::imageLoaded, [this](const QPixmap &pixmap) { onImageLoaded(pixmap); });
     for (const ImageRequest &request : requests)
         loadImageThread->addFile(request);
-    loadImageThread->start(QThread::InheritPriority);
+    loadImageThread.start(QThread::InheritPriority, [this](Thread &ended) {
+        // What was asked for while the thread was ending goes to the next one.
+        const QList<ImageRequest> waiting = ended.takeWaiting();
+        if (waiting.isEmpty())
+            onLoadImageFinished();
+        else
+            startLoadImageThread(waiting);
+    });
 }
 
 void ThumbsForm::onImageLoaded(QPixmap pixmap)
@@ -120,16 +126,6 @@ void ThumbsForm::onImageLoaded(QPixmap pixmap)
 
 void ThumbsForm::onLoadImageFinished()
 {
-    if (sender() != loadImageThread)
-        return;
-    // What was asked for while the thread was ending goes to the next one.
-    const QList<ImageRequest> waiting = loadImageThread->takeWaiting();
-    delete std::exchange(loadImageThread, nullptr);
-    loadImageThreadRunning = false;
-    if (!waiting.isEmpty()) {
-        startLoadImageThread(waiting);
-        return;
-    }
     decodeNeighbours();
     reducedPicture.want(selectedImage);
     if (const auto action = std::exchange(actionWhenLoaded, nullptr))
