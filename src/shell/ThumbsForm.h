@@ -1,7 +1,7 @@
 #pragma once
 
 #include "fileops/FileCopy.h"
-#include "library/TFolderData.h"
+#include "library/Folders.h"
 #include "library/ThumbnailIcons.h"
 #include "library/ThumbnailMaker.h"
 #include "library/VistamoLoadFolderThread.h"
@@ -324,10 +324,8 @@ private:
     QStackedLayout *stackedLayout = nullptr;
     bool widgetShown = false; ///< false while a slideshow runs
 
-    // Folder list; entry n and row n of `treeModel` are the same folder
-    QStandardItemModel treeModel;
-    QStandardItem *folderRoot = nullptr;
-    QList<TFolderData> folderList;
+    // Folder list
+    Folders folders;
     QFileSystemWatcher directoryWatcher;
     bool skipDirModified = false;
     QString pendingFolderRemoval; ///< folder to be removed once the walk has ended

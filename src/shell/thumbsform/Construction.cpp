@@ -187,8 +187,7 @@ void ThumbsForm::setUpViews()
     ui->sideTreeView->hide();
     ui->sideTreeView->setHeaderHidden(true);
     ui->sideTreeView->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    folderRoot = treeModel.invisibleRootItem();
-    ui->sideTreeView->setModel(&treeModel);
+    ui->sideTreeView->setModel(&folders.model());
 
     ui->imageLabel->setGeometry(0, 0, 0, 0);
     QIcon cropExportIcon = ui->exportCropImageButton->icon();

@@ -21,23 +21,20 @@ constexpr int longestStormMs = 2000;
 void ThumbsForm::onAddFolder(QString path)
 {
     qDebug() << "onAddFolder: " << path;
-    const auto known = std::find_if(folderList.cbegin(), folderList.cend(), [&](const TFolderData &folder) {
-        return isSamePath(folder.fullPath, path);
-    });
-    if (known == folderList.cend()) {
+    const int row = folders.find(path);
+    if (row < 0) {
         addFolderToList(path);
         loadFolder(path);
         return;
     }
 
     const int shownRow = ui->sideTreeView->currentIndex().row();
-    const int row = static_cast<int>(known - folderList.cbegin());
-    qDebug() << "folderList Size: " << folderList.size();
+    qDebug() << "folderList Size: " << folders.count();
     for (int i = 0; i <= row; ++i) {
         qDebug() << "Folder Exists: " << path;
-        qDebug() << "fullPath: " << folderList[i].fullPath;
+        qDebug() << "fullPath: " << folders.pathAt(i);
     }
-    ui->sideTreeView->setCurrentIndex(treeModel.index(row, 0));
+    ui->sideTreeView->setCurrentIndex(folders.model().index(row, 0));
     if (row != shownRow)
         loadFolder(path);
 }
@@ -83,13 +80,10 @@ void ThumbsForm::watchFolder(const QString &path)
 /// Puts a folder at the top of the list without looking at the disk.
 void ThumbsForm::insertFolder(const QString &path, const QIcon &icon)
 {
-    const QFileInfo info(path);
-    const TFolderData folder = {info.fileName(), info.path(), path, icon};
-    folderList.prepend(folder);
-    folderRoot->insertRow(0, new QStandardItem(folder.icon, folder.fileName));
+    folders.add(path, icon);
     // A single folder leaves nothing to choose.
-    ui->sideTreeView->setVisible(folderList.size() > 1);
-    ui->sideTreeView->setCurrentIndex(treeModel.index(0, 0));
+    ui->sideTreeView->setVisible(folders.count() > 1);
+    ui->sideTreeView->setCurrentIndex(folders.model().index(0, 0));
 }
 
 void ThumbsForm::on_openFileAddButton_clicked()
@@ -103,21 +97,18 @@ void ThumbsForm::on_openFileAddButton_clicked()
 void ThumbsForm::on_sideTreeView_clicked(QModelIndex index)
 {
     qDebug() << "on_sideTreeView_clicked";
-    loadFolder(folderList.value(index.row()).fullPath);
+    loadFolder(folders.pathAt(index.row()));
 }
 
 void ThumbsForm::onNeedToMoveitem(int oldPos, int newPos)
 {
     qDebug() << "onNeedToMoveitem: " << oldPos << "," << newPos;
     // A folder may be removed while it is dragged.
-    if (oldPos >= folderList.size() || newPos >= folderList.size())
+    if (!folders.move(oldPos, newPos))
         return;
-    const QList<QStandardItem *> items = treeModel.takeRow(oldPos);
-    treeModel.insertRow(newPos, items);
-    folderList.move(oldPos, newPos);
-    ui->sideTreeView->setCurrentIndex(treeModel.index(newPos, 0));
+    ui->sideTreeView->setCurrentIndex(folders.model().index(newPos, 0));
 
-    const QString path = folderList[newPos].fullPath;
+    const QString path = folders.pathAt(newPos);
     qDebug() << "oldPath: " << oldPath;
     qDebug() << "newPos Path: " << path;
     if (oldPath.compare(path, Qt::CaseInsensitive) != 0)
@@ -129,7 +120,7 @@ void ThumbsForm::on_openFileMinButton_clicked()
     const QModelIndexList selected = ui->sideTreeView->selectionModel()->selectedIndexes();
     if (selected.isEmpty())
         return;
-    const QString path = folderList.value(selected.first().row()).fullPath;
+    const QString path = folders.pathAt(selected.first().row());
     if (!VistamoGlobal::vistamoLoadFolderThreadStat) {
         removeFolder(path);
         return;
@@ -140,15 +131,9 @@ void ThumbsForm::on_openFileMinButton_clicked()
 
 void ThumbsForm::removeFolder(const QString &path)
 {
-    const auto folder = std::find_if(folderList.cbegin(), folderList.cend(),
-                                     [&](const TFolderData &entry) { return entry.fullPath == path; });
-    if (folder == folderList.cend())
+    if (!folders.remove(path))
         return;
-    const int row = static_cast<int>(folder - folderList.cbegin());
-    treeModel.removeRow(row);
-    folderList.removeAt(row);
-    qDebug() << "folderList.count(): " << folderList.count();
-    if (folderList.isEmpty()) {
+    if (folders.isEmpty()) {
         checkEmptyFolderList();
         return;
     }
@@ -157,12 +142,12 @@ void ThumbsForm::removeFolder(const QString &path)
     // The view has selected a neighbour by now.
     const QModelIndexList selected = ui->sideTreeView->selectionModel()->selectedIndexes();
     if (!selected.isEmpty())
-        loadFolder(folderList[selected.first().row()].fullPath);
+        loadFolder(folders.pathAt(selected.first().row()));
 }
 
 void ThumbsForm::checkEmptyFolderList()
 {
-    if (!folderList.isEmpty())
+    if (!folders.isEmpty())
         return;
     showList(false);
     ui->sideTreeView->hide();

@@ -45,10 +45,10 @@ void ThumbsForm::loadSettings()
     loadFolderList(settings);
     settings.endGroup();
 
-    ui->pathWidget->setVisible(!folderList.isEmpty());
-    if (!folderList.isEmpty())
-        loadFolder(folderList.first().fullPath);
-    showList(!folderList.isEmpty());
+    ui->pathWidget->setVisible(!folders.isEmpty());
+    if (!folders.isEmpty())
+        loadFolder(folders.pathAt(0));
+    showList(!folders.isEmpty());
 
     ui->showCheckboxButton->setChecked(VistamoGlobal::showCheckbox);
     ui->hideCheckboxButton->setChecked(!VistamoGlobal::showCheckbox);
@@ -82,10 +82,10 @@ void ThumbsForm::saveSettings()
     settings.setValue(QStringLiteral("exportImagePath"), VistamoGlobal::exportImagePath);
     settings.setValue(QStringLiteral("iconSize"), VistamoGlobal::iconSize);
 
-    const int count = std::min(static_cast<int>(folderList.size()), mostFolders);
+    const int count = std::min(folders.count(), mostFolders);
     settings.setValue(QStringLiteral("folderListCount"), count);
     // Last first, since each is put at the top when the list is restored.
     for (int index = 0; index < count; ++index)
-        settings.setValue(folderKey(index), folderList[count - 1 - index].fullPath);
+        settings.setValue(folderKey(index), folders.pathAt(count - 1 - index));
     settings.endGroup();
 }

@@ -1,0 +1,69 @@
+#include "library/Folders.h"
+
+#include "library/FileNames.h"
+
+#include <QFileInfo>
+#include <QtDebug>
+
+#include <algorithm>
+
+Folders::Folders()
+    : folderRoot(treeModel.invisibleRootItem())
+{
+}
+
+QStringList Folders::paths() const
+{
+    QStringList paths;
+    for (const TFolderData &folder : folderList)
+        paths.append(folder.fullPath);
+    return paths;
+}
+
+int Folders::find(const QString &path) const
+{
+    const auto found = std::find_if(folderList.cbegin(), folderList.cend(), [&](const TFolderData &folder) {
+        return isSamePath(folder.fullPath, path);
+    });
+    return found == folderList.cend() ? -1 : static_cast<int>(found - folderList.cbegin());
+}
+
+void Folders::add(const QString &path, const QIcon &icon)
+{
+    const QFileInfo info(path);
+    folderList.prepend({info.fileName(), info.path(), path, icon});
+    folderRoot->insertRow(0, new QStandardItem(icon, info.fileName()));
+    assertInStep();
+}
+
+bool Folders::move(int from, int to)
+{
+    const auto isRow = [this](int row) { return row >= 0 && row < folderList.size(); };
+    if (!isRow(from) || !isRow(to))
+        return false;
+    treeModel.insertRow(to, treeModel.takeRow(from));
+    folderList.move(from, to);
+    assertInStep();
+    return true;
+}
+
+bool Folders::remove(const QString &path)
+{
+    const auto row = paths().indexOf(path);
+    if (row < 0)
+        return false;
+    treeModel.removeRow(static_cast<int>(row));
+    folderList.removeAt(row);
+    qDebug() << "folderList.count(): " << folderList.count();
+    assertInStep();
+    return true;
+}
+
+void Folders::assertInStep() const
+{
+    Q_ASSERT_X(treeModel.rowCount() == folderList.size(), "Folders",
+               qPrintable(QStringLiteral("%1 rows, %2 entries").arg(treeModel.rowCount()).arg(count())));
+    for (int row = 0; row < count(); ++row)
+        Q_ASSERT_X(treeModel.item(row)->text() == folderList[row].fileName, "Folders",
+                   qPrintable(folderList[row].fullPath));
+}
