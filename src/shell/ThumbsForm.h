@@ -4,6 +4,7 @@
 #include "library/Folders.h"
 #include "library/ThumbnailIcons.h"
 #include "library/ThumbnailMaker.h"
+#include "library/Ticks.h"
 #include "library/VistamoLoadFolderThread.h"
 #include "library/VistamoLoadThumbnailThread.h"
 #include "shared/VistamoGlobal.h"
@@ -21,7 +22,6 @@
 #include <QFileSystemWatcher>
 #include <QItemSelection>
 #include <QMenu>
-#include <QSet>
 #include <QStandardItemModel>
 #include <QTimer>
 #include <QWidget>
@@ -253,8 +253,6 @@ private:
     void checkDeleteButton();
     void setCheckboxVisible(bool visible);
     void applyListStyleSheet();
-    void addItemToCheckedItemList(const QString &path, const QString &fileName);
-    void removeItemFromCheckedItemList(const QString &path, const QString &fileName);
     void removeItemFromList(QString path);
 
     // Viewer
@@ -353,7 +351,7 @@ private:
     // Thumbnail list
     const int maxIconSize = thumbnailSide; ///< pixels
     const int minIconSize = 128;           ///< pixels
-    QSet<QString> tickedFiles;             ///< `checkedItemList`, for looking up
+    Ticks ticks;
     QMenu contextMenu;
     QAction *copyToAction = nullptr;
     QAction *moveToAction = nullptr;

@@ -47,12 +47,9 @@ void ThumbsForm::onMovetoAction()
 /// The files that an operation is about: the ticked ones of all folders, or the selected ones.
 QStringList ThumbsForm::chosenFiles() const
 {
+    if (ui->showCheckboxButton->isChecked())
+        return ticks.files();
     QStringList files;
-    if (ui->showCheckboxButton->isChecked()) {
-        for (const TCheckedItem &item : VistamoGlobal::checkedItemList)
-            files.append(item.path + QLatin1Char('/') + item.fileName);
-        return files;
-    }
     for (const QModelIndex &index : ui->mainListView->selectionModel()->selectedIndexes()) {
         if (const TFileRecord *const record = recordAt(index.row()))
             files.append(record->fullPath);
@@ -170,10 +167,8 @@ void ThumbsForm::on_deleteButton_clicked()
     deleteFileList.clear();
     if (ui->showCheckboxButton->isChecked()) {
         qDebug() << "CurrentPath" << currentPath;
-        for (const TCheckedItem &item : VistamoGlobal::checkedItemList) {
-            if (isSamePath(item.path, currentPath))
-                deleteFileList.append({item.path + QLatin1Char('/') + item.fileName, -1});
-        }
+        for (const QString &file : ticks.filesOf(currentPath))
+            deleteFileList.append({file, -1});
     } else {
         for (const QModelIndex &index : ui->mainListView->selectionModel()->selectedIndexes()) {
             if (const TFileRecord *const record = recordAt(index.row()))
@@ -205,7 +200,7 @@ void ThumbsForm::on_fileDeleted(QList<VistamoGlobal::TFileData> deletedFileList)
         removeItemFromList(QDir::toNativeSeparators(file->fullPath));
         // Also of a file whose row has gone already.
         const QFileInfo info(file->fullPath);
-        removeItemFromCheckedItemList(info.path(), info.fileName());
+        ticks.set(info.path(), info.fileName(), false);
     }
     checkDeleteButton();
     skipDirModified = false;

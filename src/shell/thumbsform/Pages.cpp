@@ -89,9 +89,9 @@ void ThumbsForm::sendCheckedItemsToBatchForm()
     if (!ui->showCheckboxButton->isChecked())
         return;
     QList<VistamoGlobal::TFileData> files;
-    for (const TCheckedItem &item : VistamoGlobal::checkedItemList) {
-        files.append({item.path + QLatin1Char('/') + item.fileName, -1});
-        qDebug() << "fullPath: " << files.last().fullPath;
+    for (const QString &file : ticks.files()) {
+        files.append({file, -1});
+        qDebug() << "fullPath: " << file;
     }
     imagesToPdfForm->setSourceFiles(files);
 }

@@ -87,7 +87,7 @@ void ThumbsForm::setCheckboxVisible(bool visible)
 void ThumbsForm::checkDeleteButton()
 {
     const bool enabled = ui->showCheckboxButton->isChecked()
-                             ? !VistamoGlobal::checkedItemList.isEmpty()
+                             ? !ticks.isEmpty()
                              : !ui->mainListView->selectionModel()->selectedRows(0).isEmpty();
     ui->deleteButton->setEnabled(enabled);
 }
@@ -99,10 +99,8 @@ void ThumbsForm::onClickedListView(QModelIndex index)
     if (!ui->showCheckboxButton->isChecked() || !item || !record)
         return;
     // Qt has applied the click by now; one beside the box repeats the present state.
-    if (item->checkState() == Qt::Checked)
-        addItemToCheckedItemList(record->path, record->fileName);
-    else
-        removeItemFromCheckedItemList(record->path, record->fileName);
+    ticks.set(record->path, record->fileName, item->checkState() == Qt::Checked);
+    checkDeleteButton();
 }
 
 void ThumbsForm::onDoubleClickListView(QModelIndex index)
@@ -113,31 +111,6 @@ void ThumbsForm::onDoubleClickListView(QModelIndex index)
     loadImage();
     initCropMode();
     ui->galleryTableView->selectColumn(selectedImageIndex);
-}
-
-void ThumbsForm::addItemToCheckedItemList(const QString &path, const QString &fileName)
-{
-    const QString key = pathKey(path + QLatin1Char('/') + fileName);
-    if (tickedFiles.contains(key))
-        return;
-    tickedFiles.insert(key);
-    VistamoGlobal::checkedItemList.append({path, fileName, true});
-    checkDeleteButton();
-}
-
-void ThumbsForm::removeItemFromCheckedItemList(const QString &path, const QString &fileName)
-{
-    qDebug() << "removeItemFromCheckedItemList: ";
-    qDebug() << "path: " << path;
-    qDebug() << "fileName: " << fileName;
-    const QString key = pathKey(path + QLatin1Char('/') + fileName);
-    if (tickedFiles.remove(key)) {
-        VistamoGlobal::checkedItemList.removeIf([&](const TCheckedItem &item) {
-            return item.fileName.compare(fileName, Qt::CaseInsensitive) == 0
-                   && pathKey(item.path + QLatin1Char('/') + item.fileName) == key;
-        });
-    }
-    checkDeleteButton();
 }
 
 void ThumbsForm::removeItemFromList(QString path)
@@ -160,7 +133,8 @@ void ThumbsForm::removeItemFromList(QString path)
     // Rows that a walk still adds go by its own count.
     if (VistamoGlobal::vistamoLoadFolderThreadStat)
         reloadSoon(currentPath);
-    removeItemFromCheckedItemList(info.path(), info.fileName());
+    ticks.set(info.path(), info.fileName(), false);
+    checkDeleteButton();
 }
 
 void ThumbsForm::applyListStyleSheet()

@@ -39,8 +39,7 @@ void ThumbsForm::applyThumbnail(const ThumbnailAnswer &answer)
         return;
     }
     item->setIcon(icon);
-    if (!tickedFiles.isEmpty()
-        && tickedFiles.contains(pathKey(record.path + QLatin1Char('/') + record.fileName)))
+    if (ticks.contains(record.path, record.fileName))
         item->setCheckState(Qt::Checked);
     // The strip keeps its columns when rows leave the list.
     if (QStandardItem *const cell = galleryModel.item(0, answer.row))

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "shared/VistamoGlobal.h"
+
+#include <QSet>
+#include <QString>
+#include <QStringList>
+
+/// The ticked files of all folders, in the order in which they were ticked. It alone writes
+/// `VistamoGlobal::checkedItemList`, and keeps a set beside it, so that a lookup costs the same however many
+/// there are. Two paths are one file whatever their case and the kind of their separators. GUI thread.
+class Ticks
+{
+public:
+    Ticks() { VistamoGlobal::checkedItemList.clear(); }
+
+    [[nodiscard]] bool isEmpty() const { return tickedFiles.isEmpty(); }
+
+    /// @param path     the folder
+    /// @param fileName of the file in it
+    [[nodiscard]] bool contains(const QString &path, const QString &fileName) const;
+
+    /// Ticks a file that is not ticked yet, or takes the tick off one that is.
+    void set(const QString &path, const QString &fileName, bool ticked);
+
+    /// All ticked files, or those of one folder, with their paths.
+    [[nodiscard]] QStringList files() const;
+    [[nodiscard]] QStringList filesOf(const QString &folder) const;
+
+private:
+    void assertInStep() const;
+
+    QSet<QString> tickedFiles;
+};
