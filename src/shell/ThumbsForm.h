@@ -1,6 +1,7 @@
 #pragma once
 
 #include "fileops/FileCopy.h"
+#include "library/FolderWatch.h"
 #include "library/Folders.h"
 #include "library/ThumbnailIcons.h"
 #include "library/ThumbnailMaker.h"
@@ -18,8 +19,6 @@
 #include "viewer/VistamoProcessImageThread.h"
 #include "viewer/VistamoSaveImageThread.h"
 
-#include <QElapsedTimer>
-#include <QFileSystemWatcher>
 #include <QItemSelection>
 #include <QMenu>
 #include <QStandardItemModel>
@@ -85,7 +84,6 @@ private slots:
 
     // Folder list
     void showDirModified(QString str);
-    void onChangeTimer();
     void onAddFolder(QString path);
     void onAddFolder(QString path, QString fileName);
     void onNeedToMoveitem(int oldPos, int newPos);
@@ -221,8 +219,7 @@ private:
 
     // Folder list
     bool addFolderToList(const QString &path);
-    void watchFolder(const QString &path);
-    void reloadSoon(const QString &path);
+    void reloadChangedFolder(const QString &path);
     void insertFolder(const QString &path, const QIcon &icon);
     void removeFolder(const QString &path);
     void checkEmptyFolderList();
@@ -324,12 +321,8 @@ private:
 
     // Folder list
     Folders folders;
-    QFileSystemWatcher directoryWatcher;
-    bool skipDirModified = false;
+    FolderWatch folderWatch;
     QString pendingFolderRemoval; ///< folder to be removed once the walk has ended
-    QTimer changeTimer;           ///< runs while the folder on show changes
-    QElapsedTimer firstChange;
-    QString changedPath;
 
     // Enumeration
     QStandardItemModel mainModel;    ///< a row per file

@@ -249,9 +249,8 @@ void ThumbsForm::connectViews()
     connect(ui->imageLabel, SIGNAL(mouseMove(QPoint, QPoint)), SLOT(onMouseMove(QPoint, QPoint)));
     connect(ui->imageLabel, SIGNAL(mouseLeave()), SLOT(onMouseLeave()));
 
-    connect(&directoryWatcher, SIGNAL(directoryChanged(QString)), SLOT(showDirModified(QString)));
-    changeTimer.setSingleShot(true);
-    connect(&changeTimer, SIGNAL(timeout()), SLOT(onChangeTimer()));
+    connect(&folderWatch, SIGNAL(directoryChanged(QString)), SLOT(showDirModified(QString)));
+    connect(&folderWatch, &FolderWatch::changed, this, &ThumbsForm::reloadChangedFolder);
 
     connect(thumbnailMaker.get(), SIGNAL(made(ThumbnailAnswer)), SLOT(onThumbnailMade(ThumbnailAnswer)));
     connect(&thumbnailIcons, SIGNAL(lostPictures()), SLOT(onLostPictures()));

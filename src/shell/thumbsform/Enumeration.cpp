@@ -180,7 +180,7 @@ void ThumbsForm::onFilesFound(const FoundFiles &files)
     if (files.complete) {
         removeRowsFrom(files.firstRow + static_cast<int>(files.records.size()));
         // A folder on a drive that did not answer at the start is watched from its first walk on.
-        watchFolder(files.path);
+        folderWatch.watch(files.path);
         followShownFile();
     }
     tellScrollPosition();

@@ -39,7 +39,7 @@ void ThumbsForm::onCopytoAction()
 
 void ThumbsForm::onMovetoAction()
 {
-    skipDirModified = true;
+    folderWatch.skipNext();
     moveMode = 1;
     transferFiles();
 }
@@ -99,7 +99,7 @@ void ThumbsForm::transferFiles()
 void ThumbsForm::endMove()
 {
     if (moveMode == 1)
-        skipDirModified = false;
+        folderWatch.clearSkip();
 }
 
 /// Copies one file, or moves it with its row and its tick. False if it did not go across.
@@ -190,7 +190,7 @@ void ThumbsForm::showDeleteDialog()
 
 void ThumbsForm::on_readyToDeleteFile()
 {
-    skipDirModified = true;
+    folderWatch.skipNext();
 }
 
 /// Takes deleted files out of the lists, by their paths: their rows may have moved by now.
@@ -203,7 +203,7 @@ void ThumbsForm::on_fileDeleted(QList<VistamoGlobal::TFileData> deletedFileList)
         ticks.set(info.path(), info.fileName(), false);
     }
     checkDeleteButton();
-    skipDirModified = false;
+    folderWatch.clearSkip();
     if (!deletedFileList.isEmpty())
-        reloadSoon(currentPath);
+        folderWatch.reportSoon(currentPath);
 }

@@ -7,17 +7,6 @@
 #include <QFileIconProvider>
 #include <QtDebug>
 
-#include <algorithm>
-
-namespace {
-
-// A storm of changes in the folder on show costs one reload after this much quiet, or this long after it
-// began.
-constexpr int quietMs = 200;
-constexpr int longestStormMs = 2000;
-
-} // namespace
-
 void ThumbsForm::onAddFolder(QString path)
 {
     qDebug() << "onAddFolder: " << path;
@@ -67,14 +56,8 @@ bool ThumbsForm::addFolderToList(const QString &path)
     if (!info.exists())
         return false;
     insertFolder(path, QFileIconProvider().icon(info));
-    watchFolder(path);
+    folderWatch.watch(path);
     return true;
-}
-
-void ThumbsForm::watchFolder(const QString &path)
-{
-    if (!directoryWatcher.directories().contains(path))
-        directoryWatcher.addPath(path);
 }
 
 /// Puts a folder at the top of the list without looking at the disk.
@@ -171,29 +154,14 @@ void ThumbsForm::showList(bool visible)
 
 void ThumbsForm::showDirModified(QString str)
 {
-    if (skipDirModified) {
-        skipDirModified = false;
-        return;
-    }
-    if (oldPath.compare(str, Qt::CaseInsensitive) == 0)
-        reloadSoon(str);
-}
-
-/// Has the folder on show read again when nothing has changed for a moment.
-void ThumbsForm::reloadSoon(const QString &path)
-{
-    if (!changeTimer.isActive())
-        firstChange.start();
-    const qint64 left = longestStormMs - firstChange.elapsed();
-    changeTimer.start(static_cast<int>(std::clamp<qint64>(left, 0, quietMs)));
-    changedPath = path;
+    folderWatch.directoryModified(str, oldPath);
 }
 
 /// Reads the folder on show again, unless another one has been chosen since it changed.
-void ThumbsForm::onChangeTimer()
+void ThumbsForm::reloadChangedFolder(const QString &path)
 {
-    if (oldPath.compare(changedPath, Qt::CaseInsensitive) != 0)
+    if (oldPath.compare(path, Qt::CaseInsensitive) != 0)
         return;
     oldPath.clear();
-    loadFolder(changedPath);
+    loadFolder(path);
 }

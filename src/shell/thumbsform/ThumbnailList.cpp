@@ -132,7 +132,7 @@ void ThumbsForm::removeItemFromList(QString path)
     records.erase(match);
     // Rows that a walk still adds go by its own count.
     if (VistamoGlobal::vistamoLoadFolderThreadStat)
-        reloadSoon(currentPath);
+        folderWatch.reportSoon(currentPath);
     ticks.set(info.path(), info.fileName(), false);
     checkDeleteButton();
 }

@@ -1,0 +1,43 @@
+#include "library/FolderWatch.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+// A storm of changes costs one reload after this much quiet, or this long after it began.
+constexpr int quietMs = 200;
+constexpr int longestStormMs = 2000;
+
+} // namespace
+
+FolderWatch::FolderWatch(QObject *parent)
+    : QObject(parent)
+{
+    connect(&directoryWatcher, &QFileSystemWatcher::directoryChanged, this, &FolderWatch::directoryChanged);
+    changeTimer.setSingleShot(true);
+    connect(&changeTimer, &QTimer::timeout, this, [this] { emit changed(changedPath); });
+}
+
+void FolderWatch::watch(const QString &path)
+{
+    if (!directoryWatcher.directories().contains(path))
+        directoryWatcher.addPath(path);
+}
+
+void FolderWatch::directoryModified(const QString &path, const QString &onShow)
+{
+    if (std::exchange(skipDirModified, false))
+        return;
+    if (onShow.compare(path, Qt::CaseInsensitive) == 0)
+        reportSoon(path);
+}
+
+void FolderWatch::reportSoon(const QString &path)
+{
+    if (!changeTimer.isActive())
+        firstChange.start();
+    const qint64 left = longestStormMs - firstChange.elapsed();
+    changeTimer.start(static_cast<int>(std::clamp<qint64>(left, 0, quietMs)));
+    changedPath = path;
+}
