@@ -2,7 +2,6 @@
 
 #include "shared/ImageReading.h"
 
-#include <QDir>
 #include <QFileInfo>
 #include <QPainter>
 
@@ -15,11 +14,6 @@ QString batchItemText(const QString &path, const QString &resolution)
 QString fullPathFromItemText(const QString &text)
 {
     return text.section(QLatin1Char('\n'), 2) + QLatin1Char('/') + text.section(QLatin1Char('\n'), 0, 0);
-}
-
-QString batchItemKey(const QString &path)
-{
-    return QDir::toNativeSeparators(path).toLower();
 }
 
 QImage batchIcon(const QImage &thumbnail)

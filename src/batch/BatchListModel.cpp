@@ -2,6 +2,7 @@
 
 #include "batch/BatchListItem.h"
 #include "library/ThumbnailDatabase.h"
+#include "shared/PathIdentity.h"
 
 #include <QIcon>
 #include <QPixmapCache>
@@ -26,7 +27,7 @@ constexpr int repaintAfterMs = 100;
 
 quint64 hashOfKey(const QString &path)
 {
-    return qHash(batchItemKey(path));
+    return qHash(NativeLowerCasePath(path));
 }
 
 QStandardItem *newItem(const BatchFile &file)

@@ -1,38 +1,14 @@
 #include "batch/FilesInHand.h"
 
-#include <QFileInfo>
-
 #include <utility>
-
-namespace {
-
-/// Equal for all paths of a file, also for one that is not there yet.
-QString identity(const QString &path)
-{
-    const QFileInfo info(path);
-    QString canonical = info.canonicalFilePath();
-    if (canonical.isEmpty()) {
-        const QFileInfo target(info.isSymLink() ? info.symLinkTarget() : path);
-        canonical = QFileInfo(target.path()).canonicalFilePath() + QLatin1Char('/') + target.fileName();
-    }
-    return canonical.toCaseFolded();
-}
-
-QSet<QString> identities(const QStringList &files)
-{
-    QSet<QString> result;
-    for (const QString &file : files)
-        result.insert(identity(file));
-    return result;
-}
-
-} // namespace
 
 void FilesInHand::waitFor(const QStringList &files)
 {
     while (true) {
         // Anew after each piece of work: it may have made a file, and so given it another identity.
-        next = identities(files);
+        next.clear();
+        for (const QString &file : files)
+            next.insert(ResolvedCaselessPath(file));
         const QMutexLocker locker(&mutex);
         if (running < pool.maxThreadCount() && !inHand.intersects(next))
             return;

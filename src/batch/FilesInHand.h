@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QList>
+#include "shared/PathIdentity.h"
+
 #include <QMutex>
 #include <QSet>
 #include <QString>
@@ -25,10 +26,10 @@ public:
     void start(std::function<void()> work);
 
 private:
-    QSet<QString> next; ///< what was waited for last
+    QSet<ResolvedCaselessPath> next; ///< what was waited for last
     QMutex mutex;
     QWaitCondition released;
-    QSet<QString> inHand; ///< guarded by mutex
-    int running = 0;      ///< guarded by mutex
-    QThreadPool pool;     // last: its end waits for what is still being done
+    QSet<ResolvedCaselessPath> inHand; ///< guarded by mutex
+    int running = 0;                   ///< guarded by mutex
+    QThreadPool pool;                  // last: its end waits for what is still being done
 };

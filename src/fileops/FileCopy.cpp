@@ -1,24 +1,15 @@
 #include "fileops/FileCopy.h"
 
+#include "shared/PathIdentity.h"
 #include "shared/ReplacementFile.h"
 
 #include <QDateTime>
 #include <QFileInfo>
 #include <QtDebug>
 
-#include <filesystem>
-#include <system_error>
-
 namespace {
 
 constexpr qint64 chunkBytes = 1 << 20;
-
-bool isOneFile(const QString &a, const QString &b)
-{
-    std::error_code ignored; // one that does not exist is no other file
-    return std::filesystem::equivalent(QFileInfo(a).filesystemFilePath(), QFileInfo(b).filesystemFilePath(),
-                                       ignored);
-}
 
 bool copyContents(QFile &from, QFile &to, FileCopy::Progress &progress)
 {

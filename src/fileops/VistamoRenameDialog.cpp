@@ -1,5 +1,6 @@
 #include "fileops/VistamoRenameDialog.h"
 
+#include "shared/PathIdentity.h"
 #include "shared/Platform.h"
 #include "shared/VistamoGlobal.h"
 #include "ui_VistamoRenameDialog.h"
@@ -35,7 +36,7 @@ void VistamoRenameDialog::on_renameButton_clicked()
     qDebug() << "newFilePath: " << newPath;
     VistamoGlobal::selectedFileName = QFileInfo(newPath).fileName();
     // Never over another file; where upper and lower case are one, Qt knows how to change them.
-    if (filePath != newPath && filePath.compare(newPath, Qt::CaseInsensitive) == 0)
+    if (ExactPath(filePath) != ExactPath(newPath) && CaselessPath(filePath) == CaselessPath(newPath))
         QFile::rename(filePath, newPath);
     else
         Platform::renameToNew(filePath, newPath);

@@ -1,5 +1,7 @@
 #include "library/FolderWatch.h"
 
+#include "shared/PathIdentity.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -29,7 +31,7 @@ void FolderWatch::directoryModified(const QString &path, const QString &onShow)
 {
     if (std::exchange(skipDirModified, false))
         return;
-    if (onShow.compare(path, Qt::CaseInsensitive) == 0)
+    if (CaselessPath(onShow) == CaselessPath(path))
         reportSoon(path);
 }
 

@@ -1,6 +1,6 @@
 #include "library/Folders.h"
 
-#include "library/FileNames.h"
+#include "shared/PathIdentity.h"
 
 #include <QFileInfo>
 #include <QtDebug>
@@ -22,8 +22,9 @@ QStringList Folders::paths() const
 
 int Folders::find(const QString &path) const
 {
+    const NativeCaselessPath wanted(path);
     const auto found = std::find_if(folderList.cbegin(), folderList.cend(), [&](const TFolderData &folder) {
-        return isSamePath(folder.fullPath, path);
+        return NativeCaselessPath(folder.fullPath) == wanted;
     });
     return found == folderList.cend() ? -1 : static_cast<int>(found - folderList.cbegin());
 }

@@ -1,14 +1,12 @@
 #include "library/Ticks.h"
 
-#include "library/FileNames.h"
-
 #include <QtDebug>
 
 namespace {
 
-QString keyOf(const QString &path, const QString &fileName)
+NativeCaselessPath keyOf(const QString &path, const QString &fileName)
 {
-    return pathKey(path + QLatin1Char('/') + fileName);
+    return NativeCaselessPath(path + QLatin1Char('/') + fileName);
 }
 
 } // namespace
@@ -21,7 +19,7 @@ bool Ticks::contains(const QString &path, const QString &fileName) const
 void Ticks::set(const QString &path, const QString &fileName, bool ticked)
 {
     QList<TCheckedItem> &items = VistamoGlobal::checkedItemList;
-    const QString key = keyOf(path, fileName);
+    const NativeCaselessPath key = keyOf(path, fileName);
     if (!ticked) {
         qDebug() << "removeItemFromCheckedItemList: ";
         qDebug() << "path: " << path;
@@ -50,9 +48,10 @@ QStringList Ticks::files() const
 
 QStringList Ticks::filesOf(const QString &folder) const
 {
+    const NativeCaselessPath wanted(folder);
     QStringList files;
     for (const TCheckedItem &item : VistamoGlobal::checkedItemList) {
-        if (isSamePath(item.path, folder))
+        if (NativeCaselessPath(item.path) == wanted)
             files.append(item.path + QLatin1Char('/') + item.fileName);
     }
     return files;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "shared/PathIdentity.h"
 #include "shared/VistamoGlobal.h"
 
 #include <QSet>
@@ -30,5 +31,5 @@ public:
 private:
     void assertInStep() const;
 
-    QSet<QString> tickedFiles;
+    QSet<NativeCaselessPath> tickedFiles;
 };

@@ -1,5 +1,7 @@
 #include "library/VistamoLoadFolderThread.h"
 
+#include "shared/PathIdentity.h"
+
 #include <QDirIterator>
 #include <QElapsedTimer>
 #include <QSemaphore>
@@ -95,8 +97,7 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
         const QFileInfo info(fullPath);
         batch.records.append(recordOf(info, fullPath));
         batch.infos.append(info);
-        if (!selectedFileName.isEmpty()
-            && selectedFileName.compare(info.fileName(), Qt::CaseInsensitive) == 0)
+        if (!selectedFileName.isEmpty() && CaselessPath(selectedFileName) == CaselessPath(info.fileName()))
             columnsToSelect.append(row);
         ++row;
     }

@@ -1,5 +1,6 @@
 #include "slideshow/SlideShowForm.h"
 
+#include "shared/PathIdentity.h"
 #include "shared/VistamoGlobal.h"
 #include "ui_SlideShowForm.h"
 
@@ -65,7 +66,8 @@ void SlideShowForm::onRefreshTimer()
     ++elapsedSeconds;
     if (elapsedSeconds >= VistamoGlobal::delay || awaited) {
         // The list may have changed since the picture was asked for.
-        if (!awaited && (nextIndex() != loadingIndex || pathAt(loadingIndex) != loadingPath))
+        if (!awaited
+            && (nextIndex() != loadingIndex || ExactPath(pathAt(loadingIndex)) != ExactPath(loadingPath)))
             load(nextIndex());
         if (!loaded) {
             awaited = true;
@@ -107,7 +109,7 @@ void SlideShowForm::stopLoader()
 
 void SlideShowForm::onLoaded(const QString &path, const QImage &image)
 {
-    if (path != loadingPath)
+    if (ExactPath(path) != ExactPath(loadingPath))
         return;
     loaded = QPixmap::fromImage(image);
     if (!awaited)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "shared/PathIdentity.h"
 #include "shared/StoppableThread.h"
 
 #include <QDateTime>
@@ -37,7 +38,7 @@ struct ImageRequest
     /// The same file, unchanged.
     bool isSameFile(const ImageRequest &other) const
     {
-        return path == other.path && size == other.size && modified == other.modified;
+        return ExactPath(path) == ExactPath(other.path) && size == other.size && modified == other.modified;
     }
 };
 

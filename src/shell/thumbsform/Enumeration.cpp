@@ -1,6 +1,7 @@
 #include "shell/ThumbsForm.h"
 
 #include "library/FileNames.h"
+#include "shared/PathIdentity.h"
 #include "ui_ThumbsForm.h"
 
 #include <QDeadlineTimer>
@@ -262,7 +263,8 @@ void ThumbsForm::followShownFile()
     const QList<TFileRecord> &records = VistamoGlobal::fileDataList;
     const QString fileName = QFileInfo(shownPath).fileName();
     const auto found = std::find_if(records.cbegin(), records.cend(), [&](const TFileRecord &file) {
-        return file.fileName == fileName && isSamePath(file.fullPath, shownPath);
+        return file.fileName == fileName
+               && NativeCaselessPath(file.fullPath) == NativeCaselessPath(shownPath);
     });
     if (found == records.cend())
         return;

@@ -4,9 +4,9 @@
 #include "fileops/VistamoDeleteDialog.h"
 #include "fileops/VistamoOverwriteFileDialog.h"
 #include "fileops/VistamoRenameDialog.h"
-#include "library/FileNames.h"
 #include "shared/FolderPicker.h"
 #include "shared/MessageBox.h"
+#include "shared/PathIdentity.h"
 #include "ui_ThumbsForm.h"
 
 #include <QDir>

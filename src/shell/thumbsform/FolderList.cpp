@@ -1,7 +1,7 @@
 #include "shell/ThumbsForm.h"
 
-#include "library/FileNames.h"
 #include "shared/FolderPicker.h"
+#include "shared/PathIdentity.h"
 #include "ui_ThumbsForm.h"
 
 #include <QFileIconProvider>
@@ -36,7 +36,7 @@ void ThumbsForm::onAddFolder(QString path, QString fileName)
     VistamoGlobal::selectedFileName.clear();
     qDebug() << "currentPath: " << currentPath;
     qDebug() << "path: " << path;
-    if (!isSamePath(currentPath, path)) {
+    if (NativeCaselessPath(currentPath) != NativeCaselessPath(path)) {
         VistamoGlobal::selectedFileName = fileName;
     } else {
         // The last match counts where names differ by case alone.

@@ -1,7 +1,7 @@
 #include "shell/ThumbsForm.h"
 
-#include "library/FileNames.h"
 #include "shared/ColourScheme.h"
+#include "shared/PathIdentity.h"
 #include "ui_ThumbsForm.h"
 
 #include <QFileInfo>
@@ -121,7 +121,7 @@ void ThumbsForm::removeItemFromList(QString path)
     const QString fileName = info.fileName();
     const auto match = std::find_if(records.cbegin(), records.cend(), [&](const TFileRecord &record) {
         return record.fileName.compare(fileName, Qt::CaseInsensitive) == 0
-               && isSamePath(record.fullPath, path);
+               && NativeCaselessPath(record.fullPath) == NativeCaselessPath(path);
     });
     if (match == records.cend())
         return;

@@ -1,6 +1,6 @@
 #include "shell/ThumbsForm.h"
 
-#include "library/FileNames.h"
+#include "shared/PathIdentity.h"
 #include "ui_ThumbsForm.h"
 
 #include <QtDebug>
