@@ -28,6 +28,24 @@ const std::array<Paper, 5> papers = {{
 constexpr std::array<int, 6> resolutions = {96, 150, 300, 400, 600, 1200};
 constexpr int usualResolution = 300;
 
+/// Calls `action(setting, option)` for each option and where it is stored.
+template <typename Action>
+void forEachOption(const Action &action)
+{
+    using Global = VistamoGlobal;
+    action(BatchSettings::pageOrientation, Global::pageOrientation);
+    action(BatchSettings::pageSize, Global::pageSize);
+    action(BatchSettings::pageMargin, Global::pageMargin);
+    action(BatchSettings::pageMarginSize, Global::pageMarginSize);
+    action(BatchSettings::resizeImageToPaper, Global::resizeImageToPaper);
+    action(BatchSettings::pdfSmoothEdges, Global::pdfSmoothEdges);
+    action(BatchSettings::pdfQuality, Global::pdfQuality);
+    action(BatchSettings::outputFolder, Global::outputFolder);
+    action(BatchSettings::pdfFileName, Global::pdfFileName);
+    action(BatchSettings::targeFileType, Global::targeFileType);
+    action(BatchSettings::targeFileQuality, Global::targeFileQuality);
+}
+
 } // namespace
 
 BatchOptions BatchOptions::current()
@@ -41,46 +59,14 @@ BatchOptions BatchOptions::current()
 
 void loadBatchSettings()
 {
-    QSettings settings = batchSettings();
-    settings.beginGroup(QStringLiteral("General"));
-    const auto number = [&](const char *key, int otherwise) {
-        return settings.value(QLatin1String(key), otherwise).toInt();
-    };
-    const auto flag = [&](const char *key, bool otherwise) {
-        return settings.value(QLatin1String(key), otherwise).toBool();
-    };
-    const auto text = [&](const char *key) { return settings.value(QLatin1String(key)).toString(); };
-    VistamoGlobal::pageOrientation = number("pageOrientation", 1);
-    VistamoGlobal::pageSize = number("pageSize", 0);
-    VistamoGlobal::pageMargin = number("pageMargin", 1);
-    VistamoGlobal::pageMarginSize = number("pageMarginSize", 20);
-    VistamoGlobal::resizeImageToPaper = flag("resizeImageToPaper", false);
-    VistamoGlobal::pdfSmoothEdges = flag("pdfSmoothEdges", true);
-    VistamoGlobal::pdfQuality = number("pdfQuality", 2);
-    VistamoGlobal::outputFolder = text("outputFolder");
-    VistamoGlobal::pdfFileName = text("pdfFileName");
-    VistamoGlobal::targeFileType = number("targeFileType", 6);
-    VistamoGlobal::targeFileQuality = number("targeFileQuality", 95);
+    const QSettings store = batchSettings();
+    forEachOption([&](const auto &setting, auto &option) { option = setting.read(store); });
 }
 
 void saveBatchSettings()
 {
-    QSettings settings = batchSettings();
-    settings.beginGroup(QStringLiteral("General"));
-    const auto save = [&](const char *key, const QVariant &value) {
-        settings.setValue(QLatin1String(key), value);
-    };
-    save("pageOrientation", VistamoGlobal::pageOrientation);
-    save("pageSize", VistamoGlobal::pageSize);
-    save("pageMargin", VistamoGlobal::pageMargin);
-    save("pageMarginSize", VistamoGlobal::pageMarginSize);
-    save("resizeImageToPaper", VistamoGlobal::resizeImageToPaper);
-    save("pdfSmoothEdges", VistamoGlobal::pdfSmoothEdges);
-    save("pdfQuality", VistamoGlobal::pdfQuality);
-    save("outputFolder", VistamoGlobal::outputFolder);
-    save("pdfFileName", VistamoGlobal::pdfFileName);
-    save("targeFileType", VistamoGlobal::targeFileType);
-    save("targeFileQuality", VistamoGlobal::targeFileQuality);
+    QSettings store = batchSettings();
+    forEachOption([&](const auto &setting, const auto &option) { setting.write(store, option); });
 }
 
 QPageSize getPageSize(int index, QSizeF *pointSize)

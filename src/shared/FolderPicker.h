@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QStandardPaths>
 #include <QString>
 
 /// The program's only way of asking for a folder, and the places where it starts to look.
@@ -11,6 +12,12 @@ public:
     QString selectFolder(const QString &startFolder, const QString &title) const;
 
     /// The user's documents and pictures folders; empty where the system has none.
-    QString documentsFolder() const;
-    QString picturesFolder() const;
+    QString documentsFolder() const { return locate(QStandardPaths::DocumentsLocation); }
+    QString picturesFolder() const { return locate(QStandardPaths::PicturesLocation); }
+
+private:
+    static QString locate(QStandardPaths::StandardLocation folder)
+    {
+        return QStandardPaths::locate(folder, QString(), QStandardPaths::LocateDirectory);
+    }
 };

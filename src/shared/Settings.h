@@ -1,15 +1,86 @@
 #pragma once
 
+#include "shared/FolderPicker.h"
+
+#include <QColor>
 #include <QSettings>
+#include <QString>
 
-/// The program's settings store, opened anew for each use.
-inline QSettings programSettings()
+/// A stored value: its key with the group, and what it is as long as nothing is stored.
+template <typename T>
+struct Setting
 {
-    return QSettings(QStringLiteral("Orrelan"), QStringLiteral("Vistamo"));
+    QString key;
+    T byDefault;
+
+    /// What is stored; of a value of another type, what Qt makes of it.
+    [[nodiscard]] T read(const QSettings &store) const
+    {
+        return store.value(key, QVariant::fromValue(byDefault)).template value<T>();
+    }
+    void write(QSettings &store, const T &value) const { store.setValue(key, QVariant::fromValue(value)); }
+};
+
+/// A colour is stored as its name; an empty name is none.
+template <>
+QColor Setting<QColor>::read(const QSettings &store) const;
+template <>
+void Setting<QColor>::write(QSettings &store, const QColor &value) const;
+
+/// The program's store, and that of the batch tools. Opened anew for each use.
+[[nodiscard]] QSettings programSettings();
+[[nodiscard]] QSettings batchSettings();
+
+/// Has both in files of this folder, whatever the system; for tests. Empty: where the system keeps settings.
+void setSettingsFolder(const QString &folder);
+
+/// In the program's store: the window, the browser and the viewer.
+namespace BrowserSettings {
+
+inline const Setting<int> posX = {"General/posX", 0};
+inline const Setting<int> posY = {"General/posY", 0};
+inline const Setting<int> width = {"General/width", 0};
+inline const Setting<int> height = {"General/height", 0};
+inline const Setting<int> imageScale = {"General/imageScale", 0}; ///< a `ScaleMode`
+inline const Setting<bool> showGallery = {"General/showGallery", true};
+inline const Setting<bool> showCheckbox = {"General/showCheckbox", true};
+inline const Setting<int> iconSize = {"General/iconSize", 128}; ///< pixels
+inline const Setting<int> folderListCount = {"General/folderListCount", 0};
+
+inline Setting<QString> folderList(int index)
+{
+    return {QStringLiteral("General/folderList%1").arg(index), {}};
 }
 
-/// The same for the options of the batch tools.
-inline QSettings batchSettings()
+inline Setting<QString> exportImagePath()
 {
-    return QSettings(QStringLiteral("Orrelan"), QStringLiteral("ImageToPDF"));
+    return {"General/exportImagePath", FolderPicker().picturesFolder()};
 }
+
+} // namespace BrowserSettings
+
+/// In the program's store: the slideshow.
+namespace SlideshowSettings {
+
+inline const Setting<QColor> bkColor = {"Options/bkColor", Qt::black};
+inline const Setting<int> delay = {"Options/delay", 5}; ///< seconds
+inline const Setting<bool> showCountdown = {"Options/showCountdown", true};
+
+} // namespace SlideshowSettings
+
+/// In the store of the batch tools.
+namespace BatchSettings {
+
+inline const Setting<int> pageOrientation = {"General/pageOrientation", 1};
+inline const Setting<int> pageSize = {"General/pageSize", 0};
+inline const Setting<int> pageMargin = {"General/pageMargin", 1};
+inline const Setting<int> pageMarginSize = {"General/pageMarginSize", 20};
+inline const Setting<bool> resizeImageToPaper = {"General/resizeImageToPaper", false};
+inline const Setting<bool> pdfSmoothEdges = {"General/pdfSmoothEdges", true};
+inline const Setting<int> pdfQuality = {"General/pdfQuality", 2};
+inline const Setting<QString> outputFolder = {"General/outputFolder", {}};
+inline const Setting<QString> pdfFileName = {"General/pdfFileName", {}};
+inline const Setting<int> targeFileType = {"General/targeFileType", 6};
+inline const Setting<int> targeFileQuality = {"General/targeFileQuality", 95};
+
+} // namespace BatchSettings

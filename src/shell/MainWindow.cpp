@@ -58,13 +58,11 @@ void MainWindow::OnExitFullScreen()
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
-    QSettings settings = programSettings();
-    settings.beginGroup(QStringLiteral("General"));
-    settings.setValue(QStringLiteral("posX"), geometry().x());
-    settings.setValue(QStringLiteral("posY"), geometry().y());
-    settings.setValue(QStringLiteral("width"), geometry().width());
-    settings.setValue(QStringLiteral("height"), geometry().height());
-    settings.endGroup();
+    QSettings store = programSettings();
+    BrowserSettings::posX.write(store, geometry().x());
+    BrowserSettings::posY.write(store, geometry().y());
+    BrowserSettings::width.write(store, geometry().width());
+    BrowserSettings::height.write(store, geometry().height());
     event->accept();
 }
 
@@ -76,10 +74,8 @@ void MainWindow::changeEvent(QEvent *event)
 
 void MainWindow::loadWindowGeometry()
 {
-    QSettings settings = programSettings();
-    settings.beginGroup(QStringLiteral("General"));
-    const auto number = [&](const char *key) { return settings.value(QLatin1String(key)).toInt(); };
-    const StoredGeometry stored = {number("posX"), number("posY"), number("width"), number("height")};
-    settings.endGroup();
+    const QSettings store = programSettings();
+    const StoredGeometry stored = {BrowserSettings::posX.read(store), BrowserSettings::posY.read(store),
+                                   BrowserSettings::width.read(store), BrowserSettings::height.read(store)};
     setGeometry(restoredGeometry(stored, QGuiApplication::primaryScreen()->size()));
 }

@@ -63,9 +63,8 @@ void OptionsDialog::on_countdownCheckBox_stateChanged(int arg1)
 
 void OptionsDialog::saveOptions() const
 {
-    QSettings settings = programSettings();
-    settings.beginGroup(QStringLiteral("Options"));
-    settings.setValue(QStringLiteral("bkColor"), VistamoGlobal::bkColor.name());
-    settings.setValue(QStringLiteral("delay"), VistamoGlobal::delay);
-    settings.setValue(QStringLiteral("showCountdown"), VistamoGlobal::showCountdown);
+    QSettings store = programSettings();
+    SlideshowSettings::bkColor.write(store, VistamoGlobal::bkColor);
+    SlideshowSettings::delay.write(store, VistamoGlobal::delay);
+    SlideshowSettings::showCountdown.write(store, VistamoGlobal::showCountdown);
 }

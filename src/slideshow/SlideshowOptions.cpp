@@ -3,10 +3,8 @@
 
 void VistamoGlobal::loadOptions()
 {
-    QSettings settings = programSettings();
-    settings.beginGroup(QStringLiteral("Options"));
-    const QString colour = settings.value(QStringLiteral("bkColor")).toString();
-    bkColor = colour.isEmpty() ? QColor(Qt::black) : QColor::fromString(colour);
-    delay = settings.value(QStringLiteral("delay"), 5).toInt();
-    showCountdown = settings.value(QStringLiteral("showCountdown"), true).toBool();
+    const QSettings store = programSettings();
+    bkColor = SlideshowSettings::bkColor.read(store);
+    delay = SlideshowSettings::delay.read(store);
+    showCountdown = SlideshowSettings::showCountdown.read(store);
 }

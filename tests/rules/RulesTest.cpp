@@ -1,6 +1,7 @@
 #include "library/FileNames.h"
 #include "library/ThumbnailRequestQueue.h"
 #include "shared/PathIdentity.h"
+#include "shared/Settings.h"
 #include "shell/WindowGeometry.h"
 #include "support/Files.h"
 #include "viewer/ViewGeometry.h"
@@ -59,6 +60,31 @@ private slots:
             check(ResolvedCaselessPath(path(a)), ResolvedCaselessPath(path(b)), resolved);
             QCOMPARE(isOneFile(path(a), path(b)), oneFile);
         }
+    }
+
+    void settingsKeepTheirPlace()
+    {
+        newFolder();
+        setSettingsFolder(folder->path());
+        QSettings store = programSettings();
+        using namespace BrowserSettings;
+        for (const auto &number : {posX, posY, width, height, imageScale, iconSize, folderListCount})
+            number.write(store, number.read(store) + 2);
+        for (const auto &flag : {showGallery, showCheckbox})
+            flag.write(store, !flag.read(store));
+        for (const auto &text : {folderList(0), folderList(19), exportImagePath()})
+            text.write(store, "/d");
+        SlideshowSettings::bkColor.write(store, QColor(1, 2, 3, 4));
+        store.sync();
+        QCOMPARE(
+            read("Vistamo.ini"), // as earlier versions wrote it
+            "[%General]\nexportImagePath=/d\nfolderList0=/d\nfolderList19=/d\nfolderListCount=2\nheight=2\n"
+            "iconSize=130\nimageScale=2\nposX=2\nposY=2\nshowCheckbox=false\nshowGallery=false\nwidth=2\n"
+            "\n[Options]\nbkColor=#010203\n");
+        QCOMPARE(programSettings().fileName(), path("Vistamo.ini"));
+        QCOMPARE(batchSettings().fileName(), path("ImageToPDF.ini"));
+        setSettingsFolder({});
+        QVERIFY(programSettings().fileName().contains("Orrelan"));
     }
 
     void windowGeometry()

@@ -1,7 +1,6 @@
 #include "shell/ThumbsForm.h"
 
 #include "library/FolderProbe.h"
-#include "shared/FolderPicker.h"
 #include "shared/Settings.h"
 #include "ui_ThumbsForm.h"
 
@@ -17,21 +16,15 @@ constexpr int folderAnswerMs = 300;
 // The size that the stored value gives to the view, until a button brings it into its own limits.
 constexpr int largestViewIcon = 1024;
 
-QString folderKey(int index)
-{
-    return QStringLiteral("folderList%1").arg(index);
-}
-
 } // namespace
 
 void ThumbsForm::loadSettings()
 {
-    QSettings settings = programSettings();
-    settings.beginGroup(QStringLiteral("General"));
-    setImageScale(storedScaleMode(settings.value(QStringLiteral("imageScale"), 0).toInt()));
-    VistamoGlobal::showGallery = settings.value(QStringLiteral("showGallery"), true).toBool();
-    VistamoGlobal::showCheckbox = settings.value(QStringLiteral("showCheckbox"), true).toBool();
-    VistamoGlobal::iconSize = settings.value(QStringLiteral("iconSize"), 128).toInt();
+    QSettings store = programSettings();
+    setImageScale(storedScaleMode(BrowserSettings::imageScale.read(store)));
+    VistamoGlobal::showGallery = BrowserSettings::showGallery.read(store);
+    VistamoGlobal::showCheckbox = BrowserSettings::showCheckbox.read(store);
+    VistamoGlobal::iconSize = BrowserSettings::iconSize.read(store);
 
     const int viewIcon = std::min(VistamoGlobal::iconSize, largestViewIcon);
     ui->mainListView->setIconSize(QSize(viewIcon, viewIcon));
@@ -39,11 +32,9 @@ void ThumbsForm::loadSettings()
 
     ui->galleryButton->setChecked(VistamoGlobal::showGallery);
     ui->galleryTableView->setVisible(VistamoGlobal::showGallery);
-    VistamoGlobal::exportImagePath =
-        settings.value(QStringLiteral("exportImagePath"), FolderPicker().picturesFolder()).toString();
+    VistamoGlobal::exportImagePath = BrowserSettings::exportImagePath().read(store);
 
-    loadFolderList(settings);
-    settings.endGroup();
+    loadFolderList(store);
 
     ui->pathWidget->setVisible(!folders.isEmpty());
     if (!folders.isEmpty())
@@ -56,12 +47,12 @@ void ThumbsForm::loadSettings()
 
 /// Restores the list in its order: each folder goes to the top. One that is gone is left out; one on a drive
 /// that doesn't answer stays.
-void ThumbsForm::loadFolderList(QSettings &settings)
+void ThumbsForm::loadFolderList(QSettings &store)
 {
-    const int count = std::min(settings.value(QStringLiteral("folderListCount"), 0).toInt(), mostFolders);
+    const int count = std::min(BrowserSettings::folderListCount.read(store), mostFolders);
     QStringList paths;
     for (int index = 0; index < count; ++index)
-        paths.append(settings.value(folderKey(index)).toString());
+        paths.append(BrowserSettings::folderList(index).read(store));
 
     const QHash<QString, bool> exists = probeFolders(paths, folderAnswerMs);
     for (const QString &path : paths) {
@@ -74,18 +65,16 @@ void ThumbsForm::loadFolderList(QSettings &settings)
 
 void ThumbsForm::saveSettings()
 {
-    QSettings settings = programSettings();
-    settings.beginGroup(QStringLiteral("General"));
-    settings.setValue(QStringLiteral("imageScale"), static_cast<int>(imageScale));
-    settings.setValue(QStringLiteral("showGallery"), VistamoGlobal::showGallery);
-    settings.setValue(QStringLiteral("showCheckbox"), VistamoGlobal::showCheckbox);
-    settings.setValue(QStringLiteral("exportImagePath"), VistamoGlobal::exportImagePath);
-    settings.setValue(QStringLiteral("iconSize"), VistamoGlobal::iconSize);
+    QSettings store = programSettings();
+    BrowserSettings::imageScale.write(store, static_cast<int>(imageScale));
+    BrowserSettings::showGallery.write(store, VistamoGlobal::showGallery);
+    BrowserSettings::showCheckbox.write(store, VistamoGlobal::showCheckbox);
+    BrowserSettings::exportImagePath().write(store, VistamoGlobal::exportImagePath);
+    BrowserSettings::iconSize.write(store, VistamoGlobal::iconSize);
 
     const int count = std::min(folders.count(), mostFolders);
-    settings.setValue(QStringLiteral("folderListCount"), count);
+    BrowserSettings::folderListCount.write(store, count);
     // Last first, since each is put at the top when the list is restored.
     for (int index = 0; index < count; ++index)
-        settings.setValue(folderKey(index), folders.pathAt(count - 1 - index));
-    settings.endGroup();
+        BrowserSettings::folderList(index).write(store, folders.pathAt(count - 1 - index));
 }
