@@ -42,7 +42,8 @@ QByteArray encodedAsPng(const QImage &image)
 
 /// Reads the file, stores its thumbnail, and keeps the encoded bytes where the database would not give the
 /// same picture back.
-ThumbnailAnswer makeThumbnail(int load, const TThumbnailRequest &request, ThumbnailMaker::Storing storing)
+ThumbnailAnswer makeThumbnail(LoadNumber load, const TThumbnailRequest &request,
+                              ThumbnailMaker::Storing storing)
 {
     ThumbnailAnswer answer;
     answer.load = load;
@@ -85,7 +86,7 @@ ThumbnailMaker::~ThumbnailMaker()
     pool.waitForDone();
 }
 
-void ThumbnailMaker::make(int load, const TThumbnailRequest &request, Storing storing,
+void ThumbnailMaker::make(LoadNumber load, const TThumbnailRequest &request, Storing storing,
                           const std::atomic_bool &stopped)
 {
     {
@@ -104,7 +105,7 @@ void ThumbnailMaker::make(int load, const TThumbnailRequest &request, Storing st
     });
 }
 
-void ThumbnailMaker::makeAgain(int load, const TThumbnailRequest &request, Storing storing)
+void ThumbnailMaker::makeAgain(LoadNumber load, const TThumbnailRequest &request, Storing storing)
 {
     pool.start([this, load, request, storing] {
         ThumbnailAnswer answer = makeThumbnail(load, request, storing);
@@ -113,7 +114,7 @@ void ThumbnailMaker::makeAgain(int load, const TThumbnailRequest &request, Stori
     });
 }
 
-void ThumbnailMaker::waitForLoad(int load, const std::atomic_bool &stopped)
+void ThumbnailMaker::waitForLoad(LoadNumber load, const std::atomic_bool &stopped)
 {
     const QMutexLocker locker(&mutex);
     while (!stopped && inHand.contains(load))
@@ -127,13 +128,13 @@ void ThumbnailMaker::wake()
     changed.wakeAll();
 }
 
-bool ThumbnailMaker::mayStart(int load) const
+bool ThumbnailMaker::mayStart(LoadNumber load) const
 {
     const int ofLoad = inHand.value(load);
     return ofLoad == 0 || (ofLoad < processors && allInHand < 2 * processors);
 }
 
-void ThumbnailMaker::release(int load)
+void ThumbnailMaker::release(LoadNumber load)
 {
     const QMutexLocker locker(&mutex);
     if (--inHand[load] == 0)

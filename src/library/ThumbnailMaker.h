@@ -1,5 +1,6 @@
 #pragma once
 
+#include "library/LoadNumber.h"
 #include "library/ThumbnailRequestQueue.h"
 #include "shared/VistamoGlobal.h"
 
@@ -19,7 +20,7 @@ constexpr int thumbnailSide = 256;
 /// A thumbnail for one row of the list.
 struct ThumbnailAnswer
 {
-    int load = 0;         ///< the load of a folder that asked
+    LoadNumber load;      ///< that asked
     int row = 0;          ///< where the file stood then
     QString fileName;     ///< which file of the folder it is
     TThumbnailRecord key; ///< of the file in the database
@@ -56,14 +57,15 @@ public:
 
     /// Starts on a request, waiting for a free place first, or gives it up once `stopped` is set; `wake`
     /// makes a waiting thread look at it.
-    void make(int load, const TThumbnailRequest &request, Storing storing, const std::atomic_bool &stopped);
+    void make(LoadNumber load, const TThumbnailRequest &request, Storing storing,
+              const std::atomic_bool &stopped);
 
     /// Makes a thumbnail whose picture is at hand no longer, without waiting for a place: the caller sees to
     /// it that they are few.
-    void makeAgain(int load, const TThumbnailRequest &request, Storing storing);
+    void makeAgain(LoadNumber load, const TThumbnailRequest &request, Storing storing);
 
     /// Waits until nothing is in hand for `load`, or `stopped` is set.
-    void waitForLoad(int load, const std::atomic_bool &stopped);
+    void waitForLoad(LoadNumber load, const std::atomic_bool &stopped);
 
     void wake();
 
@@ -74,13 +76,13 @@ signals:
     void made(const ThumbnailAnswer &answer);
 
 private:
-    bool mayStart(int load) const;
-    void release(int load);
+    bool mayStart(LoadNumber load) const;
+    void release(LoadNumber load);
 
     const int processors;
     QThreadPool pool;
     QMutex mutex;
     QWaitCondition changed;
-    QHash<int, int> inHand; ///< by load; guarded by mutex
-    int allInHand = 0;      ///< guarded by mutex
+    QHash<LoadNumber, int> inHand; ///< guarded by mutex
+    int allInHand = 0;             ///< guarded by mutex
 };

@@ -39,7 +39,7 @@ int batchSize(int published)
     return std::clamp(published / 2, 64, std::max(smoothBatch, published / 8));
 }
 
-VistamoLoadFolderThread::VistamoLoadFolderThread(int load, const QString &path,
+VistamoLoadFolderThread::VistamoLoadFolderThread(LoadNumber load, const QString &path,
                                                  const QString &selectedFileName, QObject *parent)
     : StoppableThread(parent)
     , load(load)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "library/LoadNumber.h"
 #include "shared/StoppableThread.h"
 #include "shared/VistamoGlobal.h"
 
@@ -12,7 +13,7 @@
 /// A piece of what the walk of a folder finds, in the order of the walk.
 struct FoundFiles
 {
-    int load = 0;
+    LoadNumber load;
     QString path; ///< the folder
     int firstRow = 0;
     QList<TFileRecord> records;
@@ -36,9 +37,9 @@ class VistamoLoadFolderThread : public StoppableThread
     Q_OBJECT
 
 public:
-    /// @param load             number of the load, handed back with each batch
+    /// @param load             handed back with each batch
     /// @param selectedFileName file that is to be selected when it is found; may be empty
-    VistamoLoadFolderThread(int load, const QString &path, const QString &selectedFileName,
+    VistamoLoadFolderThread(LoadNumber load, const QString &path, const QString &selectedFileName,
                             QObject *parent = nullptr);
 
 signals:
@@ -56,7 +57,7 @@ protected:
 private:
     void loadFiles(const QString &path);
 
-    const int load;
+    const LoadNumber load;
     const QString selectedFileName;
     QStringList pathList;
 };

@@ -23,7 +23,8 @@ QSize sizeOfJpeg(QByteArray bytes)
 
 } // namespace
 
-VistamoLoadThumbnailThread::VistamoLoadThumbnailThread(int load, ThumbnailMaker *maker, QObject *parent)
+VistamoLoadThumbnailThread::VistamoLoadThumbnailThread(LoadNumber load, ThumbnailMaker *maker,
+                                                       QObject *parent)
     : StoppableThread(parent)
     , load(load)
     , maker(maker)

@@ -18,9 +18,9 @@ class VistamoLoadThumbnailThread : public StoppableThread
     Q_OBJECT
 
 public:
-    /// @param load  number of the load, handed back with each answer
+    /// @param load  handed back with each answer
     /// @param maker must outlive the thread
-    VistamoLoadThumbnailThread(int load, ThumbnailMaker *maker, QObject *parent = nullptr);
+    VistamoLoadThumbnailThread(LoadNumber load, ThumbnailMaker *maker, QObject *parent = nullptr);
 
     /// Adds a file to the end of the queue. Rows come in ascending order.
     void addRequest(const QFileInfo &info, int row);
@@ -51,7 +51,7 @@ private:
     void processRequestThumbnail(const TThumbnailRequest &request);
     void publish();
 
-    const int load;
+    const LoadNumber load;
     ThumbnailMaker *const maker;
 
     QMutex mutex; // guards what follows up to the blank line

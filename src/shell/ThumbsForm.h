@@ -1,13 +1,11 @@
 #pragma once
 
 #include "fileops/FileCopy.h"
-#include "library/FolderWatch.h"
+#include "library/FileList.h"
+#include "library/FolderLoad.h"
 #include "library/Folders.h"
-#include "library/ThumbnailIcons.h"
-#include "library/ThumbnailMaker.h"
+#include "library/FolderWatch.h"
 #include "library/Ticks.h"
-#include "library/VistamoLoadFolderThread.h"
-#include "library/VistamoLoadThumbnailThread.h"
 #include "shared/VistamoGlobal.h"
 #include "shared/Worker.h"
 #include "viewer/CropGeometry.h"
@@ -91,7 +89,8 @@ private slots:
     void on_openFileAddButton_clicked();
     void on_openFileMinButton_clicked();
 
-    // Enumeration
+    // Load
+    void onFolderShown(const QString &path);
     void startThumbnailThread();
     void onFilesFound(const FoundFiles &files);
     void onRequestGetThumbnail(QFileInfo info, int row);
@@ -100,8 +99,6 @@ private slots:
     void onLoadThumbnailFinish();
     void onEnumFilesFinish(int count);
     void onRefreshTimer();
-
-    // Thumbnails
     void onThumbnailsFound(const QList<ThumbnailAnswer> &answers);
     void onThumbnailMade(const ThumbnailAnswer &answer);
     void onLostPictures();
@@ -207,6 +204,7 @@ private:
     void connectViews();
     void openThumbnailDatabase();
     void setUpContextMenu();
+    void endWorkers();
 
     // Pages
     void prepareBatchForm(int mode);
@@ -223,26 +221,10 @@ private:
     void insertFolder(const QString &path, const QIcon &icon);
     void removeFolder(const QString &path);
     void checkEmptyFolderList();
+
+    // Load
     void showList(bool visible);
-
-    // Enumeration
-    void startLoadThreads(const QString &path);
-    void stopFolderThread();
-    void stopThumbnailThread();
-    void waitForStoppedThreads();
-    void folderThreadEnded();
-    void goOnWithoutLoadThreads();
-    void endThreads();
-    void clearFiles();
-    void restoreStrip();
-    void addRows(const FoundFiles &files);
-    bool updateRow(int row, const TFileRecord &record);
-    void removeRowsFrom(int row);
     void followShownFile();
-
-    // Thumbnails
-    int rowOf(const QString &fileName, int row) const;
-    void applyThumbnail(const ThumbnailAnswer &answer);
 
     // Thumbnail list
     void tellScrollPosition();
@@ -253,7 +235,6 @@ private:
     void removeItemFromList(QString path);
 
     // Viewer
-    const TFileRecord *recordAt(int row) const;
     void loadImage();
     void loadSelectedImage(const QString &path);
     QPixmap placeholder(const QString &path) const;
@@ -300,9 +281,6 @@ private:
     void showOverwriteDialog(const QStringList &fileExistsList, const QStringList &fileSourceList);
     void showFileCopiedMessage(int count, const QString &folder);
 
-    // Gallery strip
-    void keepStripInPlace(const std::function<void()> &change);
-
     // Zoom
     void resizeSelectedImage();
     void setImageScale(ScaleMode mode);
@@ -322,24 +300,11 @@ private:
     // Folder list
     Folders folders;
     FolderWatch folderWatch;
-    QString pendingFolderRemoval; ///< folder to be removed once the walk has ended
 
-    // Enumeration
-    QStandardItemModel mainModel;    ///< a row per file
-    QStandardItemModel galleryModel; ///< a column per file
-    int currentLoad = 0;             ///< counts the loads; answers of an earlier one are dropped
-    QString oldPath;                 ///< folder last asked for; emptied to force a reload
-    QString currentPath;             ///< folder on show
-    Worker<VistamoLoadFolderThread> loadFolderThread;
-    Worker<VistamoLoadThumbnailThread> loadThumbnailThread;
-    bool reloadWanted = false;      ///< as soon as both threads have ended
-    QTimer *refreshTimer = nullptr; ///< runs while the threads are ending; those that hang are left behind
-
-    // Thumbnails
+    // Load
+    FileList fileList;
+    FolderLoad folderLoad;
     QString thumbnailDatabasePath;
-    std::unique_ptr<ThumbnailMaker> thumbnailMaker;
-    ThumbnailIcons thumbnailIcons;
-    int thumbnailsMadeAgain = 0; ///< in hand with the maker
 
     // Thumbnail list
     const int maxIconSize = thumbnailSide; ///< pixels

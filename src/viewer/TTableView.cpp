@@ -1,10 +1,22 @@
 #include "viewer/TTableView.h"
 
 #include <QEvent>
+#include <QScrollBar>
 
 TTableView::TTableView(QWidget *parent)
     : QTableView(parent)
 {
+}
+
+void TTableView::keepInPlace(const std::function<void()> &change)
+{
+    const QModelIndexList selected = selectionModel()->selectedIndexes();
+    const int column = selected.isEmpty() ? -1 : selected.first().column();
+    const int position = horizontalScrollBar()->value();
+    change();
+    if (column >= 0)
+        selectColumn(column);
+    horizontalScrollBar()->setValue(position);
 }
 
 bool TTableView::eventFilter(QObject *watched, QEvent *event)

@@ -18,7 +18,7 @@ struct Walk
 
 Walk walk(const QString &folder, const QString &selectedFileName = QString())
 {
-    constexpr int load = 5;
+    constexpr LoadNumber load = {5};
     Walk walk;
     VistamoLoadFolderThread thread(load, folder, selectedFileName);
     QObject::connect(&thread, &VistamoLoadFolderThread::filesFound, &thread, [&](const FoundFiles &files) {
@@ -111,7 +111,7 @@ private slots:
         for (int i = 0; i < 1000; ++i)
             write(QStringLiteral("%1.jpg").arg(i), "x");
         QList<FoundFiles> batches; // and with each the turn
-        VistamoLoadFolderThread thread(1, folder->path(), {});
+        VistamoLoadFolderThread thread({1}, folder->path(), {});
         connect(&thread, &VistamoLoadFolderThread::filesFound, &thread,
                 [&](const FoundFiles &files) { batches.append(files); });
         thread.start();

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int load = 3;
+constexpr LoadNumber load = {3};
 
 QColor base()
 {

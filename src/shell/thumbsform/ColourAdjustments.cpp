@@ -47,7 +47,7 @@ void ThumbsForm::onInvertColorsAction()
 void ThumbsForm::onResetImageAction()
 {
     // The row may hold another file by now.
-    if (recordAt(selectedImageIndex))
+    if (fileList.at(selectedImageIndex))
         loadSelectedImage(shownPath);
 }
 

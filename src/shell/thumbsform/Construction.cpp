@@ -8,12 +8,15 @@
 #include "ui_ThumbsForm.h"
 
 #include <QBoxLayout>
+#include <QDeadlineTimer>
 #include <QHeaderView>
 #include <QStackedLayout>
 
 namespace {
 
 constexpr int stripIconSize = 96;
+// At the end of the program the workers get this long altogether.
+constexpr int longestExitMs = 2000;
 
 void addAll(QBoxLayout *layout, const QList<QWidget *> &widgets)
 {
@@ -41,7 +44,8 @@ QHBoxLayout *rowOfTwoGroups(const QList<QWidget *> &left, const QList<QWidget *>
 ThumbsForm::ThumbsForm(QWidget *parent)
     : QWidget(parent)
     , ui(std::make_unique<Ui::ThumbsForm>())
-    , thumbnailMaker(std::make_unique<ThumbnailMaker>())
+    , fileList({[this](const TFileRecord &file) { return ticks.contains(file.path, file.fileName); },
+                [this](const auto &change) { ui->galleryTableView->keepInPlace(change); }})
 {
     Q_INIT_RESOURCE(resources);
     ui->setupUi(this);
@@ -71,15 +75,28 @@ ThumbsForm::~ThumbsForm()
     // They report their end.
     delete slideShowForm;
     delete imagesToPdfForm;
-    endThreads();
-    finishExports();
+    endWorkers();
     DecodeGuard::finish();
     VistamoGlobal::thumbnailDatabase.close();
     const QString connection = VistamoGlobal::thumbnailDatabase.connectionName();
     VistamoGlobal::thumbnailDatabase = QSqlDatabase();
     QSqlDatabase::removeDatabase(connection);
-    // The next form starts with an empty list.
-    VistamoGlobal::fileDataList.clear();
+}
+
+/// Tells all workers to stop and waits for them, but not for one that hangs; exports are finished.
+void ThumbsForm::endWorkers()
+{
+    const QDeadlineTimer deadline(longestExitMs);
+    const auto forAll = [this](const auto &action) {
+        action(loadImageThread);
+        action(decodedAhead);
+        action(processImageThread);
+        action(folderLoad);
+    };
+    forAll([](auto &worker) { worker.stop(); });
+    forAll([&](auto &worker) { worker.end(deadline); });
+    StoppableThread::endReleased(deadline);
+    finishExports();
 }
 
 void ThumbsForm::layoutThumbsPage()
@@ -171,9 +188,9 @@ void ThumbsForm::setUpViews()
     ui->mainListView->setEditTriggers(QAbstractItemView::NoEditTriggers);
     ui->mainListView->setDragEnabled(false);
     ui->mainListView->setItemDelegate(new ThumbnailDelegate(this));
-    ui->mainListView->setModel(&mainModel);
+    ui->mainListView->setModel(&fileList.list());
 
-    ui->galleryTableView->setModel(&galleryModel);
+    ui->galleryTableView->setModel(&fileList.strip());
     ui->galleryTableView->setEditTriggers(QAbstractItemView::NoEditTriggers);
     ui->galleryTableView->setDragEnabled(false);
     ui->galleryTableView->setIconSize(QSize(stripIconSize, stripIconSize));
@@ -252,9 +269,21 @@ void ThumbsForm::connectViews()
     connect(&folderWatch, SIGNAL(directoryChanged(QString)), SLOT(showDirModified(QString)));
     connect(&folderWatch, &FolderWatch::changed, this, &ThumbsForm::reloadChangedFolder);
 
-    connect(thumbnailMaker.get(), SIGNAL(made(ThumbnailAnswer)), SLOT(onThumbnailMade(ThumbnailAnswer)));
-    connect(&thumbnailIcons, SIGNAL(lostPictures()), SLOT(onLostPictures()));
-    connect(&thumbnailIcons, SIGNAL(repaintNeeded()), SLOT(onThumbnailRepaintNeeded()));
+    connect(&folderLoad, &FolderLoad::cutShort, &fileList, &FileList::clear);
+    connect(&folderLoad, &FolderLoad::began, &fileList, &FileList::begin);
+    connect(&folderLoad, SIGNAL(shown(QString)), SLOT(onFolderShown(QString)));
+    connect(&folderLoad, SIGNAL(filesFound(FoundFiles)), SLOT(onFilesFound(FoundFiles)));
+    connect(&folderLoad, SIGNAL(enumFilesFinish(int)), SLOT(onEnumFilesFinish(int)));
+    connect(&folderLoad, SIGNAL(currentColumnChanged(int)), SLOT(onCurrentColumnChanged(int)));
+    connect(&folderLoad, SIGNAL(walkEnded()), SLOT(onLoadFolderFinish()));
+    connect(&folderLoad, SIGNAL(thumbnailsFound(QList<ThumbnailAnswer>)),
+            SLOT(onThumbnailsFound(QList<ThumbnailAnswer>)));
+    connect(&folderLoad, SIGNAL(thumbnailMade(ThumbnailAnswer)), SLOT(onThumbnailMade(ThumbnailAnswer)));
+    connect(&folderLoad, SIGNAL(thumbnailsEnded()), SLOT(onLoadThumbnailFinish()));
+    connect(&fileList, &FileList::sizesChanged, ui->mainListView, &QListView::doItemsLayout);
+    connect(&fileList, &FileList::itemMissing, &folderLoad, &FolderLoad::stopThumbnails);
+    connect(&fileList.icons(), SIGNAL(lostPictures()), SLOT(onLostPictures()));
+    connect(&fileList.icons(), SIGNAL(repaintNeeded()), SLOT(onThumbnailRepaintNeeded()));
 }
 
 void ThumbsForm::openThumbnailDatabase()

@@ -51,7 +51,7 @@ QStringList ThumbsForm::chosenFiles() const
         return ticks.files();
     QStringList files;
     for (const QModelIndex &index : ui->mainListView->selectionModel()->selectedIndexes()) {
-        if (const TFileRecord *const record = recordAt(index.row()))
+        if (const TFileRecord *const record = fileList.at(index.row()))
             files.append(record->fullPath);
     }
     return files;
@@ -151,9 +151,9 @@ void ThumbsForm::showFileCopiedMessage(int count, const QString &folder)
 
 void ThumbsForm::onRenameAction()
 {
-    qDebug() << "currentPath: " << currentPath;
+    qDebug() << "currentPath: " << folderLoad.path();
     const QModelIndexList selected = ui->mainListView->selectionModel()->selectedIndexes();
-    const TFileRecord *const record = selected.isEmpty() ? nullptr : recordAt(selected.first().row());
+    const TFileRecord *const record = selected.isEmpty() ? nullptr : fileList.at(selected.first().row());
     if (!record)
         return;
     VistamoRenameDialog dialog;
@@ -166,12 +166,12 @@ void ThumbsForm::on_deleteButton_clicked()
 {
     deleteFileList.clear();
     if (ui->showCheckboxButton->isChecked()) {
-        qDebug() << "CurrentPath" << currentPath;
-        for (const QString &file : ticks.filesOf(currentPath))
+        qDebug() << "CurrentPath" << folderLoad.path();
+        for (const QString &file : ticks.filesOf(folderLoad.path()))
             deleteFileList.append({file, -1});
     } else {
         for (const QModelIndex &index : ui->mainListView->selectionModel()->selectedIndexes()) {
-            if (const TFileRecord *const record = recordAt(index.row()))
+            if (const TFileRecord *const record = fileList.at(index.row()))
                 deleteFileList.append({record->fullPath, index.row()});
         }
     }
@@ -205,5 +205,5 @@ void ThumbsForm::on_fileDeleted(QList<VistamoGlobal::TFileData> deletedFileList)
     checkDeleteButton();
     folderWatch.clearSkip();
     if (!deletedFileList.isEmpty())
-        folderWatch.reportSoon(currentPath);
+        folderWatch.reportSoon(folderLoad.path());
 }

@@ -34,17 +34,16 @@ void ThumbsForm::onAddFolder(QString path, QString fileName)
     loadImage(path + QLatin1Char('/') + fileName);
     ui->galleryTableView->selectColumn(0);
     VistamoGlobal::selectedFileName.clear();
-    qDebug() << "currentPath: " << currentPath;
+    qDebug() << "currentPath: " << folderLoad.path();
     qDebug() << "path: " << path;
-    if (NativeCaselessPath(currentPath) != NativeCaselessPath(path)) {
+    if (NativeCaselessPath(folderLoad.path()) != NativeCaselessPath(path)) {
         VistamoGlobal::selectedFileName = fileName;
     } else {
         // The last match counts where names differ by case alone.
-        for (int row = 0; row < VistamoGlobal::fileDataList.size(); ++row) {
-            if (VistamoGlobal::fileDataList[row].fileName.compare(fileName, Qt::CaseInsensitive) == 0) {
-                ui->galleryTableView->selectColumn(row);
-                selectedImageIndex = row;
-            }
+        const int row = fileList.lastRowNamed(fileName);
+        if (row >= 0) {
+            ui->galleryTableView->selectColumn(row);
+            selectedImageIndex = row;
         }
     }
     onAddFolder(path);
@@ -92,9 +91,9 @@ void ThumbsForm::onNeedToMoveitem(int oldPos, int newPos)
     ui->sideTreeView->setCurrentIndex(folders.model().index(newPos, 0));
 
     const QString path = folders.pathAt(newPos);
-    qDebug() << "oldPath: " << oldPath;
+    qDebug() << "oldPath: " << folderLoad.askedFor();
     qDebug() << "newPos Path: " << path;
-    if (oldPath.compare(path, Qt::CaseInsensitive) != 0)
+    if (CaselessPath(folderLoad.askedFor()) != CaselessPath(path))
         loadFolder(path);
 }
 
@@ -104,12 +103,17 @@ void ThumbsForm::on_openFileMinButton_clicked()
     if (selected.isEmpty())
         return;
     const QString path = folders.pathAt(selected.first().row());
-    if (!VistamoGlobal::vistamoLoadFolderThreadStat) {
+    if (folderLoad.isWalking())
+        folderLoad.stopForRemoval(path);
+    else
         removeFolder(path);
-        return;
-    }
-    pendingFolderRemoval = path;
-    stopFolderThread();
+}
+
+void ThumbsForm::onLoadFolderFinish()
+{
+    qDebug() << "onLoadFolderFinish Start";
+    removeFolder(folderLoad.takePendingRemoval());
+    qDebug() << "onLoadFolderFinish End";
 }
 
 void ThumbsForm::removeFolder(const QString &path)
@@ -134,34 +138,22 @@ void ThumbsForm::checkEmptyFolderList()
         return;
     showList(false);
     ui->sideTreeView->hide();
-    stopThumbnailThread();
-    reloadWanted = false;
-    clearFiles();
-    oldPath.clear();
-    currentPath.clear();
+    folderLoad.leave();
+    fileList.clear();
     ui->pathValueLabel->clear();
     ui->pathWidget->hide();
     ui->openFileMinButton->setEnabled(false);
     ui->slideShowButton->setEnabled(false);
 }
 
-/// Shows the list of thumbnails, or in its place the frame that asks for a folder.
-void ThumbsForm::showList(bool visible)
-{
-    ui->noItemFrame->setVisible(!visible);
-    ui->mainListView->setVisible(visible);
-}
-
 void ThumbsForm::showDirModified(QString str)
 {
-    folderWatch.directoryModified(str, oldPath);
+    folderWatch.directoryModified(str, folderLoad.askedFor());
 }
 
 /// Reads the folder on show again, unless another one has been chosen since it changed.
 void ThumbsForm::reloadChangedFolder(const QString &path)
 {
-    if (oldPath.compare(path, Qt::CaseInsensitive) != 0)
-        return;
-    oldPath.clear();
-    loadFolder(path);
+    if (CaselessPath(folderLoad.askedFor()) == CaselessPath(path))
+        folderLoad.showAgain(path);
 }

@@ -2,8 +2,6 @@
 
 #include "ui_ThumbsForm.h"
 
-#include <QScrollBar>
-
 void ThumbsForm::onClickListView(QModelIndex index)
 {
     if (index.column() == selectedImageIndex)
@@ -24,17 +22,4 @@ void ThumbsForm::on_galleryButton_clicked()
     }
     resizeSelectedImage();
     placeNavigationButtons();
-}
-
-/// Makes a change to the strip's columns without losing its selected column and its scroll position.
-void ThumbsForm::keepStripInPlace(const std::function<void()> &change)
-{
-    const QModelIndexList selected = ui->galleryTableView->selectionModel()->selectedIndexes();
-    const int column = selected.isEmpty() ? -1 : selected.first().column();
-    QScrollBar *const bar = ui->galleryTableView->horizontalScrollBar();
-    const int position = bar->value();
-    change();
-    if (column >= 0)
-        ui->galleryTableView->selectColumn(column);
-    bar->setValue(position);
 }

@@ -34,9 +34,7 @@ void ThumbsForm::resizeEvent(QResizeEvent *)
         placeNavigationButtons();
     if (page != BrowserPage)
         resizeSelectedImage();
-    // The list does not flow again by itself: a row that comes and goes makes it.
-    mainModel.appendRow(new QStandardItem);
-    qDeleteAll(mainModel.takeRow(mainModel.rowCount() - 1));
+    fileList.reflow();
 }
 
 void ThumbsForm::on_aboutButton_clicked()
@@ -106,6 +104,5 @@ void ThumbsForm::onCloseToolWidget()
     stackedLayout->setCurrentIndex(BrowserPage);
     imagesToPdfForm->deleteLater();
     emit changeTitle(VistamoGlobal().getAppTitle());
-    oldPath.clear();
-    loadFolder(currentPath);
+    folderLoad.reload();
 }

@@ -11,7 +11,7 @@
 
 void ThumbsForm::on_slideShowButton_clicked()
 {
-    if (VistamoGlobal::fileDataList.isEmpty())
+    if (fileList.count() == 0)
         return;
     widgetShown = false;
     emit enterFullScreen();

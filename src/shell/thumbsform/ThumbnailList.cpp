@@ -1,7 +1,6 @@
 #include "shell/ThumbsForm.h"
 
 #include "shared/ColourScheme.h"
-#include "shared/PathIdentity.h"
 #include "ui_ThumbsForm.h"
 
 #include <QFileInfo>
@@ -26,9 +25,7 @@ void ThumbsForm::onContentScrolledEvent(int value)
 
 void ThumbsForm::tellScrollPosition()
 {
-    if (loadThumbnailThread.isActive())
-        loadThumbnailThread->setScrollPosition(VistamoGlobal::scrollPositionRatio,
-                                               static_cast<int>(VistamoGlobal::fileDataList.size()));
+    folderLoad.setScrollPosition(VistamoGlobal::scrollPositionRatio, fileList.count());
 }
 
 void ThumbsForm::onRightMouseButtonPressEvent(QPoint pos)
@@ -77,8 +74,7 @@ void ThumbsForm::on_hideCheckboxButton_clicked()
 void ThumbsForm::setCheckboxVisible(bool visible)
 {
     VistamoGlobal::showCheckbox = visible;
-    oldPath.clear();
-    loadFolder(currentPath);
+    folderLoad.reload();
     ui->showCheckboxButton->setChecked(visible);
     ui->hideCheckboxButton->setChecked(!visible);
     checkDeleteButton();
@@ -94,8 +90,8 @@ void ThumbsForm::checkDeleteButton()
 
 void ThumbsForm::onClickedListView(QModelIndex index)
 {
-    const QStandardItem *const item = mainModel.itemFromIndex(index);
-    const TFileRecord *const record = recordAt(index.row());
+    const QStandardItem *const item = fileList.list().itemFromIndex(index);
+    const TFileRecord *const record = fileList.at(index.row());
     if (!ui->showCheckboxButton->isChecked() || !item || !record)
         return;
     // Qt has applied the click by now; one beside the box repeats the present state.
@@ -116,23 +112,12 @@ void ThumbsForm::onDoubleClickListView(QModelIndex index)
 void ThumbsForm::removeItemFromList(QString path)
 {
     qDebug() << "removeItemFromList: ";
-    QList<TFileRecord> &records = VistamoGlobal::fileDataList;
-    const QFileInfo info(path);
-    const QString fileName = info.fileName();
-    const auto match = std::find_if(records.cbegin(), records.cend(), [&](const TFileRecord &record) {
-        return record.fileName.compare(fileName, Qt::CaseInsensitive) == 0
-               && NativeCaselessPath(record.fullPath) == NativeCaselessPath(path);
-    });
-    if (match == records.cend())
+    if (!fileList.remove(path))
         return;
-    const int row = static_cast<int>(match - records.cbegin());
-    mainModel.removeRow(row);
-    // The strip has a single row: wanted like this, until the folder is read again.
-    galleryModel.removeRow(row);
-    records.erase(match);
     // Rows that a walk still adds go by its own count.
-    if (VistamoGlobal::vistamoLoadFolderThreadStat)
-        folderWatch.reportSoon(currentPath);
+    if (folderLoad.isWalking())
+        folderWatch.reportSoon(folderLoad.path());
+    const QFileInfo info(path);
     ticks.set(info.path(), info.fileName(), false);
     checkDeleteButton();
 }
@@ -150,7 +135,6 @@ void ThumbsForm::applyListStyleSheet()
 void ThumbsForm::applyThemeChange()
 {
     applyListStyleSheet();
-    thumbnailIcons.clearSquares();
-    oldPath.clear();
-    loadFolder(currentPath);
+    fileList.icons().clearSquares();
+    folderLoad.reload();
 }

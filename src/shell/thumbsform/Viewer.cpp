@@ -26,23 +26,16 @@ ImageRequest fileOf(const TFileRecord &record)
 
 } // namespace
 
-/// The file in `row`, or null if the list has no such row (any more).
-const TFileRecord *ThumbsForm::recordAt(int row) const
-{
-    const QList<TFileRecord> &records = VistamoGlobal::fileDataList;
-    return row >= 0 && row < records.size() ? &records[row] : nullptr;
-}
-
 void ThumbsForm::loadImage()
 {
-    if (const TFileRecord *const record = recordAt(selectedImageIndex))
+    if (const TFileRecord *const record = fileList.at(selectedImageIndex))
         loadImage(record->fullPath);
 }
 
 void ThumbsForm::loadImage(const QString &path)
 {
     viewerClosed = false;
-    const bool hasNeighbours = VistamoGlobal::fileDataList.size() >= 2;
+    const bool hasNeighbours = fileList.count() >= 2;
     ui->backButton->setVisible(hasNeighbours);
     ui->forwardButton->setVisible(hasNeighbours);
     stackedLayout->setCurrentIndex(ViewerPage);
@@ -68,7 +61,7 @@ void ThumbsForm::loadSelectedImage(const QString &path)
     if (loadImageThread.isActive() && loadImageThread->hangs())
         replaceHangingLoader();
     ImageRequest request = {path};
-    if (const TFileRecord *const record = recordAt(selectedImageIndex); record && record->fullPath == path)
+    if (const TFileRecord *const record = fileList.at(selectedImageIndex); record && record->fullPath == path)
         request = decodedAhead.request(fileOf(*record));
     if (loadImageThread.isActive())
         loadImageThread->addFile(request);
@@ -80,11 +73,8 @@ void ThumbsForm::loadSelectedImage(const QString &path)
 /// The thumbnail of the file, cut out of its square; null if the list has none for it.
 QPixmap ThumbsForm::placeholder(const QString &path) const
 {
-    const TFileRecord *const record = recordAt(selectedImageIndex);
-    const QStandardItem *const item = mainModel.item(selectedImageIndex, 0);
-    if (!record || !item || record->fullPath != path)
-        return {};
-    return item->icon().pixmap(QSize(maxIconSize, maxIconSize), 1.0).copy(record->imageRect);
+    const TFileRecord *const record = fileList.at(selectedImageIndex);
+    return record && record->fullPath == path ? fileList.thumbnail(selectedImageIndex) : QPixmap();
 }
 
 /// Leaves a loader behind whose drive does not answer, and goes on with what waits behind that picture.
@@ -136,11 +126,11 @@ void ThumbsForm::onLoadImageFinished()
 void ThumbsForm::decodeNeighbours()
 {
     QList<ImageRequest> files;
-    const int count = static_cast<int>(VistamoGlobal::fileDataList.size());
+    const int count = fileList.count();
     const int next = nextIndex(selectedImageIndex, count);
     const int previous = previousIndex(selectedImageIndex, count);
     for (const int row : {steppedBack ? previous : next, steppedBack ? next : previous}) {
-        if (const TFileRecord *const record = recordAt(row);
+        if (const TFileRecord *const record = fileList.at(row);
             record && !viewerClosed && row != selectedImageIndex)
             files.append(fileOf(*record));
     }
@@ -209,13 +199,13 @@ void ThumbsForm::onLoadHighQualityTimer()
 void ThumbsForm::showNextImage()
 {
     steppedBack = false;
-    stepTo(nextIndex(selectedImageIndex, static_cast<int>(VistamoGlobal::fileDataList.size())));
+    stepTo(nextIndex(selectedImageIndex, fileList.count()));
 }
 
 void ThumbsForm::showPreviousImage()
 {
     steppedBack = true;
-    stepTo(previousIndex(selectedImageIndex, static_cast<int>(VistamoGlobal::fileDataList.size())));
+    stepTo(previousIndex(selectedImageIndex, fileList.count()));
 }
 
 void ThumbsForm::stepTo(int index)

@@ -1,0 +1,97 @@
+#pragma once
+
+#include "library/ThumbnailIcons.h"
+#include "library/VistamoLoadFolderThread.h"
+
+#include <QObject>
+#include <QPixmap>
+#include <QStandardItemModel>
+
+#include <functional>
+
+/// The files of the folder on show: their records, the rows of the list, the columns of the strip, and the
+/// icons of both. GUI thread.
+///
+/// It alone writes `VistamoGlobal::fileDataList`. Entry i and row i are the same file whenever one of its
+/// functions has returned. Column i is so from the end of a walk until a file leaves: the strip is filled
+/// again by the next walk.
+class FileList : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// What the list asks of those who know it.
+    struct Surroundings
+    {
+        /// True if the file is ticked; ticks come with the thumbnails.
+        std::function<bool(const TFileRecord &file)> isTicked;
+
+        /// Makes a change to the strip's columns during which its view loses its place.
+        std::function<void(const std::function<void()> &change)> keepStripInPlace;
+    };
+
+    explicit FileList(Surroundings surroundings, QObject *parent = nullptr);
+    ~FileList() override;
+
+    QStandardItemModel &list() { return mainModel; }     ///< a row a file
+    QStandardItemModel &strip() { return galleryModel; } ///< a column a file
+    ThumbnailIcons &icons() { return thumbnailIcons; }
+
+    /// From here on only what belongs to this load is taken in.
+    void begin(LoadNumber load) { currentLoad = load; }
+
+    /// Takes in what a walk has found: rows of an earlier walk are used again, others are added, and after
+    /// the last batch what is left over goes. False if it belongs to another load.
+    /// @param checkable whether the rows have check boxes
+    bool take(const FoundFiles &files, bool checkable);
+
+    /// Gives the file of an answer its icon and its tick, wherever its row is by now; nothing if it has left
+    /// or the answer belongs to another load.
+    void take(const ThumbnailAnswer &answer);
+
+    /// Empties the list.
+    void clear();
+
+    /// Takes a file out of the list, whatever the case of its path. False if it is not there. The strip has a
+    /// single row: it loses all or nothing.
+    bool remove(const QString &path);
+
+    [[nodiscard]] int count() const { return static_cast<int>(VistamoGlobal::fileDataList.size()); }
+
+    /// The file in a row; null if the list has no such row (any more).
+    [[nodiscard]] const TFileRecord *at(int row) const;
+
+    /// The row of the file of this path, its name in exactly this case; -1 for none.
+    [[nodiscard]] int rowOf(const QString &path) const;
+
+    /// The last row with a file of this name, whatever its case; -1 for none.
+    [[nodiscard]] int lastRowNamed(const QString &fileName) const;
+
+    /// The thumbnail of the file in a row, cut out of its square; null for no row.
+    [[nodiscard]] QPixmap thumbnail(int row) const;
+
+    /// Has the list's view place its items anew: a row comes and goes.
+    void reflow();
+
+signals:
+    /// Items may have other sizes, in the same places.
+    void sizesChanged();
+
+    /// An answer has met a row without an item.
+    void itemMissing();
+
+private:
+    void restoreStrip();
+    void addRows(const FoundFiles &files, bool checkable);
+    bool updateRow(int row, const TFileRecord &record, bool checkable);
+    void removeRowsFrom(int row);
+    int rowOf(const ThumbnailAnswer &answer) const;
+    void assertInStep() const;
+
+    const Surroundings surroundings;
+    LoadNumber currentLoad;
+    QStandardItemModel mainModel;
+    QStandardItemModel galleryModel;
+    ThumbnailIcons thumbnailIcons;
+    bool fileHasLeft = false; ///< since the strip was filled
+};

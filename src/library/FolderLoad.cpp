@@ -1,0 +1,197 @@
+#include "library/FolderLoad.h"
+
+#include "shared/PathIdentity.h"
+
+#include <QtDebug>
+
+namespace {
+
+// Threads that are told to stop end at once; one that is held up by a dead network drive is left behind.
+constexpr int longestEndMs = 1000;
+
+} // namespace
+
+FolderLoad::FolderLoad(QObject *parent)
+    : QObject(parent)
+    , thumbnailMaker(std::make_unique<ThumbnailMaker>())
+{
+    refreshTimer.setSingleShot(true);
+    refreshTimer.setInterval(longestEndMs);
+    connect(&refreshTimer, &QTimer::timeout, this, &FolderLoad::onRefreshTimer);
+    connect(thumbnailMaker.get(), &ThumbnailMaker::made, this, [this](const ThumbnailAnswer &answer) {
+        madeAgain -= answer.again;
+        emit thumbnailMade(answer);
+    });
+}
+
+FolderLoad::~FolderLoad()
+{
+    VistamoGlobal::vistamoLoadFolderThreadStat = false;
+}
+
+FolderLoad::State FolderLoad::state() const
+{
+    if (!loadFolderThread.isActive() && !loadThumbnailThread.isActive())
+        return State::Idle;
+    if (reloadWanted)
+        return State::Stopping;
+    return isWalking() ? State::Running : State::Painting;
+}
+
+void FolderLoad::show(const QString &path)
+{
+    qDebug() << "loadFolder: " << path;
+    qDebug() << "oldPath: " << oldPath;
+    if (ExactPath(oldPath) == ExactPath(path))
+        return;
+
+    oldPath = currentPath = path;
+    emit shown(path);
+    qDebug() << "VistamoGlobal::vistamoLoadFolderThreadStat: " << VistamoGlobal::vistamoLoadFolderThreadStat;
+    qDebug() << "vistamoLoadThumbnailThreadStat: " << loadThumbnailThread.isActive();
+    if (state() == State::Idle) {
+        startThreads();
+        return;
+    }
+    reloadWanted = true;
+    loadFolderThread.stop();
+    stopThumbnails();
+}
+
+void FolderLoad::showAgain(const QString &path)
+{
+    oldPath.clear();
+    show(path);
+}
+
+void FolderLoad::leave()
+{
+    stopThumbnails();
+    reloadWanted = false;
+    oldPath.clear();
+    currentPath.clear();
+}
+
+void FolderLoad::stopForRemoval(const QString &path)
+{
+    pendingFolderRemoval = path;
+    loadFolderThread.stop();
+    waitForStoppedThreads();
+}
+
+void FolderLoad::startThreads()
+{
+    reloadWanted = false;
+    currentLoad = currentLoad.next();
+    emit began(currentLoad);
+    startThumbnails();
+    startWalk();
+}
+
+void FolderLoad::startWalk()
+{
+    VistamoGlobal::vistamoLoadFolderThreadStat = true;
+    using Thread = VistamoLoadFolderThread;
+    loadFolderThread.set(std::make_unique<Thread>(currentLoad, currentPath, VistamoGlobal::selectedFileName));
+    loadFolderThread.on(&Thread::filesFound, [this](const FoundFiles &files) { emit filesFound(files); });
+    loadFolderThread.on(&Thread::currentColumnChanged, [this](int col) { emit currentColumnChanged(col); });
+    loadFolderThread.on(&Thread::enumFilesFinish, [this](int count) {
+        emit enumFilesFinish(count);
+        if (loadThumbnailThread.isActive())
+            loadThumbnailThread->setEnumFinished();
+    });
+    loadFolderThread.start(QThread::InheritPriority, [this](Thread &) {
+        walkHasEnded();
+        goOn();
+    });
+}
+
+void FolderLoad::startThumbnails()
+{
+    if (loadThumbnailThread.isActive())
+        return;
+    using Thread = VistamoLoadThumbnailThread;
+    loadThumbnailThread.set(std::make_unique<Thread>(currentLoad, thumbnailMaker.get()));
+    loadThumbnailThread.on(&Thread::thumbnailsFound,
+                           [this](const QList<ThumbnailAnswer> &found) { emit thumbnailsFound(found); });
+    loadThumbnailThread.start(QThread::InheritPriority, [this](Thread &) {
+        emit thumbnailsEnded();
+        goOn();
+    });
+}
+
+void FolderLoad::stopThumbnails()
+{
+    loadThumbnailThread.stop();
+    waitForStoppedThreads();
+}
+
+void FolderLoad::requestThumbnail(const QFileInfo &info, int row)
+{
+    if (loadThumbnailThread.isActive())
+        loadThumbnailThread->addRequest(info, row);
+}
+
+void FolderLoad::setScrollPosition(float ratio, int files)
+{
+    if (loadThumbnailThread.isActive())
+        loadThumbnailThread->setScrollPosition(ratio, files);
+}
+
+void FolderLoad::makeAgain(const TThumbnailRequest &request, ThumbnailMaker::Storing storing)
+{
+    ++madeAgain;
+    thumbnailMaker->makeAgain(currentLoad, request, storing);
+}
+
+/// Gives threads that were told to stop a moment to end.
+void FolderLoad::waitForStoppedThreads()
+{
+    refreshTimer.start();
+}
+
+void FolderLoad::onRefreshTimer()
+{
+    if (loadThumbnailThread.isStopping())
+        loadThumbnailThread.leaveBehind();
+    if (loadFolderThread.isStopping()) {
+        loadFolderThread.leaveBehind();
+        walkHasEnded();
+    }
+    goOn();
+}
+
+void FolderLoad::walkHasEnded()
+{
+    VistamoGlobal::vistamoLoadFolderThreadStat = false;
+    // The walk was cut short, so the folder on show is to be read again if it stays.
+    if (!pendingFolderRemoval.isEmpty())
+        oldPath.clear();
+    emit walkEnded();
+}
+
+/// The second half of a load that had to stop another: of several folders asked for meanwhile the last
+/// counts.
+void FolderLoad::goOn()
+{
+    if (loadFolderThread.isActive() || loadThumbnailThread.isActive() || !reloadWanted)
+        return;
+    emit cutShort();
+    startThreads();
+}
+
+void FolderLoad::stop()
+{
+    loadFolderThread.stop();
+    loadThumbnailThread.stop();
+}
+
+void FolderLoad::end(QDeadlineTimer deadline)
+{
+    loadFolderThread.end(deadline);
+    loadThumbnailThread.end(deadline);
+    // A thread that hangs may come back to the maker.
+    StoppableThread::someLeftBehind |= !thumbnailMaker->finish(static_cast<int>(deadline.remainingTime()));
+    if (StoppableThread::someLeftBehind)
+        static_cast<void>(thumbnailMaker.release());
+}

@@ -1,0 +1,115 @@
+#pragma once
+
+#include "library/ThumbnailMaker.h"
+#include "library/VistamoLoadFolderThread.h"
+#include "library/VistamoLoadThumbnailThread.h"
+#include "shared/Worker.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <memory>
+#include <utility>
+
+/// Reads the folder on show: a walk for its files and, beside it, the thumbnails that are asked for. GUI
+/// thread.
+///
+/// One load follows another only when both threads of the one before have ended; those that hang are left
+/// behind after a second. Of several folders asked for meanwhile the last counts. It alone writes
+/// `VistamoGlobal::vistamoLoadFolderThreadStat`.
+class FolderLoad : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum class State
+    {
+        Idle,
+        Running,  ///< the walk is going on
+        Painting, ///< the walk is over, thumbnails are still coming
+        Stopping  ///< another load begins when this one has ended
+    };
+
+    explicit FolderLoad(QObject *parent = nullptr);
+    ~FolderLoad() override;
+
+    [[nodiscard]] State state() const;
+    [[nodiscard]] bool isWalking() const { return loadFolderThread.isActive(); }
+
+    /// The folder on show, and the one last asked for: none while the same is to be read again.
+    [[nodiscard]] const QString &path() const { return currentPath; }
+    [[nodiscard]] const QString &askedFor() const { return oldPath; }
+
+    /// Makes `path` the folder on show; nothing if it is the one last asked for, letter for letter.
+    void show(const QString &path);
+
+    /// The same, and the one last asked for is read again.
+    void showAgain(const QString &path);
+    void reload() { showAgain(currentPath); }
+
+    /// Leaves the folder on show: there is none then.
+    void leave();
+
+    /// Stops the walk, so that a folder can leave the list when it has ended: `takePendingRemoval` gives it
+    /// then. The folder on show is read again if it stays.
+    void stopForRemoval(const QString &path);
+    [[nodiscard]] QString takePendingRemoval() { return std::exchange(pendingFolderRemoval, QString()); }
+
+    /// Starts the thread that finds thumbnails, unless it runs; gives up what is asked of it.
+    void startThumbnails();
+    void stopThumbnails();
+
+    /// Asks for the thumbnail of a file of the present load; rows come in ascending order.
+    void requestThumbnail(const QFileInfo &info, int row);
+
+    /// Tells what the user is looking at: see `VistamoLoadThumbnailThread::setScrollPosition`.
+    void setScrollPosition(float ratio, int files);
+
+    /// Makes a thumbnail once more whose picture is at hand no longer; not more at once than there are
+    /// processors.
+    [[nodiscard]] bool mayMakeAgain() const { return madeAgain < thumbnailMaker->processorCount(); }
+    void makeAgain(const TThumbnailRequest &request, ThumbnailMaker::Storing storing);
+
+    /// Leaves threads behind that were told to end and hang. Called by itself after a second.
+    void onRefreshTimer();
+
+    /// At the end of the program: tells the threads to end; waits for them and for what is being made.
+    void stop();
+    void end(QDeadlineTimer deadline);
+
+signals:
+    /// `path` has become the folder on show; its load is yet to begin.
+    void shown(const QString &path);
+
+    /// The load of before was cut short for the next one: what it has found goes.
+    void cutShort();
+    void began(LoadNumber load);
+
+    // Of the walk.
+    void filesFound(const FoundFiles &files);
+    void enumFilesFinish(int count);
+    void currentColumnChanged(int col);
+    void walkEnded(); ///< also of one that was left behind
+
+    void thumbnailsFound(const QList<ThumbnailAnswer> &answers);
+    void thumbnailMade(const ThumbnailAnswer &answer);
+    void thumbnailsEnded();
+
+private:
+    void startThreads();
+    void startWalk();
+    void waitForStoppedThreads();
+    void walkHasEnded();
+    void goOn();
+
+    LoadNumber currentLoad;
+    QString oldPath;
+    QString currentPath;
+    QString pendingFolderRemoval; ///< folder that leaves the list once the walk has ended
+    bool reloadWanted = false;    ///< as soon as both threads have ended
+    QTimer refreshTimer;          ///< runs while the threads are ending
+    int madeAgain = 0;            ///< in flight
+    std::unique_ptr<ThumbnailMaker> thumbnailMaker;
+    Worker<VistamoLoadThumbnailThread> loadThumbnailThread; ///< uses the maker
+    Worker<VistamoLoadFolderThread> loadFolderThread;
+};

@@ -1,0 +1,119 @@
+#include "shell/ThumbsForm.h"
+
+#include "ui_ThumbsForm.h"
+
+#include <QScrollBar>
+#include <QtDebug>
+
+void ThumbsForm::loadFolder(const QString &path)
+{
+    folderLoad.show(path);
+}
+
+/// Makes the page that of a folder whose load begins.
+void ThumbsForm::onFolderShown(const QString &path)
+{
+    ui->pathValueLabel->setText(path);
+    ui->pathWidget->show();
+    showList(true);
+    ui->openFileMinButton->setEnabled(true);
+    ui->slideShowButton->setEnabled(true);
+    ui->mainListView->verticalScrollBar()->setValue(0);
+}
+
+/// Shows the list of thumbnails, or in its place the frame that asks for a folder.
+void ThumbsForm::showList(bool visible)
+{
+    ui->noItemFrame->setVisible(!visible);
+    ui->mainListView->setVisible(visible);
+}
+
+void ThumbsForm::onFilesFound(const FoundFiles &files)
+{
+    if (!fileList.take(files, VistamoGlobal::showCheckbox))
+        return;
+    if (files.complete) {
+        // A folder on a drive that did not answer at the start is watched from its first walk on.
+        folderWatch.watch(files.path);
+        followShownFile();
+    }
+    tellScrollPosition();
+    for (qsizetype i = 0; i < files.infos.size(); ++i)
+        onRequestGetThumbnail(files.infos[i], files.firstRow + static_cast<int>(i));
+}
+
+/// Finds the file that the viewer shows again, once the list has been read anew.
+void ThumbsForm::followShownFile()
+{
+    const int row = viewerClosed ? -1 : fileList.rowOf(shownPath);
+    if (row < 0)
+        return;
+    selectedImageIndex = row;
+    ui->galleryTableView->selectColumn(row);
+}
+
+void ThumbsForm::onRequestGetThumbnail(QFileInfo info, int row)
+{
+    folderLoad.requestThumbnail(info, row);
+}
+
+void ThumbsForm::onEnumFilesFinish(int count)
+{
+    ui->pathValueLabel->setText(tr("Total: ") + QString::number(count) + tr("   Path: ") + folderLoad.path());
+}
+
+void ThumbsForm::onCurrentColumnChanged(int col)
+{
+    qDebug() << "onCurrentColumnChanged";
+    ui->mainListView->setCurrentIndex(fileList.list().index(col, 0));
+    ui->galleryTableView->selectColumn(col);
+    selectedImageIndex = col;
+}
+
+void ThumbsForm::onRefreshTimer()
+{
+    folderLoad.onRefreshTimer();
+}
+
+void ThumbsForm::startThumbnailThread()
+{
+    folderLoad.startThumbnails();
+}
+
+void ThumbsForm::onThumbnailsFound(const QList<ThumbnailAnswer> &answers)
+{
+    for (const ThumbnailAnswer &answer : answers)
+        fileList.take(answer);
+}
+
+void ThumbsForm::onThumbnailMade(const ThumbnailAnswer &answer)
+{
+    fileList.take(answer);
+    if (answer.again)
+        onLostPictures();
+}
+
+/// Has pictures made again that the list could not paint, a few at a time, the latest first.
+void ThumbsForm::onLostPictures()
+{
+    while (folderLoad.mayMakeAgain()) {
+        const auto source = fileList.icons().takeLost();
+        if (!source)
+            return;
+        using Storing = ThumbnailMaker::Storing;
+        folderLoad.makeAgain({QFileInfo(source->key.fullPath), source->row},
+                             source->stored ? Storing::AddBehindBroken : Storing::Leave);
+    }
+}
+
+void ThumbsForm::onLoadThumbnailFinish()
+{
+    qDebug() << "onLoadThumbnailFinish Start";
+    qDebug() << "onLoadThumbnailFinish End";
+}
+
+void ThumbsForm::onThumbnailRepaintNeeded()
+{
+    ui->mainListView->viewport()->update();
+    ui->galleryTableView->viewport()->update();
+}
