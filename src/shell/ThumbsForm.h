@@ -11,11 +11,11 @@
 #include "viewer/CropGeometry.h"
 #include "viewer/DecodedAhead.h"
 #include "viewer/DisplayedImage.h"
+#include "viewer/Exports.h"
 #include "viewer/ReducedPicture.h"
 #include "viewer/ViewGeometry.h"
 #include "viewer/VistamoLoadImageThread.h"
 #include "viewer/VistamoProcessImageThread.h"
-#include "viewer/VistamoSaveImageThread.h"
 
 #include <QItemSelection>
 #include <QMenu>
@@ -267,10 +267,6 @@ private:
     // Export
     void whenLoaded(const std::function<void()> &action);
     void exportImage(QPixmap picture);
-    QString askForExportPath();
-    void saveImage(const QPixmap &pixmap, const QString &path);
-    void startSaveImageThread(const QList<TSaveImageRequest> &requests);
-    void finishExports();
 
     // File operations
     QStringList chosenFiles() const;
@@ -357,7 +353,7 @@ private:
 
     // Export
     std::function<void()> actionWhenLoaded;
-    Worker<VistamoSaveImageThread> saveImageThread;
+    Exports exports;
 
     // File operations
     int moveMode = 0;           ///< 0 for copy, 1 for move

@@ -1,6 +1,7 @@
 #include "support/Failures.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
+#include "viewer/Exports.h"
 #include "viewer/VistamoSaveImageThread.h"
 
 #include <QtGui>
@@ -62,6 +63,30 @@ private slots:
         QFile::setPermissions(folder->path(), QFile::ReadOwner | QFile::ExeOwner);
         Failures::asNobody([this] { save({{QSize(9, 6), "old.png"}}); });
         QCOMPARE(QImage(path("old.png")).size(), QSize(90, 60));
+    }
+
+    void exportsGoOutInTurnToTheLast()
+    {
+        Exports exports;
+        QSignalSpy finished(&exports, &Exports::finished);
+        const auto add = [&](QSize size) {
+            exports.add(QPixmap::fromImage(Pictures::quarters(size)), path("a.png"));
+        };
+        exports.finish(); // nothing to wait for
+        add(QSize(900, 600));
+        add(QSize(20, 10));
+        while (QImage(path("a.png")).width() != 20) // without its end being heard of
+            QThread::msleep(1);
+        add(QSize(30, 10)); // asked for while the thread ends
+        QTRY_COMPARE(finished.size(), 1);
+        QVERIFY(!exports.saveImageThreadRunning());
+        QCOMPARE(QImage(path("a.png")).width(), 30);
+
+        add(QSize(900, 600));
+        add(QSize(40, 10));
+        QVERIFY(exports.saveImageThreadRunning());
+        exports.finish();
+        QCOMPARE(QImage(path("a.png")).width(), 40);
     }
 
 private:

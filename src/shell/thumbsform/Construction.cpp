@@ -96,7 +96,7 @@ void ThumbsForm::endWorkers()
     forAll([](auto &worker) { worker.stop(); });
     forAll([&](auto &worker) { worker.end(deadline); });
     StoppableThread::endReleased(deadline);
-    finishExports();
+    exports.finish();
 }
 
 void ThumbsForm::layoutThumbsPage()
@@ -265,6 +265,7 @@ void ThumbsForm::connectViews()
     connect(ui->imageLabel, SIGNAL(endDragImage()), SLOT(onEndDragImage()));
     connect(ui->imageLabel, SIGNAL(mouseMove(QPoint, QPoint)), SLOT(onMouseMove(QPoint, QPoint)));
     connect(ui->imageLabel, SIGNAL(mouseLeave()), SLOT(onMouseLeave()));
+    connect(&exports, SIGNAL(finished()), SLOT(onSaveImageFinished()));
 
     connect(&folderWatch, SIGNAL(directoryChanged(QString)), SLOT(showDirModified(QString)));
     connect(&folderWatch, &FolderWatch::changed, this, &ThumbsForm::reloadChangedFolder);

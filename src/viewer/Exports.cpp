@@ -1,0 +1,35 @@
+#include "viewer/Exports.h"
+
+void Exports::add(const QPixmap &picture, const QString &path)
+{
+    write({{picture, path}});
+}
+
+/// Hands requests to the thread that writes, or to a new one.
+void Exports::write(const QList<TSaveImageRequest> &requests)
+{
+    using Thread = VistamoSaveImageThread;
+    const bool running = saveImageThreadRunning();
+    if (!running)
+        saveImageThread.set(std::make_unique<Thread>());
+    for (const TSaveImageRequest &request : requests)
+        saveImageThread->addRequest(request.pixmap, request.fileName);
+    if (running)
+        return;
+    saveImageThread.start(QThread::InheritPriority, [this](Thread &ended) {
+        // What was asked for while the thread was ending is written all the same.
+        if (const auto waiting = ended.takeWaiting(); !waiting.isEmpty())
+            write(waiting);
+        else
+            emit finished();
+    });
+}
+
+void Exports::finish()
+{
+    const std::unique_ptr<VistamoSaveImageThread> thread = saveImageThread.part();
+    if (!thread)
+        return;
+    thread->wait();
+    thread->writeRequests(); // asked for while it was ending
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "shared/Worker.h"
+#include "viewer/VistamoSaveImageThread.h"
+
+#include <QObject>
+
+/// Writes exported pictures in the background, in the order in which they were asked for. GUI thread.
+class Exports : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Has a picture written; the suffix of the path says the format. What stands there stays if it fails.
+    void add(const QPixmap &picture, const QString &path);
+
+    /// True until `finished`.
+    [[nodiscard]] bool saveImageThreadRunning() const { return saveImageThread.isActive(); }
+
+    /// At the end of the program: waits until everything that was asked for is written.
+    void finish();
+
+signals:
+    /// Nothing is left to write.
+    void finished();
+
+private:
+    void write(const QList<TSaveImageRequest> &requests);
+
+    Worker<VistamoSaveImageThread> saveImageThread;
+};
