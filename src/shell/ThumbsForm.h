@@ -8,6 +8,7 @@
 #include "library/Ticks.h"
 #include "shared/VistamoGlobal.h"
 #include "shared/Worker.h"
+#include "viewer/Adjustments.h"
 #include "viewer/CropGeometry.h"
 #include "viewer/DecodedAhead.h"
 #include "viewer/DisplayedImage.h"
@@ -15,7 +16,6 @@
 #include "viewer/ReducedPicture.h"
 #include "viewer/ViewGeometry.h"
 #include "viewer/VistamoLoadImageThread.h"
-#include "viewer/VistamoProcessImageThread.h"
 
 #include <QItemSelection>
 #include <QMenu>
@@ -261,9 +261,6 @@ private:
     void moveOverCrop(QPoint point, QPoint localPoint);
     void setCropSide(void (QRect::*set)(int), int value);
 
-    // Colour adjustments
-    void requestFilteredView(bool highQuality);
-
     // Export
     void whenLoaded(const std::function<void()> &action);
     void exportImage(QPixmap picture);
@@ -342,13 +339,8 @@ private:
     QPoint cropDragPos;            ///< on the screen, at the last step of the drag
     bool updatingCropRect = false; ///< the spin boxes follow and do not lead
 
-    // Colour adjustments; the values last sent by the dialog
-    bool adjustmentsActive = false; ///< the view comes from `processImageThread`
-    int contrast = 0;
-    int brightness = 0;
-    int gamma = 0;
-    int invertColours = 0;
-    Worker<VistamoProcessImageThread> processImageThread;
+    // Colour adjustments
+    Adjustments adjustments;
     VistamoFilterDialog *filterDialog = nullptr; ///< made once and kept
 
     // Export

@@ -72,36 +72,18 @@ void ThumbsForm::showFilterDialog(int)
 
 void ThumbsForm::startProcessImageThread()
 {
-    if (processImageThread.isActive())
-        return;
-    using Thread = VistamoProcessImageThread;
-    processImageThread.set(std::make_unique<Thread>());
-    processImageThread.on(&Thread::resultAvailable,
-                          [this](const QImage &image) { on_filterResultAvailable(image); });
-    processImageThread.start(QThread::InheritPriority, [this](Thread &) { on_filterFinished(); });
+    adjustments.start();
 }
 
 void ThumbsForm::stopProcessImageThread()
 {
-    if (processImageThread.isActive())
-        processImageThread->setFinishRequested();
+    adjustments.requestFinish();
 }
 
 void ThumbsForm::on_filterFinished()
 {
-    // The dialog was opened again while the thread was ending.
-    if (adjustmentsActive) {
-        startProcessImageThread();
+    if (adjustments.isActive())
         drawSelectedImage(false);
-    }
-}
-
-/// Has the view worked out with the settings of the dialog.
-void ThumbsForm::requestFilteredView(bool highQuality)
-{
-    if (processImageThread.isActive())
-        processImageThread->addRequest({selectedImage, highQuality ? 1 : 0, displayedImage.width(), contrast,
-                                        brightness, gamma, invertColours, devicePixelRatio()});
 }
 
 void ThumbsForm::on_filterResultAvailable(QImage image)
@@ -115,32 +97,25 @@ void ThumbsForm::on_filterResultAvailable(QImage image)
 
 void ThumbsForm::on_adjustmentsVisible(bool stat)
 {
-    adjustmentsActive = stat;
+    adjustments.setActive(stat);
 }
 
 void ThumbsForm::on_setFilter(int contrast, int brightness, int gamma, int invertColours)
 {
-    this->contrast = contrast;
-    this->brightness = brightness;
-    this->gamma = gamma;
-    this->invertColours = invertColours;
+    adjustments.setFilter(contrast, brightness, gamma, invertColours);
     drawSelectedImage(false);
 }
 
 void ThumbsForm::on_filterDialogApplyChanges()
 {
     qDebug() << "on_applyChanges";
-    adjustmentsActive = false;
-    selectedImage = QPixmap::fromImage(
-        ColourFilters::applyAdjustments(selectedImage.toImage(), contrast, brightness, gamma, invertColours));
+    selectedImage = QPixmap::fromImage(adjustments.apply(selectedImage.toImage()));
     drawSelectedImage(false);
-    stopProcessImageThread();
 }
 
 void ThumbsForm::on_filterDialogCancelChanges()
 {
-    adjustmentsActive = false;
+    adjustments.cancel();
     displayedImage = {scaledToWidth(selectedImage.size(), displayedImage.width())};
     drawSelectedImage(false);
-    stopProcessImageThread();
 }

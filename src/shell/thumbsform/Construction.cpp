@@ -90,7 +90,7 @@ void ThumbsForm::endWorkers()
     const auto forAll = [this](const auto &action) {
         action(loadImageThread);
         action(decodedAhead);
-        action(processImageThread);
+        action(adjustments);
         action(folderLoad);
     };
     forAll([](auto &worker) { worker.stop(); });
@@ -265,6 +265,8 @@ void ThumbsForm::connectViews()
     connect(ui->imageLabel, SIGNAL(endDragImage()), SLOT(onEndDragImage()));
     connect(ui->imageLabel, SIGNAL(mouseMove(QPoint, QPoint)), SLOT(onMouseMove(QPoint, QPoint)));
     connect(ui->imageLabel, SIGNAL(mouseLeave()), SLOT(onMouseLeave()));
+    connect(&adjustments, SIGNAL(resultAvailable(QImage)), SLOT(on_filterResultAvailable(QImage)));
+    connect(&adjustments, SIGNAL(finished()), SLOT(on_filterFinished()));
     connect(&exports, SIGNAL(finished()), SLOT(onSaveImageFinished()));
 
     connect(&folderWatch, SIGNAL(directoryChanged(QString)), SLOT(showDirModified(QString)));

@@ -144,8 +144,8 @@ void ThumbsForm::drawSelectedImage(bool highQuality)
     scaleFactor = static_cast<double>(displayedImage.width()) / selectedImage.width();
     ui->percentResizeLabel->setText(percentText(scaleFactor));
     qDebug() << "drawSelectedImage: " << highQuality;
-    if (adjustmentsActive) {
-        requestFilteredView(highQuality);
+    if (adjustments.isActive()) {
+        adjustments.request(selectedImage, displayedImage.width(), highQuality, devicePixelRatio());
         return;
     }
     if (highQuality)

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "shared/Worker.h"
+#include "viewer/VistamoProcessImageThread.h"
+
+#include <QObject>
+
+/// The settings of the adjustments dialog, and the view through them, which is worked out in the background
+/// while the dialog is open. GUI thread.
+class Adjustments : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// While the dialog is open the view comes by `resultAvailable`.
+    void setActive(bool on) { adjustmentsActive = on; }
+    [[nodiscard]] bool isActive() const { return adjustmentsActive; }
+
+    /// Starts the thread that requests go to, unless it runs.
+    void start();
+
+    /// Lets the thread end as soon as nothing is left to do; `finished` tells of it.
+    void requestFinish();
+
+    /// The settings for the next request and for `apply`; they stay from one opening to the next.
+    void setFilter(int contrast, int brightness, int gamma, int invertColours);
+
+    /// Asks for a view of `picture`, `width` device-independent pixels wide; nothing before `start`.
+    /// @param ratio the screen's pixels to a device-independent one
+    void request(const QPixmap &picture, int width, bool highQuality, qreal ratio);
+
+    /// The dialog closes: the picture with its settings in force.
+    [[nodiscard]] QImage apply(const QImage &picture);
+
+    /// The dialog closes, and the settings go unused.
+    void cancel();
+
+    /// At the end of the program: tells the thread to stop; waits for it.
+    void stop() { processImageThread.stop(); }
+    void end(QDeadlineTimer deadline) { processImageThread.end(deadline); }
+
+signals:
+    /// The newest view that was asked for, as the thread gives it; one may still come after the dialog.
+    void resultAvailable(QImage image);
+
+    /// The thread has ended. If the dialog is open again a new one runs, which has no request yet.
+    void finished();
+
+private:
+    bool adjustmentsActive = false; ///< the view comes from `processImageThread`
+    int contrast = 0;
+    int brightness = 0;
+    int gamma = 0;
+    int invertColours = 0;
+    Worker<VistamoProcessImageThread> processImageThread;
+};
