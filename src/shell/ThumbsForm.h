@@ -9,7 +9,7 @@
 #include "shared/VistamoGlobal.h"
 #include "shared/Worker.h"
 #include "viewer/Adjustments.h"
-#include "viewer/CropGeometry.h"
+#include "viewer/CropTool.h"
 #include "viewer/DecodedAhead.h"
 #include "viewer/DisplayedImage.h"
 #include "viewer/Exports.h"
@@ -253,11 +253,8 @@ private:
     void editPicture(const std::function<QImage(const QImage &)> &edit);
     void rotateImage(int angle);
     void flipImage(Qt::Orientation direction);
-    void initCropRect();
     void initCropMode();
     void showCropRect();
-    void resizeCropRect(QPoint point, int x, int y);
-    void startCropDrag(QPoint point);
     void moveOverCrop(QPoint point, QPoint localPoint);
     void setCropSide(void (QRect::*set)(int), int value);
 
@@ -313,7 +310,6 @@ private:
     DisplayedImage displayedImage;
     int selectedImageIndex = 0;
     QString shownPath; ///< file last asked for
-    QSize previousImageSize;
     bool viewerClosed = true;
     double scaleFactor = 0; ///< width as displayed / width in full
     int highQualityCountdown = 10;
@@ -331,13 +327,7 @@ private:
     QPoint imageDragPos;
 
     // Crop
-    QRect cropRect;        ///< pixels of `selectedImage`
-    QRect cropDisplayRect; ///< the same in pixels of `displayedImage`, as last drawn
-    CropResizeMode cropResizeMode = CRNone;
-    bool cropHandleFarSide = false; ///< the edge or corner under the pointer is the right or bottom one
-    bool cropDragging = false;
-    QPoint cropDragPos;            ///< on the screen, at the last step of the drag
-    bool updatingCropRect = false; ///< the spin boxes follow and do not lead
+    CropTool cropTool;
 
     // Colour adjustments
     Adjustments adjustments;

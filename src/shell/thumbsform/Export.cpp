@@ -14,7 +14,7 @@ void ThumbsForm::imageFileActionClicked(bool)
 
 void ThumbsForm::on_exportCropImageButton_clicked()
 {
-    whenLoaded([this] { exportImage(QPixmap::fromImage(selectedImage.toImage().copy(cropRect))); });
+    whenLoaded([this] { exportImage(QPixmap::fromImage(selectedImage.toImage().copy(cropTool.rect()))); });
 }
 
 void ThumbsForm::pasteboardActionMenuClicked(bool)

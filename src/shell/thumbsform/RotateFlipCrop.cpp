@@ -3,16 +3,6 @@
 #include "ui_ThumbsForm.h"
 #include "viewer/PictureTurning.h"
 
-#include <QScopedValueRollback>
-#include <QtDebug>
-
-namespace {
-
-// A crop rectangle that is no wider does not outlive its picture, pixels.
-constexpr int narrowestKept = 64;
-
-} // namespace
-
 /// Makes a change to the picture in full and, where the view has pixels of its own, to these.
 void ThumbsForm::editPicture(const std::function<QImage(const QImage &)> &edit)
 {
@@ -58,10 +48,9 @@ void ThumbsForm::flipImage(Qt::Orientation direction)
 
 void ThumbsForm::on_cropButton_clicked()
 {
-    updatingCropRect = true;
     const bool on = ui->cropButton->isChecked();
     if (on)
-        initCropRect();
+        cropTool.init(selectedImage.size());
     ui->imageLabel->setCropMode(on);
     ui->cropWidget->setVisible(on);
     if (!on) {
@@ -71,15 +60,7 @@ void ThumbsForm::on_cropButton_clicked()
     }
     ui->scrollArea->updateGeometry();
     resizeSelectedImage();
-    updatingCropRect = false;
     placeNavigationButtons();
-}
-
-/// Keeps the crop rectangle for a picture of the same size, or makes it the middle quarter.
-void ThumbsForm::initCropRect()
-{
-    if (selectedImage.size() != previousImageSize || cropRect.width() <= narrowestKept)
-        cropRect = defaultCropRect(selectedImage.size());
 }
 
 /// In crop mode: the rectangle for a picture that has just come.
@@ -87,45 +68,19 @@ void ThumbsForm::initCropMode()
 {
     if (!ui->cropButton->isChecked())
         return;
-    initCropRect();
+    cropTool.init(selectedImage.size());
     drawSelectedImage(false);
 }
 
-/// Takes the crop rectangle into the view and into the spin boxes, which cannot hold every value.
+/// Takes the crop rectangle into the spin boxes, which cannot hold every value.
 void ThumbsForm::showCropRect()
 {
-    const QScopedValueRollback updating(updatingCropRect, true);
-    cropDisplayRect = cropRectOnView(cropRect, scaleFactor);
-    ui->leftSpinBox->setValue(cropRect.left());
-    ui->topSpinBox->setValue(cropRect.top());
-    ui->widthSpinBox->setValue(cropRect.width());
-    ui->heightSpinBox->setValue(cropRect.height());
-}
-
-/// One step of a drag.
-/// @param point the pointer on the screen
-/// @param x, y  the pointer in the view, pixels
-void ThumbsForm::resizeCropRect(QPoint point, int x, int y)
-{
-    if (cropResizeMode == CRNone)
-        return;
-    if (cropResizeMode == CRTopRight)
-        qDebug() << "CRTopRight";
-    const QScopedValueRollback updating(updatingCropRect, true);
-    cropRect = draggedCropRect(cropResizeMode, cropRect, selectedImage.size(), scaleFactor,
-                               point - cropDragPos, QPoint(x, y));
-    drawSelectedImage(false);
-    cropDragPos = point;
-}
-
-void ThumbsForm::startCropDrag(QPoint point)
-{
-    const CropResizeMode mode = cropResizeModeFor(cursor().shape(), cropHandleFarSide);
-    if (mode == CRNone)
-        return;
-    cropResizeMode = mode;
-    cropDragPos = point;
-    cropDragging = true;
+    const auto updating = cropTool.updateSpinBoxes();
+    const QRect rect = cropTool.rect();
+    ui->leftSpinBox->setValue(rect.left());
+    ui->topSpinBox->setValue(rect.top());
+    ui->widthSpinBox->setValue(rect.width());
+    ui->heightSpinBox->setValue(rect.height());
 }
 
 void ThumbsForm::moveOverCrop(QPoint point, QPoint localPoint)
@@ -133,12 +88,10 @@ void ThumbsForm::moveOverCrop(QPoint point, QPoint localPoint)
     const QPoint at = localPoint
                       - QPoint((ui->imageLabel->width() - displayedImage.width()) / 2,
                                (ui->imageLabel->height() - displayedImage.height()) / 2);
-    if (!cropDragging) {
-        const CropHit hit = cropHit(cropDisplayRect, at);
-        setCursor(hit.cursor);
-        cropHandleFarSide = hit.farSide.value_or(cropHandleFarSide);
-    }
-    resizeCropRect(point, at.x(), at.y());
+    if (const auto shape = cropTool.cursorAt(at))
+        setCursor(*shape);
+    if (cropTool.drag(point, at, selectedImage.size(), scaleFactor))
+        drawSelectedImage(false);
 }
 
 void ThumbsForm::on_leftSpinBox_valueChanged(int arg1)
@@ -163,8 +116,6 @@ void ThumbsForm::on_heightSpinBox_valueChanged(int arg1)
 
 void ThumbsForm::setCropSide(void (QRect::*set)(int), int value)
 {
-    if (updatingCropRect)
-        return;
-    (cropRect.*set)(value);
-    drawSelectedImage(false);
+    if (cropTool.set(set, value))
+        drawSelectedImage(false);
 }

@@ -51,8 +51,7 @@ void ThumbsForm::loadSelectedImage(const QString &path)
     qDebug() << "loadSelectedImage: " << path;
     shownPath = path;
     actionWhenLoaded = nullptr;
-    if (!selectedImage.isNull())
-        previousImageSize = selectedImage.size();
+    cropTool.setPreviousImageSize(selectedImage.size());
     QPixmap previous = std::exchange(selectedImage, placeholder(path));
     resizeSelectedImage();
     Background::free(std::move(previous));
@@ -170,7 +169,7 @@ void ThumbsForm::showDisplayedImage(bool highQuality)
         if (displayedImage.isNull())
             return;
         showCropRect();
-        ui->imageLabel->showImage(selectedImage, displayedImage, cropDisplayRect);
+        ui->imageLabel->showImage(selectedImage, displayedImage, cropTool.draw(scaleFactor));
     } else {
         ui->imageLabel->showImage(selectedImage, displayedImage);
     }

@@ -78,7 +78,7 @@ void ThumbsForm::onNeedToResizeImage(int val)
 void ThumbsForm::onStartDragImage(QPoint point)
 {
     if (ui->cropButton->isChecked()) {
-        startCropDrag(point);
+        cropTool.startDrag(cursor().shape(), point);
         return;
     }
     imageDragging = true;
@@ -102,8 +102,7 @@ void ThumbsForm::onMouseMove(QPoint point, QPoint localPoint)
 void ThumbsForm::onEndDragImage()
 {
     imageDragging = false;
-    cropDragging = false;
-    cropResizeMode = CRNone;
+    cropTool.endDrag();
 }
 
 void ThumbsForm::onMouseLeave()
