@@ -1,4 +1,5 @@
 #include "support/Program.h"
+#include "viewer/TImageLabel.h"
 
 #include <QtTest>
 #include <QtWidgets>
@@ -194,7 +195,7 @@ private slots:
         QCOMPARE(strip->currentIndex().column(), 1);
         click(strip->viewport()->mapToGlobal(strip->visualRect(strip->model()->index(0, 5)).center()));
         QTRY_COMPARE(title(), titleOf(5));
-        QTest::qWait(300); // until the picture itself is up
+        QTRY_VERIFY(program->scale() < 1); // the picture itself is up
 
         // The wheel zooms, a drag moves the picture.
         const QPoint centre = middle(program->find("scrollArea"));
@@ -203,8 +204,8 @@ private slots:
         QTRY_VERIFY2(program->scale() > 2 * fitted, qPrintable(text("percentResizeLabel")));
         const QScrollBar *const bar = program->find<QScrollArea>("scrollArea")->verticalScrollBar();
         QCOMPARE(bar->value(), 0); // a zoom leaves the scroll bars where they are
-        drag(centre, centre - QPoint(40, 90));
-        QTRY_COMPARE(bar->value(), 90);
+        dragPicture(centre, centre - QPoint(40, 90));
+        QCOMPARE(bar->value(), 90);
         xdo({"click", "5"});
         QTRY_VERIFY(program->scale() < 2 * fitted);
 
@@ -217,8 +218,8 @@ private slots:
         Pictures::save(path("third/quarters.png"), QSize(900, 600));
         openOnly("third");
         const auto colour = [&] {
-            auto *const label = program->find<QLabel>("imageLabel");
-            return label->grab().toImage().pixelColor(label->rect().center() - QPoint(60, 60));
+            const QImage screen = onScreen(program->find("imageLabel"));
+            return screen.pixelColor(screen.rect().center() - QPoint(60, 60));
         };
         const QColor before = colour();
         for (int entry = 1; entry <= 6; ++entry) {
@@ -244,6 +245,25 @@ private slots:
             QTRY_COMPARE(colour(), before);
         }
 
+        // On the screen at once, not by the smooth pass alone.
+        QObject *const form = program->find("ThumbsForm");
+        QMetaObject::invokeMethod(form, "startProcessImageThread");
+        QMetaObject::invokeMethod(form, "on_adjustmentsVisible", Q_ARG(bool, true));
+        QMetaObject::invokeMethod(form, "on_setFilter", Q_ARG(int, 0), Q_ARG(int, 99), Q_ARG(int, 0),
+                                  Q_ARG(int, 0));
+        QTRY_VERIFY(colour() != before);
+        QMetaObject::invokeMethod(form, "on_filterDialogCancelChanges");
+        QCOMPARE(colour(), before);
+        for (const char *const slot :
+             {"on_rotateLeftButton_clicked", "on_flipHButton_clicked", "on_rotateRightButton_clicked",
+              "on_flipVButton_clicked", "onSepiaAction", "onGrayscaleAction"}) {
+            const QColor last = colour();
+            QMetaObject::invokeMethod(form, slot);
+            QVERIFY2(colour() != last, slot);
+        }
+        choose("adjustButton", 7);
+        QTRY_COMPARE(colour(), before);
+
         const QString percent = text("percentResizeLabel");
         for (const char *const button : {"rotateLeftButton", "rotateLeftButton", "rotateRightButton",
                                          "flipHButton", "flipVButton", "flipHButton"})
@@ -252,8 +272,7 @@ private slots:
         QCOMPARE(text("percentResizeLabel"), percent);
         QCOMPARE(text("sizeInfoLabel"), "900x600"); // tells of the file
         const QString file = path("turned.tiff");
-        choose("exportButton", 1,
-               {"sleep", "0.8", "key", "ctrl+a", "type", "--args", "1", file, "key", "Return"});
+        choose("exportButton", 1, {"key", "ctrl+a", "type", "--args", "1", file, "key", "Return"});
         QTRY_VERIFY(QFile::exists(file));
         QCOMPARE(Pictures::quartersOf(QImage(file)), "red blue green yellow");
         choose("exportButton", 2);
@@ -267,7 +286,7 @@ private slots:
         QTRY_VERIFY(program->settled());
         choosesFolder(path("third"));
         const auto choose = [&](int row, int entry, const QStringList &more) {
-            chooseAt(middle(program->list(), row), "3", entry, QStringList{"sleep", "0.8"} + more);
+            chooseAt(middle(program->list(), row), "3", entry, more);
         };
         const QStringList names = program->fileNames();
         choose(0, 1, {"key", "Return"}); // copy, and the message
@@ -285,7 +304,7 @@ private slots:
         const QRect before = program->window->geometry();
         click(middle(program->find("slideShowButton")));
         QTRY_COMPARE(program->window->geometry(), QGuiApplication::primaryScreen()->geometry());
-        QTest::qWait(1500);
+        QTRY_COMPARE(Pictures::quartersOf(onScreen(program->find("SlideShowForm"))), "red green blue yellow");
         xdo({"key", "Right", "key", "space", "key", "Escape"});
         QTRY_COMPARE(program->window->geometry(), before);
     }
@@ -295,34 +314,54 @@ private slots:
         Pictures::save(path("third/quarters.png"), QSize(1200, 800));
         openOnly("third");
         click(middle(program->find("cropButton")));
-        auto *const label = program->find<QLabel>("imageLabel");
+        QTRY_VERIFY(program->find("cropWidget")->isVisible());
+        auto *const label = program->find<TImageLabel>("imageLabel");
         for (const auto &[steps, crop] : {std::pair(-6, QRect(100, 80, 300, 200)), // of the wheel, from 100%
                                           {0, {40, 40, 300, 200}},
                                           {12, {20, 20, 100, 60}}}) {
             click(middle(program->find("fullButton")));
+            QTRY_COMPARE(text("percentResizeLabel"), "100%");
+            QSignalSpy wheel(label, &TImageLabel::needToResizeImage);
             if (steps != 0)
                 xdo(moveTo(middle(program->find("scrollArea")))
                     + QStringList{"click", "--repeat", QString::number(std::abs(steps)), "--delay", "40",
                                   steps > 0 ? "4" : "5"});
-            QTest::qWait(300);
-            program->find<QSpinBox>("leftSpinBox")->setValue(crop.left());
-            program->find<QSpinBox>("topSpinBox")->setValue(crop.top());
-            program->find<QSpinBox>("widthSpinBox")->setValue(crop.width());
-            program->find<QSpinBox>("heightSpinBox")->setValue(crop.height());
+            QTRY_COMPARE(wheel.size(), std::abs(steps));
+            const auto set = [&](const char *side, int value) {
+                program->find<QSpinBox>(QLatin1String(side) + "SpinBox")->setValue(value);
+            };
+            set("left", crop.left());
+            set("top", crop.top());
+            set("width", crop.width());
+            set("height", crop.height());
             const QPoint corner = program->place(QSize(1200, 800)).topLeft();
             const auto place = [&](QPoint point) {
                 return label->mapToGlobal(corner + point * program->scale());
             };
             const auto check = [&](QPoint from, QPoint to, const QRect &expected) {
-                drag(place(from), place(to));
+                dragPicture(place(from), place(to));
                 // A move loses fractions at each step.
-                QTRY_VERIFY(expected.adjusted(-10, -10, 10, 10).contains(program->crop()));
+                QVERIFY(expected.adjusted(-10, -10, 10, 10).contains(program->crop()));
                 QVERIFY(program->crop().contains(expected.adjusted(10, 10, -10, -10)));
             };
             const QRect moved = crop.translated(30, 20);
             check(crop.center(), moved.center(), moved);
             const QRect larger = moved.adjusted(0, 0, 40, 30);
             check(program->crop().bottomRight(), larger.bottomRight(), larger);
+
+            // Each step is on the screen at once, and the old frame is gone.
+            const QPoint from = place(program->crop().center());
+            const QPoint to = from + QPoint(15, -9);
+            label->update();
+            emit label->mouseMove(from, label->mapFromGlobal(from));
+            emit label->startDragImage(from);
+            const QImage before = onScreen(label);
+            emit label->mouseMove(to, label->mapFromGlobal(to));
+            emit label->endDragImage();
+            const QImage after = onScreen(label);
+            QVERIFY(after != before);
+            const QImage anew = program->window->grab(visiblePart(label)).toImage();
+            QCOMPARE(after.convertToFormat(anew.format()), anew);
         }
     }
 
@@ -368,12 +407,59 @@ private:
     {
         chooseAt(middle(program->find(button)), "1", entry, more);
     }
-    static void chooseAt(QPoint place, const char *mouseButton, int entry, const QStringList &more)
+    void chooseAt(QPoint place, const char *mouseButton, int entry, const QStringList &more)
     {
-        QStringList arguments = moveTo(place) + QStringList{"click", mouseButton, "sleep", "0.4"};
+        QStringList keys;
         for (int i = 0; i < entry; ++i)
-            arguments += {"key", "Down"};
-        xdo(arguments + QStringList{"key", "Return"} + more);
+            keys += {"key", "Down"};
+        const auto dialogIsUp = [] {
+            return QApplication::activeModalWidget() && QApplication::activeModalWidget()->isActiveWindow();
+        };
+        // Menu and dialog have event loops of their own.
+        when([] { return QApplication::activePopupWidget(); },
+             [=, this] {
+                 if (!more.isEmpty())
+                     when(dialogIsUp, [more] { xdo(more); });
+                 xdo(keys + QStringList{"key", "Return"});
+             });
+        xdo(moveTo(place) + QStringList{"click", mouseButton});
+        QTRY_COMPARE(awaited, 0);
+    }
+    void when(const std::function<bool()> &ready, const std::function<void()> &action)
+    {
+        ++awaited;
+        QTimer::singleShot(10, program->window.get(), [=, this] {
+            ready() ? action() : when(ready, action);
+            --awaited;
+        });
+    }
+    /// A drag in the view, of the picture or the crop rectangle, begun when the program has seen the press:
+    /// it asks for the pointer's place as it is then.
+    void dragPicture(QPoint from, QPoint to)
+    {
+        auto *const label = program->find<TImageLabel>("imageLabel");
+        QSignalSpy presses(label, &TImageLabel::startDragImage);
+        QSignalSpy releases(label, &TImageLabel::endDragImage);
+        xdo(moveTo(from) + QStringList{"mousedown", "1"});
+        QTRY_COMPARE(presses.size(), 1);
+        QStringList arguments;
+        for (int step = 1; step <= 8; ++step)
+            arguments += moveTo(from + (to - from) * step / 8);
+        xdo(arguments + QStringList{"mouseup", "1"});
+        QTRY_COMPARE(releases.size(), 1);
+    }
+    /// Where a widget shows in the window.
+    QRect visiblePart(const QWidget *widget) const
+    {
+        const QRect part = widget->visibleRegion().boundingRect();
+        return part.translated(widget->mapTo(program->window.get(), QPoint()));
+    }
+    /// What the screen shows of a widget once all that is to be painted by now is: no timer has its turn.
+    QImage onScreen(const QWidget *widget) const
+    {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::UpdateRequest);
+        const QRect part = visiblePart(widget).translated(program->window->mapToGlobal(QPoint()));
+        return widget->screen()->grabWindow(0, part.x(), part.y(), part.width(), part.height()).toImage();
     }
     void drop(const QStringList &files, const QWidget *target)
     {
@@ -389,6 +475,8 @@ private:
         QVERIFY(QTest::qWaitForWindowActive(program->window.get()));
         QTRY_COMPARE(QRect(program->window->mapToGlobal(QPoint()), program->window->size()), geometry);
     }
+
+    int awaited = 0; ///< actions of `when`
 };
 
 QTEST_MAIN(WindowTest)
