@@ -28,6 +28,7 @@ private slots:
             QCOMPARE(Pictures::quartersOf(reader.read()), "red green blue yellow");
             QVERIFY(QString(name).endsWith(reader.format() == "jpeg" ? "JPG" : reader.format()));
         }
+        QVERIFY(read("a.JPG").contains("\xff\xc2")); // progressive
         save({{QSize(9, 6), "no suffix"}, {QSize(9, 6), "a.nonsense"}, {QSize(), "null.png"}});
         QCOMPARE(QDir(folder->path()).entryList(QDir::Files).size(), 5);
     }
