@@ -5,7 +5,6 @@
 
 #include <QFileInfo>
 #include <QScreen>
-#include <QScrollBar>
 
 namespace {
 
@@ -86,24 +85,17 @@ void ImagesToPDFPreviewDialog::onNeedToResizeImage(int val)
 
 void ImagesToPDFPreviewDialog::onStartDragImage(QPoint point)
 {
-    isDragging = true;
-    lastMousePos = point;
+    panning.begin(point);
 }
 
 void ImagesToPDFPreviewDialog::onEndDragImage()
 {
-    isDragging = false;
+    panning.end();
 }
 
 void ImagesToPDFPreviewDialog::onMouseMove(QPoint point, QPoint)
 {
-    if (!isDragging)
-        return;
-    const QPoint moved = lastMousePos - point;
-    ui->scrollArea->horizontalScrollBar()->setValue(ui->scrollArea->horizontalScrollBar()->value()
-                                                    + moved.x());
-    ui->scrollArea->verticalScrollBar()->setValue(ui->scrollArea->verticalScrollBar()->value() + moved.y());
-    lastMousePos = point;
+    panning.moveTo(point, *ui->scrollArea);
 }
 
 void ImagesToPDFPreviewDialog::resizeEvent(QResizeEvent *event)

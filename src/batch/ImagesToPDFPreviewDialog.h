@@ -3,10 +3,10 @@
 #include "batch/ImagesToPDFLoadFullPreviewImageThread.h"
 #include "shared/Worker.h"
 #include "viewer/DisplayedImage.h"
+#include "viewer/Panning.h"
 
 #include <QDialog>
 #include <QPixmap>
-#include <QPoint>
 #include <QTimer>
 
 #include <memory>
@@ -51,7 +51,6 @@ private:
     QTimer resizeTimer;
     bool hasAnswer = false; ///< the file was decoded, or could not be
     Worker<ImagesToPDFLoadFullPreviewImageThread> loadThread;
-    bool isDragging = false;
-    QPoint lastMousePos; ///< global
+    Panning panning;
     double scale = 0;
 };

@@ -13,6 +13,7 @@
 #include "viewer/DecodedAhead.h"
 #include "viewer/DisplayedImage.h"
 #include "viewer/Exports.h"
+#include "viewer/Panning.h"
 #include "viewer/ReducedPicture.h"
 #include "viewer/ViewGeometry.h"
 #include "viewer/VistamoLoadImageThread.h"
@@ -323,8 +324,7 @@ private:
 
     // Zoom
     ScaleMode imageScale = ScaleMode::Fit;
-    bool imageDragging = false;
-    QPoint imageDragPos;
+    Panning panning;
 
     // Crop
     CropTool cropTool;

@@ -4,7 +4,6 @@
 
 #include <QGuiApplication>
 #include <QScreen>
-#include <QScrollBar>
 #include <QtDebug>
 
 QSize ThumbsForm::viewport() const
@@ -81,27 +80,19 @@ void ThumbsForm::onStartDragImage(QPoint point)
         cropTool.startDrag(cursor().shape(), point);
         return;
     }
-    imageDragging = true;
-    imageDragPos = point;
+    panning.begin(point);
 }
 
 void ThumbsForm::onMouseMove(QPoint point, QPoint localPoint)
 {
     if (ui->cropButton->isChecked())
         moveOverCrop(point, localPoint);
-    if (!imageDragging)
-        return;
-    const QPoint moved = imageDragPos - point;
-    QScrollBar *const across = ui->scrollArea->horizontalScrollBar();
-    QScrollBar *const down = ui->scrollArea->verticalScrollBar();
-    across->setValue(across->value() + moved.x());
-    down->setValue(down->value() + moved.y());
-    imageDragPos = point;
+    panning.moveTo(point, *ui->scrollArea);
 }
 
 void ThumbsForm::onEndDragImage()
 {
-    imageDragging = false;
+    panning.end();
     cropTool.endDrag();
 }
 
