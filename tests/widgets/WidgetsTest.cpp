@@ -1,10 +1,9 @@
 #include "library/FileNames.h"
 #include "library/ThumbnailDelegate.h"
-#include "support/Files.h"
 #include "support/Pictures.h"
+#include "viewer/Panning.h"
 #include "viewer/TImageLabel.h"
 #include "viewer/TTableView.h"
-#include "viewer/VistamoLoadImageThread.h"
 
 #include <QtTest>
 #include <QtWidgets>
@@ -29,7 +28,7 @@ QStandardItem *newItem(const QString &name, bool checkable)
 } // namespace
 
 /// The widgets of the list and of the viewer, each by itself.
-class WidgetsTest : public FolderTest
+class WidgetsTest : public QObject
 {
     Q_OBJECT
 
@@ -188,6 +187,25 @@ private slots:
         QCOMPARE(ends.size(), 3);
     }
 
+    void panningFollowsThePointer()
+    {
+        QScrollArea view;
+        view.setWidget(new QWidget);
+        view.widget()->resize(600, 600);
+        view.show();
+        Panning panning;
+        const auto scrolled = [&](QPoint point) {
+            panning.moveTo(point, view);
+            return QPoint(view.horizontalScrollBar()->value(), view.verticalScrollBar()->value());
+        };
+        QCOMPARE(scrolled({90, 90}), QPoint(0, 0));
+        panning.begin({300, 300});
+        QCOMPARE(scrolled({290, 280}), QPoint(10, 20));
+        QCOMPARE(scrolled({295, 250}), QPoint(5, 50));
+        panning.end();
+        QCOMPARE(scrolled({0, 0}), QPoint(5, 50));
+    }
+
     void stripSwallowsKeys()
     {
         QStandardItemModel model(1, 5);
@@ -199,32 +217,6 @@ private slots:
             QTest::keyClick(&strip, key);
         QCOMPARE(strip.currentIndex().column(), 2);
         QCOMPARE(strip.selectionModel()->selectedColumns().size(), 1);
-    }
-
-    void picturesComeInTheOrderAskedFor()
-    {
-        newFolder();
-        QList<QSize> sizes;
-        VistamoLoadImageThread thread;
-        QObject::connect(&thread, &VistamoLoadImageThread::imageLoaded, this,
-                         [&](const QPixmap &pixmap) { sizes.append(pixmap.size()); });
-        const QList<QSize> expected = {QSize(900, 700), QSize(0, 0), QSize(10, 10)};
-        for (const QSize size : expected) {
-            const QString file = path(QStringLiteral("%1.png").arg(size.width()));
-            if (!size.isEmpty())
-                Pictures::save(file, size);
-            thread.addFile({file});
-        }
-        thread.start();
-        QTRY_COMPARE(sizes, expected);
-        QVERIFY(thread.wait(5000));
-        // A held arrow key does not pile up work.
-        for (int i = 0; i < 40; ++i)
-            thread.addFile({QString::number(i)});
-        QStringList waiting;
-        for (const ImageRequest &request : thread.takeWaiting())
-            waiting.append(request.path);
-        QCOMPARE(waiting, QStringList({"0", "1", "2", "3", "4", "5", "6", "7", "8", "39"}));
     }
 };
 
