@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QImage>
 #include <QString>
 
 /// Side of the square icon of a row of the batch list, pixels.
@@ -11,6 +10,3 @@ QString batchItemText(const QString &path, const QString &resolution);
 
 /// The file of a row, from its text.
 QString fullPathFromItemText(const QString &text);
-
-/// A thumbnail in the middle of a white square; a null one gives the plain square.
-QImage batchIcon(const QImage &thumbnail);

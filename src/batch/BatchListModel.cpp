@@ -2,6 +2,7 @@
 
 #include "batch/BatchListItem.h"
 #include "library/ThumbnailDatabase.h"
+#include "library/Thumbnails.h"
 #include "shared/PathIdentity.h"
 
 #include <QIcon>
@@ -122,7 +123,7 @@ QPixmap BatchListModel::icon(const QModelIndex &index) const
     ThumbnailDatabase::Stored found;
     const auto outcome = ThumbnailDatabase::find(key, VistamoGlobal::thumbnailTableName,
                                                  VistamoGlobal::thumbnailDatabase, found);
-    icon = QPixmap::fromImage(batchIcon(QImage::fromData(found.jpeg, "JPG")));
+    icon = QPixmap::fromImage(whiteSquareAround(QImage::fromData(found.jpeg, "JPG"), batchIconSide));
     if (outcome == ThumbnailDatabase::Outcome::Found) {
         QPixmapCache::insert(cacheKey, icon);
     } else if (outcome == ThumbnailDatabase::Outcome::Busy) {

@@ -3,7 +3,7 @@
 #include "batch/BatchListItem.h"
 #include "batch/FolderWalk.h"
 #include "library/ThumbnailDatabase.h"
-#include "shared/ImageReading.h"
+#include "library/Thumbnails.h"
 #include "shared/OrderedWork.h"
 
 #include <QFileInfo>
@@ -20,23 +20,10 @@ BatchFile fileOf(const QString &path, int thumbnailSize)
 {
     BatchFile file;
     file.key = ThumbnailDatabase::keyOf(QFileInfo(path));
-    const auto stored = ThumbnailDatabase::find(file.key);
-    if (stored) {
-        file.resolution = stored->resolution;
-        if (!QImage::fromData(stored->jpeg, "JPG").isNull())
-            return file;
-    }
-    const auto [image, fullSize] = ImageReading::readThumbnail(path, thumbnailSize);
-    bool added = false;
-    if (!image.isNull()) {
-        TThumbnailRecord record = file.key;
-        record.resolution = QStringLiteral("%1x%2").arg(fullSize.width()).arg(fullSize.height());
-        file.resolution = record.resolution;
-        added = ThumbnailDatabase::add(record, VistamoGlobal().imageToByteArray(image));
-    }
-    // The oldest row of a file wins: one behind a broken row is never read.
-    if (!added || stored)
-        file.icon = batchIcon(image);
+    const FileThumbnail thumbnail = findOrMakeThumbnail(file.key, thumbnailSize, ThumbnailStoring::Add);
+    file.resolution = thumbnail.resolution;
+    if (!thumbnail.stored)
+        file.icon = whiteSquareAround(thumbnail.image, batchIconSide);
     return file;
 }
 

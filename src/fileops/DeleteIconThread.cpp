@@ -1,10 +1,9 @@
 #include "fileops/DeleteIconThread.h"
 
 #include "library/ThumbnailDatabase.h"
-#include "shared/ImageReading.h"
+#include "library/Thumbnails.h"
 
 #include <QFileInfo>
-#include <QPainter>
 
 DeleteIconThread::DeleteIconThread(const QStringList &paths, int side, QObject *parent)
     : StoppableThread(parent)
@@ -16,22 +15,9 @@ DeleteIconThread::DeleteIconThread(const QStringList &paths, int side, QObject *
 
 void DeleteIconThread::run()
 {
-    for (int i = 0; i < paths.size() && !stopRequested; ++i)
-        emit iconMade(i, makeThumbnail(paths[i], side));
-}
-
-QImage DeleteIconThread::makeThumbnail(const QString &path, int side) const
-{
-    QImage picture;
-    if (const auto stored = ThumbnailDatabase::find(ThumbnailDatabase::keyOf(QFileInfo(path))))
-        picture.loadFromData(stored->jpeg);
-    if (picture.isNull())
-        picture = ImageReading::readThumbnail(path, side).image;
-    QImage square(side, side, QImage::Format_RGB32);
-    square.fill(Qt::white);
-    if (picture.isNull())
-        return square;
-    picture = picture.scaled(ImageReading::thumbnailSize(picture.size(), side));
-    QPainter(&square).drawImage((side - picture.width()) / 2, (side - picture.height()) / 2, picture);
-    return square;
+    for (int i = 0; i < paths.size() && !stopRequested; ++i) {
+        const auto key = ThumbnailDatabase::keyOf(QFileInfo(paths[i]));
+        const QImage thumbnail = findOrMakeThumbnail(key, side, ThumbnailStoring::Leave).image;
+        emit iconMade(i, whiteSquareAround(thumbnail, side));
+    }
 }

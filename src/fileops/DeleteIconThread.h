@@ -22,8 +22,6 @@ protected:
     void run() override;
 
 private:
-    QImage makeThumbnail(const QString &path, int side) const;
-
     const QStringList paths;
     const int side;
 };

@@ -3,7 +3,6 @@
 #include "library/ThumbnailDatabase.h"
 #include "library/ThumbnailIconEngine.h"
 
-#include <QPainter>
 #include <QPalette>
 
 #include <utility>
@@ -20,13 +19,6 @@ constexpr int mostBusyAnswers = 20;
 constexpr qsizetype mostLost = 200;
 
 } // namespace
-
-QRect thumbnailRect(QSize thumbnail)
-{
-    // No thumbnail is an empty rectangle in the middle.
-    const QSize size = thumbnail.expandedTo(QSize(0, 0));
-    return {QPoint((thumbnailSide - size.width()) / 2, (thumbnailSide - size.height()) / 2), size};
-}
 
 ThumbnailIcons::ThumbnailIcons(QObject *parent)
     : QObject(parent)
@@ -63,9 +55,8 @@ QPixmap ThumbnailIcons::square(const Source &source, int side)
         return *ready;
 
     const QImage thumbnail = source.id ? picture(source) : QImage();
-    QImage canvas(thumbnailSide, thumbnailSide, QImage::Format_RGB32);
-    canvas.fill(QPalette().color(QPalette::Active, QPalette::Base));
-    QPainter(&canvas).drawImage(thumbnailRect(thumbnail.size()).topLeft(), thumbnail);
+    QImage canvas =
+        squareAround(thumbnail, thumbnailSide, QPalette().color(QPalette::Active, QPalette::Base));
     if (side != thumbnailSide)
         canvas = canvas.scaled(side, side, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 

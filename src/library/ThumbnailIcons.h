@@ -13,9 +13,6 @@
 
 #include <optional>
 
-/// Where the picture lies in its square: centred, with integer division.
-QRect thumbnailRect(QSize thumbnail);
-
 /// The icons of the thumbnails: squares of 256 pixels with the picture in the middle, made when they are
 /// painted. An icon keeps only the key of its picture; pixels and encoded bytes stand in two caches, each
 /// with a bound in bytes. GUI thread only; icons may outlive this object and are blank then.

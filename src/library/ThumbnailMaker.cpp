@@ -1,7 +1,6 @@
 #include "library/ThumbnailMaker.h"
 
 #include "library/ThumbnailDatabase.h"
-#include "shared/ImageReading.h"
 #include "shared/Platform.h"
 
 #include <QBuffer>
@@ -42,26 +41,20 @@ QByteArray encodedAsPng(const QImage &image)
 
 /// Reads the file, stores its thumbnail, and keeps the encoded bytes where the database would not give the
 /// same picture back.
-ThumbnailAnswer makeThumbnail(LoadNumber load, const TThumbnailRequest &request,
-                              ThumbnailMaker::Storing storing)
+ThumbnailAnswer answerTo(LoadNumber load, const TThumbnailRequest &request, ThumbnailMaker::Storing storing)
 {
     ThumbnailAnswer answer;
     answer.load = load;
     answer.row = request.row;
     answer.fileName = request.info.fileName();
     answer.key = ThumbnailDatabase::keyOf(request.info);
-    const auto [image, fullSize] = ImageReading::readThumbnail(answer.key.fullPath, thumbnailSide);
+    const auto [image, resolution, jpeg, stored] = makeThumbnail(answer.key, thumbnailSide, storing);
     if (image.isNull())
         return answer;
 
-    TThumbnailRecord record = answer.key;
-    record.resolution = QStringLiteral("%1x%2").arg(fullSize.width()).arg(fullSize.height());
-    const QByteArray jpeg = VistamoGlobal().imageToByteArray(image);
-    const bool added = storing != ThumbnailMaker::Storing::Leave && ThumbnailDatabase::add(record, jpeg);
-
     if (isTransparent(image))
         answer.encoded = encodedAsPng(image);
-    else if (added && storing == ThumbnailMaker::Storing::Add)
+    else if (stored)
         answer.stored = true;
     else
         answer.encoded = jpeg;
@@ -100,7 +93,7 @@ void ThumbnailMaker::make(LoadNumber load, const TThumbnailRequest &request, Sto
     }
     pool.start([this, load, request, storing] {
         Platform::standBack(); // a click on another folder comes first
-        emit made(makeThumbnail(load, request, storing));
+        emit made(answerTo(load, request, storing));
         release(load);
     });
 }
@@ -108,7 +101,7 @@ void ThumbnailMaker::make(LoadNumber load, const TThumbnailRequest &request, Sto
 void ThumbnailMaker::makeAgain(LoadNumber load, const TThumbnailRequest &request, Storing storing)
 {
     pool.start([this, load, request, storing] {
-        ThumbnailAnswer answer = makeThumbnail(load, request, storing);
+        ThumbnailAnswer answer = answerTo(load, request, storing);
         answer.again = true;
         emit made(answer);
     });

@@ -2,6 +2,7 @@
 
 #include "library/LoadNumber.h"
 #include "library/ThumbnailRequestQueue.h"
+#include "library/Thumbnails.h"
 #include "shared/VistamoGlobal.h"
 
 #include <QByteArray>
@@ -13,9 +14,6 @@
 #include <QWaitCondition>
 
 #include <atomic>
-
-/// Side of a thumbnail and of its square, pixels: the largest icon size of the list.
-constexpr int thumbnailSide = 256;
 
 /// A thumbnail for one row of the list.
 struct ThumbnailAnswer
@@ -41,14 +39,7 @@ class ThumbnailMaker : public QObject
     Q_OBJECT
 
 public:
-    /// What becomes of a thumbnail in the database. The oldest row of a key wins, so a row that is added
-    /// behind a broken one is never read.
-    enum class Storing
-    {
-        Add,
-        AddBehindBroken,
-        Leave
-    };
+    using Storing = ThumbnailStoring;
 
     explicit ThumbnailMaker(QObject *parent = nullptr);
     ~ThumbnailMaker() override;

@@ -4,6 +4,7 @@
 #include "batch/FolderWalk.h"
 #include "batch/PdfPageLayout.h"
 #include "formats/gif/GifEncoder.h"
+#include "library/Thumbnails.h"
 #include "shared/Settings.h"
 #include "shared/VistamoGlobal.h"
 #include "support/Files.h"
@@ -87,7 +88,7 @@ private slots:
             QImage expected(64, 64, QImage::Format_RGB32);
             expected.fill(Qt::white);
             QPainter(&expected).fillRect(place, Qt::red);
-            QCOMPARE(batchIcon(red).convertToFormat(expected.format()), expected);
+            QCOMPARE(whiteSquareAround(red, 64).convertToFormat(expected.format()), expected);
         }
 
         // A file that is added again moves to the end, also under a path that differs in case only.

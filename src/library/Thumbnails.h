@@ -1,0 +1,45 @@
+#pragma once
+
+#include "shared/VistamoGlobal.h"
+
+#include <QByteArray>
+#include <QColor>
+#include <QImage>
+#include <QRect>
+#include <QString>
+
+/// Side of a thumbnail and of its square, pixels: the largest icon size of the list.
+constexpr int thumbnailSide = 256;
+
+/// What becomes of a thumbnail in the database. The oldest row of a key wins, so a row that is added behind a
+/// broken one is never read.
+enum class ThumbnailStoring
+{
+    Add,
+    AddBehindBroken,
+    Leave
+};
+
+/// The thumbnail of a file.
+struct FileThumbnail
+{
+    QImage image;        ///< null if there is none
+    QString resolution;  ///< of the full picture, as "4032x3024"; empty where it is not known
+    QByteArray jpeg;     ///< what the database keeps of it
+    bool stored = false; ///< the database gives it
+};
+
+/// Made from the file of `key`, its longer side `side` pixels. Any thread.
+FileThumbnail makeThumbnail(const TThumbnailRecord &key, int side, ThumbnailStoring storing);
+
+/// From the database as it is there, or made: then `storing` says whether it goes there. Any thread.
+FileThumbnail findOrMakeThumbnail(const TThumbnailRecord &key, int side, ThumbnailStoring storing);
+
+/// Where a picture lies in its square: centred, with integer division.
+QRect thumbnailRect(QSize thumbnail, int side = thumbnailSide);
+
+/// The picture as it is in the middle of a square; a null one gives the plain square.
+QImage squareAround(const QImage &picture, int side, const QColor &background);
+
+/// The thumbnail, scaled to touch its sides, in the middle of a white square.
+QImage whiteSquareAround(const QImage &thumbnail, int side);
