@@ -1,6 +1,6 @@
 #pragma once
 
-#include "fileops/FileCopy.h"
+#include "fileops/FileTransfer.h"
 #include "library/FileList.h"
 #include "library/FolderLoad.h"
 #include "library/Folders.h"
@@ -27,7 +27,6 @@
 #include <functional>
 #include <memory>
 
-class FileWork;
 class ImagesToPDFForm;
 class QAction;
 class QSettings;
@@ -265,12 +264,9 @@ private:
 
     // File operations
     QStringList chosenFiles() const;
-    void transferFiles();
-    void endMove();
-    bool transferFile(FileWork &work, const QString &source, const QString &target,
-                      FileCopy::Existing existing);
+    FileTransfer::Surroundings transferSurroundings();
     void showOverwriteDialog(const QStringList &fileExistsList, const QStringList &fileSourceList);
-    void showFileCopiedMessage(int count, const QString &folder);
+    static void showFileCopiedMessage(int count, const QString &folder);
 
     // Zoom
     void resizeSelectedImage();
@@ -338,11 +334,7 @@ private:
     Exports exports;
 
     // File operations
-    int moveMode = 0;           ///< 0 for copy, 1 for move
-    QStringList fileExistsList; ///< targets that did not come about, with their sources
-    QStringList fileSourceList;
-    QString copyTargetFolder;
-    int copiedFileCount = 0;
+    FileTransfer fileTransfer;
     QList<VistamoGlobal::TFileData> deleteFileList;
 
     // Slideshow

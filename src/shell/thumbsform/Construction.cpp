@@ -46,6 +46,7 @@ ThumbsForm::ThumbsForm(QWidget *parent)
     , ui(std::make_unique<Ui::ThumbsForm>())
     , fileList({[this](const TFileRecord &file) { return ticks.contains(file.path, file.fileName); },
                 [this](const auto &change) { ui->galleryTableView->keepInPlace(change); }})
+    , fileTransfer(transferSurroundings())
 {
     Q_INIT_RESOURCE(resources);
     ui->setupUi(this);

@@ -17,9 +17,6 @@
 
 namespace {
 
-using Progress = FileCopy::Progress;
-using Existing = FileCopy::Existing;
-
 /// Shows a dialog that deletes itself at its buttons, but not when it is closed otherwise.
 void execAndFree(QDialog *dialog)
 {
@@ -31,17 +28,18 @@ void execAndFree(QDialog *dialog)
 
 } // namespace
 
-void ThumbsForm::onCopytoAction()
+FileTransfer::Surroundings ThumbsForm::transferSurroundings()
 {
-    moveMode = 0;
-    transferFiles();
-}
-
-void ThumbsForm::onMovetoAction()
-{
-    folderWatch.skipNext();
-    moveMode = 1;
-    transferFiles();
+    const auto pickFolder = [] {
+        const FolderPicker picker;
+        return picker.selectFolder(picker.documentsFolder(), tr("Select Folder ..."));
+    };
+    return {pickFolder, [this] { return std::make_unique<FileWork>(this); },
+            [this](const QString &source) { removeItemFromList(source); },
+            [this](const QStringList &targets, const QStringList &sources) {
+                showOverwriteDialog(targets, sources);
+            },
+            [](int count, const QString &folder) { showFileCopiedMessage(count, folder); }};
 }
 
 /// The files that an operation is about: the ticked ones of all folders, or the selected ones.
@@ -57,63 +55,22 @@ QStringList ThumbsForm::chosenFiles() const
     return files;
 }
 
-/// Copies or moves the chosen files to a folder that the user picks. Those that do not go across are offered
-/// for overwriting.
-void ThumbsForm::transferFiles()
+void ThumbsForm::onCopytoAction()
 {
-    fileExistsList.clear();
-    fileSourceList.clear();
-    // Before the question: rows may hold other files after it.
+    // The files before the question: rows may hold others after it.
+    fileTransfer.transfer(FileTransfer::Mode::Copy, chosenFiles());
+}
+
+void ThumbsForm::onMovetoAction()
+{
+    folderWatch.skipNext();
     QStringList sources = chosenFiles();
-    const FolderPicker picker;
-    const QString folder = picker.selectFolder(picker.documentsFolder(), tr("Select Folder ..."));
-    if (folder.isEmpty()) {
-        endMove();
-        return;
-    }
-    copyTargetFolder = folder;
-    copiedFileCount = 0;
     // Each file that has been moved takes its tick along.
-    if (moveMode == 1 && ui->showCheckboxButton->isChecked())
+    if (ui->showCheckboxButton->isChecked())
         std::reverse(sources.begin(), sources.end());
-
-    FileWork work(this);
-    for (const QString &source : sources) {
-        const QString target = folder + QLatin1Char('/') + QFileInfo(source).fileName();
-        if (!transferFile(work, source, target, Existing::Keep) && !work.isCancelled()) {
-            fileExistsList.append(target);
-            fileSourceList.append(source);
-        }
-        if (work.isCancelled())
-            break;
-    }
-    if (fileExistsList.isEmpty() || work.isCancelled()) {
-        showFileCopiedMessage(copiedFileCount, copyTargetFolder);
-        endMove();
-    } else {
-        showOverwriteDialog(fileExistsList, fileSourceList);
-    }
-}
-
-/// Changes of the folder on show count again after a move.
-void ThumbsForm::endMove()
-{
-    if (moveMode == 1)
+    // Changes of the folder on show count again after a move.
+    if (fileTransfer.transfer(FileTransfer::Mode::Move, sources))
         folderWatch.clearSkip();
-}
-
-/// Copies one file, or moves it with its row and its tick. False if it did not go across.
-bool ThumbsForm::transferFile(FileWork &work, const QString &source, const QString &target, Existing existing)
-{
-    if (!work.run(source,
-                  [&](Progress &progress) { return FileCopy::copy(source, target, existing, progress); }))
-        return false;
-    ++copiedFileCount;
-    if (moveMode == 1 && !work.isCancelled()) {
-        removeItemFromList(source);
-        work.run(source, [&](Progress &) { return FileCopy::removeCopied(source, target); });
-    }
-    return true;
 }
 
 void ThumbsForm::showOverwriteDialog(const QStringList &fileExistsList, const QStringList &fileSourceList)
@@ -128,18 +85,12 @@ void ThumbsForm::showOverwriteDialog(const QStringList &fileExistsList, const QS
 
 void ThumbsForm::handleOverwriteFiles(QStringList fileExistsList, QStringList fileSourceList)
 {
-    FileWork work(this);
-    for (qsizetype i = 0; i < fileExistsList.size() && !work.isCancelled(); ++i) {
-        qDebug() << "fileExistsList: " << fileExistsList[i];
-        qDebug() << "fileSourceList: " << fileSourceList.value(i);
-        transferFile(work, fileSourceList.value(i), fileExistsList[i], Existing::Replace);
-    }
-    showFileCopiedMessage(copiedFileCount, copyTargetFolder);
+    fileTransfer.overwrite(fileExistsList, fileSourceList);
 }
 
 void ThumbsForm::handleConvertFinish()
 {
-    showFileCopiedMessage(copiedFileCount, copyTargetFolder);
+    fileTransfer.finish();
 }
 
 void ThumbsForm::showFileCopiedMessage(int count, const QString &folder)

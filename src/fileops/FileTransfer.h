@@ -1,0 +1,63 @@
+#pragma once
+
+#include "fileops/FileRunner.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+
+/// Copies files to a folder, or moves them there. What does not go across, because something stands in its
+/// place or for any other reason, is offered for overwriting. GUI thread.
+class FileTransfer
+{
+public:
+    enum class Mode
+    {
+        Copy,
+        Move
+    };
+
+    /// Those who are asked and told.
+    struct Surroundings
+    {
+        /// The folder that the user picks; empty to leave it.
+        std::function<QString()> pickFolder;
+
+        /// Has the files run, from the first to the last question about them.
+        std::function<std::unique_ptr<FileRunner>()> makeRunner;
+
+        /// A file has gone across in a move, and is about to go from its old place.
+        std::function<void(const QString &source)> moved;
+
+        /// Asks which of the targets to replace: `overwrite` with some of them, or `finish`.
+        std::function<void(const QStringList &targets, const QStringList &sources)> offerToOverwrite;
+
+        /// So many files have gone across to the folder.
+        std::function<void(int count, const QString &folder)> tellSum;
+    };
+
+    explicit FileTransfer(Surroundings surroundings);
+
+    /// Transfers files in this order to the folder that the user picks. True if it came to an end: nothing is
+    /// left to be asked, and no folder is missing any more.
+    bool transfer(Mode mode, const QStringList &sources);
+
+    /// Transfers what was offered and chosen: target n replaces what stands there by source n.
+    void overwrite(const QStringList &targets, const QStringList &sources);
+
+    /// Tells the sum of what has gone across since `transfer`.
+    void finish() const;
+
+private:
+    bool transferFile(FileRunner &runner, const QString &source, const QString &target,
+                      FileCopy::Existing existing);
+
+    const Surroundings surroundings;
+    Mode moveMode = Mode::Copy;
+    QStringList fileExistsList; ///< targets that did not come about, with their sources
+    QStringList fileSourceList;
+    QString copyTargetFolder;
+    int copiedFileCount = 0;
+};
