@@ -11,11 +11,9 @@
 #include "viewer/Adjustments.h"
 #include "viewer/CropTool.h"
 #include "viewer/DecodedAhead.h"
-#include "viewer/DisplayedImage.h"
 #include "viewer/Exports.h"
 #include "viewer/Panning.h"
-#include "viewer/ReducedPicture.h"
-#include "viewer/ViewGeometry.h"
+#include "viewer/PictureView.h"
 #include "viewer/VistamoLoadImageThread.h"
 
 #include <QItemSelection>
@@ -117,17 +115,17 @@ private slots:
 
     // Viewer
     void onImageLoaded(QPixmap pixmap);
-    void onScreenChanged();
     void onLoadImageFinished();
     void on_closeButton_clicked();
     void onKeyPressTimer();
-    void onLoadHighQualityTimer();
     void on_forwardButton_clicked();
     void on_backButton_clicked();
     void on_forward2Button_clicked();
     void on_back2Button_clicked();
 
-    // Zoom
+    // View
+    void onLoadHighQualityTimer();
+    void onScreenChanged();
     void onNeedToResizeImage(int val);
     void onStartDragImage(QPoint point);
     void onEndDragImage();
@@ -241,21 +239,14 @@ private:
     void replaceHangingLoader();
     void startLoadImageThread(const QList<ImageRequest> &requests);
     void decodeNeighbours();
-    void drawSelectedImage(bool highQuality);
-    void showDisplayedImage(bool highQuality);
-    const QPixmap &pictureForView();
     void showNextImage();
     void showPreviousImage();
     void stepTo(int index);
-    void placeNavigationButtons();
 
     // Rotate, flip and crop
     void editPicture(const std::function<QImage(const QImage &)> &edit);
     void rotateImage(int angle);
-    void flipImage(Qt::Orientation direction);
     void initCropMode();
-    void showCropRect();
-    void moveOverCrop(QPoint point, QPoint localPoint);
     void setCropSide(void (QRect::*set)(int), int value);
 
     // Export
@@ -268,11 +259,15 @@ private:
     void showOverwriteDialog(const QStringList &fileExistsList, const QStringList &fileSourceList);
     static void showFileCopiedMessage(int count, const QString &folder);
 
-    // Zoom
-    void resizeSelectedImage();
-    void setImageScale(ScaleMode mode);
+    // View
+    void refit();
+    void redraw(bool highQuality = false);
+    void showView(bool highQuality);
+    void showCropRect();
     void fitLabelToView(QSize label);
+    void setImageScale(ScaleMode mode);
     QSize viewport() const;
+    void placeNavigationButtons();
 
     const std::unique_ptr<Ui::ThumbsForm> ui;
     enum Page
@@ -303,23 +298,16 @@ private:
     QAction *renameAction = nullptr;
 
     // Viewer
-    QPixmap selectedImage; ///< in full, with its edits; the thumbnail until the file is decoded
-    DisplayedImage displayedImage;
+    PictureView pictureView;
     int selectedImageIndex = 0;
     QString shownPath; ///< file last asked for
     bool viewerClosed = true;
-    double scaleFactor = 0; ///< width as displayed / width in full
-    int highQualityCountdown = 10;
-    QTimer *highQualityTimer = nullptr;
     bool keyPressPending = false;
     QTimer *keyPressTimer = nullptr;
     Worker<VistamoLoadImageThread> loadImageThread;
     DecodedAhead decodedAhead;
-    ReducedPicture reducedPicture;
     bool steppedBack = false;
 
-    // Zoom
-    ScaleMode imageScale = ScaleMode::Fit;
     Panning panning;
 
     // Crop

@@ -15,13 +15,11 @@ constexpr QPoint dialogOffset(10, 10);
 void ThumbsForm::onGrayscaleAction()
 {
     editPicture(ColourFilters::grayscale);
-    drawSelectedImage(false);
 }
 
 void ThumbsForm::onSepiaAction()
 {
     editPicture([](const QImage &image) { return VistamoGlobal().applyFilter(image, sepia, 0); });
-    drawSelectedImage(false);
 }
 
 void ThumbsForm::onContrastAction()
@@ -44,18 +42,11 @@ void ThumbsForm::onInvertColorsAction()
     showFilterDialog(4);
 }
 
-void ThumbsForm::onResetImageAction()
-{
-    // The row may hold another file by now.
-    if (fileList.at(selectedImageIndex))
-        loadSelectedImage(shownPath);
-}
-
 /// Opens the adjustments dialog, which has all controls whatever the entry of the menu.
 void ThumbsForm::showFilterDialog(int)
 {
     startProcessImageThread();
-    const QImage image = selectedImage.toImage();
+    const QImage image = pictureView.picture().toImage();
     if (!filterDialog) {
         filterDialog = new VistamoFilterDialog(this);
         connect(filterDialog, SIGNAL(setFilter(int, int, int, int)), SLOT(on_setFilter(int, int, int, int)));
@@ -83,16 +74,13 @@ void ThumbsForm::stopProcessImageThread()
 void ThumbsForm::on_filterFinished()
 {
     if (adjustments.isActive())
-        drawSelectedImage(false);
+        redraw();
 }
 
 void ThumbsForm::on_filterResultAvailable(QImage image)
 {
-    // The picture may be another one by now: the next draw goes by the width.
-    const QSize size = scaledToWidth(selectedImage.size(), qRound(image.deviceIndependentSize().width()));
-    image.setDevicePixelRatio(1.0);
-    displayedImage = {size, true, QPixmap::fromImage(image)};
-    showDisplayedImage(false);
+    pictureView.setFiltered(image);
+    showView(false);
 }
 
 void ThumbsForm::on_adjustmentsVisible(bool stat)
@@ -103,19 +91,19 @@ void ThumbsForm::on_adjustmentsVisible(bool stat)
 void ThumbsForm::on_setFilter(int contrast, int brightness, int gamma, int invertColours)
 {
     adjustments.setFilter(contrast, brightness, gamma, invertColours);
-    drawSelectedImage(false);
+    redraw();
 }
 
 void ThumbsForm::on_filterDialogApplyChanges()
 {
     qDebug() << "on_applyChanges";
-    selectedImage = QPixmap::fromImage(adjustments.apply(selectedImage.toImage()));
-    drawSelectedImage(false);
+    pictureView.exchange(QPixmap::fromImage(adjustments.apply(pictureView.picture().toImage())));
+    redraw();
 }
 
 void ThumbsForm::on_filterDialogCancelChanges()
 {
     adjustments.cancel();
-    displayedImage = {scaledToWidth(selectedImage.size(), displayedImage.width())};
-    drawSelectedImage(false);
+    pictureView.dropFiltered();
+    redraw();
 }

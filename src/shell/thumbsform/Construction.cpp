@@ -266,6 +266,7 @@ void ThumbsForm::connectViews()
     connect(ui->imageLabel, SIGNAL(endDragImage()), SLOT(onEndDragImage()));
     connect(ui->imageLabel, SIGNAL(mouseMove(QPoint, QPoint)), SLOT(onMouseMove(QPoint, QPoint)));
     connect(ui->imageLabel, SIGNAL(mouseLeave()), SLOT(onMouseLeave()));
+    connect(&pictureView, SIGNAL(highQualityTick()), SLOT(onLoadHighQualityTimer()));
     connect(&adjustments, SIGNAL(resultAvailable(QImage)), SLOT(on_filterResultAvailable(QImage)));
     connect(&adjustments, SIGNAL(finished()), SLOT(on_filterFinished()));
     connect(&exports, SIGNAL(finished()), SLOT(onSaveImageFinished()));

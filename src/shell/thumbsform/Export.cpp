@@ -9,17 +9,18 @@
 
 void ThumbsForm::imageFileActionClicked(bool)
 {
-    whenLoaded([this] { exportImage(selectedImage); });
+    whenLoaded([this] { exportImage(pictureView.picture()); });
 }
 
 void ThumbsForm::on_exportCropImageButton_clicked()
 {
-    whenLoaded([this] { exportImage(QPixmap::fromImage(selectedImage.toImage().copy(cropTool.rect()))); });
+    whenLoaded(
+        [this] { exportImage(QPixmap::fromImage(pictureView.picture().toImage().copy(cropTool.rect()))); });
 }
 
 void ThumbsForm::pasteboardActionMenuClicked(bool)
 {
-    whenLoaded([this] { QGuiApplication::clipboard()->setImage(selectedImage.toImage()); });
+    whenLoaded([this] { QGuiApplication::clipboard()->setImage(pictureView.picture().toImage()); });
 }
 
 /// Does something with the picture in full: at once, or as soon as it has taken its thumbnail's place.

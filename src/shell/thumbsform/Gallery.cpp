@@ -20,6 +20,6 @@ void ThumbsForm::on_galleryButton_clicked()
         area.setBottom(ui->galleryTableView->geometry().bottom());
         ui->scrollArea->setGeometry(area);
     }
-    resizeSelectedImage();
+    refit();
     placeNavigationButtons();
 }

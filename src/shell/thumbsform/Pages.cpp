@@ -18,13 +18,6 @@ void ThumbsForm::showEvent(QShowEvent *)
             Qt::UniqueConnection);
 }
 
-/// Another screen may have more pixels or fewer to a device-independent one.
-void ThumbsForm::onScreenChanged()
-{
-    if (stackedLayout->currentIndex() == ViewerPage)
-        resizeSelectedImage();
-}
-
 void ThumbsForm::resizeEvent(QResizeEvent *)
 {
     if (!widgetShown)
@@ -33,7 +26,7 @@ void ThumbsForm::resizeEvent(QResizeEvent *)
     if (page == ViewerPage)
         placeNavigationButtons();
     if (page != BrowserPage)
-        resizeSelectedImage();
+        refit();
     fileList.reflow();
 }
 

@@ -3,12 +3,11 @@
 #include "ui_ThumbsForm.h"
 #include "viewer/PictureTurning.h"
 
-/// Makes a change to the picture in full and, where the view has pixels of its own, to these.
+/// Makes a change to the picture and to its view.
 void ThumbsForm::editPicture(const std::function<QImage(const QImage &)> &edit)
 {
-    const bool same = displayedImage.pixels.cacheKey() == selectedImage.cacheKey();
-    selectedImage = QPixmap::fromImage(edit(selectedImage.toImage()));
-    displayedImage.pixels = same ? selectedImage : QPixmap::fromImage(edit(displayedImage.pixels.toImage()));
+    pictureView.edit(edit);
+    redraw();
 }
 
 void ThumbsForm::on_rotateLeftButton_clicked()
@@ -25,32 +24,24 @@ void ThumbsForm::on_rotateRightButton_clicked()
 void ThumbsForm::rotateImage(int angle)
 {
     editPicture([angle](const QImage &image) { return PictureTurning::rotated(image, angle > 0); });
-    displayedImage.size.transpose();
-    drawSelectedImage(false);
-    fitLabelToView(displayedImage.size.expandedTo(viewport()));
+    fitLabelToView(pictureView.displayed().size.expandedTo(viewport()));
 }
 
 void ThumbsForm::on_flipHButton_clicked()
 {
-    flipImage(Qt::Horizontal);
+    editPicture([](const QImage &image) { return PictureTurning::mirrored(image, Qt::Horizontal); });
 }
 
 void ThumbsForm::on_flipVButton_clicked()
 {
-    flipImage(Qt::Vertical);
-}
-
-void ThumbsForm::flipImage(Qt::Orientation direction)
-{
-    editPicture([direction](const QImage &image) { return PictureTurning::mirrored(image, direction); });
-    drawSelectedImage(false);
+    editPicture([](const QImage &image) { return PictureTurning::mirrored(image, Qt::Vertical); });
 }
 
 void ThumbsForm::on_cropButton_clicked()
 {
     const bool on = ui->cropButton->isChecked();
     if (on)
-        cropTool.init(selectedImage.size());
+        cropTool.init(pictureView.picture().size());
     ui->imageLabel->setCropMode(on);
     ui->cropWidget->setVisible(on);
     if (!on) {
@@ -59,7 +50,7 @@ void ThumbsForm::on_cropButton_clicked()
         ui->scrollArea->setGeometry(area);
     }
     ui->scrollArea->updateGeometry();
-    resizeSelectedImage();
+    refit();
     placeNavigationButtons();
 }
 
@@ -68,30 +59,8 @@ void ThumbsForm::initCropMode()
 {
     if (!ui->cropButton->isChecked())
         return;
-    cropTool.init(selectedImage.size());
-    drawSelectedImage(false);
-}
-
-/// Takes the crop rectangle into the spin boxes, which cannot hold every value.
-void ThumbsForm::showCropRect()
-{
-    const auto updating = cropTool.updateSpinBoxes();
-    const QRect rect = cropTool.rect();
-    ui->leftSpinBox->setValue(rect.left());
-    ui->topSpinBox->setValue(rect.top());
-    ui->widthSpinBox->setValue(rect.width());
-    ui->heightSpinBox->setValue(rect.height());
-}
-
-void ThumbsForm::moveOverCrop(QPoint point, QPoint localPoint)
-{
-    const QPoint at = localPoint
-                      - QPoint((ui->imageLabel->width() - displayedImage.width()) / 2,
-                               (ui->imageLabel->height() - displayedImage.height()) / 2);
-    if (const auto shape = cropTool.cursorAt(at))
-        setCursor(*shape);
-    if (cropTool.drag(point, at, selectedImage.size(), scaleFactor))
-        drawSelectedImage(false);
+    cropTool.init(pictureView.picture().size());
+    redraw();
 }
 
 void ThumbsForm::on_leftSpinBox_valueChanged(int arg1)
@@ -117,5 +86,5 @@ void ThumbsForm::on_heightSpinBox_valueChanged(int arg1)
 void ThumbsForm::setCropSide(void (QRect::*set)(int), int value)
 {
     if (cropTool.set(set, value))
-        drawSelectedImage(false);
+        redraw();
 }

@@ -66,7 +66,7 @@ void ThumbsForm::loadFolderList(QSettings &store)
 void ThumbsForm::saveSettings()
 {
     QSettings store = programSettings();
-    BrowserSettings::imageScale.write(store, static_cast<int>(imageScale));
+    BrowserSettings::imageScale.write(store, static_cast<int>(pictureView.mode()));
     BrowserSettings::showGallery.write(store, VistamoGlobal::showGallery);
     BrowserSettings::showCheckbox.write(store, VistamoGlobal::showCheckbox);
     BrowserSettings::exportImagePath().write(store, VistamoGlobal::exportImagePath);

@@ -103,7 +103,7 @@ void ThumbsForm::onDoubleClickListView(QModelIndex index)
 {
     selectedImageIndex = index.row();
     setImageScale(ScaleMode::Fit);
-    resizeSelectedImage();
+    refit();
     loadImage();
     initCropMode();
     ui->galleryTableView->selectColumn(selectedImageIndex);

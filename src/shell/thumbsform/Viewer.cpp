@@ -13,11 +13,6 @@
 namespace {
 
 constexpr int keyDebounceMs = 10;
-// The smooth redraw comes when this many ticks have passed without a fast one.
-constexpr int ticksToHighQuality = 10;
-constexpr int highQualityTickMs = 100;
-// An edited picture is reduced anew when it has been left alone for half of that time.
-constexpr int ticksToReducing = 5;
 
 ImageRequest fileOf(const TFileRecord &record)
 {
@@ -51,9 +46,9 @@ void ThumbsForm::loadSelectedImage(const QString &path)
     qDebug() << "loadSelectedImage: " << path;
     shownPath = path;
     actionWhenLoaded = nullptr;
-    cropTool.setPreviousImageSize(selectedImage.size());
-    QPixmap previous = std::exchange(selectedImage, placeholder(path));
-    resizeSelectedImage();
+    cropTool.setPreviousImageSize(pictureView.picture().size());
+    QPixmap previous = pictureView.exchange(placeholder(path));
+    refit();
     Background::free(std::move(previous));
 
     decodedAhead.pause();
@@ -105,18 +100,17 @@ void ThumbsForm::startLoadImageThread(const QList<ImageRequest> &requests)
 
 void ThumbsForm::onImageLoaded(QPixmap pixmap)
 {
-    QPixmap previous = std::exchange(selectedImage, pixmap);
-    ui->sizeInfoLabel->setText(
-        QStringLiteral("%1x%2").arg(selectedImage.width()).arg(selectedImage.height()));
+    QPixmap previous = pictureView.exchange(pixmap);
+    ui->sizeInfoLabel->setText(QStringLiteral("%1x%2").arg(pixmap.width()).arg(pixmap.height()));
     initCropMode();
-    resizeSelectedImage();
+    refit();
     Background::free(std::move(previous));
 }
 
 void ThumbsForm::onLoadImageFinished()
 {
     decodeNeighbours();
-    reducedPicture.want(selectedImage);
+    pictureView.reduce();
     if (const auto action = std::exchange(actionWhenLoaded, nullptr))
         action();
 }
@@ -133,66 +127,7 @@ void ThumbsForm::decodeNeighbours()
             record && !viewerClosed && row != selectedImageIndex)
             files.append(fileOf(*record));
     }
-    decodedAhead.want(files, selectedImage);
-}
-
-void ThumbsForm::drawSelectedImage(bool highQuality)
-{
-    if (viewerClosed)
-        return;
-    scaleFactor = static_cast<double>(displayedImage.width()) / selectedImage.width();
-    ui->percentResizeLabel->setText(percentText(scaleFactor));
-    qDebug() << "drawSelectedImage: " << highQuality;
-    if (adjustments.isActive()) {
-        adjustments.request(selectedImage, displayedImage.width(), highQuality, devicePixelRatio());
-        return;
-    }
-    if (highQuality)
-        displayedImage = smoothImage(pictureForView(), displayedImage.size, viewport(), devicePixelRatio());
-    showDisplayedImage(highQuality);
-}
-
-/// The picture in full, or its copy where that is enough for the present view.
-const QPixmap &ThumbsForm::pictureForView()
-{
-    return reducedPicture.enoughFor(selectedImage,
-                                    (QSizeF(displayedImage.size) * devicePixelRatio()).toSize());
-}
-
-void ThumbsForm::showDisplayedImage(bool highQuality)
-{
-    if (viewerClosed)
-        return;
-    if (displayedImage.pixels.isNull())
-        displayedImage.pixels = pictureForView();
-    if (ui->cropButton->isChecked()) {
-        if (displayedImage.isNull())
-            return;
-        showCropRect();
-        ui->imageLabel->showImage(selectedImage, displayedImage, cropTool.draw(scaleFactor));
-    } else {
-        ui->imageLabel->showImage(selectedImage, displayedImage);
-    }
-    if (highQuality)
-        return;
-    highQualityCountdown = ticksToHighQuality;
-    if (highQualityTimer)
-        return;
-    highQualityTimer = new QTimer(this);
-    connect(highQualityTimer, SIGNAL(timeout()), SLOT(onLoadHighQualityTimer()));
-    highQualityTimer->start(highQualityTickMs);
-}
-
-void ThumbsForm::onLoadHighQualityTimer()
-{
-    if (highQualityCountdown >= 1) {
-        if (--highQualityCountdown == ticksToReducing)
-            reducedPicture.want(selectedImage);
-        return;
-    }
-    highQualityTimer->stop();
-    std::exchange(highQualityTimer, nullptr)->deleteLater();
-    drawSelectedImage(true);
+    decodedAhead.want(files, pictureView.picture());
 }
 
 void ThumbsForm::showNextImage()
@@ -210,9 +145,9 @@ void ThumbsForm::showPreviousImage()
 void ThumbsForm::stepTo(int index)
 {
     selectedImageIndex = index;
-    if (imageScale == ScaleMode::RealSize || imageScale == ScaleMode::Free) {
+    if (pictureView.mode() == ScaleMode::RealSize || pictureView.mode() == ScaleMode::Free) {
         setImageScale(ScaleMode::Fit);
-        resizeSelectedImage();
+        refit();
     }
     loadImage();
     ui->galleryTableView->selectColumn(selectedImageIndex);
@@ -267,13 +202,11 @@ void ThumbsForm::onKeyPressTimer()
     std::exchange(keyPressTimer, nullptr)->deleteLater();
 }
 
-/// Puts the floating buttons at half height of the scroll area, whose coordinates are used as they are.
-void ThumbsForm::placeNavigationButtons()
+void ThumbsForm::onResetImageAction()
 {
-    const NavigationButtons places =
-        navigationButtons(ui->scrollArea->size(), ui->back2Button->size(), ui->forward2Button->size());
-    ui->back2Button->move(places.back);
-    ui->forward2Button->move(places.forward);
+    // The row may hold another file by now.
+    if (fileList.at(selectedImageIndex))
+        loadSelectedImage(shownPath);
 }
 
 void ThumbsForm::on_closeButton_clicked()

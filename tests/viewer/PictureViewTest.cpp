@@ -1,0 +1,84 @@
+#include "viewer/PictureView.h"
+#include "shared/VistamoGlobal.h"
+#include "support/Pictures.h"
+#include "viewer/Adjustments.h"
+#include "viewer/ColourFilters.h"
+#include "viewer/PictureTurning.h"
+
+#include <QtTest>
+
+/// The picture on show: what becomes of its view, by itself and through the adjustments.
+class PictureViewTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void viewFollowsPictureModeAndEdits()
+    {
+        PictureView view;
+        const QSize port(300, 300);
+        QVERIFY(view.refit(port) == port && qIsNaN(view.measure())); // nothing to show
+        view.exchange(QPixmap::fromImage(Pictures::quarters(QSize(600, 400))));
+        QVERIFY(view.refit(port) == port && view.measure() == 0.5);
+        QCOMPARE(view.redraw(false, port, 1).pixels.cacheKey(), view.picture().cacheKey()); // not scaled
+        QCOMPARE(view.redraw(true, port, 2).pixels.size(), QSize(600, 400));
+        QCOMPARE(view.redraw(true, port, 1).pixels.size(), QSize(300, 200));
+
+        // A turned picture keeps its scale. The view has pixels of its own by now.
+        view.edit([](const QImage &image) { return PictureTurning::rotated(image, true); });
+        QCOMPARE(view.displayed().size, QSize(200, 300));
+        for (const QPixmap &pixmap : {view.displayed().pixels, view.picture()})
+            QCOMPARE(Pictures::quartersOf(pixmap.toImage()), "blue red yellow green");
+        // What the filters give is as wide as the view, and may have other pixels.
+        QImage filtered(100, 150, QImage::Format_RGB32);
+        filtered.setDevicePixelRatio(0.5);
+        view.setFiltered(filtered);
+        QCOMPARE(view.displayed().size, QSize(200, 300));
+        QCOMPARE(view.redraw(false, port, 1).pixels.size(), filtered.size());
+        view.dropFiltered();
+        QCOMPARE(view.redraw(false, port, 1).pixels.cacheKey(), view.picture().cacheKey());
+
+        // Free zoom: its scale holds for the next picture, whatever the room.
+        QVERIFY(view.zoom(1, 0) && view.measure() == 0.55);
+        QCOMPARE(view.exchange(QPixmap(1000, 100)).size(), QSize(400, 600));
+        QCOMPARE(view.refit(port), QSize(550, 300));
+
+        // The smooth view is due eleven ticks after the last fast one, and is the last itself.
+        QSignalSpy ticks(&view, &PictureView::highQualityTick);
+        QVERIFY(ticks.wait() && !view.countDown());
+        view.redraw(false, port, 1);
+        for (int tick = 1; tick <= 11; ++tick)
+            QCOMPARE(view.countDown(), tick == 11);
+        view.redraw(true, port, 1);
+        QVERIFY(!ticks.wait(300));
+    }
+
+    void adjustmentsGiveTheNewestViewAndTheWholePicture()
+    {
+        const QImage picture = Pictures::quarters(QSize(600, 400)).convertToFormat(QImage::Format_RGB32);
+        Adjustments adjustments;
+        QImage view;
+        connect(&adjustments, &Adjustments::resultAvailable, this,
+                [&](const QImage &image) { view = image; });
+        QSignalSpy finished(&adjustments, &Adjustments::finished);
+        const auto ask = [&](int width) {
+            adjustments.setFilter(20, width, 50, 90);
+            adjustments.request(QPixmap::fromImage(picture), width, false, 1);
+            return VistamoGlobal().applyFilters(picture.scaledToWidth(width), 20, width, 50, 90);
+        };
+        adjustments.setActive(true);
+        adjustments.start();
+        ask(33);
+        QTRY_COMPARE(view, ask(60));
+        // Opened again while the thread ends: there is another one by the time that this is heard of.
+        QCOMPARE(adjustments.apply(picture), ColourFilters::applyAdjustments(picture, 20, 60, 50, 90));
+        adjustments.setActive(true);
+        QVERIFY(finished.wait());
+        QTRY_COMPARE(view, ask(30));
+        adjustments.cancel();
+        QVERIFY(finished.wait());
+    }
+};
+
+QTEST_MAIN(PictureViewTest)
+#include "PictureViewTest.moc"
