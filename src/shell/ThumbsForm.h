@@ -10,11 +10,10 @@
 #include "shared/Worker.h"
 #include "viewer/Adjustments.h"
 #include "viewer/CropTool.h"
-#include "viewer/DecodedAhead.h"
 #include "viewer/Exports.h"
 #include "viewer/Panning.h"
+#include "viewer/PictureLoader.h"
 #include "viewer/PictureView.h"
-#include "viewer/VistamoLoadImageThread.h"
 
 #include <QItemSelection>
 #include <QMenu>
@@ -235,29 +234,7 @@ private:
     // Viewer
     void loadImage();
     void loadSelectedImage(const QString &path);
-    QPixmap placeholder(const QString &path) const;
-    void replaceHangingLoader();
-    void startLoadImageThread(const QList<ImageRequest> &requests);
-    void decodeNeighbours();
-    void showNextImage();
-    void showPreviousImage();
-    void stepTo(int index);
-
-    // Rotate, flip and crop
-    void editPicture(const std::function<QImage(const QImage &)> &edit);
-    void rotateImage(int angle);
-    void initCropMode();
-    void setCropSide(void (QRect::*set)(int), int value);
-
-    // Export
-    void whenLoaded(const std::function<void()> &action);
-    void exportImage(QPixmap picture);
-
-    // File operations
-    QStringList chosenFiles() const;
-    FileTransfer::Surroundings transferSurroundings();
-    void showOverwriteDialog(const QStringList &fileExistsList, const QStringList &fileSourceList);
-    static void showFileCopiedMessage(int count, const QString &folder);
+    void step(PictureLoader::Step direction);
 
     // View
     void refit();
@@ -268,6 +245,21 @@ private:
     void setImageScale(ScaleMode mode);
     QSize viewport() const;
     void placeNavigationButtons();
+
+    // Rotate, flip and crop
+    void editPicture(const std::function<QImage(const QImage &)> &edit);
+    void rotateImage(int angle);
+    void initCropMode();
+    void setCropSide(void (QRect::*set)(int), int value);
+
+    // Export
+    void exportImage(QPixmap picture);
+
+    // File operations
+    QStringList chosenFiles() const;
+    FileTransfer::Surroundings transferSurroundings();
+    void showOverwriteDialog(const QStringList &fileExistsList, const QStringList &fileSourceList);
+    static void showFileCopiedMessage(int count, const QString &folder);
 
     const std::unique_ptr<Ui::ThumbsForm> ui;
     enum Page
@@ -298,28 +290,16 @@ private:
     QAction *renameAction = nullptr;
 
     // Viewer
+    PictureLoader pictureLoader;
     PictureView pictureView;
-    int selectedImageIndex = 0;
-    QString shownPath; ///< file last asked for
-    bool viewerClosed = true;
+    Panning panning;
+    CropTool cropTool;
+    Adjustments adjustments;
+    Exports exports;
+    VistamoFilterDialog *filterDialog = nullptr; ///< made once and kept
+    int selectedImageIndex = 0;                  ///< row of the file on show
     bool keyPressPending = false;
     QTimer *keyPressTimer = nullptr;
-    Worker<VistamoLoadImageThread> loadImageThread;
-    DecodedAhead decodedAhead;
-    bool steppedBack = false;
-
-    Panning panning;
-
-    // Crop
-    CropTool cropTool;
-
-    // Colour adjustments
-    Adjustments adjustments;
-    VistamoFilterDialog *filterDialog = nullptr; ///< made once and kept
-
-    // Export
-    std::function<void()> actionWhenLoaded;
-    Exports exports;
 
     // File operations
     FileTransfer fileTransfer;

@@ -1,8 +1,7 @@
 #include "shared/ImageReading.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
-#include "viewer/DecodedAhead.h"
-#include "viewer/VistamoLoadImageThread.h"
+#include "viewer/PictureLoader.h"
 
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -62,6 +61,23 @@ private slots:
         QVERIFY(thread.wait());
         QCoreApplication::processEvents();
         QCOMPARE(given.size(), 0);
+    }
+
+    void whatWaitsComesAfterThePictureOnShow()
+    {
+        PictureLoader loader;
+        QStringList heard;
+        connect(&loader, &PictureLoader::imageLoaded, this,
+                [&](const QPixmap &pixmap) { heard.append(QString::number(pixmap.width())); });
+        connect(&loader, &PictureLoader::loadImageFinished, this, [&] { heard.append("end"); });
+        const auto await = [&](const char *name) { loader.whenLoaded([&, name] { heard.append(name); }); };
+        await("at once");
+        loader.show({path("slow.png")});
+        await("forgotten");
+        loader.show({path("7.jpg")});
+        await("replaced");
+        await("last");
+        QTRY_COMPARE(heard, QStringList({"at once", "8000", "7", "end", "last"}));
     }
 
     void pictureThatIsBeingDecodedAheadIsWaitedFor()

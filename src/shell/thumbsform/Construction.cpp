@@ -89,8 +89,7 @@ void ThumbsForm::endWorkers()
 {
     const QDeadlineTimer deadline(longestExitMs);
     const auto forAll = [this](const auto &action) {
-        action(loadImageThread);
-        action(decodedAhead);
+        action(pictureLoader);
         action(adjustments);
         action(folderLoad);
     };
@@ -266,6 +265,8 @@ void ThumbsForm::connectViews()
     connect(ui->imageLabel, SIGNAL(endDragImage()), SLOT(onEndDragImage()));
     connect(ui->imageLabel, SIGNAL(mouseMove(QPoint, QPoint)), SLOT(onMouseMove(QPoint, QPoint)));
     connect(ui->imageLabel, SIGNAL(mouseLeave()), SLOT(onMouseLeave()));
+    connect(&pictureLoader, SIGNAL(imageLoaded(QPixmap)), SLOT(onImageLoaded(QPixmap)));
+    connect(&pictureLoader, SIGNAL(loadImageFinished()), SLOT(onLoadImageFinished()));
     connect(&pictureView, SIGNAL(highQualityTick()), SLOT(onLoadHighQualityTimer()));
     connect(&adjustments, SIGNAL(resultAvailable(QImage)), SLOT(on_filterResultAvailable(QImage)));
     connect(&adjustments, SIGNAL(finished()), SLOT(on_filterFinished()));

@@ -9,28 +9,19 @@
 
 void ThumbsForm::imageFileActionClicked(bool)
 {
-    whenLoaded([this] { exportImage(pictureView.picture()); });
+    pictureLoader.whenLoaded([this] { exportImage(pictureView.picture()); });
 }
 
 void ThumbsForm::on_exportCropImageButton_clicked()
 {
-    whenLoaded(
+    pictureLoader.whenLoaded(
         [this] { exportImage(QPixmap::fromImage(pictureView.picture().toImage().copy(cropTool.rect()))); });
 }
 
 void ThumbsForm::pasteboardActionMenuClicked(bool)
 {
-    whenLoaded([this] { QGuiApplication::clipboard()->setImage(pictureView.picture().toImage()); });
-}
-
-/// Does something with the picture in full: at once, or as soon as it has taken its thumbnail's place.
-/// Another picture or another action takes the place of one that waits.
-void ThumbsForm::whenLoaded(const std::function<void()> &action)
-{
-    if (loadImageThread.isActive())
-        actionWhenLoaded = action;
-    else
-        action();
+    pictureLoader.whenLoaded(
+        [this] { QGuiApplication::clipboard()->setImage(pictureView.picture().toImage()); });
 }
 
 /// Asks for a path, which the next dialog begins at, and has the picture written there. It is the one that

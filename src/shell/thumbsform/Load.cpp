@@ -45,7 +45,7 @@ void ThumbsForm::onFilesFound(const FoundFiles &files)
 /// Finds the file that the viewer shows again, once the list has been read anew.
 void ThumbsForm::followShownFile()
 {
-    const int row = viewerClosed ? -1 : fileList.rowOf(shownPath);
+    const int row = pictureLoader.isClosed() ? -1 : fileList.rowOf(pictureLoader.shown());
     if (row < 0)
         return;
     selectedImageIndex = row;

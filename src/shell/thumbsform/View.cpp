@@ -33,7 +33,7 @@ void ThumbsForm::refit()
 /// Draws the view at the size that it has.
 void ThumbsForm::redraw(bool highQuality)
 {
-    if (viewerClosed)
+    if (pictureLoader.isClosed())
         return;
     ui->percentResizeLabel->setText(percentText(pictureView.measure()));
     qDebug() << "drawSelectedImage: " << highQuality;
@@ -48,7 +48,7 @@ void ThumbsForm::redraw(bool highQuality)
 void ThumbsForm::showView(bool highQuality)
 {
     const bool cropping = ui->cropButton->isChecked();
-    if (viewerClosed || (cropping && pictureView.displayed().isNull()))
+    if (pictureLoader.isClosed() || (cropping && pictureView.displayed().isNull()))
         return;
     std::optional<QRect> crop;
     if (cropping) {

@@ -29,7 +29,7 @@ void ThumbsForm::loadImage()
 
 void ThumbsForm::loadImage(const QString &path)
 {
-    viewerClosed = false;
+    pictureLoader.open();
     const bool hasNeighbours = fileList.count() >= 2;
     ui->backButton->setVisible(hasNeighbours);
     ui->forwardButton->setVisible(hasNeighbours);
@@ -44,58 +44,15 @@ void ThumbsForm::loadImage(const QString &path)
 void ThumbsForm::loadSelectedImage(const QString &path)
 {
     qDebug() << "loadSelectedImage: " << path;
-    shownPath = path;
-    actionWhenLoaded = nullptr;
+    // The row may hold another file, or none.
+    const TFileRecord *const record = fileList.at(selectedImageIndex);
+    const bool listed = record && record->fullPath == path;
     cropTool.setPreviousImageSize(pictureView.picture().size());
-    QPixmap previous = pictureView.exchange(placeholder(path));
+    QPixmap previous = pictureView.exchange(listed ? fileList.thumbnail(selectedImageIndex) : QPixmap());
     refit();
     Background::free(std::move(previous));
-
-    decodedAhead.pause();
-    if (loadImageThread.isActive() && loadImageThread->hangs())
-        replaceHangingLoader();
-    ImageRequest request = {path};
-    if (const TFileRecord *const record = fileList.at(selectedImageIndex); record && record->fullPath == path)
-        request = decodedAhead.request(fileOf(*record));
-    if (loadImageThread.isActive())
-        loadImageThread->addFile(request);
-    else
-        startLoadImageThread({request});
+    pictureLoader.show(listed ? fileOf(*record) : ImageRequest{path});
     emit changeTitle(VistamoGlobal().getAppTitle() + QLatin1Char('-') + path);
-}
-
-/// The thumbnail of the file, cut out of its square; null if the list has none for it.
-QPixmap ThumbsForm::placeholder(const QString &path) const
-{
-    const TFileRecord *const record = fileList.at(selectedImageIndex);
-    return record && record->fullPath == path ? fileList.thumbnail(selectedImageIndex) : QPixmap();
-}
-
-/// Leaves a loader behind whose drive does not answer, and goes on with what waits behind that picture.
-void ThumbsForm::replaceHangingLoader()
-{
-    QList<ImageRequest> waiting = loadImageThread->takeWaiting();
-    for (ImageRequest &request : waiting)
-        request.decoded.reset(); // it may be what hangs
-    loadImageThread.leaveBehind();
-    startLoadImageThread(waiting);
-}
-
-void ThumbsForm::startLoadImageThread(const QList<ImageRequest> &requests)
-{
-    using Thread = VistamoLoadImageThread;
-    loadImageThread.set(std::make_unique<Thread>());
-    loadImageThread.on(&Thread::imageLoaded, [this](const QPixmap &pixmap) { onImageLoaded(pixmap); });
-    for (const ImageRequest &request : requests)
-        loadImageThread->addFile(request);
-    loadImageThread.start(QThread::InheritPriority, [this](Thread &ended) {
-        // What was asked for while the thread was ending goes to the next one.
-        const QList<ImageRequest> waiting = ended.takeWaiting();
-        if (waiting.isEmpty())
-            onLoadImageFinished();
-        else
-            startLoadImageThread(waiting);
-    });
 }
 
 void ThumbsForm::onImageLoaded(QPixmap pixmap)
@@ -109,42 +66,23 @@ void ThumbsForm::onImageLoaded(QPixmap pixmap)
 
 void ThumbsForm::onLoadImageFinished()
 {
-    decodeNeighbours();
+    const auto neighbour = [this](int row) {
+        const TFileRecord *const record = row == selectedImageIndex ? nullptr : fileList.at(row);
+        return record ? fileOf(*record) : ImageRequest();
+    };
+    pictureLoader.decodeNeighbours(neighbour(nextIndex(selectedImageIndex, fileList.count())),
+                                   neighbour(previousIndex(selectedImageIndex, fileList.count())),
+                                   pictureView.picture());
     pictureView.reduce();
-    if (const auto action = std::exchange(actionWhenLoaded, nullptr))
-        action();
 }
 
-/// Has the neighbours of the picture on show decoded, the one in the direction of the last step first.
-void ThumbsForm::decodeNeighbours()
+/// Shows the next file or the one before, around both ends. A zoom does not survive it.
+void ThumbsForm::step(PictureLoader::Step direction)
 {
-    QList<ImageRequest> files;
-    const int count = fileList.count();
-    const int next = nextIndex(selectedImageIndex, count);
-    const int previous = previousIndex(selectedImageIndex, count);
-    for (const int row : {steppedBack ? previous : next, steppedBack ? next : previous}) {
-        if (const TFileRecord *const record = fileList.at(row);
-            record && !viewerClosed && row != selectedImageIndex)
-            files.append(fileOf(*record));
-    }
-    decodedAhead.want(files, pictureView.picture());
-}
-
-void ThumbsForm::showNextImage()
-{
-    steppedBack = false;
-    stepTo(nextIndex(selectedImageIndex, fileList.count()));
-}
-
-void ThumbsForm::showPreviousImage()
-{
-    steppedBack = true;
-    stepTo(previousIndex(selectedImageIndex, fileList.count()));
-}
-
-void ThumbsForm::stepTo(int index)
-{
-    selectedImageIndex = index;
+    pictureLoader.setLastStep(direction);
+    selectedImageIndex = direction == PictureLoader::Step::Back
+                             ? previousIndex(selectedImageIndex, fileList.count())
+                             : nextIndex(selectedImageIndex, fileList.count());
     if (pictureView.mode() == ScaleMode::RealSize || pictureView.mode() == ScaleMode::Free) {
         setImageScale(ScaleMode::Fit);
         refit();
@@ -155,22 +93,22 @@ void ThumbsForm::stepTo(int index)
 
 void ThumbsForm::on_forwardButton_clicked()
 {
-    showNextImage();
+    step(PictureLoader::Step::Forward);
 }
 
 void ThumbsForm::on_backButton_clicked()
 {
-    showPreviousImage();
+    step(PictureLoader::Step::Back);
 }
 
 void ThumbsForm::on_forward2Button_clicked()
 {
-    showNextImage();
+    step(PictureLoader::Step::Forward);
 }
 
 void ThumbsForm::on_back2Button_clicked()
 {
-    showPreviousImage();
+    step(PictureLoader::Step::Back);
 }
 
 bool ThumbsForm::eventFilter(QObject *watched, QEvent *event)
@@ -180,10 +118,7 @@ bool ThumbsForm::eventFilter(QObject *watched, QEvent *event)
         const int key = static_cast<QKeyEvent *>(event)->key();
         if (key == Qt::Key_Left || key == Qt::Key_Right) {
             keyPressPending = true;
-            if (key == Qt::Key_Left)
-                showPreviousImage();
-            else
-                showNextImage();
+            step(key == Qt::Key_Left ? PictureLoader::Step::Back : PictureLoader::Step::Forward);
             if (!keyPressTimer) {
                 keyPressTimer = new QTimer(this);
                 connect(keyPressTimer, SIGNAL(timeout()), SLOT(onKeyPressTimer()));
@@ -206,15 +141,14 @@ void ThumbsForm::onResetImageAction()
 {
     // The row may hold another file by now.
     if (fileList.at(selectedImageIndex))
-        loadSelectedImage(shownPath);
+        loadSelectedImage(pictureLoader.shown());
 }
 
 void ThumbsForm::on_closeButton_clicked()
 {
     if (filterDialog)
         filterDialog->close();
-    viewerClosed = true;
-    decodeNeighbours(); // none any more
+    pictureLoader.close();
     emit changeTitle(VistamoGlobal().getAppTitle());
     stackedLayout->setCurrentIndex(BrowserPage);
 }

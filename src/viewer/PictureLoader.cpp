@@ -1,0 +1,89 @@
+#include "viewer/PictureLoader.h"
+
+#include <utility>
+
+void PictureLoader::close()
+{
+    viewerClosed = true;
+    decodedAhead.want({}, {});
+}
+
+void PictureLoader::show(const ImageRequest &file)
+{
+    shownPath = file.path;
+    actionWhenLoaded = nullptr;
+    decodedAhead.pause();
+    if (loadImageThread.isActive() && loadImageThread->hangs())
+        replaceHangingLoader();
+    const ImageRequest request = decodedAhead.request(file);
+    if (loadImageThread.isActive())
+        loadImageThread->addFile(request);
+    else
+        start({request});
+}
+
+/// Leaves a loader behind whose drive does not answer, and goes on with what waits behind that picture.
+void PictureLoader::replaceHangingLoader()
+{
+    QList<ImageRequest> waiting = loadImageThread->takeWaiting();
+    for (ImageRequest &request : waiting)
+        request.decoded.reset(); // it may be what hangs
+    loadImageThread.leaveBehind();
+    start(waiting);
+}
+
+void PictureLoader::start(const QList<ImageRequest> &requests)
+{
+    using Thread = VistamoLoadImageThread;
+    loadImageThread.set(std::make_unique<Thread>());
+    loadImageThread.on(&Thread::imageLoaded, [this](const QPixmap &pixmap) { emit imageLoaded(pixmap); });
+    for (const ImageRequest &request : requests)
+        loadImageThread->addFile(request);
+    loadImageThread.start(QThread::InheritPriority, [this](Thread &ended) {
+        // What was asked for while the thread was ending goes to the next one.
+        const QList<ImageRequest> waiting = ended.takeWaiting();
+        if (waiting.isEmpty())
+            finish();
+        else
+            start(waiting);
+    });
+}
+
+void PictureLoader::finish()
+{
+    emit loadImageFinished();
+    if (const auto action = std::exchange(actionWhenLoaded, nullptr))
+        action();
+}
+
+void PictureLoader::whenLoaded(const std::function<void()> &action)
+{
+    if (loadImageThread.isActive())
+        actionWhenLoaded = action;
+    else
+        action();
+}
+
+void PictureLoader::decodeNeighbours(const ImageRequest &next, const ImageRequest &previous,
+                                     const QPixmap &picture)
+{
+    QList<ImageRequest> files;
+    const bool back = lastStep == Step::Back;
+    for (const ImageRequest &file : {back ? previous : next, back ? next : previous}) {
+        if (!viewerClosed && !file.path.isEmpty())
+            files.append(file);
+    }
+    decodedAhead.want(files, picture);
+}
+
+void PictureLoader::stop()
+{
+    loadImageThread.stop();
+    decodedAhead.stop();
+}
+
+void PictureLoader::end(QDeadlineTimer deadline)
+{
+    loadImageThread.end(deadline);
+    decodedAhead.end(deadline);
+}

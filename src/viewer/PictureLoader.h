@@ -1,0 +1,69 @@
+#pragma once
+
+#include "shared/Worker.h"
+#include "viewer/DecodedAhead.h"
+#include "viewer/VistamoLoadImageThread.h"
+
+#include <QObject>
+
+#include <functional>
+
+/// Decodes in the background what the viewer shows, and ahead of it what it is likely to show next. It knows
+/// which file is on show, and what waits for its picture. GUI thread.
+class PictureLoader : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum class Step
+    {
+        Forward,
+        Back
+    };
+
+    /// The viewer comes up, or goes: then nothing is decoded ahead any more.
+    void open() { viewerClosed = false; }
+    void close();
+    [[nodiscard]] bool isClosed() const { return viewerClosed; }
+
+    /// Asks for a picture; it takes the place of what waits for the one before. A loader whose drive does not
+    /// answer is left behind.
+    void show(const ImageRequest &file);
+
+    /// Path of the file last asked for.
+    const QString &shown() const { return shownPath; }
+
+    /// Does something with the picture in full: at once, or as soon as it has taken its thumbnail's place.
+    /// Another picture or another action takes the place of one that waits.
+    void whenLoaded(const std::function<void()> &action);
+
+    /// Tells which way the user goes through the files.
+    void setLastStep(Step step) { lastStep = step; }
+
+    /// Has the neighbours of the picture on show decoded, the one in the direction of the last step first;
+    /// none if the viewer is closed. No path stands for no neighbour.
+    void decodeNeighbours(const ImageRequest &next, const ImageRequest &previous, const QPixmap &picture);
+
+    /// At the end of the program: tells all threads to stop; waits for them.
+    void stop();
+    void end(QDeadlineTimer deadline);
+
+signals:
+    /// A picture, null if it could not be read; they come in the order in which they were asked for.
+    void imageLoaded(QPixmap pixmap);
+
+    /// Nothing is left to decode; what waits for the picture comes after this.
+    void loadImageFinished();
+
+private:
+    void start(const QList<ImageRequest> &requests);
+    void replaceHangingLoader();
+    void finish();
+
+    QString shownPath;
+    bool viewerClosed = true;
+    Step lastStep = Step::Forward;
+    Worker<VistamoLoadImageThread> loadImageThread;
+    DecodedAhead decodedAhead;
+    std::function<void()> actionWhenLoaded; ///< empty unless the loader runs
+};
