@@ -64,6 +64,12 @@ void FolderLoad::showAgain(const QString &path)
     show(path);
 }
 
+void FolderLoad::showChanged(const QString &path)
+{
+    if (CaselessPath(oldPath) == CaselessPath(path))
+        showAgain(path);
+}
+
 void FolderLoad::leave()
 {
     stopThumbnails();

@@ -47,6 +47,9 @@ public:
     void showAgain(const QString &path);
     void reload() { showAgain(currentPath); }
 
+    /// A folder has changed: it is read again, unless another has been asked for since.
+    void showChanged(const QString &path);
+
     /// Leaves the folder on show: there is none then.
     void leave();
 

@@ -193,13 +193,9 @@ private slots:
 
 private:
     // Construction
-    void layoutThumbsPage();
-    void layoutViewerPage();
-    void setUpPages();
     void setUpViews();
     void setUpMenus();
     void connectViews();
-    void openThumbnailDatabase();
     void setUpContextMenu();
     void endWorkers();
 
@@ -214,7 +210,6 @@ private:
 
     // Folder list
     bool addFolderToList(const QString &path);
-    void reloadChangedFolder(const QString &path);
     void insertFolder(const QString &path, const QIcon &icon);
     void removeFolder(const QString &path);
     void checkEmptyFolderList();
@@ -250,7 +245,6 @@ private:
     void editPicture(const std::function<QImage(const QImage &)> &edit);
     void rotateImage(int angle);
     void initCropMode();
-    void setCropSide(void (QRect::*set)(int), int value);
 
     // Export
     void exportImage(QPixmap picture);
@@ -259,7 +253,6 @@ private:
     QStringList chosenFiles() const;
     FileTransfer::Surroundings transferSurroundings();
     void showOverwriteDialog(const QStringList &fileExistsList, const QStringList &fileSourceList);
-    static void showFileCopiedMessage(int count, const QString &folder);
 
     const std::unique_ptr<Ui::ThumbsForm> ui;
     enum Page
@@ -278,7 +271,6 @@ private:
     // Load
     FileList fileList;
     FolderLoad folderLoad;
-    QString thumbnailDatabasePath;
 
     // Thumbnail list
     const int maxIconSize = thumbnailSide; ///< pixels

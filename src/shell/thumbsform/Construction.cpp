@@ -4,10 +4,10 @@
 #include "library/ThumbnailDatabase.h"
 #include "library/ThumbnailDelegate.h"
 #include "shared/DecodeGuard.h"
+#include "shell/thumbsform/PageLayouts.h"
 #include "slideshow/SlideShowForm.h"
 #include "ui_ThumbsForm.h"
 
-#include <QBoxLayout>
 #include <QDeadlineTimer>
 #include <QHeaderView>
 #include <QStackedLayout>
@@ -18,25 +18,29 @@ constexpr int stripIconSize = 96;
 // At the end of the program the workers get this long altogether.
 constexpr int longestExitMs = 2000;
 
-void addAll(QBoxLayout *layout, const QList<QWidget *> &widgets)
+/// Opens the GUI thread's connection; whatever fails costs the cache.
+void openThumbnailDatabase()
 {
-    for (QWidget *const widget : widgets)
-        layout->addWidget(widget);
+    const QString folder = VistamoGlobal().getThumbnailsFolder();
+    DecodeGuard::start(folder);
+    const QString thumbnailDatabasePath = folder + QStringLiteral("/thumbnail.db");
+    ThumbnailDatabase::setFileName(thumbnailDatabasePath);
+
+    VistamoGlobal::thumbnailDatabase = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
+    VistamoGlobal::thumbnailDatabase.setDatabaseName(thumbnailDatabasePath);
+    // The GUI thread never waits for a lock.
+    ThumbnailDatabase::open(VistamoGlobal::thumbnailDatabase, 0);
+    const VistamoGlobal global;
+    if (!global.thumbnailTableExists(VistamoGlobal::thumbnailTableName, VistamoGlobal::thumbnailDatabase))
+        global.createThumbnailTable(VistamoGlobal::thumbnailTableName, VistamoGlobal::thumbnailDatabase);
 }
 
-/// A row with one group of widgets at its left end and one at its right end.
-QHBoxLayout *rowOfTwoGroups(const QList<QWidget *> &left, const QList<QWidget *> &right)
+void closeThumbnailDatabase()
 {
-    auto *const leftGroup = new QHBoxLayout;
-    addAll(leftGroup, left);
-    leftGroup->setAlignment(Qt::AlignLeft);
-    auto *const rightGroup = new QHBoxLayout;
-    addAll(rightGroup, right);
-    rightGroup->setAlignment(Qt::AlignRight);
-    auto *const row = new QHBoxLayout;
-    row->addLayout(leftGroup);
-    row->addLayout(rightGroup);
-    return row;
+    VistamoGlobal::thumbnailDatabase.close();
+    const QString connection = VistamoGlobal::thumbnailDatabase.connectionName();
+    VistamoGlobal::thumbnailDatabase = QSqlDatabase();
+    QSqlDatabase::removeDatabase(connection);
 }
 
 } // namespace
@@ -50,9 +54,12 @@ ThumbsForm::ThumbsForm(QWidget *parent)
 {
     Q_INIT_RESOURCE(resources);
     ui->setupUi(this);
-    layoutThumbsPage();
-    layoutViewerPage();
-    setUpPages();
+    layoutThumbsPage(*ui);
+    layoutViewerPage(*ui);
+    stackedLayout = new QStackedLayout(this);
+    stackedLayout->addWidget(ui->widget1);
+    stackedLayout->addWidget(ui->widget2);
+    stackedLayout->setCurrentIndex(BrowserPage);
     VistamoGlobal::buildImageFileExtensionList();
     setUpViews();
     setUpMenus();
@@ -78,10 +85,7 @@ ThumbsForm::~ThumbsForm()
     delete imagesToPdfForm;
     endWorkers();
     DecodeGuard::finish();
-    VistamoGlobal::thumbnailDatabase.close();
-    const QString connection = VistamoGlobal::thumbnailDatabase.connectionName();
-    VistamoGlobal::thumbnailDatabase = QSqlDatabase();
-    QSqlDatabase::removeDatabase(connection);
+    closeThumbnailDatabase();
 }
 
 /// Tells all workers to stop and waits for them, but not for one that hangs; exports are finished.
@@ -97,88 +101,6 @@ void ThumbsForm::endWorkers()
     forAll([&](auto &worker) { worker.end(deadline); });
     StoppableThread::endReleased(deadline);
     exports.finish();
-}
-
-void ThumbsForm::layoutThumbsPage()
-{
-    auto *const pathLayout = new QHBoxLayout(ui->pathWidget);
-    pathLayout->setContentsMargins(0, 0, 0, 0);
-    pathLayout->setAlignment(Qt::AlignLeft);
-    pathLayout->addWidget(ui->pathValueLabel);
-
-    auto *const noItemLayout = new QVBoxLayout(ui->noItemFrame);
-    noItemLayout->setAlignment(Qt::AlignVCenter);
-    addAll(noItemLayout, {ui->noItemImageLabel, ui->noItemLabel});
-
-    auto *const listColumn = new QVBoxLayout;
-    addAll(listColumn, {ui->mainListView, ui->pathWidget, ui->noItemFrame});
-    auto *const browserRow = new QHBoxLayout;
-    browserRow->addWidget(ui->sideTreeView);
-    browserRow->addLayout(listColumn);
-
-    auto *const page = new QVBoxLayout(ui->widget1);
-    page->addLayout(rowOfTwoGroups({ui->openFileAddButton, ui->openFileMinButton, ui->line_5, ui->plusButton,
-                                    ui->minButton, ui->showCheckboxButton, ui->hideCheckboxButton,
-                                    ui->deleteButton, ui->line_6, ui->toolsButton, ui->optionsButton,
-                                    ui->slideShowButton, ui->convertButton, ui->pdfButton},
-                                   {ui->webButton, ui->aboutButton}));
-    page->addLayout(browserRow);
-}
-
-void ThumbsForm::layoutViewerPage()
-{
-    QHBoxLayout *const toolRow =
-        rowOfTwoGroups({ui->backButton, ui->forwardButton, ui->line, ui->fitVHButton, ui->fitHButton,
-                        ui->fitVButton, ui->fullButton, ui->line_2, ui->rotateLeftButton,
-                        ui->rotateRightButton, ui->flipHButton, ui->flipVButton, ui->cropButton, ui->line_3,
-                        ui->galleryButton, ui->adjustButton, ui->line_7, ui->exportButton},
-                       {ui->closeButton});
-    toolRow->setContentsMargins(6, 0, 6, 0);
-
-    constexpr int gapAfterTitle = 40;
-    constexpr int gap = 10;
-    auto *const cropRow = new QHBoxLayout(ui->cropWidget);
-    cropRow->setAlignment(Qt::AlignLeft);
-    cropRow->addWidget(ui->cropImagelabel);
-    cropRow->addSpacing(gapAfterTitle);
-    addAll(cropRow, {ui->leftLabel, ui->leftSpinBox});
-    cropRow->addSpacing(gap);
-    addAll(cropRow, {ui->topLabel, ui->topSpinBox});
-    cropRow->addSpacing(gap);
-    addAll(cropRow, {ui->widthLabel, ui->widthSpinBox});
-    cropRow->addSpacing(gap);
-    addAll(cropRow, {ui->heightLabel, ui->heightSpinBox, ui->line_4, ui->exportCropImageButton});
-
-    auto *const imageRow = new QHBoxLayout;
-    imageRow->addWidget(ui->scrollArea);
-
-    auto *const infoRow = new QHBoxLayout(ui->fileInfoWidget);
-    infoRow->setAlignment(Qt::AlignLeft);
-    infoRow->setContentsMargins(6, 0, 2, 4);
-    addAll(infoRow, {ui->sizeInfoLabel, ui->percentResizeLabel});
-
-    auto *const page = new QVBoxLayout(ui->widget2);
-    page->setContentsMargins(0, 0, 0, 0);
-    page->addLayout(toolRow);
-    page->addWidget(ui->cropWidget);
-    page->addLayout(imageRow);
-    page->addWidget(ui->galleryTableView);
-    page->addWidget(ui->fileInfoWidget);
-
-    for (QToolButton *const floating : {ui->back2Button, ui->forward2Button}) {
-        floating->adjustSize();
-        floating->raise();
-    }
-    ui->cropWidget->hide();
-}
-
-void ThumbsForm::setUpPages()
-{
-    stackedLayout = new QStackedLayout;
-    stackedLayout->addWidget(ui->widget1);
-    stackedLayout->addWidget(ui->widget2);
-    stackedLayout->setCurrentIndex(BrowserPage);
-    setLayout(stackedLayout);
 }
 
 void ThumbsForm::setUpViews()
@@ -273,7 +195,7 @@ void ThumbsForm::connectViews()
     connect(&exports, SIGNAL(finished()), SLOT(onSaveImageFinished()));
 
     connect(&folderWatch, SIGNAL(directoryChanged(QString)), SLOT(showDirModified(QString)));
-    connect(&folderWatch, &FolderWatch::changed, this, &ThumbsForm::reloadChangedFolder);
+    connect(&folderWatch, &FolderWatch::changed, &folderLoad, &FolderLoad::showChanged);
 
     connect(&folderLoad, &FolderLoad::cutShort, &fileList, &FileList::clear);
     connect(&folderLoad, &FolderLoad::began, &fileList, &FileList::begin);
@@ -290,22 +212,6 @@ void ThumbsForm::connectViews()
     connect(&fileList, &FileList::itemMissing, &folderLoad, &FolderLoad::stopThumbnails);
     connect(&fileList.icons(), SIGNAL(lostPictures()), SLOT(onLostPictures()));
     connect(&fileList.icons(), SIGNAL(repaintNeeded()), SLOT(onThumbnailRepaintNeeded()));
-}
-
-void ThumbsForm::openThumbnailDatabase()
-{
-    const QString folder = VistamoGlobal().getThumbnailsFolder();
-    DecodeGuard::start(folder);
-    thumbnailDatabasePath = folder + QStringLiteral("/thumbnail.db");
-    ThumbnailDatabase::setFileName(thumbnailDatabasePath);
-
-    VistamoGlobal::thumbnailDatabase = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
-    VistamoGlobal::thumbnailDatabase.setDatabaseName(thumbnailDatabasePath);
-    // The GUI thread never waits for a lock.
-    ThumbnailDatabase::open(VistamoGlobal::thumbnailDatabase, 0);
-    const VistamoGlobal global;
-    if (!global.thumbnailTableExists(VistamoGlobal::thumbnailTableName, VistamoGlobal::thumbnailDatabase))
-        global.createThumbnailTable(VistamoGlobal::thumbnailTableName, VistamoGlobal::thumbnailDatabase);
 }
 
 void ThumbsForm::setUpContextMenu()

@@ -26,6 +26,15 @@ void execAndFree(QDialog *dialog)
         kept->deleteLater();
 }
 
+void showFileCopiedMessage(int count, const QString &folder)
+{
+    const QString files =
+        count > 1 ? QString::number(count) + ThumbsForm::tr(" files ") : ThumbsForm::tr("1 file ");
+    MessageBox::inform(ThumbsForm::tr("Kestrix"), files
+                                                      + ThumbsForm::tr("has been successfully copied to the ")
+                                                      + QFileInfo(folder).fileName() + QLatin1Char('.'));
+}
+
 } // namespace
 
 FileTransfer::Surroundings ThumbsForm::transferSurroundings()
@@ -39,7 +48,7 @@ FileTransfer::Surroundings ThumbsForm::transferSurroundings()
             [this](const QStringList &targets, const QStringList &sources) {
                 showOverwriteDialog(targets, sources);
             },
-            [](int count, const QString &folder) { showFileCopiedMessage(count, folder); }};
+            showFileCopiedMessage};
 }
 
 /// The files that an operation is about: the ticked ones of all folders, or the selected ones.
@@ -91,13 +100,6 @@ void ThumbsForm::handleOverwriteFiles(QStringList fileExistsList, QStringList fi
 void ThumbsForm::handleConvertFinish()
 {
     fileTransfer.finish();
-}
-
-void ThumbsForm::showFileCopiedMessage(int count, const QString &folder)
-{
-    const QString files = count > 1 ? QString::number(count) + tr(" files ") : tr("1 file ");
-    MessageBox::inform(tr("Kestrix"), files + tr("has been successfully copied to the ")
-                                          + QFileInfo(folder).fileName() + QLatin1Char('.'));
 }
 
 void ThumbsForm::onRenameAction()

@@ -150,10 +150,3 @@ void ThumbsForm::showDirModified(QString str)
 {
     folderWatch.directoryModified(str, folderLoad.askedFor());
 }
-
-/// Reads the folder on show again, unless another one has been chosen since it changed.
-void ThumbsForm::reloadChangedFolder(const QString &path)
-{
-    if (CaselessPath(folderLoad.askedFor()) == CaselessPath(path))
-        folderLoad.showAgain(path);
-}

@@ -65,26 +65,24 @@ void ThumbsForm::initCropMode()
 
 void ThumbsForm::on_leftSpinBox_valueChanged(int arg1)
 {
-    setCropSide(&QRect::setLeft, arg1);
+    if (cropTool.set(&QRect::setLeft, arg1))
+        redraw();
 }
 
 void ThumbsForm::on_topSpinBox_valueChanged(int arg1)
 {
-    setCropSide(&QRect::setTop, arg1);
+    if (cropTool.set(&QRect::setTop, arg1))
+        redraw();
 }
 
 void ThumbsForm::on_widthSpinBox_valueChanged(int arg1)
 {
-    setCropSide(&QRect::setWidth, arg1);
+    if (cropTool.set(&QRect::setWidth, arg1))
+        redraw();
 }
 
 void ThumbsForm::on_heightSpinBox_valueChanged(int arg1)
 {
-    setCropSide(&QRect::setHeight, arg1);
-}
-
-void ThumbsForm::setCropSide(void (QRect::*set)(int), int value)
-{
-    if (cropTool.set(set, value))
+    if (cropTool.set(&QRect::setHeight, arg1))
         redraw();
 }
