@@ -256,9 +256,8 @@ private:
         VistamoGlobal::showPdfAndConvertButtons = true;
         program.reset();
         start({path("photos")}, 3);
-        program->click("showCheckboxButton");
         for (const QString &name : ticked)
-            VistamoGlobal::checkedItemList.append({path("photos"), name, true});
+            program->tick(name);
         program->click(button);
         QVERIFY(form()->isVisible());
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "library/FileNames.h"
 #include "shared/DialogSeam.h"
 #include "shared/Settings.h"
 #include "shared/VistamoGlobal.h"
@@ -25,6 +26,16 @@ public:
         : window(std::make_unique<MainWindow>())
     {
         window->show();
+        // A queued call comes when control has returned to the event loop.
+        const auto check = [this] { QVERIFY(rowsAreInStep()); };
+        const QAbstractItemModel *const model = list()->model();
+        QObject::connect(model, &QAbstractItemModel::rowsInserted, window.get(), check, Qt::QueuedConnection);
+        QObject::connect(model, &QAbstractItemModel::rowsRemoved, window.get(), check, Qt::QueuedConnection);
+    }
+    ~Program()
+    {
+        for (const TCheckedItem &item : QList(VistamoGlobal::checkedItemList))
+            deleted(item.path + '/' + item.fileName); // or the tick would outlive the form
     }
 
     /// A widget by its name, of the whole window or of a part of it.
@@ -38,6 +49,12 @@ public:
     }
 
     void click(const QString &button) const { QTest::mouseClick(find(button), Qt::LeftButton); }
+    /// Calls a slot of the form.
+    template <typename... Arguments>
+    void call(const char *slot, Arguments... arguments) const
+    {
+        QVERIFY2(QMetaObject::invokeMethod(find("ThumbsForm"), slot, arguments...), slot);
+    }
     QListView *list() const { return find<QListView>("mainListView"); }
     int rows() const { return list()->model()->rowCount(); }
     QStringList fileNames() const
@@ -63,8 +80,37 @@ public:
     /// As if a file of this folder had been dropped.
     void drop(const QString &folder, const QString &file) const
     {
-        QMetaObject::invokeMethod(find("ThumbsForm"), "onAddFolder", Q_ARG(QString, folder),
-                                  Q_ARG(QString, file));
+        call("onAddFolder", Q_ARG(QString, folder), Q_ARG(QString, file));
+    }
+    /// As if the delete dialog had moved a file to the trash.
+    void deleted(const QString &path) const
+    {
+        const QList<VistamoGlobal::TFileData> files = {{path, -1}};
+        call("on_fileDeleted", Q_ARG(QList<VistamoGlobal::TFileData>, files));
+    }
+    /// Clicks on a folder of the list.
+    void openFolder(int row) const
+    {
+        auto *const view = find<QAbstractItemView>("sideTreeView");
+        view->setCurrentIndex(view->model()->index(row, 0));
+        emit view->clicked(view->currentIndex());
+    }
+    /// Clicks on the check box of a file on show.
+    void tick(const QString &name, Qt::CheckState state = Qt::Checked) const
+    {
+        const QModelIndex index = list()->model()->index(static_cast<int>(fileNames().indexOf(name)), 0);
+        QVERIFY2(list()->model()->setData(index, state, Qt::CheckStateRole), qPrintable(name));
+        emit list()->clicked(index);
+    }
+    /// The files on show whose box is ticked.
+    QStringList ticks() const
+    {
+        QStringList names = fileNames();
+        for (int row = rows() - 1; row >= 0; --row)
+            if (list()->model()->index(row, 0).data(Qt::CheckStateRole) != Qt::Checked)
+                names.removeAt(row);
+        names.sort();
+        return names;
     }
 
     /// View / picture.
@@ -87,11 +133,17 @@ public:
         return {value("leftSpinBox"), value("topSpinBox"), value("widthSpinBox"), value("heightSpinBox")};
     }
 
-    /// True once the walk is over and every row has had its answer.
+    /// True once the walk is over, and with it that of a folder that waited for another to end.
+    bool isWalked() const
+    {
+        const QString status = text("pathValueLabel");
+        return !VistamoGlobal::vistamoLoadFolderThreadStat && (status.isEmpty() || status[0] == 'T');
+    }
+    /// True once every row has had its answer too.
     bool settled() const
     {
         const auto &records = VistamoGlobal::fileDataList;
-        return !VistamoGlobal::vistamoLoadFolderThreadStat
+        return isWalked() && rowsAreInStep()
                && std::all_of(records.cbegin(), records.cend(),
                               [](auto &record) { return record.imageRect != QRect(); });
     }
@@ -109,6 +161,20 @@ public:
         settings.setValue("folderListCount", folders.size());
         for (qsizetype i = 0; i < folders.size(); ++i)
             settings.setValue(QStringLiteral("folderList%1").arg(i), folders[folders.size() - 1 - i]);
+    }
+
+    /// True if an entry and its row are one file, and so is their column unless rows have been taken out.
+    bool rowsAreInStep() const
+    {
+        const auto *const strip = find<QAbstractItemView>("galleryTableView")->model();
+        const QStringList names = fileNames();
+        bool inStep = rows() == names.size();
+        for (int row = 0; inStep && row < rows(); ++row) {
+            const QVariant text = list()->model()->index(row, 0).data();
+            inStep = text == wrapFileName(names[row])
+                     && (strip->columnCount() != rows() || strip->index(0, row).data() == text);
+        }
+        return inStep;
     }
 
     std::unique_ptr<MainWindow> window;
@@ -129,7 +195,12 @@ protected:
     {
         program.reset();
         DialogSeam::setAnswerer({});
-        VistamoGlobal::checkedItemList.clear();
+    }
+    /// Opens another folder of the list, with so many pictures.
+    void show(int folder, int rows)
+    {
+        program->openFolder(folder);
+        QTRY_VERIFY(program->settled() && program->rows() == rows);
     }
     /// Gives this folder to whoever asks for one; no other question is answered.
     static void choosesFolder(const QString &folder)
