@@ -1,6 +1,11 @@
+#include "library/ThumbnailIcons.h"
+#include "shared/ColourScheme.h"
+#include "shared/ImageReading.h"
+#include "shared/MemoryBudget.h"
 #include "shared/StoppableThread.h"
 #include "support/Program.h"
 
+#include <QtSql>
 #include <QtTest>
 #include <QtWidgets>
 
@@ -13,13 +18,19 @@ private slots:
     void init()
     {
         QApplication::setStyle("Fusion");
+        QApplication::setPalette({});
+        MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
         newFolder({"a", "b", "c"});
         Pictures::saveMany(path("a"), 30);
         Pictures::saveMany(path("b"), 5);
         programSettings().clear();
     }
 
-    void cleanup() { end(); }
+    void cleanup()
+    {
+        memory.reset();
+        end();
+    }
 
     void emptyProgramIsSafe()
     {
@@ -32,11 +43,45 @@ private slots:
              {"openFileMinButton", "slideShowButton", "deleteButton", "minButton"})
             QVERIFY2(!program->find(disabled)->isEnabled(), disabled);
         addFolder(QString());
-        QTimer::singleShot(100, [] { QApplication::activeModalWidget()->close(); }); // the options
+        whenDialog([](QWidget *) {}); // the options
         for (const char *const button : {"optionsButton", "plusButton", "minButton", "hideCheckboxButton",
                                          "showCheckboxButton", "slideShowButton", "openFileMinButton"})
             program->click(button);
         QVERIFY(program->find("noItemFrame")->isVisible());
+    }
+
+    void settingsAreReadAndSaved()
+    {
+        const QString table =
+            QStringLiteral("exportImagePath=%1/c/x.png folderList0=%1/a folderList1=%1/b folderListCount=2 "
+                           "height=600 iconSize=256 imageScale=2 posX=12 posY=34 showCheckbox=false "
+                           "showGallery=false width=%2")
+                .arg(folder->path());
+        QSettings settings = programSettings();
+        settings.beginGroup("General");
+        for (const QString &entry : table.arg(5000).split(' '))
+            settings.setValue(entry.section('=', 0, 0), entry.section('=', 1));
+        program = std::make_unique<Program>();
+        const int width = QGuiApplication::primaryScreen()->size().width(); // no wider
+        QCOMPARE(program->window->geometry(), QRect(12, 34, width, 600));
+        QCOMPARE(program->list()->iconSize(), QSize(256, 256));
+        QCOMPARE(program->tree(), QStringList({"b", "a"}));
+        const auto isChecked = [&](const char *name) {
+            return program->find<QToolButton>(name)->isChecked();
+        };
+        QVERIFY(isChecked("fitHButton") && !isChecked("galleryButton") && !isChecked("showCheckboxButton"));
+        DialogSeam::setAnswerer([this](const DialogSeam::Question &question) {
+            return question.text == path("c/x.png") ? path("c/y.png") : QString();
+        });
+        program->call("imageFileActionClicked", Q_ARG(bool, false));
+
+        settings.remove({});
+        program->window->close();
+        program.reset();
+        QStringList saved;
+        for (const QString &key : settings.childKeys())
+            saved.append(key + '=' + settings.value(key).toString());
+        QCOMPARE(saved.join(' '), table.arg(width).replace("x.png", "y.png"));
     }
 
     void nonsenseInTheSettings()
@@ -82,17 +127,10 @@ private slots:
         addFolder(path("A")); // a difference in case is no new folder
         QCOMPARE(program->tree(), QStringList({"b", "a"}));
 
-        // Another folder is removed than the one being read: that one is read to its end all the same.
-        selectFolder(1);
-        auto *const view = program->find<QTreeView>("sideTreeView");
-        view->setCurrentIndex(view->model()->index(0, 0));
         program->click("openFileMinButton");
-        QTRY_COMPARE(program->tree(), QStringList("a"));
-        QTRY_VERIFY(program->settled() && program->rows() == 30);
+        QTRY_COMPARE(program->tree(), QStringList("b"));
         QVERIFY(program->find("sideTreeView")->isVisible());
-        QTest::qWait(1200); // nothing is left behind after a second
-        QVERIFY(!StoppableThread::someLeftBehind);
-
+        QTRY_VERIFY(program->settled() && program->rows() == 5);
         program->click("openFileMinButton");
         QTRY_VERIFY(program->find("noItemFrame")->isVisible());
         QCOMPARE(program->rows(), 0);
@@ -106,31 +144,15 @@ private slots:
         write("a/broken.jpg", "broken");
         Pictures::save(path("a/turned.jpg"), QSize(300, 600), 6);
         start({path("a")}, 32);
-        const auto check = [&] {
-            const QStringList expected = disk("a");
-            QTRY_VERIFY(program->settled() && program->rows() == expected.size());
-            QCOMPARE(sortedNames(), expected);
-            auto *const strip = program->find<QAbstractItemView>("galleryTableView")->model();
-            QCOMPARE(strip->columnCount(), expected.size());
-            for (int row = 0; row < program->rows(); ++row) {
-                const TFileRecord &record = VistamoGlobal::fileDataList[row];
-                const QModelIndex index = program->list()->model()->index(row, 0);
-                QCOMPARE(index.data().toString().remove('\n'), record.fileName);
-                QCOMPARE(strip->index(0, row).data(), index.data());
-                const auto icon = index.data(Qt::DecorationRole).value<QIcon>();
-                QCOMPARE(Pictures::quartersOf(icon.pixmap(256, 256).toImage().copy(record.imageRect)),
-                         record.fileName == "broken.jpg" ? "? ? ? ?" : "red green blue yellow");
-            }
-            QTRY_COMPARE(program->text("pathValueLabel"),
-                         QStringLiteral("Total: %1   Path: %2").arg(expected.size()).arg(path("a")));
-        };
-        check();
+        // Pictures that are gone when they are painted are made again.
+        QVERIFY(QSqlQuery(VistamoGlobal::thumbnailDatabase).exec("DELETE FROM FileData"));
+        checkList("a");
         // The folder changes: the list follows.
         QVERIFY(QFile::remove(path("a/0003.jpg")));
         QVERIFY(QFile::rename(path("a/0004.jpg"), path("a/a much longer name.jpg")));
         Pictures::save(path("a/new.png"));
         Pictures::save(path("a/other.png"));
-        check();
+        checkList("a");
 
         // Without their boxes the items move together, and again apart with them.
         const auto pitch = [this] {
@@ -141,19 +163,145 @@ private slots:
         QTRY_VERIFY(pitch() < withBoxes);
         program->click("showCheckboxButton");
         QTRY_COMPARE(pitch(), withBoxes);
+        // A wider window has more of them in a row.
+        const auto last = [this] {
+            return program->list()->visualRect(program->list()->model()->index(30, 0));
+        };
+        const int top = last().top();
+        program->window->resize(program->window->width() + 500, program->window->height());
+        QTRY_VERIFY(last().top() < top);
+    }
+
+    void bothPalettes()
+    {
+        write("b/broken.jpg", "broken");
+        start({path("b")}, 6);
+        for (const Qt::GlobalColor colour : {Qt::black, Qt::white, Qt::black}) {
+            checkList("b");
+            QApplication::setPalette(QColor(colour));
+            QEvent change(QEvent::ThemeChange);
+            QApplication::sendEvent(program->window.get(), &change);
+            QVERIFY(program->list()->styleSheet().contains(isDarkColourScheme() ? "white" : "black"));
+        }
+        checkList("b");
     }
 
     void lastOfSeveralFoldersIsLoaded()
     {
-        Pictures::saveMany(path("c"), 3, QSize(3000, 2000));
-        Program::setFolders({path("a"), path("b"), path("c")});
-        program = std::make_unique<Program>();
-        for (const int row : {1, 2, 0, 2, 1})
-            selectFolder(row);
+        Pictures::saveMany(path("c"), 2000);
+        start({path("a"), path("b"), path("c")}, 30);
+        for (const QList<int> &picked : {QList<int>{2, 1, 2}, {1, 2, 0, 2, 1}, {2, 0}, {2, 1, 0, 2}}) {
+            for (const int row : picked)
+                program->openFolder(row);
+            checkNames(QStringLiteral("abc").mid(picked.last(), 1));
+        }
+        // Another folder is removed than the one being read: that one is read to its end all the same.
+        program->openFolder(1);
+        program->openFolder(2);
+        auto *const view = program->find<QTreeView>("sideTreeView");
+        view->setCurrentIndex(view->model()->index(1, 0));
+        program->click("openFileMinButton");
+        QTRY_COMPARE(program->tree(), QStringList({"a", "c"}));
+        checkNames("c");
+        program->call("onRefreshTimer"); // the time of the threads that were stopped is over
+        QVERIFY(!StoppableThread::someLeftBehind);
+    }
+
+    void answersGoToTheirFiles()
+    {
+        // The names of the other folder, but each of a shape of its own.
+        for (int i = 0; i < 5; ++i)
+            Pictures::save(path(QStringLiteral("c/000%1.jpg").arg(i)), QSize(60, 10 + 5 * i));
+        start({path("b"), path("c")}, 5);
+        int wrong = 0;
+        connect(program->list()->model(), &QAbstractItemModel::dataChanged, this, [&] {
+            for (const TFileRecord &file : VistamoGlobal::fileDataList) {
+                const QSize size = ImageReading::thumbnailSize(QImageReader(file.fullPath).size(), 256);
+                wrong += !file.imageRect.isNull() && file.imageRect != thumbnailRect(size);
+            }
+        });
+        // Of an earlier folder: they come after those of the folder on show.
+        holdDecoding();
+        program->openFolder(1);
+        const QDir data(VistamoGlobal().getThumbnailsFolder());
+        const auto isDecoding = [&] {
+            return Files::read(data.filePath(data.entryList({"*.journal"}).value(0))).contains("/c/0");
+        };
+        QTRY_VERIFY(program->isWalked() && isDecoding());
+        show(0, 5);
+        memory.reset();
+        QTRY_VERIFY(!made("c").isEmpty());
+        QVERIFY(!QTest::qWaitFor([&] { return wrong > 0; }, 300));
+
+        // Of a row that moves before they are taken in; the next read of the folder brings its file back.
+        holdDecoding();
+        program->openFolder(1);
+        QTRY_VERIFY(program->isWalked() && program->rows() == 5);
+        memory.reset();
+        for (const QDeadlineTimer end(10000); made("c").size() < 5 && !end.hasExpired();)
+            QThread::msleep(5);
+        program->deleted(VistamoGlobal::fileDataList[0].fullPath);
+        QCOMPARE(program->rows(), 4);
         QTRY_VERIFY(program->settled() && program->rows() == 5);
-        QTest::qWait(200); // no answer for another folder comes after
-        QCOMPARE(program->rows(), 5);
-        QCOMPARE(VistamoGlobal::fileDataList.first().path, path("b"));
+        QCOMPARE(wrong, 0);
+    }
+
+    void picturesAreMadeWhereTheListIsScrolledTo()
+    {
+        Pictures::saveMany(path("c"), 300);
+        start({path("b"), path("c")}, 5);
+        holdDecoding();
+        program->openFolder(1);
+        auto *const bar = program->list()->verticalScrollBar();
+        QTRY_VERIFY(program->isWalked() && program->rows() == 300 && bar->maximum() > 0);
+        bar->setValue(bar->maximum() / 2);
+        memory.reset();
+        QTRY_VERIFY(program->settled());
+        // But for what was in hand before.
+        const int inHand = QThread::idealThreadCount() + 1;
+        int there = 0;
+        for (const QString &name : made("c").first(60 + inHand)) {
+            const auto row = program->fileNames().indexOf(name);
+            there += row >= 105 && row <= 215;
+        }
+        QVERIFY(there >= 60);
+    }
+
+    void ticksBelongToTheirFiles()
+    {
+        start({path("a"), path("b")}, 30);
+        program->tick("0001.jpg");
+        program->tick("0003.jpg");
+        show(1, 5); // whose files have the same names
+        QCOMPARE(program->ticks(), QStringList());
+        program->tick("0003.jpg");
+        program->tick("0003.jpg", Qt::Unchecked);
+        program->tick("0004.jpg");
+        QVERIFY(QFile::remove(path("a/0000.jpg")));
+        show(0, 29);
+        QCOMPARE(program->ticks(), QStringList({"0001.jpg", "0003.jpg"}));
+        // Other files take the rows.
+        QVERIFY(QFile::rename(path("a/0001.jpg"), path("a/renamed.jpg")));
+        Pictures::save(path("a/new.jpg"));
+        QTRY_VERIFY(program->settled() && program->rows() == 30);
+        QCOMPARE(program->ticks(), QStringList("0003.jpg"));
+    }
+
+    void droppedFileOfTheFolderOnShow()
+    {
+        Pictures::save(path("b/p.jpg"));
+        Pictures::save(path("b/P.jpg"));
+        start({path("b")}, 7);
+        const QStringList names = program->fileNames();
+        for (const QString name : {"p.jpg", "0002.jpg", "P.jpg"}) {
+            program->drop(path("b"), name);
+            const auto row =
+                names.lastIndexOf(QRegularExpression(name, QRegularExpression::CaseInsensitiveOption));
+            QCOMPARE(program->find<QTableView>("galleryTableView")->currentIndex().column(), row);
+            QVERIFY(program->window->windowTitle().endsWith(path("b/" + name)));
+            program->click("forwardButton");
+            QVERIFY(program->window->windowTitle().endsWith(path("b/" + names[(row + 1) % 7])));
+        }
     }
 
     void stormOfChangesEndsWithTheDisk()
@@ -163,8 +311,7 @@ private slots:
         storm.setWorkingDirectory(path("b"));
         storm.start("/bin/sh", {"-c", "i=0; while [ $i -lt 10000 ]; do i=$((i+1)); echo x >s$i.jpg; done; "
                                       "for f in s*5.jpg; do mv $f t$f; done; rm s*[1-4].jpg"});
-        while (!storm.waitForFinished(0) && storm.state() != QProcess::NotRunning) {
-            QTest::qWait(20);
+        while (!QTest::qWaitFor([&] { return storm.state() == QProcess::NotRunning; }, 20)) {
             program->open(program->rows() - 1);
             QTest::keyClick(program->window.get(), Qt::Key_Right);
             program->click("closeButton");
@@ -204,12 +351,47 @@ private:
         names.sort();
         return names;
     }
-    void selectFolder(int row) const
+    void checkNames(const QString &shown) const
     {
-        auto *const view = program->find<QTreeView>("sideTreeView");
-        view->setCurrentIndex(view->model()->index(row, 0));
-        emit view->clicked(view->currentIndex());
+        const QStringList expected = disk(shown);
+        QTRY_VERIFY(program->settled() && sortedNames() == expected);
+        QCOMPARE(VistamoGlobal::fileDataList.first().path, path(shown));
     }
+    /// List, strip and status are those of the folder.
+    void checkList(const QString &shown) const
+    {
+        checkNames(shown);
+        const int count = program->rows();
+        QCOMPARE(program->find<QAbstractItemView>("galleryTableView")->model()->columnCount(), count);
+        QCOMPARE(program->text("pathValueLabel"),
+                 QStringLiteral("Total: %1   Path: %2").arg(count).arg(path(shown)));
+        for (int row = 0; row < count; ++row) {
+            const TFileRecord &record = VistamoGlobal::fileDataList[row];
+            const auto square = [&] {
+                const QVariant icon = program->list()->model()->index(row, 0).data(Qt::DecorationRole);
+                return icon.value<QIcon>().pixmap(256, 256).toImage();
+            };
+            QTRY_COMPARE(Pictures::quartersOf(square().copy(record.imageRect)),
+                         record.fileName == "broken.jpg" ? "? ? ? ?" : "red green blue yellow");
+            QCOMPARE(square().pixelColor(0, 0), QPalette().color(QPalette::Base));
+        }
+    }
+    void holdDecoding()
+    {
+        MemoryBudget::setBytes(1);
+        memory.emplace(1);
+    }
+    /// The pictures of a folder in the order in which their thumbnails were stored.
+    QStringList made(const QString &name) const
+    {
+        QStringList names;
+        QSqlQuery query("SELECT fullPath FROM FileData ORDER BY id", VistamoGlobal::thumbnailDatabase);
+        while (query.next())
+            names.append(query.value(0).toString());
+        return names.filter(path(name)).replaceInStrings(path(name) + '/', QString());
+    }
+
+    std::optional<const MemoryBudget::Share> memory; ///< all of it, so that no picture is decoded
 };
 
 QTEST_MAIN(BrowserTest)
