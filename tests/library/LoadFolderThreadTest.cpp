@@ -106,23 +106,7 @@ private slots:
         QVERIFY(found.complete);
     }
 
-    void waitsUntilABatchIsTakenIn()
-    {
-        for (int i = 0; i < 1000; ++i)
-            write(QStringLiteral("%1.jpg").arg(i), "x");
-        QList<FoundFiles> batches; // and with each the turn
-        VistamoLoadFolderThread thread({1}, folder->path(), {});
-        connect(&thread, &VistamoLoadFolderThread::filesFound, &thread,
-                [&](const FoundFiles &files) { batches.append(files); });
-        thread.start();
-        QVERIFY(!QTest::qWaitFor([&] { return batches.size() > 1; }, 200));
-        batches.clear();
-        QTRY_COMPARE(batches.size(), 1);
-        thread.stop();
-        QVERIFY(thread.wait(1000));
-    }
-
-    void batchesGrow()
+    void batchesGrowAndWaitUntilOneIsTakenIn()
     {
         for (int i = 0; i < 1000; ++i)
             write(QStringLiteral("%1.jpg").arg(i), "x");
@@ -130,6 +114,23 @@ private slots:
         QCOMPARE(found.names.size(), 1000);
         QCOMPARE(found.batches.first(), 64);
         QVERIFY(found.batches.size() < 12);
+
+        QList<FoundFiles> batches; // and with each the turn
+        VistamoLoadFolderThread thread(1, folder->path(), {});
+        connect(&thread, &VistamoLoadFolderThread::filesFound, &thread,
+                [&](const FoundFiles &files) { batches.append(files); });
+        thread.start();
+        for (const int first : {0, 64}) {
+            QTRY_COMPARE(batches.size(), 1);
+            QCOMPARE(batches.takeFirst().firstRow, first);
+            QVERIFY(batches.isEmpty());
+        }
+        QTRY_COMPARE(batches.size(), 1);
+        QVERIFY(!thread.wait(200)); // it would end
+        QCoreApplication::processEvents();
+        QCOMPARE(batches.size(), 1);
+        thread.stop();
+        QVERIFY(thread.wait(1000));
     }
 };
 

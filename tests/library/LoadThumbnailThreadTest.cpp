@@ -126,6 +126,36 @@ private slots:
         QCOMPARE(quartersOf(again), "red green blue yellow");
     }
 
+    void cachesStayWithinTheirBounds()
+    {
+        // What falls out of memory first is lost, and the rest is kept as a square.
+        constexpr int megabyte = 1 << 20;
+        ThumbnailAnswer answer;
+        answer.size = QSize(256, 171);
+        answer.encoded = Pictures::encoded(Pictures::quarters(answer.size), "jpg").leftJustified(megabyte, 0);
+        const auto count = [](const QList<QIcon> &icons) {
+            return std::count_if(icons.cbegin(), icons.cend(), [](const QIcon &icon) {
+                return icon.pixmap(QSize(256, 256), 1.0).toImage().pixelColor(128, 128) != base();
+            });
+        };
+        QList<QIcon> inMemory;
+        for (answer.row = 0; answer.row < 100; ++answer.row)
+            inMemory.append(icons->icon(answer, {}));
+        QCOMPARE(count(inMemory), 64);
+        for (int row = 35; row >= 0; --row)
+            QCOMPARE(icons->takeLost()->row, row);
+        QVERIFY(!icons->takeLost());
+
+        Pictures::save(path("a.jpg"));
+        answer = loadAll({"a.jpg"})[0];
+        QList<QIcon> inDatabase;
+        for (int i = 0; i < 300; ++i)
+            inDatabase.append(icons->icon(answer, {}));
+        QCOMPARE(count(inDatabase), 300);
+        QSqlQuery(VistamoGlobal::thumbnailDatabase).exec("DELETE FROM FileData");
+        QCOMPARE(count(inDatabase), 48 * megabyte / (256 * 256 * 4));
+    }
+
     void stopIsNotHeldUpByDecodes()
     {
         Pictures::saveMany(folder->path(), 40, QSize(3000, 2000));
