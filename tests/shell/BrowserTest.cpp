@@ -196,8 +196,9 @@ private slots:
             checkNames(QStringLiteral("abc").mid(picked.last(), 1));
         }
         // Another folder is removed than the one being read: that one is read to its end all the same.
-        program->openFolder(1);
+        show(1, 5);
         program->openFolder(2);
+        QVERIFY(QSignalSpy(program->list()->model(), &QAbstractItemModel::rowsInserted).wait());
         auto *const view = program->find<QTreeView>("sideTreeView");
         view->setCurrentIndex(view->model()->index(1, 0));
         program->click("openFileMinButton");
