@@ -181,6 +181,7 @@ private slots:
             QApplication::setPalette(QColor(colour));
             QEvent change(QEvent::ThemeChange);
             QApplication::sendEvent(program->window.get(), &change);
+            QCOMPARE(square(0).pixelColor(0, 0), QPalette().color(QPalette::Base)); // at once
             QVERIFY(program->list()->styleSheet().contains(isDarkColourScheme() ? "white" : "black"));
         }
         checkList("b");
@@ -243,7 +244,7 @@ private slots:
             QThread::msleep(5);
         program->deleted(VistamoGlobal::fileDataList[0].fullPath);
         QCOMPARE(program->rows(), 4);
-        QTRY_VERIFY(program->settled() && program->rows() == 5);
+        checkList("c");
         QCOMPARE(wrong, 0);
     }
 
@@ -257,9 +258,9 @@ private slots:
         QTRY_VERIFY(program->isWalked() && program->rows() == 300 && bar->maximum() > 0);
         bar->setValue(bar->maximum() / 2);
         memory.reset();
-        QTRY_VERIFY(program->settled());
         // But for what was in hand before.
         const int inHand = QThread::idealThreadCount() + 1;
+        QTRY_VERIFY(made("c").size() >= 60 + inHand);
         int there = 0;
         for (const QString &name : made("c").first(60 + inHand)) {
             const auto row = program->fileNames().indexOf(name);
@@ -355,27 +356,29 @@ private:
     void checkNames(const QString &shown) const
     {
         const QStringList expected = disk(shown);
-        QTRY_VERIFY(program->settled() && sortedNames() == expected);
+        QTRY_VERIFY(program->isWalked() && sortedNames() == expected);
         QCOMPARE(VistamoGlobal::fileDataList.first().path, path(shown));
     }
     /// List, strip and status are those of the folder.
     void checkList(const QString &shown) const
     {
         checkNames(shown);
+        QTRY_VERIFY(program->settled());
         const int count = program->rows();
         QCOMPARE(program->find<QAbstractItemView>("galleryTableView")->model()->columnCount(), count);
         QCOMPARE(program->text("pathValueLabel"),
                  QStringLiteral("Total: %1   Path: %2").arg(count).arg(path(shown)));
         for (int row = 0; row < count; ++row) {
             const TFileRecord &record = VistamoGlobal::fileDataList[row];
-            const auto square = [&] {
-                const QVariant icon = program->list()->model()->index(row, 0).data(Qt::DecorationRole);
-                return icon.value<QIcon>().pixmap(256, 256).toImage();
-            };
-            QTRY_COMPARE(Pictures::quartersOf(square().copy(record.imageRect)),
+            QTRY_COMPARE(Pictures::quartersOf(square(row).copy(record.imageRect)),
                          record.fileName == "broken.jpg" ? "? ? ? ?" : "red green blue yellow");
-            QCOMPARE(square().pixelColor(0, 0), QPalette().color(QPalette::Base));
+            QCOMPARE(square(row).pixelColor(0, 0), QPalette().color(QPalette::Base));
         }
+    }
+    QImage square(int row) const
+    {
+        const QVariant icon = program->list()->model()->index(row, 0).data(Qt::DecorationRole);
+        return icon.value<QIcon>().pixmap(256, 256).toImage();
     }
     void holdDecoding()
     {

@@ -98,24 +98,19 @@ private slots:
         QCOMPARE(program->ticks(), QStringList("a.png"));
         program->tick("c.png");
         QCOMPARE(VistamoGlobal::checkedItemList.last().fileName, "c.png");
-        const auto count = VistamoGlobal::checkedItemList.size();
-        program->deleted(path("photos/c.png"));
-        program->deleted(path("photos/a.png"));
-        QCOMPARE(VistamoGlobal::checkedItemList.size(), count - 2);
+        for (const char *const name : {"photos/c.png", "photos/a.png", "other/a.png"})
+            program->deleted(path(name));
+        QVERIFY(VistamoGlobal::checkedItemList.isEmpty());
         QTRY_VERIFY(program->settled() && program->rows() == 3);
         QCOMPARE(program->ticks(), QStringList());
 
-        // A selected one leaves the list at once; the next read of the folder fills the strip again.
+        // A selected one leaves the list at once.
         program->click("hideCheckboxButton");
         select({"b.png"});
         program->call("onMovetoAction");
         QCOMPARE(read("target/b.png"), contents["photos/b.png"]);
         QCOMPARE(disk("photos"), QStringList({"a.png", "c.png"}));
         QCOMPARE(program->rows(), 2);
-        Pictures::save(path("photos/new.png"));
-        Pictures::save(path("photos/newer.png"));
-        const auto *const strip = program->find<QTableView>("galleryTableView")->model();
-        QTRY_VERIFY(program->rows() == 4 && strip->columnCount() == 4); // and all of them in step
     }
 
     void renamed()
@@ -242,6 +237,7 @@ private slots:
             {"after that", [] {}, false},
             {"delete has failed", [&] { whenDialog(failToDelete), program->click("deleteButton"); }, false},
             {"move has asked", [&] { whenDialog(&QWidget::close), move(); }, true},
+            {"nothing has moved", [&] { program->tick("a.png", Qt::Unchecked), move(); }, false},
             {"no folder is chosen", [&] { target.clear(), move(); }, false}};
         for (const auto &[name, step, skipped] : steps) {
             step();

@@ -137,15 +137,16 @@ public:
     bool isWalked() const
     {
         const QString status = text("pathValueLabel");
-        return !VistamoGlobal::vistamoLoadFolderThreadStat && (status.isEmpty() || status[0] == 'T');
+        return !VistamoGlobal::vistamoLoadFolderThreadStat && (status.isEmpty() || status[0] == 'T')
+               && rowsAreInStep();
     }
     /// True once every row has had its answer too.
     bool settled() const
     {
         const auto &records = VistamoGlobal::fileDataList;
-        return isWalked() && rowsAreInStep()
-               && std::all_of(records.cbegin(), records.cend(),
-                              [](auto &record) { return record.imageRect != QRect(); });
+        return isWalked() && std::all_of(records.cbegin(), records.cend(), [](auto &record) {
+                   return record.imageRect != QRect();
+               });
     }
 
     /// Settings as an earlier run left them: these folders, top first, and the place of the window.
