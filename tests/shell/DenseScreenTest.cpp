@@ -67,11 +67,9 @@ private:
     void save(QSize size)
     {
         QImage image(size, QImage::Format_RGB32);
-        for (int x = 0; x < size.width(); ++x) {
-            const QColor colour = x % 2 ? Qt::white : Qt::black;
+        for (int x = 0; x < size.width(); ++x)
             for (int y = 0; y < size.height(); ++y)
-                image.setPixelColor(x, y, colour);
-        }
+                image.setPixelColor(x, y, x % 2 ? Qt::white : Qt::black);
         QVERIFY(image.save(path("stripes.png")));
     }
 

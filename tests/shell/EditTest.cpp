@@ -40,16 +40,12 @@ private slots:
         choose("adjustButton", "Gaamma");
         auto *const dialog = program->window->findChild<QDialog *>("VistamoFilterDialog");
         QVERIFY(dialog && dialog->isVisible());
-        const auto slider = [&](const QString &name) {
-            return dialog->findChild<QSlider *>(name + "Slider");
-        };
-        const auto spin = [&](const QString &name) {
-            return dialog->findChild<QSpinBox *>(name + "SpinBox");
-        };
+        const auto slider = [&](QString name) { return dialog->findChild<QSlider *>(name + "Slider"); };
+        const auto spin = [&](QString name) { return dialog->findChild<QSpinBox *>(name + "SpinBox"); };
         const auto preview = [&] {
             return dialog->findChild<QLabel *>("previewLabel")->pixmap().toImage().pixelColor(5, 5);
         };
-        const char *const names[] = {"contrast", "brightness", "gamma", "invertColors"};
+        const QStringList names = {"contrast", "brightness", "gamma", "invertColors"};
         for (int i = 0; i < 4; ++i) {
             int values[4] = {};
             slider(names[i])->setValue(values[i] = 100);
@@ -78,7 +74,7 @@ private slots:
         QTRY_COMPARE(colourShown(), expected.pixelColor(10, 10));
 
         // Opened again it has the old settings, and the view goes by them until Escape cancels. The preview
-        // is that of the picture as it is now, and follows with the next setting.
+        // is that of the picture as it is now.
         program->click("flipHButton");
         expected = expected.mirrored(true, false);
         choose("adjustButton", "Contrast");
@@ -89,9 +85,9 @@ private slots:
         QTest::keyClick(dialog, Qt::Key_Escape);
         QTRY_COMPARE(colourShown(), expected.pixelColor(10, 10));
         choose("adjustButton", "Brightness"); // at once, while the thread may still be ending
-        slider("brightness")->setValue(-255);
-        QCOMPARE(preview(), filtered(expected, 60, -255, 50, 128));
-        QTRY_COMPARE(colourShown(), filtered(expected, 60, -255, 50, 128));
+        slider("brightness")->setValue(-50);
+        QCOMPARE(preview(), filtered(expected, 60, -50, 50, 128));
+        QTRY_COMPARE(colourShown(), filtered(expected, 60, -50, 50, 128));
         program->click("closeButton");
         QVERIFY(!dialog->isVisible());
     }
@@ -112,10 +108,13 @@ private slots:
     void cropRectangle()
     {
         const int height = program->find("scrollArea")->height();
+        const QWidget *const floating = program->find("back2Button");
+        const int top = floating->y();
         program->click("cropButton");
         QVERIFY(program->find("cropWidget")->isVisible());
         QVERIFY(program->find("scrollArea")->height() < height);
         QCOMPARE(label->height(), program->find("scrollArea")->height() - 4);
+        QCOMPARE(floating->y(), program->find("scrollArea")->height() / 2 - floating->height() / 2);
         QCOMPARE(program->crop(), QRect(150, 100, 300, 200));
         // Shaded outside, framed, clear inside.
         const QImage view = label->grab().toImage().copy(program->place(QSize(600, 400)));
@@ -138,6 +137,7 @@ private slots:
         // It stays while it is wide enough and the picture is of the same size.
         program->click("cropButton");
         QCOMPARE(program->find("scrollArea")->height(), height);
+        QCOMPARE(floating->y(), top);
         choose("adjustButton", "Reset Image");
         QTRY_COMPARE(program->shown(QSize(600, 400)), "red green blue yellow");
         program->click("cropButton");
@@ -148,33 +148,25 @@ private slots:
         QCOMPARE(program->crop(), QRect(150, 100, 300, 200));
 
         // The pointer tells where a drag would begin, until it leaves the picture.
-        const auto pointer = [&] { return program->find("ThumbsForm")->cursor().shape(); };
         emit label->mouseMove({}, label->rect().center());
-        QCOMPARE(pointer(), Qt::SizeAllCursor);
+        QCOMPARE(label->cursor().shape(), Qt::SizeAllCursor);
         emit label->mouseLeave();
-        QCOMPARE(pointer(), Qt::ArrowCursor);
+        QCOMPARE(label->cursor().shape(), Qt::ArrowCursor);
     }
 
-    void cropRectangleOfTheNextPicture()
+    void cropRectangleAfterAClickInTheStrip()
     {
         program->click("cropButton");
-        spinBox("leftSpinBox")->setValue(20);
-        const auto check = [&](const char *name, bool byStrip, const QRect &expected) {
-            const int row = rowOf(name);
+        const auto check = [&](const char *name, const QRect &expected) {
             untilOpened([&] {
                 auto *const strip = program->find<QTableView>("galleryTableView");
-                if (byStrip)
-                    emit strip->clicked(strip->model()->index(0, row));
-                else
-                    program->click((row + 2) % 3 == strip->currentIndex().column() ? "forwardButton"
-                                                                                   : "backButton");
+                emit strip->clicked(strip->model()->index(0, rowOf(name)));
             });
             QCOMPARE(program->crop(), expected);
         };
-        check("same.png", false, {20, 100, 430, 200});
-        check("small.png", false, {75, 50, 150, 100});
-        check("a.png", true, {150, 100, 300, 200});
-        check("same.png", true, {64, 43, 128, 85}); // of the thumbnail, which is on show at the click
+        check("small.png", {75, 50, 150, 100});
+        check("a.png", {150, 100, 300, 200});
+        check("same.png", {64, 43, 128, 85}); // kept, of the thumbnail, which is on show at the click
     }
 
     void resetGoesByTheFile()
@@ -250,11 +242,9 @@ private:
 
     int rowOf(const QString &name) const { return static_cast<int>(program->fileNames().indexOf(name)); }
     QSpinBox *spinBox(const char *name) const { return program->find<QSpinBox>(name); }
-    static QColor filtered(const QImage &image, int contrast, int brightness, int gamma, int invertColours)
+    static QColor filtered(const QImage &image, int contrast, int brightness, int gamma, int invert)
     {
-        return VistamoGlobal()
-            .applyFilters(image, contrast, brightness, gamma, invertColours)
-            .pixelColor(10, 10);
+        return VistamoGlobal().applyFilters(image, contrast, brightness, gamma, invert).pixelColor(10, 10);
     }
     QColor colourShown() const
     {

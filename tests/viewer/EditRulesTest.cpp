@@ -6,6 +6,7 @@
 #include <QtTest>
 
 #include <cmath>
+#include <tuple>
 
 namespace {
 
@@ -191,12 +192,7 @@ private slots:
     void cropHits()
     {
         const QRect display(100, 50, 60, 40); // right 159, bottom 89
-        const struct
-        {
-            QPoint point;
-            CropHit hit;
-            CropResizeMode mode;
-        } rows[] = {
+        const std::tuple<QPoint, CropHit, CropResizeMode> rows[] = {
             {{100, 50}, {Qt::SizeFDiagCursor, false}, CRTopLeft},
             {{159, 50}, {Qt::SizeBDiagCursor, false}, CRTopRight},
             {{100, 89}, {Qt::SizeBDiagCursor, true}, CRBottomLeft},
@@ -212,11 +208,10 @@ private slots:
             {{130, 70}, {Qt::SizeAllCursor, {}}, CRMove},
             {{0, 0}, {Qt::ArrowCursor, {}}, CRNone},
         };
-        for (const auto &row : rows) {
-            const CropHit hit = cropHit(display, row.point);
-            QVERIFY2(hit == row.hit,
-                     qPrintable(QStringLiteral("%1, %2").arg(row.point.x()).arg(row.point.y())));
-            QCOMPARE(cropResizeModeFor(hit.cursor, hit.farSide.value_or(false)), row.mode);
+        for (const auto &[point, expected, mode] : rows) {
+            const CropHit hit = cropHit(display, point);
+            QVERIFY2(hit == expected, qPrintable(QStringLiteral("%1, %2").arg(point.x()).arg(point.y())));
+            QCOMPARE(cropResizeModeFor(hit.cursor, hit.farSide.value_or(false)), mode);
         }
         QVERIFY(cropHit(QRect(100, 50, -60, -40), QPoint(80, 30)) == CropHit()); // turned over
     }
@@ -224,22 +219,16 @@ private slots:
     void cropDrags()
     {
         const QRect crop(100, 50, 60, 40);
-        const struct
-        {
-            CropResizeMode mode;
-            double scale;
-            QPoint moved;
-            QPoint at;
-            QRect expected;
-        } rows[] = {
+        // A move loses fractions, and an edge that passes the opposite one turns the rectangle over.
+        const std::tuple<CropResizeMode, double, QPoint, QPoint, QRect> rows[] = {
             {CRMove, 1, {10, -5}, {}, {110, 45, 60, 40}},
             {CRMove, 0.5, {10, -5}, {}, {120, 40, 60, 40}},
-            {CRMove, 3, {2, -2}, {}, {100, 50, 60, 40}}, // fractions are lost
+            {CRMove, 3, {2, -2}, {}, {100, 50, 60, 40}},
             {CRMove, 1, {-500, -500}, {}, {0, 0, 60, 40}},
             {CRMove, 1, {500, 500}, {}, {340, 260, 60, 40}},
             {CRLeft, 0.5, {}, {25, 0}, {50, 50, 110, 40}},
             {CRLeft, 1, {}, {-7, 0}, {0, 50, 160, 40}},
-            {CRLeft, 1, {}, {200, 0}, {200, 50, -40, 40}}, // turns over
+            {CRLeft, 1, {}, {200, 0}, {200, 50, -40, 40}},
             {CRRight, 2, {}, {251, 0}, {100, 50, 25, 40}},
             {CRRight, 1, {}, {999, 0}, {100, 50, 300, 40}},
             {CRRight, 1, {}, {60, 0}, {100, 50, -40, 40}},
@@ -252,11 +241,9 @@ private slots:
             {CRBottomRight, 1, {}, {170, 100}, {100, 50, 70, 50}},
             {CRNone, 1, {9, 9}, {9, 9}, crop},
             {CRMove, qQNaN(), {9, 9}, {9, 9}, crop},
-            {CRBottomRight, 0, {9, 9}, {9, 9}, crop},
-        };
-        for (const auto &row : rows)
-            QCOMPARE(draggedCropRect(row.mode, crop, QSize(400, 300), row.scale, row.moved, row.at),
-                     row.expected);
+            {CRBottomRight, 0, {9, 9}, {9, 9}, crop}};
+        for (const auto &[mode, scale, moved, at, expected] : rows)
+            QCOMPARE(draggedCropRect(mode, crop, QSize(400, 300), scale, moved, at), expected);
         QCOMPARE(draggedCropRect(CRMove, QRect(0, 0, 500, 9), QSize(400, 300), 1, {5, 0}, {}).left(), -100);
 
         QCOMPARE(defaultCropRect(QSize(401, 7)), QRect(100, 2, 200, 3));
