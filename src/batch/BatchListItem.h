@@ -6,7 +6,7 @@
 constexpr int batchIconSide = 64;
 
 /// The text of a row: file name, resolution and folder, a line each. It is all that a row says of its file.
-QString batchItemText(const QString &path, const QString &resolution);
+[[nodiscard]] QString batchItemText(const QString &path, const QString &resolution);
 
 /// The file of a row, from its text.
-QString fullPathFromItemText(const QString &text);
+[[nodiscard]] QString fullPathFromItemText(const QString &text);

@@ -24,12 +24,12 @@ public:
     void removeFiles(QList<int> rows);
 
     /// The paths, top first.
-    QStringList paths() const;
+    [[nodiscard]] QStringList paths() const;
 
     QVariant data(const QModelIndex &index, int role) const override;
 
 private:
-    QPixmap icon(const QModelIndex &index) const;
+    [[nodiscard]] QPixmap icon(const QModelIndex &index) const;
 
     mutable QTimer repaintTimer;                 ///< runs while the database was busy
     mutable QList<QPersistentModelIndex> missed; ///< rows whose icon it did not give

@@ -18,7 +18,7 @@ struct BatchOptions
     int targeFileQuality = 0; ///< of JPG, 0 to 100
 
     /// A copy of the options. GUI thread.
-    static BatchOptions current();
+    [[nodiscard]] static BatchOptions current();
 };
 
 /// A format that pictures can be converted to.
@@ -36,10 +36,10 @@ void saveBatchSettings();
 
 /// The sheet for a row of the paper sizes, and the size in points that goes with it, which no page follows.
 /// Letter for a row that there is not.
-QPageSize getPageSize(int index, QSizeF *pointSize);
+[[nodiscard]] QPageSize getPageSize(int index, QSizeF *pointSize);
 
 /// Dots per inch for a row of the resolutions; 300 for one that there is not.
-int getResolution(int index);
+[[nodiscard]] int getResolution(int index);
 
 /// Where a picture is converted to: the source's name up to its first dot, with another extension.
-QString convertTarget(const QString &source, const QString &folder, const QString &extension);
+[[nodiscard]] QString convertTarget(const QString &source, const QString &folder, const QString &extension);

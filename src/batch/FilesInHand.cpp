@@ -20,6 +20,8 @@ void FilesInHand::start(std::function<void()> work)
 {
     {
         const QMutexLocker locker(&mutex);
+        Q_ASSERT_X(running < pool.maxThreadCount() && !inHand.intersects(next), "FilesInHand",
+                   qPrintable(QStringLiteral("%1 running").arg(running)));
         inHand.unite(next);
         ++running;
     }

@@ -41,7 +41,7 @@ public:
     void addUrls(const QList<QUrl> &urls);
 
     /// What was not added, oldest first.
-    QList<QUrl> takeWaiting() { return urlList.takeAll(); }
+    [[nodiscard]] QList<QUrl> takeWaiting() { return urlList.takeAll(); }
 
 signals:
     /// Files in the order in which they were met, each in one batch; the batches grow with the list.

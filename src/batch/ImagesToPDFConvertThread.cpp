@@ -22,18 +22,18 @@ struct Conversion
     int jpgQuality;
 };
 
-bool commit(ReplacementFile &file, bool overwrite)
+[[nodiscard]] bool commit(ReplacementFile &file, bool overwrite)
 {
     return overwrite ? file.commit() : file.commitAsNew();
 }
 
-/// True if the file was written. A picture that cannot be read makes a file of 0 x 0 pixels, but never in the
-/// place of another.
-bool saveGif(const QImage &image, const Conversion &conversion)
+/// A picture that cannot be read makes a file of 0 x 0 pixels, but never in the place of another.
+void saveGif(const QImage &image, const Conversion &conversion)
 {
     ReplacementFile file(conversion.target);
     const bool replaces = conversion.overwrite && !image.isNull();
-    return file.create() && GifEncoder::write(image, file) && commit(file, replaces);
+    if (!file.create() || !GifEncoder::write(image, file) || !commit(file, replaces))
+        qDebug() << "Cannot write: " << conversion.target << " " << file.errorString();
 }
 
 void save(const QImage &image, const QByteArray &format, const Conversion &conversion)

@@ -122,17 +122,17 @@ private:
     // The list
     void updateFormState(State state);
     void updateItemSelection(int count);
-    QList<int> selectedRows() const;
+    [[nodiscard]] QList<int> selectedRows() const;
     void moveSelectedRows(int step);
-    bool closeIfRequested();
+    [[nodiscard]] bool closeIfRequested();
 
     // Runs
     void createPdfFile();
-    QString getPdfSaveFileName();
+    [[nodiscard]] QString getPdfSaveFileName();
     void startConvert(const QString &path);
     void setConverting(bool busy);
-    TargetFormat getTargetFormat() const;
-    bool isJpgTarget() const;
+    [[nodiscard]] TargetFormat getTargetFormat() const;
+    [[nodiscard]] bool isJpgTarget() const;
 
     // Preview
     void showPreviewImage(const QString &path, bool force);

@@ -6,7 +6,7 @@
 
 void ImagesToPDFFrame::dragEnterEvent(QDragEnterEvent *event)
 {
-    FileDrop::enter(event);
+    static_cast<void>(FileDrop::enter(event)); // files and folders go the same way
 }
 
 void ImagesToPDFFrame::dragMoveEvent(QDragMoveEvent *event)

@@ -76,8 +76,8 @@ void ImagesToPDFConvertThread::createPdf()
     const auto aside = keepsPrevious ? setAside(path) : std::nullopt;
     if (keepsPrevious && !aside)
         qDebug() << "Cannot keep what stands at" << path;
-    else if (!file.commit() && aside)
-        Platform::renameToNew(aside->second, aside->first);
+    else if (!file.commit() && aside && !Platform::renameToNew(aside->second, aside->first))
+        qDebug() << "Cannot put back" << aside->second;
 }
 
 void ImagesToPDFConvertThread::writePages(ReplacementFile &file)

@@ -11,7 +11,7 @@ namespace {
 
 constexpr qint64 chunkBytes = 1 << 20;
 
-bool copyContents(QFile &from, QFile &to, FileCopy::Progress &progress)
+[[nodiscard]] bool copyContents(QFile &from, QFile &to, FileCopy::Progress &progress)
 {
     while (!from.atEnd() && !progress.cancelled) {
         const QByteArray chunk = from.read(chunkBytes);

@@ -27,10 +27,10 @@ struct Progress
 /// Copies `source` with its modification time and permissions. False if the copy does not stand at `target`
 /// then: what stood there is as it was, and `source` is always left. A file is never copied onto itself, by
 /// whatever path, and a source that changes while it is read is not copied.
-bool copy(const QString &source, const QString &target, Existing existing, Progress &progress);
+[[nodiscard]] bool copy(const QString &source, const QString &target, Existing existing, Progress &progress);
 
 /// Removes a source whose copy stands complete at `target`; nothing if it no longer looks like that copy, or
 /// if both are one file.
-bool removeCopied(const QString &source, const QString &target);
+[[nodiscard]] bool removeCopied(const QString &source, const QString &target);
 
 } // namespace FileCopy

@@ -15,7 +15,7 @@ public:
     virtual ~FileRunner() = default;
 
     /// Runs `work` to its end and gives its result. `path` is the file that is shown meanwhile.
-    virtual bool run(const QString &path, const Work &work) = 0;
+    [[nodiscard]] virtual bool run(const QString &path, const Work &work) = 0;
 
     /// True once the user has cancelled: nothing more is to be touched.
     [[nodiscard]] virtual bool isCancelled() const = 0;

@@ -45,7 +45,8 @@ void FileTransfer::overwrite(const QStringList &targets, const QStringList &sour
     for (qsizetype i = 0; i < targets.size() && !runner->isCancelled(); ++i) {
         qDebug() << "fileExistsList: " << targets[i];
         qDebug() << "fileSourceList: " << sources.value(i);
-        transferFile(*runner, sources.value(i), targets[i], FileCopy::Existing::Replace);
+        // What does not go across stays as it was.
+        static_cast<void>(transferFile(*runner, sources.value(i), targets[i], FileCopy::Existing::Replace));
     }
     finish();
 }
@@ -67,7 +68,9 @@ bool FileTransfer::transferFile(FileRunner &runner, const QString &source, const
     ++copiedFileCount;
     if (moveMode == Mode::Move && !runner.isCancelled()) {
         surroundings.moved(source);
-        runner.run(source, [&](FileCopy::Progress &) { return FileCopy::removeCopied(source, target); });
+        // A source that stays is one too many, but none too few.
+        static_cast<void>(
+            runner.run(source, [&](FileCopy::Progress &) { return FileCopy::removeCopied(source, target); }));
     }
     return true;
 }

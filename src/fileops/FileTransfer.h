@@ -42,7 +42,7 @@ public:
 
     /// Transfers files in this order to the folder that the user picks. True if it came to an end: nothing is
     /// left to be asked, and no folder is missing any more.
-    bool transfer(Mode mode, const QStringList &sources);
+    [[nodiscard]] bool transfer(Mode mode, const QStringList &sources);
 
     /// Transfers what was offered and chosen: target n replaces what stands there by source n.
     void overwrite(const QStringList &targets, const QStringList &sources);
@@ -51,8 +51,8 @@ public:
     void finish() const;
 
 private:
-    bool transferFile(FileRunner &runner, const QString &source, const QString &target,
-                      FileCopy::Existing existing);
+    [[nodiscard]] bool transferFile(FileRunner &runner, const QString &source, const QString &target,
+                                    FileCopy::Existing existing);
 
     const Surroundings surroundings;
     Mode moveMode = Mode::Copy;

@@ -39,7 +39,7 @@ void VistamoRenameDialog::on_renameButton_clicked()
     if (ExactPath(filePath) != ExactPath(newPath) && CaselessPath(filePath) == CaselessPath(newPath))
         QFile::rename(filePath, newPath);
     else
-        Platform::renameToNew(filePath, newPath);
+        static_cast<void>(Platform::renameToNew(filePath, newPath)); // a refused file keeps its name
     close();
 }
 

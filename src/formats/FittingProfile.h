@@ -5,7 +5,7 @@
 
 /// The picture to write to a file with grey or with colour channels: itself, or if its ICC profile is of the
 /// other model, which others could not read, its pixels in sRGB. Without a profile if Qt cannot convert them.
-inline QImage withFittingProfile(const QImage &image, bool grey)
+[[nodiscard]] inline QImage withFittingProfile(const QImage &image, bool grey)
 {
     const QByteArray profile = image.colorSpace().iccProfile();
     constexpr int modelAt = 16; // in the header of every ICC profile

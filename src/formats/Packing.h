@@ -8,9 +8,9 @@ class QIODevice;
 namespace Packing {
 
 /// Up to `most` bytes from the device; fewer where it ends. Memory is taken as the data comes.
-QByteArray readAtMost(QIODevice &device, qint64 most);
+[[nodiscard]] QByteArray readAtMost(QIODevice &device, qint64 most);
 
 /// Up to `most` bytes of what a zlib stream holds; fewer where it is damaged or ends early.
-QByteArray inflated(QByteArrayView packed, qsizetype most);
+[[nodiscard]] QByteArray inflated(QByteArrayView packed, qsizetype most);
 
 } // namespace Packing

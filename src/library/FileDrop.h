@@ -9,14 +9,14 @@ class QDropEvent;
 namespace FileDrop {
 
 /// The path of the first URL, empty if there is none that is a local file.
-QString firstPath(const QMimeData *mimeData);
+[[nodiscard]] QString firstPath(const QMimeData *mimeData);
 
 /// True if the first URL is a folder or an image.
-bool bringsImages(const QMimeData *mimeData);
+[[nodiscard]] bool bringsImages(const QMimeData *mimeData);
 
 /// Accepts a drag that brings a folder or an image, as a link, and refuses any other. True for a folder; the
 /// drop itself doesn't look again.
-bool enter(QDropEvent *event);
+[[nodiscard]] bool enter(QDropEvent *event);
 
 /// Emits the `addFolder` signal of `view` that belongs to what was dropped.
 template <typename View>

@@ -3,4 +3,4 @@
 #include <QString>
 
 /// The file name broken into lines of 16 characters for the text under a thumbnail.
-QString wrapFileName(const QString &text);
+[[nodiscard]] QString wrapFileName(const QString &text);

@@ -21,7 +21,7 @@ public:
     };
 
     /// The row in which a dragged row ends: `row` is the one under the pointer, -1 over empty space.
-    static int movedRow(int sourceRow, int row, DropPlace place, int rowCount);
+    [[nodiscard]] static int movedRow(int sourceRow, int row, DropPlace place, int rowCount);
 
 signals:
     void addFolder(QString path);

@@ -87,7 +87,7 @@ ThumbnailDatabase::Outcome runLookup(QSqlQuery &query, const TThumbnailRecord &r
     return hasRow ? ThumbnailDatabase::Outcome::Found : ThumbnailDatabase::Outcome::Missing;
 }
 
-bool runInsertion(QSqlQuery &query, const TThumbnailRecord &record, const QByteArray &jpeg)
+[[nodiscard]] bool runInsertion(QSqlQuery &query, const TThumbnailRecord &record, const QByteArray &jpeg)
 {
     const QDate today = QDate::currentDate();
     query.bindValue(QStringLiteral(":fullPath"), record.fullPath);

@@ -35,19 +35,20 @@ void setFileName(const QString &fileName);
 
 /// Opens `db` on its file: write-ahead log, so that readers and a writer don't wait for each other and being
 /// killed never damages the file. Waits `busyTimeout` milliseconds for a lock. False if it cannot be opened.
-bool open(QSqlDatabase &db, int busyTimeout);
+[[nodiscard]] bool open(QSqlDatabase &db, int busyTimeout);
 
 /// What identifies the thumbnail of a file. Where the file system keeps no birth time, the modification time
 /// stands in for it.
-TThumbnailRecord keyOf(const QFileInfo &info);
+[[nodiscard]] TThumbnailRecord keyOf(const QFileInfo &info);
 
 /// Looks up the key of `record` over the connection `db`. Of several rows with the key the oldest counts.
-Outcome find(const TThumbnailRecord &record, const QString &tableName, const QSqlDatabase &db, Stored &found);
+[[nodiscard]] Outcome find(const TThumbnailRecord &record, const QString &tableName, const QSqlDatabase &db,
+                           Stored &found);
 
 /// The same over the calling thread's own connection and the program's table; nothing but for a hit.
-std::optional<Stored> find(const TThumbnailRecord &record);
+[[nodiscard]] std::optional<Stored> find(const TThumbnailRecord &record);
 
 /// Adds a row over the calling thread's own connection; `jpeg` is the encoded thumbnail. False if it failed.
-bool add(const TThumbnailRecord &record, const QByteArray &jpeg);
+[[nodiscard]] bool add(const TThumbnailRecord &record, const QByteArray &jpeg);
 
 } // namespace ThumbnailDatabase

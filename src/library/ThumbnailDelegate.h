@@ -41,8 +41,8 @@ private:
     };
 
     void forgetIfChanged(const QStyleOptionViewItem &option) const;
-    QSize sizeOf(const QString &text, bool checkable, const QStyleOptionViewItem &option,
-                 const QModelIndex &index) const;
+    [[nodiscard]] QSize sizeOf(const QString &text, bool checkable, const QStyleOptionViewItem &option,
+                               const QModelIndex &index) const;
 
     mutable QFont font;
     mutable QSize iconSize;

@@ -33,18 +33,18 @@ public:
     explicit ThumbnailIcons(QObject *parent = nullptr);
 
     /// The plain square that stands for a picture not read yet or without content.
-    QIcon blank();
+    [[nodiscard]] QIcon blank();
 
     /// The icon for an answer about the file of `record`.
-    QIcon icon(const ThumbnailAnswer &answer, const TFileRecord &record);
+    [[nodiscard]] QIcon icon(const ThumbnailAnswer &answer, const TFileRecord &record);
 
     /// The square of `source`, scaled to `side` device pixels. Blank if the picture is not at hand: then it
     /// is reported lost, or can be painted again later.
-    QPixmap square(const Source &source, int side);
+    [[nodiscard]] QPixmap square(const Source &source, int side);
 
     /// The picture that was missed last, of those that are neither in the database nor in memory any more and
     /// have not been taken yet.
-    std::optional<Source> takeLost();
+    [[nodiscard]] std::optional<Source> takeLost();
 
     /// Drops all pixels, so that squares are made anew in the palette's colours.
     void clearSquares() { squares.clear(); }
@@ -60,8 +60,8 @@ signals:
     void repaintNeeded();
 
 private:
-    QImage picture(const Source &source);
-    QImage storedPicture(const Source &source);
+    [[nodiscard]] QImage picture(const Source &source);
+    [[nodiscard]] QImage storedPicture(const Source &source);
     void reportLost(const Source &source);
 
     quint64 lastId = 0;

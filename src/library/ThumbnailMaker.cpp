@@ -130,6 +130,11 @@ bool ThumbnailMaker::mayStart(LoadNumber load) const
 void ThumbnailMaker::release(LoadNumber load)
 {
     const QMutexLocker locker(&mutex);
+    Q_ASSERT_X(inHand.value(load) > 0 && allInHand >= inHand.value(load), "ThumbnailMaker",
+               qPrintable(QStringLiteral("%1 of load %2 in hand, %3 altogether")
+                              .arg(inHand.value(load))
+                              .arg(load)
+                              .arg(allInHand)));
     if (--inHand[load] == 0)
         inHand.remove(load);
     --allInHand;

@@ -44,7 +44,7 @@ public:
     explicit ThumbnailMaker(QObject *parent = nullptr);
     ~ThumbnailMaker() override;
 
-    int processorCount() const { return processors; }
+    [[nodiscard]] int processorCount() const { return processors; }
 
     /// Starts on a request, waiting for a free place first, or gives it up once `stopped` is set; `wake`
     /// makes a waiting thread look at it.
@@ -61,13 +61,13 @@ public:
     void wake();
 
     /// Waits for all that is in hand, `milliseconds` at most. False if something is still going on then.
-    bool finish(int milliseconds) { return pool.waitForDone(milliseconds); }
+    [[nodiscard]] bool finish(int milliseconds) { return pool.waitForDone(milliseconds); }
 
 signals:
     void made(const ThumbnailAnswer &answer);
 
 private:
-    bool mayStart(LoadNumber load) const;
+    [[nodiscard]] bool mayStart(LoadNumber load) const;
     void release(LoadNumber load);
 
     const int processors;

@@ -13,6 +13,13 @@ constexpr size_t stepBack = 50;
 
 } // namespace
 
+void ThumbnailRequestQueue::append(TThumbnailRequest request)
+{
+    Q_ASSERT_X(isEmpty() || at(size() - 1).row < request.row, "ThumbnailRequestQueue",
+               qPrintable(QStringLiteral("row %1 after %2").arg(request.row).arg(at(size() - 1).row)));
+    after.push_back(std::move(request));
+}
+
 std::optional<TThumbnailRequest> ThumbnailRequestQueue::takeNext(float scrollRatio, int fileCount)
 {
     if (isEmpty())

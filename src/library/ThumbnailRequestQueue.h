@@ -22,22 +22,22 @@ class ThumbnailRequestQueue
 {
 public:
     /// Adds a request at the end. Rows come in ascending order.
-    void append(TThumbnailRequest request) { after.push_back(std::move(request)); }
+    void append(TThumbnailRequest request);
 
     /// Takes the next request, or nothing if the queue is empty.
     /// @param scrollRatio position of the list's scroll bar, value / maximum; no number for an unmoved list
     /// @param fileCount   files in the list by now
-    std::optional<TThumbnailRequest> takeNext(float scrollRatio, int fileCount);
+    [[nodiscard]] std::optional<TThumbnailRequest> takeNext(float scrollRatio, int fileCount);
 
-    bool isEmpty() const { return size() == 0; }
-    size_t size() const { return before.size() + after.size(); }
+    [[nodiscard]] bool isEmpty() const { return size() == 0; }
+    [[nodiscard]] size_t size() const { return before.size() + after.size(); }
 
 private:
     void follow(float scrollRatio, int fileCount);
     void moveCursorTo(size_t position);
-    const TThumbnailRequest &at(size_t position) const;
-    TThumbnailRequest takeAt(size_t position);
-    TThumbnailRequest takeLast();
+    [[nodiscard]] const TThumbnailRequest &at(size_t position) const;
+    [[nodiscard]] TThumbnailRequest takeAt(size_t position);
+    [[nodiscard]] TThumbnailRequest takeLast();
 
     // The queue in two parts that meet at the last place of removal, so that removing there costs nothing
     // however long the queue is.

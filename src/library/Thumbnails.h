@@ -30,16 +30,17 @@ struct FileThumbnail
 };
 
 /// Made from the file of `key`, its longer side `side` pixels. Any thread.
-FileThumbnail makeThumbnail(const TThumbnailRecord &key, int side, ThumbnailStoring storing);
+[[nodiscard]] FileThumbnail makeThumbnail(const TThumbnailRecord &key, int side, ThumbnailStoring storing);
 
 /// From the database as it is there, or made: then `storing` says whether it goes there. Any thread.
-FileThumbnail findOrMakeThumbnail(const TThumbnailRecord &key, int side, ThumbnailStoring storing);
+[[nodiscard]] FileThumbnail findOrMakeThumbnail(const TThumbnailRecord &key, int side,
+                                                ThumbnailStoring storing);
 
 /// Where a picture lies in its square: centred, with integer division.
-QRect thumbnailRect(QSize thumbnail, int side = thumbnailSide);
+[[nodiscard]] QRect thumbnailRect(QSize thumbnail, int side = thumbnailSide);
 
 /// The picture as it is in the middle of a square; a null one gives the plain square.
-QImage squareAround(const QImage &picture, int side, const QColor &background);
+[[nodiscard]] QImage squareAround(const QImage &picture, int side, const QColor &background);
 
 /// The thumbnail, scaled to touch its sides, in the middle of a white square.
-QImage whiteSquareAround(const QImage &thumbnail, int side);
+[[nodiscard]] QImage whiteSquareAround(const QImage &thumbnail, int side);

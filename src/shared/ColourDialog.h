@@ -8,6 +8,6 @@
 namespace ColourDialog {
 
 /// Asks for a colour, beginning with `current`; blocks until the dialog closes. Nothing if cancelled.
-std::optional<QColor> select(const QColor &current);
+[[nodiscard]] std::optional<QColor> select(const QColor &current);
 
 } // namespace ColourDialog

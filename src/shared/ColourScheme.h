@@ -3,7 +3,7 @@
 #include <QEvent>
 
 /// True if the program is shown in dark colours.
-bool isDarkColourScheme();
+[[nodiscard]] bool isDarkColourScheme();
 
 /// True for the event by which a window learns that the system's theme has changed.
-bool isThemeChange(const QEvent &event);
+[[nodiscard]] bool isThemeChange(const QEvent &event);

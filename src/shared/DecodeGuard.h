@@ -24,7 +24,7 @@ void finish();
 class Decoding
 {
 public:
-    explicit Decoding(const QString &path);
+    [[nodiscard]] explicit Decoding(const QString &path);
     ~Decoding();
     Q_DISABLE_COPY_MOVE(Decoding)
 

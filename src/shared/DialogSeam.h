@@ -36,6 +36,6 @@ using Answerer = std::function<std::optional<QVariant>(const Question &)>;
 void setAnswerer(Answerer answerer);
 
 /// The answer, or nothing if the user is to be asked.
-std::optional<QVariant> answer(const Question &question);
+[[nodiscard]] std::optional<QVariant> answer(const Question &question);
 
 } // namespace DialogSeam

@@ -6,10 +6,10 @@
 /// The orientation stored in the EXIF block of a PNG or WebP file, as what has to be done to show the picture
 /// upright. None for other formats, or if the file has no such block or cannot be read. The pixels are not
 /// read. Safe to call from any thread.
-QImageIOHandler::Transformations exifOrientation(const QString &path);
+[[nodiscard]] QImageIOHandler::Transformations exifOrientation(const QString &path);
 
 /// True if a PNG file carries a colour profile of its own (chunk iCCP).
-bool pngHasProfile(const QString &path);
+[[nodiscard]] bool pngHasProfile(const QString &path);
 
 /// What an EXIF orientation value asks for: 1 to 8, anything else is none.
-QImageIOHandler::Transformations transformationOfExifValue(int orientation);
+[[nodiscard]] QImageIOHandler::Transformations transformationOfExifValue(int orientation);

@@ -9,14 +9,14 @@ class FolderPicker
 public:
     /// Asks the user for a folder; blocks until the dialog closes. Empty if cancelled, otherwise the path as
     /// the system writes it.
-    QString selectFolder(const QString &startFolder, const QString &title) const;
+    [[nodiscard]] QString selectFolder(const QString &startFolder, const QString &title) const;
 
     /// The user's documents and pictures folders; empty where the system has none.
-    QString documentsFolder() const { return locate(QStandardPaths::DocumentsLocation); }
-    QString picturesFolder() const { return locate(QStandardPaths::PicturesLocation); }
+    [[nodiscard]] QString documentsFolder() const { return locate(QStandardPaths::DocumentsLocation); }
+    [[nodiscard]] QString picturesFolder() const { return locate(QStandardPaths::PicturesLocation); }
 
 private:
-    static QString locate(QStandardPaths::StandardLocation folder)
+    [[nodiscard]] static QString locate(QStandardPaths::StandardLocation folder)
     {
         return QStandardPaths::locate(folder, QString(), QStandardPaths::LocateDirectory);
     }

@@ -24,7 +24,7 @@ enum class Colours
 };
 
 /// The picture upright and in full. Null if the file is no picture, is broken, too large or gone.
-QImage read(const QString &path, Colours colours = Colours::Srgb);
+[[nodiscard]] QImage read(const QString &path, Colours colours = Colours::Srgb);
 
 /// A picture with its share of the memory that decoded pictures may take together, which is given back when
 /// this goes.
@@ -35,7 +35,7 @@ struct HeldPicture
 };
 
 /// The same for a worker that goes on with the picture while others decode.
-HeldPicture readAndHold(const QString &path, Colours colours = Colours::Srgb);
+[[nodiscard]] HeldPicture readAndHold(const QString &path, Colours colours = Colours::Srgb);
 
 /// A thumbnail, and the size of the picture it was made from.
 struct Thumbnail
@@ -46,9 +46,9 @@ struct Thumbnail
 
 /// The picture upright, its longer side scaled to `side` pixels, enlarged if it is smaller. The decoder
 /// scales while it decodes where it can.
-Thumbnail readThumbnail(const QString &path, int side);
+[[nodiscard]] Thumbnail readThumbnail(const QString &path, int side);
 
 /// Size of a thumbnail with the longer side `side` pixels; the shorter is at least one pixel.
-QSize thumbnailSize(QSize full, int side);
+[[nodiscard]] QSize thumbnailSize(QSize full, int side);
 
 } // namespace ImageReading

@@ -8,4 +8,4 @@
 /// kind that cameras write: Huffman coding in one scan, 8 bits, grey or YCbCr. Null says nothing of the
 /// file's worth: another decoder may take it. Far faster than that, as it only looks for the ends of most
 /// coefficients.
-QImage readJpegEighth(const QByteArray &file);
+[[nodiscard]] QImage readJpegEighth(const QByteArray &file);

@@ -42,7 +42,7 @@ public:
     }
 
     /// The next 1 to 16 bits, which stay.
-    uint32_t peek(int count) const { return static_cast<uint32_t>(window >> (64 - count)); }
+    [[nodiscard]] uint32_t peek(int count) const { return static_cast<uint32_t>(window >> (64 - count)); }
 
     void skip(int count)
     {
@@ -51,14 +51,14 @@ public:
     }
 
     /// True if more has been taken than the scan holds.
-    bool isExhausted() const { return padding > available; }
+    [[nodiscard]] bool isExhausted() const { return padding > available; }
 
     /// The bytes from the next marker on, if nothing but filling bits is left before it.
-    std::optional<Bytes> rest() const;
+    [[nodiscard]] std::optional<Bytes> rest() const;
 
 private:
     // By value, so that the state of the fast path can stay in registers.
-    static BitReader refilledByByte(BitReader reader);
+    [[nodiscard]] static BitReader refilledByByte(BitReader reader);
 
     uint64_t window = 0;
     int available = 0; ///< bits
@@ -76,7 +76,7 @@ class Table
 public:
     /// From a DHT segment behind the table's number: how many codes there are of each length, and their
     /// symbols. Null unless all symbols mean something in a sequential picture of 8 bits.
-    static std::optional<Table> parsed(Bytes counts, Bytes symbols, bool isAc);
+    [[nodiscard]] static std::optional<Table> parsed(Bytes counts, Bytes symbols, bool isAc);
 
     /// The difference of the mean from that of the last block, quantised, or nothing if the data is broken.
     /// Takes up to 27 bits.
@@ -151,12 +151,12 @@ private:
         int advance() const { return symbol == 0 ? endOfBlock : (symbol >> 4) + 1; }
     };
 
-    Code next(const BitReader &reader) const
+    [[nodiscard]] Code next(const BitReader &reader) const
     {
         const Code code = codes[reader.peek(lookupBits)];
         return code.length ? code : nextLong(reader.peek(16));
     }
-    static int coefficient(BitReader &reader, int size)
+    [[nodiscard]] static int coefficient(BitReader &reader, int size)
     {
         // One bit more than there are, as a shift by the whole width is undefined.
         const int value = static_cast<int>(reader.peek(size + 1) >> 1);
@@ -164,7 +164,7 @@ private:
         const bool isNegative = size > 0 && value >> (size - 1) == 0;
         return isNegative ? value - (1 << size) + 1 : value;
     }
-    Code nextLong(uint32_t bits) const;
+    [[nodiscard]] Code nextLong(uint32_t bits) const;
     void makeSteps();
 
     // A step is the sum of all codes that begin and end in the bits looked at, with their coefficients: the

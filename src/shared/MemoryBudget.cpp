@@ -2,6 +2,7 @@
 
 #include <QDeadlineTimer>
 #include <QMutex>
+#include <QString>
 #include <QWaitCondition>
 
 #include <limits>
@@ -38,6 +39,8 @@ MemoryBudget::Share::Share(qint64 bytes)
 MemoryBudget::Share::~Share()
 {
     const QMutexLocker locker(&mutex);
+    Q_ASSERT_X(inUse >= bytes, "MemoryBudget",
+               qPrintable(QStringLiteral("%1 bytes given back of %2").arg(bytes).arg(inUse)));
     inUse -= bytes;
     freed.wakeAll();
 }

@@ -13,7 +13,7 @@ void setBytes(qint64 bytes);
 class Share
 {
 public:
-    explicit Share(qint64 bytes);
+    [[nodiscard]] explicit Share(qint64 bytes);
     ~Share();
     Q_DISABLE_COPY_MOVE(Share)
 

@@ -9,9 +9,9 @@ namespace MessageBox {
 void inform(const QString &title, const QString &text);
 
 /// The same with a second button; true if the user chose that one.
-bool informWithAction(const QString &title, const QString &text, const QString &action);
+[[nodiscard]] bool informWithAction(const QString &title, const QString &text, const QString &action);
 
 /// Asks a question that No answers unless the user says Yes.
-bool confirm(const QString &text, const QString &informativeText);
+[[nodiscard]] bool confirm(const QString &text, const QString &informativeText);
 
 } // namespace MessageBox

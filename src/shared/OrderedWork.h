@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <QThreadPool>
 
 #include <chrono>
@@ -21,11 +22,11 @@ public:
         pool.setMaxThreadCount(atOnce);
     }
 
-    bool isFull() const { return pending.size() >= atOnce; }
-    bool isEmpty() const { return pending.empty(); }
+    [[nodiscard]] bool isFull() const { return pending.size() >= atOnce; }
+    [[nodiscard]] bool isEmpty() const { return pending.empty(); }
 
     /// True if the oldest result can be taken without waiting.
-    bool isNextReady() const
+    [[nodiscard]] bool isNextReady() const
     {
         return !pending.empty()
                && pending.front().wait_for(std::chrono::seconds(0)) == std::future_status::ready;
@@ -33,14 +34,16 @@ public:
 
     void start(std::function<Result()> work)
     {
+        Q_ASSERT_X(!isFull(), "OrderedWork", qPrintable(QStringLiteral("%1 in hand").arg(pending.size())));
         const auto task = std::make_shared<std::packaged_task<Result()>>(std::move(work));
         pending.push_back(task->get_future());
         pool.start([task] { (*task)(); });
     }
 
     /// The oldest result, waited for. Not on an empty list.
-    Result takeNext()
+    [[nodiscard]] Result takeNext()
     {
+        Q_ASSERT_X(!isEmpty(), "OrderedWork", "nothing in hand");
         Result result = pending.front().get();
         pending.pop_front();
         return result;

@@ -9,22 +9,22 @@ namespace Platform {
 
 /// Bytes of memory that this process may use: the least of what the machine has and of the limits that the
 /// system sets on the process (on Linux its control groups and resource limits).
-qint64 usableMemory();
+[[nodiscard]] qint64 usableMemory();
 
 /// Has the system write to the disk what was written to an open file. False if that failed.
-bool flushToDisk(const QFileDevice &file);
+[[nodiscard]] bool flushToDisk(const QFileDevice &file);
 
 /// The same for the names in a folder, where the system knows it.
 void flushFolder(const QString &path);
 
 /// Renames a file within its file system. False, with both as they were, if something stands at `to`.
-bool renameToNew(const QString &from, const QString &to);
+[[nodiscard]] bool renameToNew(const QString &from, const QString &to);
 
 /// Has the calling thread, from now on, stand back where others want the processor too.
 void standBack();
 
 /// Asks the user for a folder, modal, in the system's own dialog. `startFolder` is shown first if it exists.
 /// Gives an empty string if the user cancels, otherwise a path as the system writes it.
-QString selectFolder(const QString &startFolder, const QString &title);
+[[nodiscard]] QString selectFolder(const QString &startFolder, const QString &title);
 
 } // namespace Platform

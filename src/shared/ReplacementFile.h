@@ -26,21 +26,21 @@ public:
 
     /// Opens the new file for writing and reading. False if the target is not a file, if the folder takes no
     /// new one, or, where links are followed, if the target may not be written.
-    bool create();
+    [[nodiscard]] bool create();
 
     /// Closes the new file and puts it in the target's place; where links are followed, with the old file's
     /// permissions. False if anything that was written did not arrive on the disk; the target is then as it
     /// was.
-    bool commit();
+    [[nodiscard]] bool commit();
 
     /// The same, but only where nothing stands in the target's place.
-    bool commitAsNew();
+    [[nodiscard]] bool commitAsNew();
 
 protected:
     qint64 writeData(const char *data, qint64 length) override;
 
 private:
-    bool finish(bool replace);
+    [[nodiscard]] bool finish(bool replace);
 
     const QString target;
     const Link link;

@@ -47,12 +47,12 @@ inline const Setting<bool> showCheckbox = {"General/showCheckbox", true};
 inline const Setting<int> iconSize = {"General/iconSize", 128}; ///< pixels
 inline const Setting<int> folderListCount = {"General/folderListCount", 0};
 
-inline Setting<QString> folderList(int index)
+[[nodiscard]] inline Setting<QString> folderList(int index)
 {
     return {QStringLiteral("General/folderList%1").arg(index), {}};
 }
 
-inline Setting<QString> exportImagePath()
+[[nodiscard]] inline Setting<QString> exportImagePath()
 {
     return {"General/exportImagePath", FolderPicker().picturesFolder()};
 }

@@ -72,13 +72,13 @@ public:
     };
 
     /// True if the last suffix of `fileName` is one of `imageFileExtensionList`, whatever its case.
-    bool isImageFile(const QString &fileName) const;
+    [[nodiscard]] bool isImageFile(const QString &fileName) const;
 
     /// Name of the program as its titles show it.
-    QString getAppTitle() const;
+    [[nodiscard]] QString getAppTitle() const;
 
     /// The maker's web page.
-    QUrl getWebsiteUrl() const;
+    [[nodiscard]] QUrl getWebsiteUrl() const;
 
     /// Fills `imageFileExtensionList`, lower case with the dot, in the order of comparison. Until then
     /// nothing is an image file.
@@ -89,23 +89,25 @@ public:
     // else: the operations give false.
 
     /// True if the open database `db` has the table.
-    bool thumbnailTableExists(const QString &tableName, const QSqlDatabase &db) const;
+    [[nodiscard]] bool thumbnailTableExists(const QString &tableName, const QSqlDatabase &db) const;
 
     /// Makes the table if it is missing.
-    bool createThumbnailTable(const QString &tableName, const QSqlDatabase &db) const;
+    [[nodiscard]] bool createThumbnailTable(const QString &tableName, const QSqlDatabase &db) const;
 
     /// Looks up `fullPath`, `size` and `creationTime` of the record and fills in `image` and `resolution`.
     /// False only if the query failed; a hit is told from a miss by `image.isNull()`.
-    bool getThumbnail(TThumbnailRecord &record, const QString &tableName, const QSqlDatabase &db) const;
+    [[nodiscard]] bool getThumbnail(TThumbnailRecord &record, const QString &tableName,
+                                    const QSqlDatabase &db) const;
 
     /// Adds a row for the record. A record without `resolution` is refused by the table.
-    bool addThumbnail(const TThumbnailRecord &record, const QString &tableName, const QSqlDatabase &db) const;
+    [[nodiscard]] bool addThumbnail(const TThumbnailRecord &record, const QString &tableName,
+                                    const QSqlDatabase &db) const;
 
     /// The image as a JPEG file of quality 75; empty for a null image.
-    QByteArray imageToByteArray(const QImage &image) const;
+    [[nodiscard]] QByteArray imageToByteArray(const QImage &image) const;
 
     /// The folder of the thumbnail database, made if it is missing.
-    QString getThumbnailsFolder() const;
+    [[nodiscard]] QString getThumbnailsFolder() const;
 
     // Colour filters: defined in viewer/ColourFilters.cpp. The result is an opaque `QImage::Format_RGB32`,
     // null for a null image.
@@ -114,12 +116,13 @@ public:
     /// channel is limited to its range after each filter.
     /// @param gamma         -100 to 699; below 0 only full values are left
     /// @param invertColours channels below this are inverted; 0 for none
-    QImage applyFilters(QImage image, int contrast, int brightness, int gamma, int invertColours) const;
+    [[nodiscard]] QImage applyFilters(QImage image, int contrast, int brightness, int gamma,
+                                      int invertColours) const;
 
     /// One filter at full precision: 0 brightness, 1 contrast, 2 gamma, 3 sepia, 4 inverted colours. Its last
     /// step limits the channels only in part, so that some values wrap around: brightness 100 makes
     /// (255, 44, 255) of (200, 200, 200).
-    QImage applyFilter(QImage image, int filterType, float value) const;
+    [[nodiscard]] QImage applyFilter(QImage image, int filterType, float value) const;
 
     /// Reads the options of the slideshow from the settings. Defined in slideshow/SlideshowOptions.cpp.
     void loadOptions();

@@ -33,7 +33,7 @@ public:
     }
 
     /// All entries, the oldest first.
-    QList<Work> takeAll()
+    [[nodiscard]] QList<Work> takeAll()
     {
         const QMutexLocker locker(&mutex);
         QList<Work> all;

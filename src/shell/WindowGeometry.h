@@ -13,4 +13,4 @@ struct StoredGeometry
 };
 
 /// The stored geometry brought into bounds that suit the screen, whose whole size is `screen`.
-QRect restoredGeometry(const StoredGeometry &stored, QSize screen);
+[[nodiscard]] QRect restoredGeometry(const StoredGeometry &stored, QSize screen);

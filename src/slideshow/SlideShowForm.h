@@ -49,7 +49,7 @@ private slots:
     void onLoaded(const QString &path, const QImage &image);
 
 private:
-    int nextIndex() const;
+    [[nodiscard]] int nextIndex() const;
     void load(int index);
     void stopLoader();
     void showLoaded();

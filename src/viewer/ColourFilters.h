@@ -8,9 +8,10 @@ namespace ColourFilters {
 
 /// The four filters of the adjustments dialog on the picture itself: the bytes that `applyFilter` gives for
 /// contrast, brightness, gamma and inverted colours one after another, worked out in one go.
-QImage applyAdjustments(QImage image, int contrast, int brightness, int gamma, int invertColours);
+[[nodiscard]] QImage applyAdjustments(QImage image, int contrast, int brightness, int gamma,
+                                      int invertColours);
 
 /// The picture by way of `QImage::Format_Grayscale8`, which knows no alpha.
-QImage grayscale(const QImage &image);
+[[nodiscard]] QImage grayscale(const QImage &image);
 
 } // namespace ColourFilters

@@ -26,10 +26,10 @@ enum CropResizeMode
 constexpr int cropHandleSide = 10;
 
 /// The middle quarter of a picture of this size, pixels; null for an empty size.
-QRect defaultCropRect(QSize full);
+[[nodiscard]] QRect defaultCropRect(QSize full);
 
 /// The rectangle `crop` of the picture in pixels of the view. A scale that is no number gives null.
-QRect cropRectOnView(const QRect &crop, double scaleFactor);
+[[nodiscard]] QRect cropRectOnView(const QRect &crop, double scaleFactor);
 
 /// What the pointer would take hold of.
 struct CropHit
@@ -42,15 +42,15 @@ struct CropHit
 
 /// The part of the rectangle `display` at `point`, both in pixels of the view. Corners go before edges, edges
 /// before the inside; a zone's outermost pixels are not part of it.
-CropHit cropHit(const QRect &display, QPoint point);
+[[nodiscard]] CropHit cropHit(const QRect &display, QPoint point);
 
 /// What a drag does that starts under this cursor; `CRNone` for a cursor that `cropHit` does not give.
-CropResizeMode cropResizeModeFor(Qt::CursorShape cursor, bool farSide);
+[[nodiscard]] CropResizeMode cropResizeModeFor(Qt::CursorShape cursor, bool farSide);
 
 /// `crop` after one step of a drag. It may turn over: nothing keeps an edge from passing the opposite one.
 /// @param full        size of the picture, pixels
 /// @param scaleFactor view / picture; a scale that is no number or 0 changes nothing
 /// @param moved       way of the pointer since the last step, pixels of the view; for `CRMove`
 /// @param at          the pointer, pixels of the view; for all others
-QRect draggedCropRect(CropResizeMode mode, const QRect &crop, QSize full, double scaleFactor, QPoint moved,
-                      QPoint at);
+[[nodiscard]] QRect draggedCropRect(CropResizeMode mode, const QRect &crop, QSize full, double scaleFactor,
+                                    QPoint moved, QPoint at);

@@ -6,7 +6,7 @@ class QPainter;
 class QRegion;
 
 /// What has to be painted again of a view when its crop rectangle changes.
-QRegion changedByCrop(const QRect &from, const QRect &to);
+[[nodiscard]] QRegion changedByCrop(const QRect &from, const QRect &to);
 
 /// Shades the view but for the crop rectangle, and draws that rectangle's frame and handles.
 /// @param view    the picture as shown, pixels

@@ -16,10 +16,10 @@ struct DisplayedImage
     bool smooth = false; ///< scaled smoothly, otherwise fast
     QPixmap pixels = {}; ///< what is painted in place of the full picture, or null
 
-    int width() const { return size.isEmpty() ? 0 : size.width(); }
-    int height() const { return size.isEmpty() ? 0 : size.height(); }
-    bool isNull() const { return size.isEmpty(); }
-    bool isSameAs(const DisplayedImage &other) const
+    [[nodiscard]] int width() const { return size.isEmpty() ? 0 : size.width(); }
+    [[nodiscard]] int height() const { return size.isEmpty() ? 0 : size.height(); }
+    [[nodiscard]] bool isNull() const { return size.isEmpty(); }
+    [[nodiscard]] bool isSameAs(const DisplayedImage &other) const
     {
         return size == other.size && smooth == other.smooth && pixels.cacheKey() == other.pixels.cacheKey();
     }
@@ -28,7 +28,7 @@ struct DisplayedImage
 /// `full` scaled smoothly to `size` for a device of `ratio` pixels per device-independent pixel. A view not
 /// much larger than `viewport` is scaled as a whole; of a larger one only a copy is made that is small enough
 /// for the painter's own filter, which looks at four pixels, and none if the view is not below half size.
-DisplayedImage smoothImage(const QPixmap &full, QSize size, QSize viewport, qreal ratio);
+[[nodiscard]] DisplayedImage smoothImage(const QPixmap &full, QSize size, QSize viewport, qreal ratio);
 
 /// Paints the part `exposed` of the view, both in device-independent pixels from the view's upper left
 /// corner. Parts painted one by one fit together.

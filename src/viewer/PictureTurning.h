@@ -7,9 +7,9 @@
 namespace PictureTurning {
 
 /// Turned by a quarter, clockwise or counterclockwise.
-QImage rotated(const QImage &image, bool clockwise);
+[[nodiscard]] QImage rotated(const QImage &image, bool clockwise);
 
 /// Mirrored: `Qt::Horizontal` changes left and right, `Qt::Vertical` top and bottom.
-QImage mirrored(const QImage &image, Qt::Orientation direction);
+[[nodiscard]] QImage mirrored(const QImage &image, Qt::Orientation direction);
 
 } // namespace PictureTurning

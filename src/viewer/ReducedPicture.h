@@ -16,7 +16,7 @@ public:
 
     /// The copy, if it is ready and has enough pixels for a view of `device` pixels of the screen; else
     /// `full`.
-    const QPixmap &enoughFor(const QPixmap &full, QSize device);
+    [[nodiscard]] const QPixmap &enoughFor(const QPixmap &full, QSize device);
 
 private:
     qint64 key = 0; ///< of the picture that the copy is made from

@@ -39,7 +39,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    QRect imageRect() const;
+    [[nodiscard]] QRect imageRect() const;
 
     bool cropMode = false;
     QPixmap fullImage;

@@ -17,16 +17,16 @@ enum class ScaleMode
 };
 
 /// The mode for a stored value; a free zoom and nonsense become `Fit`.
-ScaleMode storedScaleMode(int value);
+[[nodiscard]] ScaleMode storedScaleMode(int value);
 
 /// Room for the picture in a scroll area of this size, pixels: less 16 in width and 4 in height for a scroll
 /// bar and the frame, at least 1.
-QSize viewportOf(QSize scrollArea);
+[[nodiscard]] QSize viewportOf(QSize scrollArea);
 
 /// `full` scaled to a width or height in pixels, rounded as QPixmap rounds; at least one pixel. Empty for an
 /// empty size.
-QSize scaledToWidth(QSize full, int width);
-QSize scaledToHeight(QSize full, int height);
+[[nodiscard]] QSize scaledToWidth(QSize full, int width);
+[[nodiscard]] QSize scaledToHeight(QSize full, int height);
 
 /// Sizes of the picture as shown and of the label that carries it, pixels.
 struct ViewLayout
@@ -37,7 +37,7 @@ struct ViewLayout
 
 /// @param full        size of the picture itself
 /// @param scaleFactor of the free zoom; unused otherwise
-ViewLayout viewLayout(ScaleMode mode, QSize full, QSize viewport, double scaleFactor);
+[[nodiscard]] ViewLayout viewLayout(ScaleMode mode, QSize full, QSize viewport, double scaleFactor);
 
 /// Next width in pixels for one wheel step, or nothing if the step is refused.
 /// @param shown    width of the picture as shown, pixels
@@ -45,10 +45,10 @@ ViewLayout viewLayout(ScaleMode mode, QSize full, QSize viewport, double scaleFa
 /// @param step     above 0: a tenth wider; below 0: a tenth narrower
 /// @param screenMm width that the screen reports; compared with pixels. A step is too wide only if it passes
 ///                 this and four times the picture as well.
-std::optional<int> zoomStep(int shown, int full, int step, double screenMm);
+[[nodiscard]] std::optional<int> zoomStep(int shown, int full, int step, double screenMm);
 
 /// Ratio of the widths, as percent: "100%", "33.3333%"; "nan%" for no picture.
-QString percentText(double scaleFactor);
+[[nodiscard]] QString percentText(double scaleFactor);
 
 /// Top left corners of the two buttons that float over the picture.
 struct NavigationButtons
@@ -56,8 +56,8 @@ struct NavigationButtons
     QPoint back;
     QPoint forward;
 };
-NavigationButtons navigationButtons(QSize scrollArea, QSize backButton, QSize forwardButton);
+[[nodiscard]] NavigationButtons navigationButtons(QSize scrollArea, QSize backButton, QSize forwardButton);
 
 /// The neighbours of `index` in a list of `count` files, around both ends; 0 for an empty list.
-int nextIndex(int index, int count);
-int previousIndex(int index, int count);
+[[nodiscard]] int nextIndex(int index, int count);
+[[nodiscard]] int previousIndex(int index, int count);

@@ -17,7 +17,7 @@ void save(const TSaveImageRequest &request)
     writer.setOptimizedWrite(true);
     writer.setProgressiveScanWrite(true);
     if (writer.write(request.pixmap.toImage()))
-        file.commit();
+        static_cast<void>(file.commit()); // it tells of a failure itself
     else
         qDebug() << "Cannot encode" << request.fileName << writer.errorString();
 }

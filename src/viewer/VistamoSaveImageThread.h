@@ -32,7 +32,7 @@ public:
     void writeRequests();
 
     /// What was not written, oldest first.
-    QList<TSaveImageRequest> takeWaiting() { return requestList.takeAll(); }
+    [[nodiscard]] QList<TSaveImageRequest> takeWaiting() { return requestList.takeAll(); }
 
     /// Nothing: what was asked for is written.
     void stop() override {}

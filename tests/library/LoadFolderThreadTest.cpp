@@ -116,7 +116,7 @@ private slots:
         QVERIFY(found.batches.size() < 12);
 
         QList<FoundFiles> batches; // and with each the turn
-        VistamoLoadFolderThread thread(1, folder->path(), {});
+        VistamoLoadFolderThread thread({1}, folder->path(), {});
         connect(&thread, &VistamoLoadFolderThread::filesFound, &thread,
                 [&](const FoundFiles &files) { batches.append(files); });
         thread.start();

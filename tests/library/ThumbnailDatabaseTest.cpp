@@ -107,8 +107,8 @@ private slots:
         for (int thread = 0; thread < 4; ++thread)
             threads.emplace_back([thread] {
                 for (int i = 0; i < 50; ++i)
-                    ThumbnailDatabase::add(recordOf(QStringLiteral("/%1/%2.jpg").arg(thread).arg(i)),
-                                           "bytes");
+                    QVERIFY(ThumbnailDatabase::add(recordOf(QStringLiteral("/%1/%2.jpg").arg(thread).arg(i)),
+                                                   "bytes"));
             });
         threads.clear(); // waits for them
         QCOMPARE(query("SELECT count(*) FROM FileData"), "200");
@@ -131,7 +131,7 @@ private slots:
             const QString damaged = path(name);
             const bool usable = name == QByteArray("empty.db");
             ThumbnailDatabase::setFileName({}); // or a connection would still be open
-            ThumbnailDatabase::find(keyOf("/a.jpg"));
+            QVERIFY(!ThumbnailDatabase::find(keyOf("/a.jpg")));
             ThumbnailDatabase::setFileName(damaged);
             QVERIFY(!ThumbnailDatabase::find(keyOf("/a.jpg")));
             QCOMPARE(ThumbnailDatabase::add(recordOf("/a.jpg"), "bytes"), usable);
@@ -139,7 +139,7 @@ private slots:
             {
                 QSqlDatabase bad = QSqlDatabase::addDatabase("QSQLITE", "damaged");
                 bad.setDatabaseName(damaged);
-                ThumbnailDatabase::open(bad, 0);
+                QCOMPARE(ThumbnailDatabase::open(bad, 0), name != QByteArray("folder.db"));
                 TThumbnailRecord record = recordOf("/b.jpg");
                 QCOMPARE(global.addThumbnail(record, table, bad), usable);
                 QCOMPARE(global.getThumbnail(record, table, bad), usable);

@@ -18,8 +18,9 @@ void ImagesToPDFForm::showPreviewImage(const QString &path, bool force)
     if (closeIfRequested())
         return;
     TThumbnailRecord record = ThumbnailDatabase::keyOf(QFileInfo(path));
-    VistamoGlobal().getThumbnail(record, VistamoGlobal::thumbnailTableName, VistamoGlobal::thumbnailDatabase);
-    if (!record.image.isNull()) {
+    const bool asked = VistamoGlobal().getThumbnail(record, VistamoGlobal::thumbnailTableName,
+                                                    VistamoGlobal::thumbnailDatabase);
+    if (asked && !record.image.isNull()) {
         handleUpdatePreviewImage(record.image);
         return;
     }

@@ -26,7 +26,7 @@ QImage indexed(const QImage &image)
     return keepsTable ? image : image.convertToFormat(QImage::Format_Indexed8);
 }
 
-bool writeFrame(GifFileType *file, const QImage &image, const ColorMapObject &map)
+[[nodiscard]] bool writeFrame(GifFileType *file, const QImage &image, const ColorMapObject &map)
 {
     const int width = image.width();
     const int height = image.height();

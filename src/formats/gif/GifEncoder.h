@@ -11,6 +11,6 @@ namespace GifEncoder {
 /// table, any other gets the one of Qt's conversion to 8 bits; transparency is dropped. A null image makes a
 /// file of 0 x 0 pixels. False if a side is longer than the 65535 pixels of the format, or if the device
 /// fails.
-bool write(const QImage &image, QIODevice &device);
+[[nodiscard]] bool write(const QImage &image, QIODevice &device);
 
 } // namespace GifEncoder

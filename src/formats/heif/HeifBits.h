@@ -15,7 +15,7 @@ public:
     {
     }
 
-    quint64 take(int count)
+    [[nodiscard]] quint64 take(int count)
     {
         quint64 value = 0;
         for (; count > 0; --count, ++at) {
@@ -27,10 +27,11 @@ public:
     }
 
     void skip(qsizetype count) { at += count; }
-    bool atEnd() const { return at >= bytes.size() * 8; }
+    void skipGolomb() { static_cast<void>(golomb()); }
+    [[nodiscard]] bool atEnd() const { return at >= bytes.size() * 8; }
 
     /// Exponential Golomb code.
-    quint64 golomb()
+    [[nodiscard]] quint64 golomb()
     {
         int zeros = 0;
         while (zeros < 32 && take(1) == 0)

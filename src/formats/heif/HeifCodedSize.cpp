@@ -30,7 +30,7 @@ QSize hevcSize(QByteArray bytes)
     quint64 present = bits.take(layers > 0 ? 16 : 0);
     for (int layer = 0; layer < layers; ++layer, present <<= 2)
         bits.skip((present & 0x8000 ? 88 : 0) + (present & 0x4000 ? 8 : 0));
-    bits.golomb();
+    bits.skipGolomb();
     if (bits.golomb() == 3)
         bits.skip(1);
     const quint64 width = bits.golomb();
@@ -62,7 +62,7 @@ QSize av1Size(const QByteArray &bytes)
         if (bits.take(1)) {
             bits.skip(64);
             if (bits.take(1))
-                bits.golomb();
+                bits.skipGolomb();
             if (bits.take(1)) {
                 delayBits = static_cast<int>(bits.take(5)) + 1;
                 bits.skip(42);

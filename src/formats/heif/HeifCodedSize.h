@@ -13,16 +13,16 @@ namespace Heif {
 using ReadAt = std::function<QByteArray(qint64 position, qint64 length)>;
 
 /// Of the contents of an hvcC box.
-QSize hevcConfigurationSize(const QByteArray &configuration);
+[[nodiscard]] QSize hevcConfigurationSize(const QByteArray &configuration);
 
 /// Of a stream of `length` bytes with NAL units behind their lengths. Takes the units it passes off `units`,
 /// and stops where none are left.
-QSize hevcStreamSize(const ReadAt &read, qint64 length, int &units);
+[[nodiscard]] QSize hevcStreamSize(const ReadAt &read, qint64 length, int &units);
 
 /// The same of a stream of AV1.
-QSize av1StreamSize(const ReadAt &read, qint64 length, int &units);
+[[nodiscard]] QSize av1StreamSize(const ReadAt &read, qint64 length, int &units);
 
 /// The one with the larger area.
-QSize larger(QSize one, QSize other);
+[[nodiscard]] QSize larger(QSize one, QSize other);
 
 } // namespace Heif

@@ -98,20 +98,20 @@ public:
     {
     }
 
-    bool read();
-    std::optional<QSize> largest();
+    [[nodiscard]] bool read();
+    [[nodiscard]] std::optional<QSize> largest();
 
 private:
-    bool readMetadata(const QByteArray &metadata);
-    bool readTypes(const QByteArray &box);
-    bool readPlaces(const QByteArray &box);
-    bool readParts(const QByteArray &box);
-    bool readProperties(const QByteArray &box);
-    bool measure(Item &item);
+    [[nodiscard]] bool readMetadata(const QByteArray &metadata);
+    [[nodiscard]] bool readTypes(const QByteArray &box);
+    [[nodiscard]] bool readPlaces(const QByteArray &box);
+    [[nodiscard]] bool readParts(const QByteArray &box);
+    [[nodiscard]] bool readProperties(const QByteArray &box);
+    [[nodiscard]] bool measure(Item &item);
     std::vector<Box> boxesIn(const QByteArray &bytes, qsizetype at = 0);
     QByteArray bytesAt(qint64 position, qint64 length);
     QByteArray dataOf(const Item &item, qint64 position, qint64 length);
-    std::optional<qint64> cost(quint32 id, int depth);
+    [[nodiscard]] std::optional<qint64> cost(quint32 id, int depth);
 
     QIODevice &device;
     qint64 start;

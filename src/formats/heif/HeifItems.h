@@ -12,6 +12,6 @@ namespace Heif {
 /// Nothing if the file is broken, or if decoding it would never end or cost out of all proportion to the
 /// sizes that it tells: pictures made of one another or of too many parts. libheif takes such files on. Reads
 /// from `start`, leaves the device's position anywhere.
-std::optional<QSize> largestPicture(QIODevice &device, qint64 start);
+[[nodiscard]] std::optional<QSize> largestPicture(QIODevice &device, qint64 start);
 
 } // namespace Heif

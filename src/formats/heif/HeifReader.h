@@ -18,21 +18,21 @@ public:
     explicit HeifReader(QIODevice &device);
 
     /// "heic", "avif" or, for any other coding, "heif", from the first bytes ahead; empty if it is none.
-    static QByteArray format(QIODevice &device);
+    [[nodiscard]] static QByteArray format(QIODevice &device);
 
     /// Pixels of the upright picture, from the header. Empty if the file is broken.
-    QSize size();
+    [[nodiscard]] QSize size();
 
     /// The format in which the picture is read in its full size. Invalid if the file is broken.
-    QImage::Format imageFormat();
+    [[nodiscard]] QImage::Format imageFormat();
 
     /// The upright picture, in the size asked for if one is given: from the thumbnail in the file if that is
     /// large enough. Null if the file is broken or the picture above QImageReader's allocation limit.
-    QImage read(QSize scaled = {});
+    [[nodiscard]] QImage read(QSize scaled = {});
 
 private:
-    bool open();
-    Heif::Handle thumbnailFor(QSize scaled) const;
+    [[nodiscard]] bool open();
+    [[nodiscard]] Heif::Handle thumbnailFor(QSize scaled) const;
 
     QIODevice *device;
     QBuffer buffered; ///< what a device held that cannot seek

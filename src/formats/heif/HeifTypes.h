@@ -24,7 +24,7 @@ using Nclx = std::unique_ptr<heif_color_profile_nclx, Release<heif_nclx_color_pr
 using Encoder = std::unique_ptr<heif_encoder, Release<heif_encoder_release>>;
 using EncodingOptions = std::unique_ptr<heif_encoding_options, Release<heif_encoding_options_free>>;
 
-inline bool isOk(const heif_error &error)
+[[nodiscard]] inline bool isOk(const heif_error &error)
 {
     return error.code == heif_error_Ok;
 }

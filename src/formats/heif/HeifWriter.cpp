@@ -76,7 +76,8 @@ void chooseSpeed(heif_encoder &encoder)
         heif_encoder_set_parameter_integer(&encoder, "speed", 7);
 }
 
-bool encode(heif_context &context, const QImage &source, HeifWriter::Coding coding, int quality, int bits)
+[[nodiscard]] bool encode(heif_context &context, const QImage &source, HeifWriter::Coding coding, int quality,
+                          int bits)
 {
     heif_encoder *found = nullptr;
     const heif_compression_format format =

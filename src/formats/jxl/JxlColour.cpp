@@ -53,7 +53,7 @@ void setPoints(double (&target)[2], const std::array<double, 2> &point)
     std::copy(point.begin(), point.end(), target);
 }
 
-bool setPrimaries(JxlColorEncoding &encoding, Primaries primaries)
+[[nodiscard]] bool setPrimaries(JxlColorEncoding &encoding, Primaries primaries)
 {
     encoding.white_point = JXL_WHITE_POINT_D65;
     switch (primaries) {
@@ -74,7 +74,7 @@ bool setPrimaries(JxlColorEncoding &encoding, Primaries primaries)
     }
 }
 
-bool setTransfer(JxlColorEncoding &encoding, const QColorSpace &space)
+[[nodiscard]] bool setTransfer(JxlColorEncoding &encoding, const QColorSpace &space)
 {
     switch (space.transferFunction()) {
     case Transfer::SRgb:
@@ -143,7 +143,7 @@ QColorSpace Jxl::chooseColourSpace(JxlDecoder &decoder, const JxlBasicInfo &info
         encoding = emptyEncoding(grey);
         // Unknown primaries may be wide ones: rather those of Display P3 than a loss of colours.
         if (!setPrimaries(encoding, original.primaries()))
-            setPrimaries(encoding, grey ? Primaries::SRgb : Primaries::DciP3D65);
+            static_cast<void>(setPrimaries(encoding, grey ? Primaries::SRgb : Primaries::DciP3D65));
         if (!setTransfer(encoding, original))
             encoding.transfer_function = JXL_TRANSFER_FUNCTION_SRGB;
         JxlDecoderSetPreferredColorProfile(&decoder, &encoding);

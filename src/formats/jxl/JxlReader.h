@@ -19,22 +19,22 @@ public:
     explicit JxlReader(QIODevice &device);
 
     /// True if the bytes ahead begin a JPEG XL file.
-    static bool canRead(QIODevice &device);
+    [[nodiscard]] static bool canRead(QIODevice &device);
 
     /// Pixels of the upright picture, from the header. Empty if the file is broken.
-    QSize size();
+    [[nodiscard]] QSize size();
 
     /// The format in which the picture is read. Invalid if the file is broken.
-    QImage::Format imageFormat();
+    [[nodiscard]] QImage::Format imageFormat();
 
     /// The upright picture, once: 8 bits a channel, or 16 if the file has more or floating point. Of a file
     /// that ends too early what could be decoded. Null if that is nothing, if the file is broken, or if the
     /// picture is above QImageReader's allocation limit.
-    QImage read();
+    [[nodiscard]] QImage read();
 
 private:
-    bool open();
-    JxlDecoderStatus next();
+    [[nodiscard]] bool open();
+    [[nodiscard]] JxlDecoderStatus next();
 
     template <auto destroy>
     struct Release

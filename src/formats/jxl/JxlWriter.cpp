@@ -73,7 +73,7 @@ QImage withProfile(const QImage &image)
     return Jxl::encodingOf(spaceOf(image), grey) ? image : withFittingProfile(image, grey);
 }
 
-bool setColours(JxlEncoder &encoder, const QImage &image)
+[[nodiscard]] bool setColours(JxlEncoder &encoder, const QImage &image)
 {
     const QColorSpace space = spaceOf(image);
     if (const auto encoding = Jxl::encodingOf(space, isGrey(image)))
@@ -84,7 +84,7 @@ bool setColours(JxlEncoder &encoder, const QImage &image)
            == JXL_ENC_SUCCESS;
 }
 
-bool writeOutput(JxlEncoder &encoder, QIODevice &device)
+[[nodiscard]] bool writeOutput(JxlEncoder &encoder, QIODevice &device)
 {
     std::array<uint8_t, outputBytes> buffer{};
     JxlEncoderStatus status = JXL_ENC_NEED_MORE_OUTPUT;

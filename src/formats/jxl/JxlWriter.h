@@ -11,9 +11,9 @@ namespace JxlWriter {
 /// one channel.
 /// @param quality 0 to 99 as in JPEG; 100: without loss; below 0: hardly visible loss
 /// False if the image is null, if the encoder refuses it, or if the device fails.
-bool write(const QImage &image, QIODevice &device, int quality);
+[[nodiscard]] bool write(const QImage &image, QIODevice &device, int quality);
 
 /// The encoder's measure of loss for a quality of 0 to 99, as its command line tool `cjxl` has it.
-float distanceOf(int quality);
+[[nodiscard]] float distanceOf(int quality);
 
 } // namespace JxlWriter

@@ -16,7 +16,7 @@ public:
     Q_DISABLE_COPY_MOVE(ProcessorShare)
 
     /// Threads for this one of the `wanted`; at least one.
-    size_t threads(size_t wanted) const { return std::max<size_t>(wanted / sharers, 1); }
+    [[nodiscard]] size_t threads(size_t wanted) const { return std::max<size_t>(wanted / sharers, 1); }
 
 private:
     static inline std::atomic<size_t> sharers = 0;

@@ -12,13 +12,13 @@ enum class Transparency
 };
 
 /// Whether the colours come in linear light, those of Lab as linear sRGB.
-inline bool isLinear(const Header &header)
+[[nodiscard]] inline bool isLinear(const Header &header)
 {
     return header.depth == 32 || header.mode == Mode::Lab;
 }
 
 /// Fills `image` from above with the merged picture, whose compression is what comes next from the device.
 /// Ends before a row that is not there in every channel: the number of rows.
-int readRows(QImage &image, const Header &header, Transparency transparency, QIODevice &device);
+[[nodiscard]] int readRows(QImage &image, const Header &header, Transparency transparency, QIODevice &device);
 
 } // namespace PsdReader

@@ -35,15 +35,15 @@ struct Header
 
 /// The header that stands in the first bytes of a file; nothing if it is not one, or if its mode and depth do
 /// not go together.
-std::optional<Header> header(const QByteArray &bytes);
+[[nodiscard]] std::optional<Header> header(const QByteArray &bytes);
 
 /// The format in which the picture is read if a channel beside its colours is transparency.
-QImage::Format imageFormat(const Header &header);
+[[nodiscard]] QImage::Format imageFormat(const Header &header);
 
 /// The picture at the device's position, in sRGB where it was Lab or linear (32 bits a sample), else with its
 /// colour profile, but for CMYK. Above 8 bits a sample it has 16. Of a file that ends early, the rows that
 /// are complete, and white or transparency below. Null if there is no such row, or above the allocation
 /// limit.
-QImage read(QIODevice &device);
+[[nodiscard]] QImage read(QIODevice &device);
 
 } // namespace PsdReader

@@ -18,11 +18,11 @@ struct Header
 
 /// The header that stands in the first bytes of a file; nothing if it is not one, or of a version before 4,
 /// which holds no flattened picture.
-std::optional<Header> header(const QByteArray &bytes);
+[[nodiscard]] std::optional<Header> header(const QByteArray &bytes);
 
 /// The picture at the device's position: the flattened one at its full size, or, where that is missing or
 /// damaged, the file's JPEG preview brought to the same size. 16 bits a sample stay. Null if there is
 /// neither, or above the allocation limit.
-QImage read(QIODevice &device);
+[[nodiscard]] QImage read(QIODevice &device);
 
 } // namespace PspReader

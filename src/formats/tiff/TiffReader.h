@@ -17,10 +17,10 @@ struct Picture
 };
 
 /// True for a kind of file that Qt's plug-in would take for another: separate planes, 16 bits a channel.
-bool isNeeded(QIODevice &device);
+[[nodiscard]] bool isNeeded(QIODevice &device);
 
 /// The first picture of the file at the device, which can be searched, with its colour profile. What cannot
 /// be decoded of it stays black or transparent.
-Picture read(QIODevice &device);
+[[nodiscard]] Picture read(QIODevice &device);
 
 } // namespace TiffReader

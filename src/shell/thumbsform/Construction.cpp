@@ -18,7 +18,7 @@ constexpr int stripIconSize = 96;
 // At the end of the program the workers get this long altogether.
 constexpr int longestExitMs = 2000;
 
-/// Opens the GUI thread's connection; whatever fails costs the cache.
+/// Opens the GUI thread's connection.
 void openThumbnailDatabase()
 {
     const QString folder = VistamoGlobal().getThumbnailsFolder();
@@ -28,11 +28,12 @@ void openThumbnailDatabase()
 
     VistamoGlobal::thumbnailDatabase = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
     VistamoGlobal::thumbnailDatabase.setDatabaseName(thumbnailDatabasePath);
-    // The GUI thread never waits for a lock.
-    ThumbnailDatabase::open(VistamoGlobal::thumbnailDatabase, 0);
+    // The GUI thread never waits for a lock. Without a database nothing is kept, that is all.
+    static_cast<void>(ThumbnailDatabase::open(VistamoGlobal::thumbnailDatabase, 0));
     const VistamoGlobal global;
     if (!global.thumbnailTableExists(VistamoGlobal::thumbnailTableName, VistamoGlobal::thumbnailDatabase))
-        global.createThumbnailTable(VistamoGlobal::thumbnailTableName, VistamoGlobal::thumbnailDatabase);
+        static_cast<void>(
+            global.createThumbnailTable(VistamoGlobal::thumbnailTableName, VistamoGlobal::thumbnailDatabase));
 }
 
 void closeThumbnailDatabase()

@@ -67,7 +67,7 @@ QStringList ThumbsForm::chosenFiles() const
 void ThumbsForm::onCopytoAction()
 {
     // The files before the question: rows may hold others after it.
-    fileTransfer.transfer(FileTransfer::Mode::Copy, chosenFiles());
+    static_cast<void>(fileTransfer.transfer(FileTransfer::Mode::Copy, chosenFiles()));
 }
 
 void ThumbsForm::onMovetoAction()
