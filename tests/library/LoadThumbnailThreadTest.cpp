@@ -102,73 +102,35 @@ private slots:
             QCOMPARE(quartersOf(answer), "red green blue yellow");
     }
 
-    void lostPictureIsMadeAgain()
-    {
-        Pictures::save(path("a.jpg"));
-        const ThumbnailAnswer answer = loadAll({"a.jpg"})[0];
-        QSqlQuery(VistamoGlobal::thumbnailDatabase).exec("DELETE FROM FileData");
-
-        QSignalSpy lost(icons.get(), &ThumbnailIcons::lostPictures);
-        const QIcon icon = icons->icon(answer, {});
-        QCOMPARE(icon.pixmap(QSize(256, 256), 1.0).toImage().pixelColor(128, 128), base());
-        icon.pixmap(QSize(128, 128), 1.0);
-        QTRY_VERIFY(!lost.isEmpty());
-        const auto source = icons->takeLost();
-        QVERIFY(source && source->stored && source->key.fullPath == path("a.jpg"));
-        QVERIFY(!icons->takeLost());
-
-        QSignalSpy made(maker.get(), &ThumbnailMaker::made);
-        maker->makeAgain(load, {QFileInfo(source->key.fullPath), 0},
-                         ThumbnailMaker::Storing::AddBehindBroken);
-        QTRY_COMPARE(made.size(), 1);
-        const auto again = made[0][0].value<ThumbnailAnswer>();
-        QVERIFY(again.again);
-        QCOMPARE(quartersOf(again), "red green blue yellow");
-    }
-
     void cachesStayWithinTheirBounds()
     {
-        // What falls out of memory first is lost, and the rest is kept as a square.
         constexpr int megabyte = 1 << 20;
-        ThumbnailAnswer answer;
-        answer.size = QSize(256, 171);
-        answer.encoded = Pictures::encoded(Pictures::quarters(answer.size), "jpg").leftJustified(megabyte, 0);
-        const auto count = [](const QList<QIcon> &icons) {
-            return std::count_if(icons.cbegin(), icons.cend(), [](const QIcon &icon) {
+        QList<QIcon> made;
+        const auto painted = [&] {
+            return std::count_if(made.cbegin(), made.cend(), [](const QIcon &icon) {
                 return icon.pixmap(QSize(256, 256), 1.0).toImage().pixelColor(128, 128) != base();
             });
         };
-        QList<QIcon> inMemory;
+        // In memory: what falls out is reported, the latest first.
+        ThumbnailAnswer answer;
+        answer.size = QSize(256, 171);
+        answer.encoded = Pictures::encoded(Pictures::quarters(answer.size), "jpg").leftJustified(megabyte, 0);
         for (answer.row = 0; answer.row < 100; ++answer.row)
-            inMemory.append(icons->icon(answer, {}));
-        QCOMPARE(count(inMemory), 64);
+            made.append(icons->icon(answer, {}));
+        QCOMPARE(painted(), 64);
         for (int row = 35; row >= 0; --row)
-            QCOMPARE(icons->takeLost()->row, row);
+            QCOMPARE(icons->takeLost().value_or(ThumbnailIcons::Source{.row = -1}).row, row);
         QVERIFY(!icons->takeLost());
 
+        // As pixels: what falls out is in the database.
+        made.clear();
         Pictures::save(path("a.jpg"));
         answer = loadAll({"a.jpg"})[0];
-        QList<QIcon> inDatabase;
         for (int i = 0; i < 300; ++i)
-            inDatabase.append(icons->icon(answer, {}));
-        QCOMPARE(count(inDatabase), 300);
+            made.append(icons->icon(answer, {}));
+        QCOMPARE(painted(), 300);
         QSqlQuery(VistamoGlobal::thumbnailDatabase).exec("DELETE FROM FileData");
-        QCOMPARE(count(inDatabase), 48 * megabyte / (256 * 256 * 4));
-    }
-
-    void stopIsNotHeldUpByDecodes()
-    {
-        Pictures::saveMany(folder->path(), 40, QSize(3000, 2000));
-        VistamoLoadThumbnailThread thread(load, maker.get());
-        QSignalSpy made(maker.get(), &ThumbnailMaker::made);
-        thread.start();
-        for (int i = 0; i < 40; ++i)
-            thread.addRequest(QFileInfo(path(QStringLiteral("%1.jpg").arg(i, 4, 10, QLatin1Char('0')))), i);
-        QTRY_VERIFY(made.size() > 0);
-        thread.stop();
-        QVERIFY(thread.wait(2000));
-        QVERIFY(made.size() < 40);
-        QVERIFY(maker->finish(5000));
+        QCOMPARE(painted(), 48 * megabyte / (256 * 256 * 4));
     }
 
 private:

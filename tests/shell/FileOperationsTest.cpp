@@ -176,8 +176,7 @@ private slots:
             write(name, QByteArray(3 << 20, 'x'));
         write("target/large0.png", "in the way");
         startOn("hideCheckboxButton", 6);
-        const QStringList names = program->fileNames().filter("large");
-        select(names);
+        select({"large0.png", "large1.png", "large2.png"});
         readablePieces.acquire(readablePieces.available() - 4); // within the second file
         QString label;
         whenDialog([&](QWidget *dialog) {
@@ -189,13 +188,12 @@ private slots:
         time.start();
         program->call("onCopytoAction");
         QVERIFY(time.elapsed() >= 2000);
-        const QStringList copied = names.filter(QRegularExpression("[12]"));
-        QCOMPARE(label, copied[1] + "\n1.0 MB / 3.0 MB");
-        // Nothing was offered for overwriting.
+        QCOMPARE(label, "large2.png\n1.0 MB / 3.0 MB");
+        // What was in the way is not offered for overwriting.
         QCOMPARE(messages, QStringList("Kestrix: 1 file has been successfully copied to the target."));
-        QCOMPARE(QDir(target).entryList(QDir::Files | QDir::Hidden), QStringList({"large0.png", copied[0]}));
-        QCOMPARE(read("target/large0.png"), "in the way");
-        QCOMPARE(read("target/" + copied[0]), read("photos/" + copied[0]));
+        QCOMPARE(QDir(target).entryList(QDir::Files | QDir::Hidden),
+                 QStringList({"large0.png", "large1.png"}));
+        QCOMPARE(read("target/large1.png"), read("photos/large1.png"));
     }
 
     void deleteButtonFollowsTicksOrSelection()

@@ -133,22 +133,30 @@ public:
         return {value("leftSpinBox"), value("topSpinBox"), value("widthSpinBox"), value("heightSpinBox")};
     }
 
-    /// True once the walk is over, and with it that of a folder that waited for another to end.
-    bool isWalked() const
-    {
-        const QString status = text("pathValueLabel");
-        return !VistamoGlobal::vistamoLoadFolderThreadStat && (status.isEmpty() || status[0] == 'T')
-               && rowsAreInStep();
-    }
-    /// True once every row has had its answer too.
+    /// True once the walk is over, also that of a folder that waits for another, and every row has had its
+    /// answer.
     bool settled() const
     {
         const auto &records = VistamoGlobal::fileDataList;
-        return isWalked() && std::all_of(records.cbegin(), records.cend(), [](auto &record) {
-                   return record.imageRect != QRect();
-               });
+        const QString status = text("pathValueLabel");
+        return !VistamoGlobal::vistamoLoadFolderThreadStat && rowsAreInStep()
+               && (status.isEmpty() || status.startsWith("Total: "))
+               && std::all_of(records.cbegin(), records.cend(),
+                              [](auto &record) { return record.imageRect != QRect(); });
     }
-
+    /// True if an entry and its row are one file, and so is their column unless rows have been taken out.
+    bool rowsAreInStep() const
+    {
+        const auto *const strip = find<QAbstractItemView>("galleryTableView")->model();
+        const QStringList names = fileNames();
+        bool inStep = rows() == names.size();
+        for (int row = 0; inStep && row < rows(); ++row) {
+            const QVariant text = list()->model()->index(row, 0).data();
+            inStep = text == wrapFileName(names[row])
+                     && (strip->columnCount() != rows() || strip->index(0, row).data() == text);
+        }
+        return inStep;
+    }
     /// Settings as an earlier run left them: these folders, top first, and the place of the window.
     static void setFolders(const QStringList &folders, const QRect &geometry = QRect())
     {
@@ -162,20 +170,6 @@ public:
         settings.setValue("folderListCount", folders.size());
         for (qsizetype i = 0; i < folders.size(); ++i)
             settings.setValue(QStringLiteral("folderList%1").arg(i), folders[folders.size() - 1 - i]);
-    }
-
-    /// True if an entry and its row are one file, and so is their column unless rows have been taken out.
-    bool rowsAreInStep() const
-    {
-        const auto *const strip = find<QAbstractItemView>("galleryTableView")->model();
-        const QStringList names = fileNames();
-        bool inStep = rows() == names.size();
-        for (int row = 0; inStep && row < rows(); ++row) {
-            const QVariant text = list()->model()->index(row, 0).data();
-            inStep = text == wrapFileName(names[row])
-                     && (strip->columnCount() != rows() || strip->index(0, row).data() == text);
-        }
-        return inStep;
     }
 
     std::unique_ptr<MainWindow> window;
