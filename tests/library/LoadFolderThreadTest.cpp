@@ -120,15 +120,12 @@ private slots:
         connect(&thread, &VistamoLoadFolderThread::filesFound, &thread,
                 [&](const FoundFiles &files) { batches.append(files); });
         thread.start();
-        for (const int first : {0, 64}) {
-            QTRY_COMPARE(batches.size(), 1);
-            QCOMPARE(batches.takeFirst().firstRow, first);
-            QVERIFY(batches.isEmpty());
-        }
         QTRY_COMPARE(batches.size(), 1);
         QVERIFY(!thread.wait(200)); // it would end
         QCoreApplication::processEvents();
-        QCOMPARE(batches.size(), 1);
+        QCOMPARE(batches.takeFirst().firstRow, 0);
+        QVERIFY(batches.isEmpty());
+        QTRY_COMPARE(batches.size(), 1);
         thread.stop();
         QVERIFY(thread.wait(1000));
     }

@@ -66,6 +66,9 @@ private slots:
         QCOMPARE(
             query("SELECT group_concat(resolution, ' ') FROM (SELECT resolution FROM FileData ORDER BY 1)"),
             "300x400 600x300");
+        ThumbnailDatabase::setFileName(path("folder.db")); // none: everything is decoded
+        for (const ThumbnailAnswer &answer : loadAll({"wide.jpg", "high.png"}))
+            QCOMPARE(quartersOf(answer), "red green blue yellow");
     }
 
     void transparencyIsKeptOnTheFirstVisit()
@@ -94,43 +97,33 @@ private slots:
         QCOMPARE(query("SELECT count(*) FROM FileData"), "2");
     }
 
-    void withoutDatabaseEverythingIsDecoded()
-    {
-        ThumbnailDatabase::setFileName(path("folder.db"));
-        Pictures::saveMany(folder->path(), 8);
-        for (const ThumbnailAnswer &answer : loadAll(disk(".").filter(".jpg")))
-            QCOMPARE(quartersOf(answer), "red green blue yellow");
-    }
-
     void cachesStayWithinTheirBounds()
     {
-        constexpr int megabyte = 1 << 20;
+        ThumbnailAnswer answer;
         QList<QIcon> made;
-        const auto painted = [&] {
+        const auto painted = [&](int count) {
+            while (made.size() < count) {
+                answer.row = static_cast<int>(made.size());
+                made.append(icons->icon(answer, {}));
+            }
             return std::count_if(made.cbegin(), made.cend(), [](const QIcon &icon) {
                 return icon.pixmap(QSize(256, 256), 1.0).toImage().pixelColor(128, 128) != base();
             });
         };
-        // In memory: what falls out is reported, the latest first.
-        ThumbnailAnswer answer;
+        // Of a megabyte each; those that fell out of memory are reported, the latest first.
         answer.size = QSize(256, 171);
-        answer.encoded = Pictures::encoded(Pictures::quarters(answer.size), "jpg").leftJustified(megabyte, 0);
-        for (answer.row = 0; answer.row < 100; ++answer.row)
-            made.append(icons->icon(answer, {}));
-        QCOMPARE(painted(), 64);
+        answer.encoded = Pictures::encoded(Pictures::quarters(answer.size), "jpg").leftJustified(1 << 20, 0);
+        QCOMPARE(painted(100), 64);
         for (int row = 35; row >= 0; --row)
-            QCOMPARE(icons->takeLost().value_or(ThumbnailIcons::Source{.row = -1}).row, row);
+            QCOMPARE(icons->takeLost().value_or(ThumbnailIcons::Source()).row, row);
         QVERIFY(!icons->takeLost());
-
-        // As pixels: what falls out is in the database.
+        // As squares of a quarter of that.
         made.clear();
         Pictures::save(path("a.jpg"));
         answer = loadAll({"a.jpg"})[0];
-        for (int i = 0; i < 300; ++i)
-            made.append(icons->icon(answer, {}));
-        QCOMPARE(painted(), 300);
+        QCOMPARE(painted(300), 300);
         QSqlQuery(VistamoGlobal::thumbnailDatabase).exec("DELETE FROM FileData");
-        QCOMPARE(painted(), 48 * megabyte / (256 * 256 * 4));
+        QCOMPARE(painted(300), 48 * 4);
     }
 
 private:

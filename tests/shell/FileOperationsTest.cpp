@@ -7,10 +7,9 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-/// Pieces of a megabyte that copies may still read.
-static QSemaphore readablePieces(1000);
+static QSemaphore readablePieces(1000); ///< of a megabyte
 
-/// In the C library's place: a disk that comes to a standstill within a file.
+/// In the C library's place: a disk that can stand still within a file that is copied.
 ssize_t read(int file, void *bytes, size_t count)
 {
     if (count == 1 << 20)
@@ -101,8 +100,6 @@ private slots:
         for (const char *const name : {"photos/c.png", "photos/a.png", "other/a.png"})
             program->deleted(path(name));
         QVERIFY(VistamoGlobal::checkedItemList.isEmpty());
-        QTRY_VERIFY(program->settled() && program->rows() == 3);
-        QCOMPARE(program->ticks(), QStringList());
 
         // A selected one leaves the list at once.
         program->click("hideCheckboxButton");
@@ -202,14 +199,12 @@ private slots:
         const std::tuple<const char *, std::function<void()>, bool> steps[] = {
             {"selected", [&] { select({"a.png"}); }, false},
             {"ticked", [&] { program->tick("b.png"); }, true},
-            {"ticked elsewhere", [&] { show(1, 1); }, true},
-            {"not selected", [&] { program->list()->clearSelection(); }, true},
+            {"ticked elsewhere", [&] { show(1, 1), program->list()->clearSelection(); }, true},
             {"without boxes", [&] { program->click("hideCheckboxButton"); }, false},
             {"selected without boxes", [&] { select({"a.png"}); }, true},
             {"not selected without boxes", [&] { program->list()->clearSelection(); }, false},
             {"with boxes again", [&] { program->click("showCheckboxButton"); }, true},
-            {"another is ticked", [&] { program->tick("a.png"); }, true},
-            {"one is unticked", [&] { program->tick("a.png", Qt::Unchecked); }, true},
+            {"unticked elsewhere", [&] { program->tick("a.png", Qt::Unchecked); }, true},
             {"moved", [&] { show(0, 3), program->call("onMovetoAction"); }, false}};
         for (const auto &[name, step, enabled] : steps) {
             step();

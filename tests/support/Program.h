@@ -28,14 +28,8 @@ public:
         window->show();
         // A queued call comes when control has returned to the event loop.
         const auto check = [this] { QVERIFY(rowsAreInStep()); };
-        const QAbstractItemModel *const model = list()->model();
-        QObject::connect(model, &QAbstractItemModel::rowsInserted, window.get(), check, Qt::QueuedConnection);
-        QObject::connect(model, &QAbstractItemModel::rowsRemoved, window.get(), check, Qt::QueuedConnection);
-    }
-    ~Program()
-    {
-        for (const TCheckedItem &item : QList(VistamoGlobal::checkedItemList))
-            deleted(item.path + '/' + item.fileName); // or the tick would outlive the form
+        for (const auto change : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
+            QObject::connect(list()->model(), change, window.get(), check, Qt::QueuedConnection);
     }
 
     /// A widget by its name, of the whole window or of a part of it.
@@ -133,8 +127,7 @@ public:
         return {value("leftSpinBox"), value("topSpinBox"), value("widthSpinBox"), value("heightSpinBox")};
     }
 
-    /// True once the walk is over, also that of a folder that waits for another, and every row has had its
-    /// answer.
+    /// True once the walk is over, also if it had to wait for another, and every row has had its answer.
     bool settled() const
     {
         const auto &records = VistamoGlobal::fileDataList;
@@ -188,6 +181,9 @@ protected:
     }
     void end()
     {
+        for (const TCheckedItem &item : QList(VistamoGlobal::checkedItemList))
+            if (program) // which its ticks outlive, but not the files
+                program->deleted(item.path + '/' + item.fileName);
         program.reset();
         DialogSeam::setAnswerer({});
     }
