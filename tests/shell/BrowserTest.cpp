@@ -206,6 +206,7 @@ private slots:
         memory.reset();
         QTRY_VERIFY(!made("c").isEmpty());
         QVERIFY(!QTest::qWaitFor([&] { return wrong > 0; }, 300));
+        QVERIFY(QSqlQuery(VistamoGlobal::thumbnailDatabase).exec("DELETE FROM FileData"));
 
         // Of rows that move before they are taken in; the next read of the folder brings back the file.
         memory.emplace(1);
