@@ -219,16 +219,15 @@ private slots:
     void cropDrags()
     {
         const QRect crop(100, 50, 60, 40);
-        // A move loses fractions, and an edge that passes the opposite one turns the rectangle over.
         const std::tuple<CropResizeMode, double, QPoint, QPoint, QRect> rows[] = {
             {CRMove, 1, {10, -5}, {}, {110, 45, 60, 40}},
             {CRMove, 0.5, {10, -5}, {}, {120, 40, 60, 40}},
-            {CRMove, 3, {2, -2}, {}, {100, 50, 60, 40}},
+            {CRMove, 3, {2, -2}, {}, {100, 50, 60, 40}}, // fractions are lost
             {CRMove, 1, {-500, -500}, {}, {0, 0, 60, 40}},
             {CRMove, 1, {500, 500}, {}, {340, 260, 60, 40}},
             {CRLeft, 0.5, {}, {25, 0}, {50, 50, 110, 40}},
             {CRLeft, 1, {}, {-7, 0}, {0, 50, 160, 40}},
-            {CRLeft, 1, {}, {200, 0}, {200, 50, -40, 40}},
+            {CRLeft, 1, {}, {200, 0}, {200, 50, -40, 40}}, // turns over
             {CRRight, 2, {}, {251, 0}, {100, 50, 25, 40}},
             {CRRight, 1, {}, {999, 0}, {100, 50, 300, 40}},
             {CRRight, 1, {}, {60, 0}, {100, 50, -40, 40}},
@@ -241,7 +240,8 @@ private slots:
             {CRBottomRight, 1, {}, {170, 100}, {100, 50, 70, 50}},
             {CRNone, 1, {9, 9}, {9, 9}, crop},
             {CRMove, qQNaN(), {9, 9}, {9, 9}, crop},
-            {CRBottomRight, 0, {9, 9}, {9, 9}, crop}};
+            {CRBottomRight, 0, {9, 9}, {9, 9}, crop},
+        };
         for (const auto &[mode, scale, moved, at, expected] : rows)
             QCOMPARE(draggedCropRect(mode, crop, QSize(400, 300), scale, moved, at), expected);
         QCOMPARE(draggedCropRect(CRMove, QRect(0, 0, 500, 9), QSize(400, 300), 1, {5, 0}, {}).left(), -100);
