@@ -7,7 +7,6 @@
 #include "library/FolderWatch.h"
 #include "library/Ticks.h"
 #include "shared/VistamoGlobal.h"
-#include "shared/Worker.h"
 #include "viewer/Adjustments.h"
 #include "viewer/CropTool.h"
 #include "viewer/Exports.h"

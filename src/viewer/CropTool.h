@@ -18,19 +18,19 @@ public:
     void init(QSize picture);
 
     /// Pixels of the picture.
-    QRect rect() const { return cropRect; }
+    [[nodiscard]] QRect rect() const { return cropRect; }
 
     /// The rectangle in pixels of the view: what is drawn there, and taken hold of from then on.
     QRect draw(double scaleFactor);
 
     /// Sets a side or an extent of the rectangle. False if that is only what a spin box was told.
-    bool set(void (QRect::*side)(int), int value);
+    [[nodiscard]] bool set(void (QRect::*side)(int), int value);
 
     /// As long as the result lives, the spin boxes follow and do not lead.
     [[nodiscard]] auto updateSpinBoxes() { return QScopedValueRollback(updatingCropRect, true); }
 
     /// The cursor for the pointer at `at`, pixels of the view; none during a drag.
-    std::optional<Qt::CursorShape> cursorAt(QPoint at);
+    [[nodiscard]] std::optional<Qt::CursorShape> cursorAt(QPoint at);
 
     /// Takes hold of what the present cursor promises.
     /// @param point the pointer on the screen
@@ -40,7 +40,7 @@ public:
     /// @param point   the pointer on the screen
     /// @param at      the pointer in the view, pixels
     /// @param picture size of the picture, pixels
-    bool drag(QPoint point, QPoint at, QSize picture, double scaleFactor);
+    [[nodiscard]] bool drag(QPoint point, QPoint at, QSize picture, double scaleFactor);
 
     void endDrag() { cropResizeMode = CRNone; }
 

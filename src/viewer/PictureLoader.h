@@ -31,7 +31,7 @@ public:
     void show(const ImageRequest &file);
 
     /// Path of the file last asked for.
-    const QString &shown() const { return shownPath; }
+    [[nodiscard]] const QString &shown() const { return shownPath; }
 
     /// Does something with the picture in full: at once, or as soon as it has taken its thumbnail's place.
     /// Another picture or another action takes the place of one that waits.

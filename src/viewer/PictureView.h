@@ -24,12 +24,12 @@ public:
     PictureView();
 
     /// The picture in full, or its thumbnail until it is decoded; null for none.
-    const QPixmap &picture() const { return selectedImage; }
-    const DisplayedImage &displayed() const { return displayedImage; }
+    [[nodiscard]] const QPixmap &picture() const { return selectedImage; }
+    [[nodiscard]] const DisplayedImage &displayed() const { return displayedImage; }
 
     /// Width as displayed / width in full, as last drawn; no number without a picture.
-    double scale() const { return scaleFactor; }
-    ScaleMode mode() const { return imageScale; }
+    [[nodiscard]] double scale() const { return scaleFactor; }
+    [[nodiscard]] ScaleMode mode() const { return imageScale; }
     void setMode(ScaleMode mode) { imageScale = mode; }
 
     /// Puts another picture in place of the present one, and gives that back. The view waits for a verb.
@@ -45,8 +45,8 @@ public:
     /// Shows the picture itself again, as wide as the view is.
     void dropFiltered();
 
-    /// One step of the free zoom; false if it is refused. See `zoomStep`.
-    bool zoom(int step, double screenMm);
+    /// One step of the zoom, which becomes free; false if it is refused. See `zoomStep`.
+    [[nodiscard]] bool zoom(int step, double screenMm);
 
     /// Scales the view by the mode, and tells the size of the label that carries it.
     [[nodiscard]] QSize refit(QSize viewport);

@@ -45,8 +45,8 @@ struct ImageRequest
 /// Decodes pictures for the viewer, and gives them in the order in which they were asked for. Several are
 /// decoded side by side if several are asked for.
 ///
-/// The object is owned by the form and lives on the GUI thread; `run` is the worker's. It ends when nothing
-/// is waiting or in hand; what is added while it ends stays in `takeWaiting` for the next.
+/// The object is owned by its `Worker` and lives on the GUI thread; `run` is the worker's. It ends when
+/// nothing is waiting or in hand; what is added while it ends stays in `takeWaiting` for the next.
 class VistamoLoadImageThread : public StoppableThread
 {
     Q_OBJECT

@@ -23,7 +23,7 @@ struct TProcessImageRequest
 
 /// Filters the view while the adjustments dialog is open, the newest request alone, and sleeps in between.
 ///
-/// The object is owned by the form and lives on the GUI thread; `run` is the worker's.
+/// The object is owned by its `Worker` and lives on the GUI thread; `run` is the worker's.
 class VistamoProcessImageThread : public StoppableThread
 {
     Q_OBJECT

@@ -16,9 +16,9 @@ struct TSaveImageRequest
 
 /// Writes exported pictures, in the order in which they were asked for.
 ///
-/// The object is owned by the form and lives on the GUI thread; `run` is the worker's. It ends when nothing
-/// is left to write; what is added while it ends stays in `takeWaiting` for the next. A picture that cannot
-/// be encoded or written leaves what stood at its path as it was.
+/// The object is owned by its `Worker` and lives on the GUI thread; `run` is the worker's. It ends when
+/// nothing is left to write; what is added while it ends stays in `takeWaiting` for the next. A picture that
+/// cannot be encoded or written leaves what stood at its path as it was.
 class VistamoSaveImageThread : public StoppableThread
 {
     Q_OBJECT
