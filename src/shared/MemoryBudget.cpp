@@ -17,6 +17,7 @@ QMutex mutex;
 QWaitCondition freed;
 qint64 budget = std::numeric_limits<qint64>::max(); // guarded by mutex, as what follows
 qint64 inUse = 0;
+int waitingShares = 0;
 
 } // namespace
 
@@ -26,13 +27,21 @@ void MemoryBudget::setBytes(qint64 bytes)
     budget = bytes;
 }
 
+int MemoryBudget::waiting()
+{
+    const QMutexLocker locker(&mutex);
+    return waitingShares;
+}
+
 MemoryBudget::Share::Share(qint64 bytes)
     : bytes(bytes)
 {
     const QDeadlineTimer deadline(longestWaitMs);
     const QMutexLocker locker(&mutex);
+    ++waitingShares;
     while (inUse > 0 && bytes > budget - inUse && freed.wait(&mutex, deadline)) {
     }
+    --waitingShares;
     inUse += bytes;
 }
 

@@ -7,6 +7,7 @@
 #include <QtGui>
 #include <QtTest>
 
+#include <future>
 #include <sys/stat.h>
 #include <thread>
 
@@ -98,6 +99,29 @@ private slots:
             });
         threads.clear();     // waits for them
         QCOMPARE(most, 500); // decoded alone
+        MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
+    }
+
+    void pictureIsDecodedOnceItHasItsShare()
+    {
+        const auto picture = [](Qt::GlobalColor colour, const char *format) {
+            QImage image(400, 400, QImage::Format_RGB32);
+            image.fill(colour);
+            return Pictures::encoded(image, format);
+        };
+        for (const char *const format : {"bmp", "jpg"}) {
+            MemoryBudget::setBytes(1);
+            auto all = std::make_unique<const MemoryBudget::Share>(1);
+            write("a", picture(Qt::red, format));
+            auto image = std::async(std::launch::async, [=, file = path("a")] {
+                return format[0] == 'b' ? ImageReading::read(file)
+                                        : ImageReading::readThumbnail(file, 30).image;
+            });
+            QTRY_COMPARE(MemoryBudget::waiting(), 1);
+            write("a", picture(Qt::green, format)); // only the header of the other was looked at
+            all.reset();
+            QVERIFY2(image.get().pixelColor(0, 0).green() > 200, format);
+        }
         MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
     }
 };
