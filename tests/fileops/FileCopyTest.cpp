@@ -1,6 +1,7 @@
 #include "fileops/FileCopy.h"
 #include "support/Failures.h"
 #include "support/Files.h"
+#include "support/SyscallLog.h"
 
 #include <QtTest>
 
@@ -116,6 +117,21 @@ private slots:
         setTime("a.jpg", QDateTime::currentDateTime().addSecs(9));
         QVERIFY(!FileCopy::removeCopied(path("a.jpg"), path("to/new.jpg")));
         QCOMPARE(read("a.jpg"), "another one");
+    }
+
+    void isOnTheDiskBeforeItHasItsNameAndTheSourceGoes()
+    {
+        for (const QString target : {"to/old.jpg", "to/new.jpg"}) {
+            write("a.jpg", "the picture");
+            syscallLog().clear();
+            QVERIFY(copy("a.jpg", target, target == "to/new.jpg" ? Existing::Keep : Existing::Replace));
+            QVERIFY(FileCopy::removeCopied(path("a.jpg"), path(target)));
+            QStringList calls = syscallLog();
+            calls.replaceInStrings(folder->path() + '/', QString());
+            calls.replaceInStrings(QRegularExpression("\\.orrelan-\\w+"), QString());
+            QCOMPARE(calls,
+                     QStringList({"flush to/.tmp", "rename to/.tmp " + target, "flush to", "remove a.jpg"}));
+        }
     }
 
     void killedInTheMiddle()
