@@ -12,8 +12,6 @@ namespace {
 constexpr qsizetype mostWaiting = 10;
 // Each may hold a picture in full until its turn comes.
 constexpr int mostAtOnce = 4;
-// Longer than a picture waits for memory.
-constexpr qint64 deadAfterMs = 30000;
 
 QPixmap decode(const QString &path)
 {
@@ -63,7 +61,7 @@ QList<ImageRequest> VistamoLoadImageThread::takeWaiting()
 bool VistamoLoadImageThread::hangs() const
 {
     const QMutexLocker locker(&mutex);
-    return !inHand.isEmpty() && sinceLastGiven.hasExpired(deadAfterMs);
+    return !inHand.isEmpty() && sinceLastGiven.elapsed() >= deadAfterMs;
 }
 
 void VistamoLoadImageThread::stop()

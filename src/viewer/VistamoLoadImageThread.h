@@ -67,6 +67,9 @@ public:
 
     void stop() override;
 
+    /// How long without a picture that is, milliseconds: longer than one waits for memory. For tests to set.
+    static inline qint64 deadAfterMs = 30000;
+
 signals:
     /// The picture, null if it could not be read.
     void imageLoaded(QPixmap pixmap);

@@ -1,5 +1,7 @@
+#include "shared/MemoryBudget.h"
 #include "support/Program.h"
 #include "viewer/TImageLabel.h"
+#include "viewer/VistamoLoadImageThread.h"
 
 #include <QtTest>
 #include <QtWidgets>
@@ -105,6 +107,24 @@ private slots:
             QTRY_COMPARE(lastDecoded(), beforeLarge());
             program->click("closeButton");
         }
+    }
+
+    void readerThatHangsIsReplaced()
+    {
+        MemoryBudget::setBytes(1'000'000);
+        auto most = std::make_unique<const MemoryBudget::Share>(900'000); // what hangs waits for it
+        open("large.jpg");
+        QTRY_COMPARE(MemoryBudget::waiting(), 1);
+        open("small.png");
+        const qint64 usual = std::exchange(VistamoLoadImageThread::deadAfterMs, 0);
+        open("tall.png");
+        QTRY_COMPARE(text("sizeInfoLabel"), "60x40"); // was behind the one that hangs
+        most.reset();
+        QTRY_COMPARE(text("sizeInfoLabel"), "300x900");
+        const MemoryBudget::Share all(1'000'000); // until the one that was left behind is through
+        MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
+        VistamoLoadImageThread::deadAfterMs = usual;
+        StoppableThread::someLeftBehind = false;
     }
 
     void fitModesAndFreeZoom()

@@ -1,4 +1,5 @@
 #include "shared/ImageReading.h"
+#include "shared/MemoryBudget.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
 #include "viewer/PictureLoader.h"
@@ -43,24 +44,25 @@ private slots:
 
     void whatWaitsBehindAPictureCanBeTaken()
     {
+        MemoryBudget::setBytes(1);
+        auto all = std::make_unique<const MemoryBudget::Share>(1);
         VistamoLoadImageThread thread;
         QSignalSpy given(&thread, &VistamoLoadImageThread::imageLoaded);
-        const QList<ImageRequest> all = {{path("slow.png")}, {path("1.jpg")}, {path("2.jpg")}};
-        QList<ImageRequest> waiting = all;
-        while (waiting.size() == all.size()) { // it has not begun
-            for (const ImageRequest &request : all)
-                thread.addFile(request);
-            thread.start();
-            QTest::qWait(50); // a helper takes the next one, where there are processors
-            waiting = thread.takeWaiting();
-        }
-        QCOMPARE(waiting.size(), 2);
-        QCOMPARE(waiting.last().path, path("2.jpg"));
+        for (const char *const name : {"1.jpg", "2.jpg", "3.jpg"})
+            thread.addFile({path(name)});
+        thread.start();
+        // A helper takes the next one, where there are processors.
+        QTRY_COMPARE(MemoryBudget::waiting(), std::min(QThread::idealThreadCount(), 3));
         QVERIFY(!thread.hangs());
+        const QList<ImageRequest> waiting = thread.takeWaiting();
+        QCOMPARE(waiting.size(), 2);
+        QCOMPARE(waiting.last().path, path("3.jpg"));
         thread.stop();
+        all.reset();
         QVERIFY(thread.wait());
         QCoreApplication::processEvents();
         QCOMPARE(given.size(), 0);
+        MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
     }
 
     void whatWaitsComesAfterThePictureOnShow()
