@@ -1,6 +1,7 @@
 #include "library/ThumbnailDatabase.h"
 #include "library/ThumbnailIcons.h"
 #include "library/VistamoLoadThumbnailThread.h"
+#include "shared/WorkQueue.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
 
@@ -8,9 +9,31 @@
 #include <QtSql>
 #include <QtTest>
 
+#include <numeric>
+#include <thread>
+
 namespace {
 
 constexpr LoadNumber load = {3};
+
+/// Work that is long on the move, which only a queue may be that is locked.
+struct Work
+{
+    explicit Work(int number)
+        : number(number)
+    {
+    }
+    Work(Work &&other)
+        : number(other.number)
+    {
+        overlapped = overlapped || moving.exchange(true);
+        std::this_thread::yield();
+        moving = false;
+    }
+    int number;
+    static inline std::atomic_bool moving = false;
+    static inline std::atomic_bool overlapped = false;
+};
 
 QColor base()
 {
@@ -124,6 +147,51 @@ private slots:
         QCOMPARE(painted(300), 300);
         QSqlQuery(VistamoGlobal::thumbnailDatabase).exec("DELETE FROM FileData");
         QCOMPARE(painted(300), 48 * 4);
+    }
+
+    void queuesBetweenTwoThreadsKeepAllInOrder()
+    {
+        Pictures::save(path("a.jpg"));
+        loadAll({"a.jpg"}); // now the database has it
+        QList<int> all(100);
+        std::iota(all.begin(), all.end(), 0);
+        QList<int> taken;
+        std::atomic_int added = 0;
+        std::atomic_int answered = 0;
+        VistamoLoadThumbnailThread thread(load, maker.get());
+        const auto keep = [&](const QList<ThumbnailAnswer> &found) {
+            for (const ThumbnailAnswer &answer : found)
+                taken.append(answer.row);
+            answered = static_cast<int>(taken.size());
+            // The next one is to meet the thread as it falls asleep.
+            for (const QDeadlineTimer moment(5); added <= answered && !moment.hasExpired();)
+                std::this_thread::yield();
+        };
+        connect(&thread, &VistamoLoadThumbnailThread::thumbnailsFound, &thread, keep, Qt::DirectConnection);
+        thread.start();
+        const QDeadlineTimer hangs(20'000);
+        for (const int row : all) {
+            thread.addRequest(QFileInfo(path("a.jpg")), row);
+            ++added;
+            while (answered <= row && !hangs.hasExpired())
+                std::this_thread::yield();
+        }
+        thread.setEnumFinished();
+        QVERIFY(thread.wait(5000) && !hangs.hasExpired());
+        QCOMPARE(taken, all);
+
+        WorkQueue<Work> queue;
+        std::jthread other([&] {
+            for (const int number : all)
+                queue.push(Work(number));
+        });
+        taken.clear();
+        while (taken.size() < all.size() && !hangs.hasExpired()) {
+            if (const auto work = queue.tryTake())
+                taken.append(work->number);
+        }
+        QCOMPARE(taken, all);
+        QVERIFY(!Work::overlapped);
     }
 
 private:
