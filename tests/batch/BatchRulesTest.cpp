@@ -29,10 +29,7 @@ private slots:
     void placeOnThePage()
     {
         const QSize letter96(816, 1056);
-        const struct
-        {
-            QSize picture, available, drawn, enlarged;
-        } rows[] = {
+        const std::tuple<QSize, QSize, QSize, QSize> rows[] = {
             {{1000, 500}, letter96, {816, 408}, {816, 408}},
             {{1000, 500}, {2550, 3300}, {1000, 500}, {2550, 1275}},
             {{300, 2112}, letter96, {150, 1056}, {150, 1056}},
@@ -43,9 +40,9 @@ private slots:
             {{10, 10}, {0, 0}, {}, {}},
             {{10, 10}, {-9, -5}, {10, 10}, {}}, // margins beyond the sheet
         };
-        for (const auto &row : rows) {
-            QCOMPARE(pdfPictureSize(row.picture, row.available, false), row.drawn);
-            QCOMPARE(pdfPictureSize(row.picture, row.available, true), row.enlarged);
+        for (const auto &[picture, available, drawn, enlarged] : rows) {
+            QCOMPARE(pdfPictureSize(picture, available, false), drawn);
+            QCOMPARE(pdfPictureSize(picture, available, true), enlarged);
         }
     }
 

@@ -11,7 +11,6 @@
 
 #include <climits>
 #include <cmath>
-#include <filesystem>
 
 /// The plain rules: no widgets, no threads.
 class RulesTest : public FolderTest
@@ -32,10 +31,6 @@ private slots:
     void pathsThatAreOne()
     {
         const bool windows = QDir::separator() == u'\\';
-        const auto check = [](const auto &a, const auto &b, bool same) {
-            QCOMPARE(a == b, same);
-            QCOMPARE(QSet({a}).contains(b), same);
-        };
         using Row = std::tuple<QString, QString, bool, bool, bool, bool>;
         for (const auto &[a, b, exact, caseless, nativeCaseless, nativeLowerCase] :
              {Row("/d/a.jpg", "/d/a.jpg", true, true, true, true),
@@ -44,21 +39,10 @@ private slots:
               Row("/d/\u03c3.jpg", "/d/\u03c2.jpg", false, true, true, false), // both lower-case sigmas
               Row("c:/d/a.jpg", "C:\\d\\a.jpg", false, false, windows, windows),
               Row("/d/a.jpg", "/d/./a.jpg", false, false, false, false)}) {
-            check(ExactPath(a), ExactPath(b), exact);
-            check(CaselessPath(a), CaselessPath(b), caseless);
-            check(NativeCaselessPath(a), NativeCaselessPath(b), nativeCaseless);
-            check(NativeLowerCasePath(a), NativeLowerCasePath(b), nativeLowerCase);
-        }
-        newFolder({"real"});
-        write("real/a.jpg", "x");
-        QVERIFY(QFile::link(path("real"), path("link")) && QFile::link(path("link/new"), path("new")));
-        std::filesystem::create_hard_link(path("real/a.jpg").toStdString(), path("hard").toStdString());
-        using File = std::tuple<QString, QString, bool, bool>;
-        for (const auto &[a, b, resolved, oneFile] :
-             {File("real/a.jpg", "link/a.jpg", true, true), File("real/a.jpg", "link/A.jpg", true, false),
-              File("real/a.jpg", "hard", false, true), File("real/new", "new", true, false)}) {
-            check(ResolvedCaselessPath(path(a)), ResolvedCaselessPath(path(b)), resolved);
-            QCOMPARE(isOneFile(path(a), path(b)), oneFile);
+            QCOMPARE(ExactPath(a) == ExactPath(b), exact);
+            QCOMPARE(CaselessPath(a) == CaselessPath(b), caseless);
+            QCOMPARE(NativeCaselessPath(a) == NativeCaselessPath(b), nativeCaseless);
+            QCOMPARE(QSet({NativeLowerCasePath(a)}).contains(NativeLowerCasePath(b)), nativeLowerCase);
         }
     }
 

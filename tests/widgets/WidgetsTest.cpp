@@ -1,7 +1,6 @@
 #include "library/FileNames.h"
 #include "library/ThumbnailDelegate.h"
 #include "support/Pictures.h"
-#include "viewer/Panning.h"
 #include "viewer/TImageLabel.h"
 #include "viewer/TTableView.h"
 
@@ -185,25 +184,6 @@ private slots:
             QTest::mouseClick(&label, button);
         QCOMPARE(starts.size(), 3);
         QCOMPARE(ends.size(), 3);
-    }
-
-    void panningFollowsThePointer()
-    {
-        QScrollArea view;
-        view.setWidget(new QWidget);
-        view.widget()->resize(600, 600);
-        view.show();
-        Panning panning;
-        const auto scrolled = [&](QPoint point) {
-            panning.moveTo(point, view);
-            return QPoint(view.horizontalScrollBar()->value(), view.verticalScrollBar()->value());
-        };
-        QCOMPARE(scrolled({90, 90}), QPoint(0, 0));
-        panning.begin({300, 300});
-        QCOMPARE(scrolled({290, 280}), QPoint(10, 20));
-        QCOMPARE(scrolled({295, 250}), QPoint(5, 50));
-        panning.end();
-        QCOMPARE(scrolled({0, 0}), QPoint(5, 50));
     }
 
     void stripSwallowsKeys()
