@@ -48,7 +48,8 @@ private slots:
 
     void optionsOfAFreshInstallationAndOfALaterOne()
     {
-        batchSettings().clear();
+        newFolder();
+        setSettingsFolder(folder->path());
         VistamoGlobal::outputFolder = "earlier";
         loadBatchSettings();
         const auto options = [] {
@@ -59,20 +60,17 @@ private slots:
                  VistamoGlobal::pdfFileName, VistamoGlobal::targeFileType, VistamoGlobal::targeFileQuality});
         };
         QCOMPARE(options(), QVariantList({1, 0, 1, 20, false, true, 2, QString(), QString(), 6, 95}));
-        const QStringList keys = {"pageOrientation",    "pageSize",       "pageMargin",      "pageMarginSize",
-                                  "resizeImageToPaper", "pdfSmoothEdges", "pdfQuality",      "outputFolder",
-                                  "pdfFileName",        "targeFileType",  "targeFileQuality"};
-        const QVariantList stored = {0, 3, 0, 7, true, false, 5, "/out", "all.pdf", 4, 0};
-        QSettings settings = batchSettings();
-        for (qsizetype i = 0; i < keys.size(); ++i)
-            settings.setValue("General/" + keys[i], stored[i]);
+        const QByteArray stored =
+            "[%General]\noutputFolder=/out\npageMargin=0\npageMarginSize=7\npageOrientation=0\npageSize=3\n"
+            "pdfFileName=all.pdf\npdfQuality=5\npdfSmoothEdges=false\nresizeImageToPaper=true\n"
+            "targeFileQuality=0\ntargeFileType=4\n";
+        write("ImageToPDF.ini", stored);
         loadBatchSettings();
-        QCOMPARE(options(), stored);
-        settings.clear();
+        QCOMPARE(options(), QVariantList({0, 3, 0, 7, true, false, 5, "/out", "all.pdf", 4, 0}));
+        QVERIFY(QFile::remove(path("ImageToPDF.ini")));
         saveBatchSettings();
-        settings.sync();
-        for (qsizetype i = 0; i < keys.size(); ++i)
-            QCOMPARE(settings.value("General/" + keys[i]).toString(), stored[i].toString());
+        QCOMPARE(read("ImageToPDF.ini"), stored);
+        setSettingsFolder({});
     }
 
     void rowsOfTheList()

@@ -6,6 +6,7 @@
 #include "support/Pictures.h"
 
 #include <QColorSpace>
+#include <QImageReader>
 #include <QtTest>
 
 /// Runs of the worker on real files: what is converted, and what is left on the disk when it fails.
@@ -29,18 +30,16 @@ private slots:
             QCOMPARE(QDir(path(name)).entryList({"*.tmp"}, QDir::Files | QDir::Hidden), QStringList());
     }
 
-    void everyFormatIsReadByOthers()
+    void everyFormatIsWhatItsNameSays()
     {
         Pictures::save(path("in/a.turned.jpg"), QSize(60, 40), 6);
         const QStringList formats = {"gif", "jpg", "png", "tiff", "webp"};
         for (const QString &format : formats) {
             QVERIFY(convert({"in/a.turned.jpg"}, '.' + format).isEmpty());
-            QProcess identify;
-            identify.start("identify", {"-format", "%m %wx%h", path("out/a." + format)});
-            QVERIFY(identify.waitForFinished());
-            QCOMPARE(QString::fromLatin1(identify.readAllStandardOutput()).toLower().replace("jpeg", "jpg"),
-                     format + " 60x40");
-            QCOMPARE(Pictures::quartersOf(QImage(path("out/a." + format))), "red green blue yellow");
+            QImageReader reader(path("out/a." + format));
+            QCOMPARE(reader.format().replace("jpeg", "jpg"), format.toLatin1());
+            QCOMPARE(reader.size(), QSize(60, 40));
+            QCOMPARE(Pictures::quartersOf(reader.read()), "red green blue yellow");
         }
         QCOMPARE(disk("out").size(), formats.size());
     }

@@ -153,17 +153,12 @@ private slots:
 
     void scalesTheThumbnail()
     {
-        const struct
-        {
-            QSize thumbnail; // which stands on its head
-            int turn;
-            QSize asked;
-            QString shown;
-        } rows[] = {{{80, 60}, 0, {64, 48}, "yellow blue green red"},
-                    {{80, 60}, 0, {80, 60}, "yellow blue green red"},
-                    {{80, 60}, 3, {48, 64}, "green yellow red blue"},
-                    {{80, 60}, 0, {100, 75}, "red green blue yellow"}, // it is too small
-                    {{80, 80}, 0, {64, 48}, "red green blue yellow"}}; // and of another shape
+        const std::tuple<QSize, int, QSize, QString> rows[] = {
+            {{80, 60}, 0, {64, 48}, "yellow blue green red"}, // the thumbnail stands on its head
+            {{80, 60}, 0, {80, 60}, "yellow blue green red"},
+            {{80, 60}, 3, {48, 64}, "green yellow red blue"},
+            {{80, 60}, 0, {100, 75}, "red green blue yellow"}, // it is too small
+            {{80, 80}, 0, {64, 48}, "red green blue yellow"}}; // and of another shape
         for (const auto &[size, turn, asked, shown] : rows) {
             Item thumbnail = coded(Pictures::asStored(Pictures::quarters(size), 3));
             thumbnail.parts = {1};

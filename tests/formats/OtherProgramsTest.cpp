@@ -22,14 +22,11 @@ private slots:
         for (int y = 0; y < gradient.height(); ++y)
             for (int x = 0; x < gradient.width(); ++x)
                 gradient.setPixel(x, y, qRgba(200, 40 + y, 90, 2 * x));
-        const struct
-        {
-            QString format;
-            QStringList tool;
-            int tolerance; // of a channel's mean difference; 0 for the same pixels
-        } rows[] = {{"avif", {"heif-convert"}, 6}, {"gif", {"convert"}, 20}, {"heic", {"heif-convert"}, 6},
-                    {"heif", {"heif-convert"}, 6}, {"jpg", {"convert"}, 4},  {"jxl", {"djxl"}, 6},
-                    {"png", {"convert"}, 0},       {"tiff", {"convert"}, 0}, {"webp", {"dwebp", "-o"}, 6}};
+        // The tolerance is that of a channel's mean difference; 0 for the same pixels.
+        const std::tuple<QString, QStringList, int> rows[] = {
+            {"avif", {"heif-convert"}, 6}, {"gif", {"convert"}, 20}, {"heic", {"heif-convert"}, 6},
+            {"heif", {"heif-convert"}, 6}, {"jpg", {"convert"}, 4},  {"jxl", {"djxl"}, 6},
+            {"png", {"convert"}, 0},       {"tiff", {"convert"}, 0}, {"webp", {"dwebp", "-o"}, 6}};
         for (const auto &[format, tool, tolerance] : rows) {
             for (const QImage &picture : {photo, gradient, photo.copy(7, 7, 1, 1)}) {
                 QVERIFY(picture.save(path("source.png")));

@@ -3,7 +3,6 @@
 #include <QFile>
 #include <QStringList>
 
-#include <cstdio>
 #include <dlfcn.h>
 #include <unistd.h>
 
@@ -15,25 +14,16 @@ inline QStringList &syscallLog()
     return *log;
 }
 
-#define LOGGED(call, text, ...)                                                                              \
-    (syscallLog().append(text), reinterpret_cast<decltype(&call)>(dlsym(RTLD_NEXT, #call))(__VA_ARGS__))
+#define LOGGED(call, parameters, arguments, text)                                                            \
+    extern "C" int call parameters noexcept                                                                  \
+    {                                                                                                        \
+        syscallLog().append(text);                                                                           \
+        return reinterpret_cast<decltype(&call)>(dlsym(RTLD_NEXT, #call)) arguments;                         \
+    }
 
-extern "C" int fsync(int file)
-{
-    return LOGGED(fsync, "flush " + QFile::symLinkTarget(QStringLiteral("/proc/self/fd/%1").arg(file)), file);
-}
-
-extern "C" int rename(const char *from, const char *to) noexcept
-{
-    return LOGGED(rename, QStringLiteral("rename %1 %2").arg(from, to), from, to);
-}
-
-extern "C" int renameat2(int a, const char *from, int b, const char *to, unsigned flags) noexcept
-{
-    return LOGGED(renameat2, QStringLiteral("rename %1 %2").arg(from, to), a, from, b, to, flags);
-}
-
-extern "C" int unlink(const char *path) noexcept
-{
-    return LOGGED(unlink, QStringLiteral("remove %1").arg(path), path);
-}
+LOGGED(fsync, (int file), (file),
+       "flush " + QFile::symLinkTarget(QStringLiteral("/proc/self/fd/%1").arg(file)))
+LOGGED(rename, (const char *from, const char *to), (from, to), QStringLiteral("rename %1 %2").arg(from, to))
+LOGGED(renameat2, (int a, const char *from, int b, const char *to, unsigned flags), (a, from, b, to, flags),
+       QStringLiteral("rename %1 %2").arg(from, to))
+LOGGED(unlink, (const char *path), (path), QStringLiteral("remove %1").arg(path))

@@ -157,9 +157,10 @@ private slots:
         }
     }
 
-    void wheelMakesSteps()
+    void wheelMakesStepsAndAnyButtonDrags()
     {
         TImageLabel label;
+        label.resize(100, 100);
         QSignalSpy steps(&label, &TImageLabel::needToResizeImage);
         const QList<QPoint> turns = {{0, 120}, {0, 960}, {0, -120}, {0, 4}, {0, -4}, {0, 3}, {120, 0}};
         for (const QPoint turn : turns) { // half a degree counts, less does not
@@ -172,12 +173,7 @@ private slots:
         for (const QVariantList &step : steps)
             directions.append(step[0].toInt());
         QCOMPARE(directions, QList<int>({1, 1, -1, 1, -1}));
-    }
 
-    void anyButtonDrags()
-    {
-        TImageLabel label;
-        label.resize(100, 100);
         QSignalSpy starts(&label, &TImageLabel::startDragImage);
         QSignalSpy ends(&label, &TImageLabel::endDragImage);
         for (const Qt::MouseButton button : {Qt::LeftButton, Qt::RightButton, Qt::MiddleButton})
