@@ -203,6 +203,7 @@ private slots:
         const QString journal = data.filePath(data.entryList({"decoding-*.journal"}).value(0));
         QTRY_VERIFY(Files::read(journal).contains("/c/0"));
         show(0, 5);
+        QVERIFY(!StoppableThread::someLeftBehind);
         memory.reset();
         QTRY_VERIFY(!made("c").isEmpty());
         QVERIFY(!QTest::qWaitFor([&] { return wrong > 0; }, 300));
