@@ -64,7 +64,8 @@ void addRows(const QString &fileName, int from, int to)
     {
         QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", "bench");
         db.setDatabaseName(fileName);
-        ThumbnailDatabase::open(db, 1000);
+        if (!ThumbnailDatabase::open(db, 1000))
+            qFatal("The database cannot be opened.");
         db.transaction();
         QSqlQuery query(db);
         query.prepare(
@@ -109,7 +110,7 @@ void measureLookups()
     const QTemporaryDir folder;
     const QString fileName = folder.filePath("thumbnail.db");
     ThumbnailDatabase::setFileName(fileName);
-    ThumbnailDatabase::find(keyOfRow(0)); // makes the table
+    static_cast<void>(ThumbnailDatabase::find(keyOfRow(0))); // makes the table
     addRows(fileName, 0, 1000);
     const double small = lookup(1000);
     addRows(fileName, 1000, 1'000'000);

@@ -143,7 +143,7 @@ QColorSpace Jxl::chooseColourSpace(JxlDecoder &decoder, const JxlBasicInfo &info
         encoding = emptyEncoding(grey);
         // Unknown primaries may be wide ones: rather those of Display P3 than a loss of colours.
         if (!setPrimaries(encoding, original.primaries()))
-            static_cast<void>(setPrimaries(encoding, grey ? Primaries::SRgb : Primaries::DciP3D65));
+            static_cast<void>(setPrimaries(encoding, grey ? Primaries::SRgb : Primaries::DciP3D65)); // known
         if (!setTransfer(encoding, original))
             encoding.transfer_function = JXL_TRANSFER_FUNCTION_SRGB;
         JxlDecoderSetPreferredColorProfile(&decoder, &encoding);
