@@ -15,7 +15,7 @@ namespace {
 
 constexpr LoadNumber load = {3};
 
-/// Work that is long on the move, which only a queue may be that is locked.
+/// Work that takes its time to move: only a queue without a lock moves two at once.
 struct Work
 {
     explicit Work(int number) { this->number = number; }
@@ -27,8 +27,7 @@ struct Work
         moving = false;
     }
     int number = 0;
-    static inline std::atomic_bool moving = false;
-    static inline std::atomic_bool overlapped = false;
+    static inline std::atomic_bool moving = false, overlapped = false;
 };
 
 QColor base()
@@ -113,7 +112,10 @@ private slots:
         const ThumbnailAnswer answer = loadAll({"a.jpg"})[0];
         QVERIFY(!answer.stored);
         QCOMPARE(quartersOf(answer), "red green blue yellow");
-        QCOMPARE(query("SELECT count(*) FROM FileData"), "2");
+        const FileThumbnail again = findOrMakeThumbnail(record, 48, ThumbnailStoring::Add);
+        QVERIFY(!again.stored && again.image.size() == QSize(48, 32));
+        QVERIFY(!findOrMakeThumbnail(record, 48, ThumbnailStoring::Leave).image.isNull());
+        QCOMPARE(query("SELECT count(*) FROM FileData"), "3");
     }
 
     void cachesStayWithinTheirBounds()
