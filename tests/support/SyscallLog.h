@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 /// What this program, with Qt and all libraries, does to names and the disk: "flush PATH", "rename FROM TO"
-/// and "remove PATH" in order. To be included once: the functions below stand before those of the system.
+/// and "remove PATH" in order. To be included once: what is defined below stands before the system's own.
 inline QStringList &syscallLog()
 {
     static auto *const log = new QStringList; // outlives all that may still call

@@ -55,8 +55,7 @@ private slots:
         QTRY_COMPARE(MemoryBudget::waiting(), std::min(QThread::idealThreadCount(), 3));
         QVERIFY(!thread.hangs());
         const QList<ImageRequest> waiting = thread.takeWaiting();
-        QCOMPARE(waiting.size(), 2);
-        QCOMPARE(waiting.last().path, path("3.jpg"));
+        QVERIFY(waiting.size() == 2 && waiting.last().path == path("3.jpg"));
         thread.stop();
         all.reset();
         QVERIFY(thread.wait());

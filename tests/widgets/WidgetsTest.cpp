@@ -173,7 +173,6 @@ private slots:
         for (const QVariantList &step : steps)
             directions.append(step[0].toInt());
         QCOMPARE(directions, QList<int>({1, 1, -1, 1, -1}));
-
         QSignalSpy starts(&label, &TImageLabel::startDragImage);
         QSignalSpy ends(&label, &TImageLabel::endDragImage);
         for (const Qt::MouseButton button : {Qt::LeftButton, Qt::RightButton, Qt::MiddleButton})
