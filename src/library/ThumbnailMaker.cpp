@@ -133,7 +133,7 @@ void ThumbnailMaker::release(LoadNumber load)
     Q_ASSERT_X(inHand.value(load) > 0 && allInHand >= inHand.value(load), "ThumbnailMaker",
                qPrintable(QStringLiteral("%1 of load %2 in hand, %3 altogether")
                               .arg(inHand.value(load))
-                              .arg(load)
+                              .arg(load.value)
                               .arg(allInHand)));
     if (--inHand[load] == 0)
         inHand.remove(load);
