@@ -36,8 +36,9 @@ class ThumbsForm;
 
 /// The central widget: the browser (page 0), the viewer (page 1), and further pages while their forms exist.
 ///
-/// It owns the views, their models, the folder list and the workers. Its members live in `thumbsform/`, one
-/// source file per concern; the header goes through the concerns in the order of the pages.
+/// Its state lives in objects of the folders below, each with one concern and none that knows another: a slot
+/// reads widgets, tells one of them, and shows what it answers. The slots stand in `thumbsform/`, a source
+/// file a concern; the header goes through the concerns in the order of the pages.
 class ThumbsForm : public QWidget
 {
     Q_OBJECT
