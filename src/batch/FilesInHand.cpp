@@ -9,27 +9,27 @@ void FilesInHand::waitFor(const QStringList &files)
         next.clear();
         for (const QString &file : files)
             next.insert(ResolvedCaselessPath(file));
-        const QMutexLocker locker(&mutex);
-        if (running < pool.maxThreadCount() && !inHand.intersects(next))
+        auto access = inHand.lock();
+        if (access->isFreeFor(next, pool.maxThreadCount()))
             return;
-        released.wait(&mutex);
+        access.wait();
     }
 }
 
 void FilesInHand::start(std::function<void()> work)
 {
     {
-        const QMutexLocker locker(&mutex);
-        Q_ASSERT_X(running < pool.maxThreadCount() && !inHand.intersects(next), "FilesInHand",
-                   qPrintable(QStringLiteral("%1 running").arg(running)));
-        inHand.unite(next);
-        ++running;
+        const auto access = inHand.lock();
+        Q_ASSERT_X(access->isFreeFor(next, pool.maxThreadCount()), "FilesInHand",
+                   qPrintable(QStringLiteral("%1 running").arg(access->running)));
+        access->files.unite(next);
+        ++access->running;
     }
     pool.start([this, names = next, work = std::move(work)] {
         work();
-        const QMutexLocker locker(&mutex);
-        inHand.subtract(names);
-        --running;
-        released.wakeOne();
+        auto access = inHand.lock();
+        access->files.subtract(names);
+        --access->running;
+        access.wakeOne();
     });
 }

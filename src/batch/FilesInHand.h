@@ -1,12 +1,11 @@
 #pragma once
 
+#include "shared/Guarded.h"
 #include "shared/PathIdentity.h"
 
-#include <QMutex>
 #include <QSet>
 #include <QString>
 #include <QThreadPool>
-#include <QWaitCondition>
 
 #include <functional>
 
@@ -26,10 +25,19 @@ public:
     void start(std::function<void()> work);
 
 private:
-    QSet<ResolvedCaselessPath> next; ///< what was waited for last
-    QMutex mutex;
-    QWaitCondition released;
-    QSet<ResolvedCaselessPath> inHand; ///< guarded by mutex
-    int running = 0;                   ///< guarded by mutex
-    QThreadPool pool;                  // last: its end waits for what is still being done
+    using Names = QSet<ResolvedCaselessPath>;
+    struct InHand
+    {
+        Names files;
+        int running = 0;
+
+        [[nodiscard]] bool isFreeFor(const Names &next, int atOnce) const
+        {
+            return running < atOnce && !files.intersects(next);
+        }
+    };
+
+    Names next; ///< what was waited for last
+    Guarded<InHand> inHand;
+    QThreadPool pool; // last: its end waits for what is still being done
 };

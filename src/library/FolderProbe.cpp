@@ -1,11 +1,11 @@
 #include "library/FolderProbe.h"
 
+#include "shared/Guarded.h"
+
 #include <QDeadlineTimer>
 #include <QFileInfo>
-#include <QMutex>
 #include <QSet>
 #include <QtDebug>
-#include <QWaitCondition>
 
 #include <memory>
 #include <system_error>
@@ -13,25 +13,20 @@
 
 namespace {
 
-/// Shared with the threads, since one that hangs outlives the call.
-struct Answers
-{
-    QMutex mutex;
-    QWaitCondition added;
-    QHash<QString, bool> exists;
-};
+using Answers = Guarded<QHash<QString, bool>>;
 
 } // namespace
 
 QHash<QString, bool> probeFolders(const QStringList &paths, int milliseconds)
 {
+    // Shared with the threads, since one that hangs outlives the call.
     const auto answers = std::make_shared<Answers>();
     for (const QString &path : paths) {
         const auto look = [answers, path] {
             const bool exists = QFileInfo::exists(path);
-            const QMutexLocker locker(&answers->mutex);
-            answers->exists.insert(path, exists);
-            answers->added.wakeOne();
+            auto access = answers->lock();
+            access->insert(path, exists);
+            access.wakeOne();
         };
         try {
             std::thread(look).detach();
@@ -42,8 +37,8 @@ QHash<QString, bool> probeFolders(const QStringList &paths, int milliseconds)
 
     const QDeadlineTimer deadline(milliseconds);
     const qsizetype different = QSet<QString>(paths.cbegin(), paths.cend()).size();
-    const QMutexLocker locker(&answers->mutex);
-    while (answers->exists.size() < different && answers->added.wait(&answers->mutex, deadline)) {
+    auto access = answers->lock();
+    while (access->size() < different && access.wait(deadline)) {
     }
-    return answers->exists;
+    return *access;
 }

@@ -1,10 +1,11 @@
 #include "library/ThumbnailDatabase.h"
 
+#include "shared/Guarded.h"
+
 #include <QBuffer>
 #include <QDate>
 #include <QDeadlineTimer>
 #include <QDir>
-#include <QMutex>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QStandardPaths>
@@ -20,14 +21,7 @@ constexpr int jpegQuality = 75;
 constexpr int workerBusyTimeoutMs = 500;
 constexpr int pauseAfterFailureMs = 5000;
 
-QMutex fileNameMutex;
-QString sharedFileName; // guarded by fileNameMutex
-
-QString currentFileName()
-{
-    const QMutexLocker locker(&fileNameMutex);
-    return sharedFileName;
-}
+Guarded<QString> sharedFileName;
 
 QString lookupStatement(const QString &tableName)
 {
@@ -134,7 +128,7 @@ private:
     /// True if the statements can be run. Opens the file where needed, but not during a pause.
     bool ready()
     {
-        const QString current = currentFileName();
+        const QString current = *sharedFileName.lock();
         if (fileName != current) {
             close();
             fileName = current;
@@ -202,8 +196,7 @@ Connection &threadConnection()
 
 void ThumbnailDatabase::setFileName(const QString &fileName)
 {
-    const QMutexLocker locker(&fileNameMutex);
-    sharedFileName = fileName;
+    *sharedFileName.lock() = fileName;
 }
 
 bool ThumbnailDatabase::open(QSqlDatabase &db, int busyTimeout)

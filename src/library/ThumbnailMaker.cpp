@@ -83,18 +83,19 @@ void ThumbnailMaker::make(LoadNumber load, const TThumbnailRequest &request, Sto
                           const std::atomic_bool &stopped)
 {
     {
-        const QMutexLocker locker(&mutex);
-        while (!stopped && !mayStart(load))
-            changed.wait(&mutex);
+        auto access = inFlight.lock();
+        while (!stopped && !access->mayStart(load, processors))
+            access.wait();
         if (stopped)
             return;
-        ++inHand[load];
-        ++allInHand;
+        access->add(load);
     }
     pool.start([this, load, request, storing] {
         Platform::standBack(); // a click on another folder comes first
         emit made(answerTo(load, request, storing));
-        release(load);
+        auto access = inFlight.lock();
+        access->remove(load);
+        access.wakeAll();
     });
 }
 
@@ -109,34 +110,37 @@ void ThumbnailMaker::makeAgain(LoadNumber load, const TThumbnailRequest &request
 
 void ThumbnailMaker::waitForLoad(LoadNumber load, const std::atomic_bool &stopped)
 {
-    const QMutexLocker locker(&mutex);
-    while (!stopped && inHand.contains(load))
-        changed.wait(&mutex);
+    auto access = inFlight.lock();
+    while (!stopped && access->ofLoad.contains(load))
+        access.wait();
 }
 
 void ThumbnailMaker::wake()
 {
     // Under the lock: a thread between its look at the flag and its wait must not miss this.
-    const QMutexLocker locker(&mutex);
-    changed.wakeAll();
+    inFlight.lock().wakeAll();
 }
 
-bool ThumbnailMaker::mayStart(LoadNumber load) const
+bool ThumbnailMaker::InFlight::mayStart(LoadNumber load, int processors) const
 {
-    const int ofLoad = inHand.value(load);
-    return ofLoad == 0 || (ofLoad < processors && allInHand < 2 * processors);
+    const int already = ofLoad.value(load);
+    return already == 0 || (already < processors && all < 2 * processors);
 }
 
-void ThumbnailMaker::release(LoadNumber load)
+void ThumbnailMaker::InFlight::add(LoadNumber load)
 {
-    const QMutexLocker locker(&mutex);
-    Q_ASSERT_X(inHand.value(load) > 0 && allInHand >= inHand.value(load), "ThumbnailMaker",
-               qPrintable(QStringLiteral("%1 of load %2 in hand, %3 altogether")
-                              .arg(inHand.value(load))
+    ++ofLoad[load];
+    ++all;
+}
+
+void ThumbnailMaker::InFlight::remove(LoadNumber load)
+{
+    Q_ASSERT_X(ofLoad.value(load) > 0 && all >= ofLoad.value(load), "ThumbnailMaker",
+               qPrintable(QStringLiteral("%1 of load %2 in flight, %3 altogether")
+                              .arg(ofLoad.value(load))
                               .arg(load.value)
-                              .arg(allInHand)));
-    if (--inHand[load] == 0)
-        inHand.remove(load);
-    --allInHand;
-    changed.wakeAll();
+                              .arg(all)));
+    if (--ofLoad[load] == 0)
+        ofLoad.remove(load);
+    --all;
 }

@@ -3,15 +3,14 @@
 #include "library/LoadNumber.h"
 #include "library/ThumbnailRequestQueue.h"
 #include "library/Thumbnails.h"
+#include "shared/Guarded.h"
 #include "shared/VistamoGlobal.h"
 
 #include <QByteArray>
 #include <QHash>
-#include <QMutex>
 #include <QObject>
 #include <QSize>
 #include <QThreadPool>
-#include <QWaitCondition>
 
 #include <atomic>
 
@@ -67,13 +66,18 @@ signals:
     void made(const ThumbnailAnswer &answer);
 
 private:
-    [[nodiscard]] bool mayStart(LoadNumber load) const;
-    void release(LoadNumber load);
+    /// The decodes that are going on.
+    struct InFlight
+    {
+        QHash<LoadNumber, int> ofLoad;
+        int all = 0;
+
+        [[nodiscard]] bool mayStart(LoadNumber load, int processors) const;
+        void add(LoadNumber load);
+        void remove(LoadNumber load);
+    };
 
     const int processors;
     QThreadPool pool;
-    QMutex mutex;
-    QWaitCondition changed;
-    QHash<LoadNumber, int> inHand; ///< guarded by mutex
-    int allInHand = 0;             ///< guarded by mutex
+    Guarded<InFlight> inFlight;
 };

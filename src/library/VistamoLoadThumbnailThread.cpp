@@ -34,32 +34,29 @@ VistamoLoadThumbnailThread::VistamoLoadThumbnailThread(LoadNumber load, Thumbnai
 
 void VistamoLoadThumbnailThread::addRequest(const QFileInfo &info, int row)
 {
-    const QMutexLocker locker(&mutex);
-    requestList.append({info, row});
-    changed.wakeOne();
+    auto access = asked.lock();
+    access->requestList.append({info, row});
+    access.wakeOne();
 }
 
 void VistamoLoadThumbnailThread::setScrollPosition(float ratio, int files)
 {
-    const QMutexLocker locker(&mutex);
-    scrollPositionRatio = ratio;
-    fileCount = files;
+    const auto access = asked.lock();
+    access->scrollPositionRatio = ratio;
+    access->fileCount = files;
 }
 
 void VistamoLoadThumbnailThread::setEnumFinished()
 {
-    const QMutexLocker locker(&mutex);
-    enumFinished = true;
-    changed.wakeOne();
+    auto access = asked.lock();
+    access->enumFinished = true;
+    access.wakeOne();
 }
 
 void VistamoLoadThumbnailThread::stop()
 {
     stopRequested = true;
-    {
-        const QMutexLocker locker(&mutex);
-        changed.wakeOne();
-    }
+    asked.lock().wakeOne();
     maker->wake();
 }
 
@@ -77,14 +74,14 @@ void VistamoLoadThumbnailThread::run()
 /// The next request in the order of service. Waits for one; nothing at the end of the load.
 std::optional<TThumbnailRequest> VistamoLoadThumbnailThread::nextRequest()
 {
-    const QMutexLocker locker(&mutex);
-    while (!stopRequested && requestList.isEmpty() && !enumFinished) {
+    auto access = asked.lock();
+    while (!stopRequested && access->requestList.isEmpty() && !access->enumFinished) {
         publish();
-        changed.wait(&mutex);
+        access.wait();
     }
     if (stopRequested)
         return std::nullopt;
-    return requestList.takeNext(scrollPositionRatio, fileCount);
+    return access->requestList.takeNext(access->scrollPositionRatio, access->fileCount);
 }
 
 void VistamoLoadThumbnailThread::processRequestThumbnail(const TThumbnailRequest &request)

@@ -2,12 +2,11 @@
 
 #include "library/ThumbnailMaker.h"
 #include "library/ThumbnailRequestQueue.h"
+#include "shared/Guarded.h"
 #include "shared/StoppableThread.h"
 
 #include <QElapsedTimer>
 #include <QList>
-#include <QMutex>
-#include <QWaitCondition>
 
 /// Finds the thumbnails of one load of a folder: in the database, or by way of the `ThumbnailMaker`.
 ///
@@ -54,12 +53,15 @@ private:
     const LoadNumber load;
     ThumbnailMaker *const maker;
 
-    QMutex mutex; // guards what follows up to the blank line
-    QWaitCondition changed;
-    ThumbnailRequestQueue requestList;
-    float scrollPositionRatio = 0;
-    int fileCount = 0;
-    bool enumFinished = false;
+    /// What the GUI thread asks for.
+    struct Asked
+    {
+        ThumbnailRequestQueue requestList;
+        float scrollPositionRatio = 0;
+        int fileCount = 0;
+        bool enumFinished = false;
+    };
+    Guarded<Asked> asked;
 
     QList<ThumbnailAnswer> found; ///< not published yet; the worker's own
     QElapsedTimer sincePublished;

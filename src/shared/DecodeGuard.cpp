@@ -1,5 +1,7 @@
 #include "shared/DecodeGuard.h"
 
+#include "shared/Guarded.h"
+
 #include <QDateTime>
 #include <QDeadlineTimer>
 #include <QDir>
@@ -10,11 +12,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLockFile>
-#include <QMutex>
 #include <QSaveFile>
 #include <QtDebug>
 #include <QUuid>
-#include <QWaitCondition>
 
 #include <algorithm>
 #include <array>
@@ -202,15 +202,17 @@ private:
     std::array<bool, slotCount> taken = {};
 };
 
-QMutex mutex; // guards what follows
-QWaitCondition changed;
-Notes notes;
-Journal journal;
-int inHand = 0;
-QDeadlineTimer aloneUntil; // a suspect has claimed to be alone; expired for none
+struct State
+{
+    Notes notes;
+    Journal journal;
+    int inFlight = 0;
+    QDeadlineTimer aloneUntil; // a suspect has claimed to be alone; expired for none
+};
+Guarded<State> state;
 
 /// The journals of instances that died become notes.
-void collectDeaths(const QDir &folder)
+void collectDeaths(const QDir &folder, Notes &notes)
 {
     const QStringList names = folder.entryList({QStringLiteral("decoding-*.journal")}, QDir::Files);
     for (const QString &name : names) {
@@ -231,19 +233,19 @@ void collectDeaths(const QDir &folder)
 void DecodeGuard::start(const QString &folder)
 {
     finish();
-    const QMutexLocker locker(&mutex);
+    const auto access = state.lock();
     const QDir directory(folder);
-    notes.open(directory.filePath(QStringLiteral("decoding-notes.json")));
-    collectDeaths(directory);
+    access->notes.open(directory.filePath(QStringLiteral("decoding-notes.json")));
+    collectDeaths(directory, access->notes);
     const QString id = QUuid::createUuid().toString(QUuid::Id128);
-    journal.open(directory.filePath(QStringLiteral("decoding-%1.journal").arg(id)));
+    access->journal.open(directory.filePath(QStringLiteral("decoding-%1.journal").arg(id)));
 }
 
 void DecodeGuard::finish()
 {
-    const QMutexLocker locker(&mutex);
-    notes = Notes();
-    journal.close();
+    const auto access = state.lock();
+    access->notes = Notes();
+    access->journal.close();
 }
 
 DecodeGuard::Decoding::Decoding(const QString &path)
@@ -252,37 +254,37 @@ DecodeGuard::Decoding::Decoding(const QString &path)
     // Before the lock, since a drive may take its time to answer.
     const Note now = noteOf(QFileInfo(path));
 
-    const QMutexLocker locker(&mutex);
-    if (const auto note = notes.of(path)) {
+    auto access = state.lock();
+    if (const auto note = access->notes.of(path)) {
         suspect = sameFile(*note, now);
         allowed = !suspect || note->deaths < deathsUntilPassedOver;
         if (!allowed)
             return;
         if (!suspect)
-            notes.remove(path);
+            access->notes.remove(path);
     }
-    while (!aloneUntil.hasExpired() && changed.wait(&mutex, aloneUntil)) {
+    while (!access->aloneUntil.hasExpired() && access.wait(access->aloneUntil)) {
     }
     if (suspect) {
-        aloneUntil.setRemainingTime(longestAloneMs);
-        while (inHand > 0 && changed.wait(&mutex, aloneUntil)) {
+        access->aloneUntil.setRemainingTime(longestAloneMs);
+        while (access->inFlight > 0 && access.wait(access->aloneUntil)) {
         }
-        aloneUntil.setRemainingTime(longestAloneMs);
+        access->aloneUntil.setRemainingTime(longestAloneMs);
     }
-    ++inHand;
-    slot = journal.enter(slotText(path, now));
+    ++access->inFlight;
+    slot = access->journal.enter(slotText(path, now));
 }
 
 DecodeGuard::Decoding::~Decoding()
 {
-    const QMutexLocker locker(&mutex);
+    auto access = state.lock();
     if (!allowed)
         return;
-    --inHand;
-    journal.leave(slot);
+    --access->inFlight;
+    access->journal.leave(slot);
     if (suspect) {
-        aloneUntil = {};
-        notes.remove(path);
+        access->aloneUntil = {};
+        access->notes.remove(path);
     }
-    changed.wakeAll();
+    access.wakeAll();
 }

@@ -1,9 +1,9 @@
 #include "shared/MemoryBudget.h"
 
+#include "shared/Guarded.h"
+
 #include <QDeadlineTimer>
-#include <QMutex>
 #include <QString>
-#include <QWaitCondition>
 
 #include <limits>
 
@@ -13,43 +13,43 @@ namespace {
 // this.
 constexpr int longestWaitMs = 10000;
 
-QMutex mutex;
-QWaitCondition freed;
-qint64 budget = std::numeric_limits<qint64>::max(); // guarded by mutex, as what follows
-qint64 inUse = 0;
-int waitingShares = 0;
+struct Bytes
+{
+    qint64 budget = std::numeric_limits<qint64>::max();
+    qint64 inUse = 0;
+    int waitingShares = 0;
+};
+Guarded<Bytes> memory;
 
 } // namespace
 
 void MemoryBudget::setBytes(qint64 bytes)
 {
-    const QMutexLocker locker(&mutex);
-    budget = bytes;
+    memory.lock()->budget = bytes;
 }
 
 int MemoryBudget::waiting()
 {
-    const QMutexLocker locker(&mutex);
-    return waitingShares;
+    return memory.lock()->waitingShares;
 }
 
 MemoryBudget::Share::Share(qint64 bytes)
     : bytes(bytes)
 {
     const QDeadlineTimer deadline(longestWaitMs);
-    const QMutexLocker locker(&mutex);
-    ++waitingShares;
-    while (inUse > 0 && bytes > budget - inUse && freed.wait(&mutex, deadline)) {
+    auto access = memory.lock();
+    ++access->waitingShares;
+    while (access->inUse > 0 && bytes > access->budget - access->inUse && access.wait(deadline)) {
     }
-    --waitingShares;
-    inUse += bytes;
+    --access->waitingShares;
+    access->inUse += bytes;
 }
 
 MemoryBudget::Share::~Share()
 {
-    const QMutexLocker locker(&mutex);
-    Q_ASSERT_X(inUse >= bytes, "MemoryBudget",
-               qPrintable(QStringLiteral("%1 bytes given back of %2").arg(bytes).arg(inUse)));
-    inUse -= bytes;
-    freed.wakeAll();
+    auto access = memory.lock();
+    Q_ASSERT_X(access->inUse >= bytes, "MemoryBudget",
+               qPrintable(QStringLiteral("%1 bytes given back of %2").arg(bytes).arg(access->inUse)));
+    access->inUse -= bytes;
+    access.wakeAll();
 }

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "shared/Guarded.h"
+
 #include <QList>
-#include <QMutex>
-#include <QWaitCondition>
 
 #include <atomic>
 #include <deque>
@@ -16,56 +16,54 @@ class WorkQueue
 public:
     void push(Work work)
     {
-        const QMutexLocker locker(&mutex);
-        entries.push_back(std::move(work));
-        changed.wakeOne();
+        auto access = entries.lock();
+        access->push_back(std::move(work));
+        access.wakeOne();
     }
 
     /// The oldest entry, or nothing if there is none.
-    std::optional<Work> tryTake()
+    [[nodiscard]] std::optional<Work> tryTake()
     {
-        const QMutexLocker locker(&mutex);
-        if (entries.empty())
+        const auto access = entries.lock();
+        if (access->empty())
             return std::nullopt;
-        std::optional<Work> work(std::move(entries.front()));
-        entries.pop_front();
+        std::optional<Work> work(std::move(access->front()));
+        access->pop_front();
         return work;
     }
 
     /// All entries, the oldest first.
     [[nodiscard]] QList<Work> takeAll()
     {
-        const QMutexLocker locker(&mutex);
+        const auto access = entries.lock();
         QList<Work> all;
-        for (Work &work : std::exchange(entries, {}))
+        for (Work &work : std::exchange(*access, {}))
             all.append(std::move(work));
         return all;
     }
 
     /// Waits for an entry, and gives the newest and drops all others; nothing once `finish` is set and no
     /// entry is left.
-    std::optional<Work> waitForNewest(const std::atomic_bool &finish)
+    [[nodiscard]] std::optional<Work> waitForNewest(const std::atomic_bool &finish)
     {
-        const QMutexLocker locker(&mutex);
-        while (entries.empty() && !finish)
-            changed.wait(&mutex);
-        if (entries.empty())
+        auto access = entries.lock();
+        while (access->empty() && !finish)
+            access.wait();
+        if (access->empty())
             return std::nullopt;
-        std::optional<Work> work(std::move(entries.back()));
-        entries.clear();
+        std::optional<Work> work(std::move(access->back()));
+        access->clear();
         return work;
     }
 
     /// Sets the flag of a worker that waits here, and wakes it.
     void finish(std::atomic_bool &flag)
     {
-        const QMutexLocker locker(&mutex);
+        auto access = entries.lock();
         flag = true;
-        changed.wakeAll();
+        access.wakeAll();
     }
 
 private:
-    QMutex mutex;
-    QWaitCondition changed;
-    std::deque<Work> entries;
+    Guarded<std::deque<Work>> entries;
 };

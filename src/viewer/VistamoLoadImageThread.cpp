@@ -43,33 +43,32 @@ VistamoLoadImageThread::VistamoLoadImageThread(QObject *parent)
 
 void VistamoLoadImageThread::addFile(const ImageRequest &request)
 {
-    const QMutexLocker locker(&mutex);
-    if (fileNameList.size() >= mostWaiting)
-        fileNameList.removeLast();
-    fileNameList.append(request);
-    if (!inHand.isEmpty())
+    auto access = asked.lock();
+    if (access->fileNameList.size() >= mostWaiting)
+        access->fileNameList.removeLast();
+    access->fileNameList.append(request);
+    if (!access->inFlight.isEmpty())
         startHelper();
-    changed.wakeAll();
+    access.wakeAll();
 }
 
 QList<ImageRequest> VistamoLoadImageThread::takeWaiting()
 {
-    const QMutexLocker locker(&mutex);
-    return inHand.mid(1) + std::exchange(fileNameList, {});
+    const auto access = asked.lock();
+    return access->inFlight.mid(1) + std::exchange(access->fileNameList, {});
 }
 
 bool VistamoLoadImageThread::hangs() const
 {
-    const QMutexLocker locker(&mutex);
-    return !inHand.isEmpty() && sinceLastGiven.elapsed() >= deadAfterMs;
+    const auto access = asked.lock();
+    return !access->inFlight.isEmpty() && access->sinceLastGiven.elapsed() >= deadAfterMs;
 }
 
 void VistamoLoadImageThread::stop()
 {
     StoppableThread::stop();
     // Under the lock: a thread between its look at the flag and its wait must not miss this.
-    const QMutexLocker locker(&mutex);
-    changed.wakeAll();
+    asked.lock().wakeAll();
 }
 
 void VistamoLoadImageThread::run()
@@ -90,34 +89,34 @@ void VistamoLoadImageThread::decodeInTurn()
     qint64 turn = 0;
     while (const auto request = takeNext(turn)) {
         const QPixmap pixmap = picture(*request);
-        const QMutexLocker locker(&mutex);
-        while (turn != given && !stopRequested)
-            changed.wait(&mutex);
+        auto access = asked.lock();
+        while (turn != access->given && !stopRequested)
+            access.wait();
         // A thread that was left behind may come to here after the program's windows are gone.
         if (stopRequested)
             return;
         emit imageLoaded(pixmap);
-        inHand.removeFirst();
-        ++given;
-        sinceLastGiven.start();
-        changed.wakeAll();
+        access->inFlight.removeFirst();
+        ++access->given;
+        access->sinceLastGiven.start();
+        access.wakeAll();
     }
 }
 
 /// The oldest request and its turn. Waits for one as long as a picture is in hand somewhere; then nothing.
 std::optional<ImageRequest> VistamoLoadImageThread::takeNext(qint64 &turn)
 {
-    const QMutexLocker locker(&mutex);
-    while (fileNameList.isEmpty() && !inHand.isEmpty() && !stopRequested)
-        changed.wait(&mutex);
-    if (fileNameList.isEmpty() || stopRequested)
+    auto access = asked.lock();
+    while (access->fileNameList.isEmpty() && !access->inFlight.isEmpty() && !stopRequested)
+        access.wait();
+    if (access->fileNameList.isEmpty() || stopRequested)
         return std::nullopt;
-    if (inHand.isEmpty())
-        sinceLastGiven.start();
-    turn = given + inHand.size();
-    inHand.append(fileNameList.takeFirst());
-    const ImageRequest request = inHand.last();
-    if (!fileNameList.isEmpty())
+    if (access->inFlight.isEmpty())
+        access->sinceLastGiven.start();
+    turn = access->given + access->inFlight.size();
+    access->inFlight.append(access->fileNameList.takeFirst());
+    const ImageRequest request = access->inFlight.last();
+    if (!access->fileNameList.isEmpty())
         startHelper();
     return request;
 }

@@ -1,15 +1,14 @@
 #pragma once
 
+#include "shared/Guarded.h"
 #include "shared/PathIdentity.h"
 #include "shared/StoppableThread.h"
 
 #include <QDateTime>
 #include <QElapsedTimer>
 #include <QList>
-#include <QMutex>
 #include <QPixmap>
 #include <QThreadPool>
-#include <QWaitCondition>
 
 #include <memory>
 #include <mutex>
@@ -82,13 +81,13 @@ private:
     std::optional<ImageRequest> takeNext(qint64 &turn);
     void startHelper();
 
-    mutable QMutex mutex;
-    QWaitCondition changed;
-    // Guarded by the mutex.
-    QList<ImageRequest> fileNameList;
-    QList<ImageRequest> inHand; ///< the oldest first
-    qint64 given = 0;           ///< pictures so far
-    QElapsedTimer sinceLastGiven;
-
+    struct Asked
+    {
+        QList<ImageRequest> fileNameList;
+        QList<ImageRequest> inFlight; ///< the oldest first
+        qint64 given = 0;             ///< pictures so far
+        QElapsedTimer sinceLastGiven;
+    };
+    mutable Guarded<Asked> asked;
     QThreadPool helpers; // last: its end waits for them
 };
