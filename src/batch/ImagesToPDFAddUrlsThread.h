@@ -27,7 +27,7 @@ Q_DECLARE_METATYPE(BatchFile)
 /// Collects files for the batch list: walks folders, passes over what is no image, and finds or makes the
 /// thumbnails, on all processors.
 ///
-/// Owned by the form, whose thread it lives on; `run` is the worker's. It ends when nothing is left; what is
+/// Owned by a `Worker` on the GUI thread; `run` is the worker's. It ends when nothing is left; what is
 /// added while it ends stays in `takeWaiting` for the next.
 class ImagesToPDFAddUrlsThread : public StoppableThread
 {

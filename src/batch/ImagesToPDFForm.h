@@ -117,6 +117,7 @@ private:
 
     // Collecting files
     void addUrls(const QList<QUrl> &urls);
+    [[nodiscard]] bool addUrlsThreadActive() const { return addUrlsThread.isActive(); }
     void startAddUrlsThread(const QList<QUrl> &urls);
 
     // The list

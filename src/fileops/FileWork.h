@@ -24,7 +24,7 @@ public:
     explicit FileWork(QWidget *window);
     ~FileWork() override;
 
-    bool run(const QString &path, const Work &work) override;
+    [[nodiscard]] bool run(const QString &path, const Work &work) override;
     [[nodiscard]] bool isCancelled() const override { return progress.cancelled; }
 
 private:

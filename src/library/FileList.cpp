@@ -67,6 +67,7 @@ bool FileList::take(const FoundFiles &files, bool checkable)
     addRows(files, checkable);
     if (files.complete)
         removeRowsFrom(files.firstRow + static_cast<int>(files.records.size()));
+    assertSameFile(files.firstRow);
     assertInStep();
     Q_ASSERT_X(
         !files.complete || fileHasLeft || galleryModel.columnCount() == mainModel.rowCount(), "FileList",
@@ -168,6 +169,7 @@ void FileList::take(const ThumbnailAnswer &answer)
         emit itemMissing();
         return;
     }
+    assertSameFile(row);
     item->setIcon(icon);
     if (surroundings.isTicked(record))
         item->setCheckState(Qt::Checked);
@@ -211,6 +213,7 @@ bool FileList::remove(const QString &path)
     mainModel.removeRow(row);
     galleryModel.removeRow(row);
     records().removeAt(row);
+    assertSameFile(row);
     assertInStep();
     return true;
 }
@@ -254,11 +257,17 @@ void FileList::reflow()
     assertInStep();
 }
 
+/// Entry and row are the same file; nothing for a row beyond the end.
+void FileList::assertSameFile(int row) const
+{
+    Q_ASSERT_X(row >= count() || mainModel.item(row)->text() == wrapFileName(records()[row].fileName),
+               "FileList",
+               qPrintable(QStringLiteral("row %1 is not %2").arg(row).arg(records()[row].fullPath)));
+}
+
 void FileList::assertInStep() const
 {
     Q_ASSERT_X(mainModel.rowCount() == records().size(), "FileList",
                qPrintable(QStringLiteral("%1 rows, %2 entries").arg(mainModel.rowCount()).arg(count())));
-    Q_ASSERT_X(records().isEmpty()
-                   || mainModel.item(count() - 1)->text() == wrapFileName(records().last().fileName),
-               "FileList", qPrintable(records().last().fullPath));
+    assertSameFile(std::max(count() - 1, 0));
 }

@@ -43,7 +43,7 @@ public:
     /// Takes in what a walk has found: rows of an earlier walk are used again, others are added, and after
     /// the last batch what is left over goes. False if it belongs to another load.
     /// @param checkable whether the rows have check boxes
-    bool take(const FoundFiles &files, bool checkable);
+    [[nodiscard]] bool take(const FoundFiles &files, bool checkable);
 
     /// Gives the file of an answer its icon and its tick, wherever its row is by now; nothing if it has left
     /// or the answer belongs to another load.
@@ -54,7 +54,7 @@ public:
 
     /// Takes a file out of the list, whatever the case of its path. False if it is not there. The strip has a
     /// single row: it loses all or nothing.
-    bool remove(const QString &path);
+    [[nodiscard]] bool remove(const QString &path);
 
     [[nodiscard]] int count() const { return static_cast<int>(VistamoGlobal::fileDataList.size()); }
 
@@ -86,6 +86,7 @@ private:
     bool updateRow(int row, const TFileRecord &record, bool checkable);
     void removeRowsFrom(int row);
     int rowOf(const ThumbnailAnswer &answer) const;
+    void assertSameFile(int row) const;
     void assertInStep() const;
 
     const Surroundings surroundings;

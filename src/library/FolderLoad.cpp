@@ -4,6 +4,8 @@
 
 #include <QtDebug>
 
+#include <utility>
+
 namespace {
 
 // Threads that are told to stop end at once; one that is held up by a dead network drive is left behind.
@@ -26,12 +28,14 @@ FolderLoad::FolderLoad(QObject *parent)
 
 FolderLoad::~FolderLoad()
 {
+    stop();
+    end(QDeadlineTimer(longestEndMs)); // the maker goes, which a thread may still use
     VistamoGlobal::vistamoLoadFolderThreadStat = false;
 }
 
 FolderLoad::State FolderLoad::state() const
 {
-    if (!loadFolderThread.isActive() && !loadThumbnailThread.isActive())
+    if (!isWalking() && !vistamoLoadThumbnailThreadStat())
         return State::Idle;
     if (reloadWanted)
         return State::Stopping;
@@ -48,7 +52,7 @@ void FolderLoad::show(const QString &path)
     oldPath = currentPath = path;
     emit shown(path);
     qDebug() << "VistamoGlobal::vistamoLoadFolderThreadStat: " << VistamoGlobal::vistamoLoadFolderThreadStat;
-    qDebug() << "vistamoLoadThumbnailThreadStat: " << loadThumbnailThread.isActive();
+    qDebug() << "vistamoLoadThumbnailThreadStat: " << vistamoLoadThumbnailThreadStat();
     if (state() == State::Idle) {
         startThreads();
         return;
@@ -58,6 +62,7 @@ void FolderLoad::show(const QString &path)
     stopThumbnails();
 }
 
+/// Makes `path` the folder on show even if it is the one last asked for.
 void FolderLoad::showAgain(const QString &path)
 {
     oldPath.clear();
@@ -78,9 +83,13 @@ void FolderLoad::leave()
     currentPath.clear();
 }
 
-void FolderLoad::stopForRemoval(const QString &path)
+void FolderLoad::stopThen(std::function<void()> removal)
 {
-    pendingFolderRemoval = path;
+    if (!isWalking()) {
+        removal();
+        return;
+    }
+    pendingFolderRemoval = std::move(removal);
     loadFolderThread.stop();
     waitForStoppedThreads();
 }
@@ -144,7 +153,7 @@ void FolderLoad::setScrollPosition(float ratio, int files)
         loadThumbnailThread->setScrollPosition(ratio, files);
 }
 
-void FolderLoad::makeAgain(const TThumbnailRequest &request, ThumbnailMaker::Storing storing)
+void FolderLoad::makeAgain(const TThumbnailRequest &request, ThumbnailStoring storing)
 {
     ++madeAgain;
     thumbnailMaker->makeAgain(currentLoad, request, storing);
@@ -170,10 +179,11 @@ void FolderLoad::onRefreshTimer()
 void FolderLoad::walkHasEnded()
 {
     VistamoGlobal::vistamoLoadFolderThreadStat = false;
-    // The walk was cut short, so the folder on show is to be read again if it stays.
-    if (!pendingFolderRemoval.isEmpty())
-        oldPath.clear();
     emit walkEnded();
+    if (const auto removal = std::exchange(pendingFolderRemoval, nullptr)) {
+        oldPath.clear(); // the walk was cut short
+        removal();
+    }
 }
 
 /// The second half of a load that had to stop another: of several folders asked for meanwhile the last
@@ -196,6 +206,8 @@ void FolderLoad::end(QDeadlineTimer deadline)
 {
     loadFolderThread.end(deadline);
     loadThumbnailThread.end(deadline);
+    if (!thumbnailMaker)
+        return;
     // A thread that hangs may come back to the maker.
     StoppableThread::someLeftBehind |= !thumbnailMaker->finish(static_cast<int>(deadline.remainingTime()));
     if (StoppableThread::someLeftBehind)

@@ -8,8 +8,8 @@
 #include <QObject>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
-#include <utility>
 
 /// Reads the folder on show: a walk for its files and, beside it, the thumbnails that are asked for. GUI
 /// thread.
@@ -35,6 +35,7 @@ public:
 
     [[nodiscard]] State state() const;
     [[nodiscard]] bool isWalking() const { return loadFolderThread.isActive(); }
+    [[nodiscard]] bool vistamoLoadThumbnailThreadStat() const { return loadThumbnailThread.isActive(); }
 
     /// The folder on show, and the one last asked for: none while the same is to be read again.
     [[nodiscard]] const QString &path() const { return currentPath; }
@@ -43,8 +44,7 @@ public:
     /// Makes `path` the folder on show; nothing if it is the one last asked for, letter for letter.
     void show(const QString &path);
 
-    /// The same, and the one last asked for is read again.
-    void showAgain(const QString &path);
+    /// Reads the folder on show again.
     void reload() { showAgain(currentPath); }
 
     /// A folder has changed: it is read again, unless another has been asked for since.
@@ -53,10 +53,9 @@ public:
     /// Leaves the folder on show: there is none then.
     void leave();
 
-    /// Stops the walk, so that a folder can leave the list when it has ended: `takePendingRemoval` gives it
-    /// then. The folder on show is read again if it stays.
-    void stopForRemoval(const QString &path);
-    [[nodiscard]] QString takePendingRemoval() { return std::exchange(pendingFolderRemoval, QString()); }
+    /// Removes a folder from the list by `removal` when no walk is going on: one that is is stopped, and the
+    /// folder on show is read again if it stays.
+    void stopThen(std::function<void()> removal);
 
     /// Starts the thread that finds thumbnails, unless it runs; gives up what is asked of it.
     void startThumbnails();
@@ -71,7 +70,7 @@ public:
     /// Makes a thumbnail once more whose picture is at hand no longer; not more at once than there are
     /// processors.
     [[nodiscard]] bool mayMakeAgain() const { return madeAgain < thumbnailMaker->processorCount(); }
-    void makeAgain(const TThumbnailRequest &request, ThumbnailMaker::Storing storing);
+    void makeAgain(const TThumbnailRequest &request, ThumbnailStoring storing);
 
     /// Leaves threads behind that were told to end and hang. Called by itself after a second.
     void onRefreshTimer();
@@ -99,6 +98,7 @@ signals:
     void thumbnailsEnded();
 
 private:
+    void showAgain(const QString &path);
     void startThreads();
     void startWalk();
     void waitForStoppedThreads();
@@ -108,10 +108,10 @@ private:
     LoadNumber currentLoad;
     QString oldPath;
     QString currentPath;
-    QString pendingFolderRemoval; ///< folder that leaves the list once the walk has ended
-    bool reloadWanted = false;    ///< as soon as both threads have ended
-    QTimer refreshTimer;          ///< runs while the threads are ending
-    int madeAgain = 0;            ///< in flight
+    std::function<void()> pendingFolderRemoval; ///< as soon as the walk has ended
+    bool reloadWanted = false;                  ///< as soon as both threads have ended
+    QTimer refreshTimer;                        ///< runs while the threads are ending
+    int madeAgain = 0;                          ///< in flight
     std::unique_ptr<ThumbnailMaker> thumbnailMaker;
     Worker<VistamoLoadThumbnailThread> loadThumbnailThread; ///< uses the maker
     Worker<VistamoLoadFolderThread> loadFolderThread;

@@ -27,11 +27,11 @@ void FolderWatch::watch(const QString &path)
         directoryWatcher.addPath(path);
 }
 
-void FolderWatch::directoryModified(const QString &path, const QString &onShow)
+void FolderWatch::directoryModified(const QString &path, const QString &askedFor)
 {
     if (std::exchange(skipDirModified, false))
         return;
-    if (CaselessPath(onShow) == CaselessPath(path))
+    if (CaselessPath(askedFor) == CaselessPath(path))
         reportSoon(path);
 }
 

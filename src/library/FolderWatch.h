@@ -22,8 +22,8 @@ public:
     void skipNext() { skipDirModified = true; }
     void clearSkip() { skipDirModified = false; }
 
-    /// A folder has changed: reported soon if it is the one on show, whatever the case.
-    void directoryModified(const QString &path, const QString &onShow);
+    /// A folder has changed: reported soon if it is the one last asked for, whatever the case.
+    void directoryModified(const QString &path, const QString &askedFor);
 
     /// Reports a change of `path` after a moment of quiet.
     void reportSoon(const QString &path);

@@ -50,11 +50,14 @@ bool Folders::move(int from, int to)
 
 bool Folders::remove(const QString &path)
 {
-    const auto row = paths().indexOf(path);
-    if (row < 0)
+    const ExactPath wanted(path);
+    const auto found = std::find_if(folderList.cbegin(), folderList.cend(), [&](const TFolderData &folder) {
+        return ExactPath(folder.fullPath) == wanted;
+    });
+    if (found == folderList.cend())
         return false;
-    treeModel.removeRow(static_cast<int>(row));
-    folderList.removeAt(row);
+    treeModel.removeRow(static_cast<int>(found - folderList.cbegin()));
+    folderList.erase(found);
     qDebug() << "folderList.count(): " << folderList.count();
     assertInStep();
     return true;

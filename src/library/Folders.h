@@ -29,10 +29,10 @@ public:
     void add(const QString &path, const QIcon &icon);
 
     /// Moves a folder to another row. False, and nothing happens, if one of the rows is not there.
-    bool move(int from, int to);
+    [[nodiscard]] bool move(int from, int to);
 
     /// Takes the folder of exactly this path out of the list. False if there is none.
-    bool remove(const QString &path);
+    [[nodiscard]] bool remove(const QString &path);
 
 private:
     void assertInStep() const;

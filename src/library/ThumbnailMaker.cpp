@@ -41,7 +41,7 @@ QByteArray encodedAsPng(const QImage &image)
 
 /// Reads the file, stores its thumbnail, and keeps the encoded bytes where the database would not give the
 /// same picture back.
-ThumbnailAnswer answerTo(LoadNumber load, const TThumbnailRequest &request, ThumbnailMaker::Storing storing)
+ThumbnailAnswer answerTo(LoadNumber load, const TThumbnailRequest &request, ThumbnailStoring storing)
 {
     ThumbnailAnswer answer;
     answer.load = load;
@@ -57,7 +57,7 @@ ThumbnailAnswer answerTo(LoadNumber load, const TThumbnailRequest &request, Thum
     else if (stored)
         answer.stored = true;
     else
-        answer.encoded = jpeg;
+        answer.encoded = jpeg.isEmpty() ? VistamoGlobal().imageToByteArray(image) : jpeg;
     // Without a writer for either format there is nothing to show.
     if (answer.stored || !answer.encoded.isEmpty())
         answer.size = image.size();
@@ -79,7 +79,7 @@ ThumbnailMaker::~ThumbnailMaker()
     pool.waitForDone();
 }
 
-void ThumbnailMaker::make(LoadNumber load, const TThumbnailRequest &request, Storing storing,
+void ThumbnailMaker::make(LoadNumber load, const TThumbnailRequest &request, ThumbnailStoring storing,
                           const std::atomic_bool &stopped)
 {
     {
@@ -99,7 +99,7 @@ void ThumbnailMaker::make(LoadNumber load, const TThumbnailRequest &request, Sto
     });
 }
 
-void ThumbnailMaker::makeAgain(LoadNumber load, const TThumbnailRequest &request, Storing storing)
+void ThumbnailMaker::makeAgain(LoadNumber load, const TThumbnailRequest &request, ThumbnailStoring storing)
 {
     pool.start([this, load, request, storing] {
         ThumbnailAnswer answer = answerTo(load, request, storing);

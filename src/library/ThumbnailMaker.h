@@ -38,8 +38,6 @@ class ThumbnailMaker : public QObject
     Q_OBJECT
 
 public:
-    using Storing = ThumbnailStoring;
-
     explicit ThumbnailMaker(QObject *parent = nullptr);
     ~ThumbnailMaker() override;
 
@@ -47,12 +45,12 @@ public:
 
     /// Starts on a request, waiting for a free place first, or gives it up once `stopped` is set; `wake`
     /// makes a waiting thread look at it.
-    void make(LoadNumber load, const TThumbnailRequest &request, Storing storing,
+    void make(LoadNumber load, const TThumbnailRequest &request, ThumbnailStoring storing,
               const std::atomic_bool &stopped);
 
     /// Makes a thumbnail whose picture is at hand no longer, without waiting for a place: the caller sees to
     /// it that they are few.
-    void makeAgain(LoadNumber load, const TThumbnailRequest &request, Storing storing);
+    void makeAgain(LoadNumber load, const TThumbnailRequest &request, ThumbnailStoring storing);
 
     /// Waits until nothing is in hand for `load`, or `stopped` is set.
     void waitForLoad(LoadNumber load, const std::atomic_bool &stopped);

@@ -12,8 +12,10 @@ FileThumbnail makeThumbnail(const TThumbnailRecord &key, int side, ThumbnailStor
         return {};
     TThumbnailRecord record = key;
     record.resolution = QStringLiteral("%1x%2").arg(fullSize.width()).arg(fullSize.height());
+    if (storing == ThumbnailStoring::Leave)
+        return {image, record.resolution, {}, false};
     const QByteArray jpeg = VistamoGlobal().imageToByteArray(image);
-    const bool added = storing != ThumbnailStoring::Leave && ThumbnailDatabase::add(record, jpeg);
+    const bool added = ThumbnailDatabase::add(record, jpeg);
     return {image, record.resolution, jpeg, added && storing == ThumbnailStoring::Add};
 }
 

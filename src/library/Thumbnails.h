@@ -25,7 +25,7 @@ struct FileThumbnail
 {
     QImage image;        ///< null if there is none
     QString resolution;  ///< of the full picture, as "4032x3024"; empty where it is not known
-    QByteArray jpeg;     ///< what the database keeps of it
+    QByteArray jpeg;     ///< what the database keeps of it; empty if it was to be left alone
     bool stored = false; ///< the database gives it
 };
 

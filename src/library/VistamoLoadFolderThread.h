@@ -30,7 +30,7 @@ int batchSize(int published);
 
 /// Walks one folder, without its subfolders, and reports the images in it.
 ///
-/// The object is owned by the form and lives on the GUI thread; `run` and `loadFiles` are the worker's. One
+/// The object is owned by a `Worker` and lives on the GUI thread; `run` and `loadFiles` are the worker's. One
 /// load, one object.
 class VistamoLoadFolderThread : public StoppableThread
 {

@@ -91,8 +91,8 @@ void VistamoLoadThumbnailThread::processRequestThumbnail(const TThumbnailRequest
     const QSize size = stored ? sizeOfJpeg(stored->jpeg) : QSize();
     if (size.isEmpty() || size.width() > thumbnailSide || size.height() > thumbnailSide) {
         publish();
-        using Storing = ThumbnailMaker::Storing;
-        maker->make(load, request, stored ? Storing::AddBehindBroken : Storing::Add, stopRequested);
+        maker->make(load, request, stored ? ThumbnailStoring::AddBehindBroken : ThumbnailStoring::Add,
+                    stopRequested);
         return;
     }
     found.append({load, request.row, request.info.fileName(), key, size, true, {}, false});

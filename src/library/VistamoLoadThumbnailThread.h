@@ -10,8 +10,8 @@
 
 /// Finds the thumbnails of one load of a folder: in the database, or by way of the `ThumbnailMaker`.
 ///
-/// The object is owned by the form and lives on the GUI thread; `run` is the only function of the worker. One
-/// load, one object. It ends when all requests are served after `setEnumFinished`, or soon after `stop`.
+/// The object is owned by a `Worker` and lives on the GUI thread; `run` is the only function of the worker.
+/// One load, one object. It ends when all requests are served after `setEnumFinished`, or soon after `stop`.
 class VistamoLoadThumbnailThread : public StoppableThread
 {
     Q_OBJECT

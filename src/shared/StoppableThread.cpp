@@ -46,7 +46,12 @@ void StoppableThread::release(std::unique_ptr<StoppableThread> thread)
     thread->disconnect();
     if (thread->isFinished())
         return;
-    released.removeAll(nullptr);
+    // One may have ended before it was to free itself.
+    released.removeIf([](const QPointer<StoppableThread> &earlier) {
+        if (earlier && earlier->isFinished())
+            delete earlier;
+        return !earlier;
+    });
     released.append(freedAtItsEnd(std::move(thread)));
 }
 

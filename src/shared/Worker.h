@@ -24,7 +24,11 @@ public:
     bool isActive() const { return thread != nullptr; }
     bool isStopping() const { return thread && thread->isStopping(); }
     Thread *get() const { return thread.get(); }
-    Thread *operator->() const { return thread.get(); }
+    Thread *operator->() const
+    {
+        Q_ASSERT_X(thread, "Worker", "no thread is set");
+        return thread.get();
+    }
 
     /// Takes a thread to be started by `start`; an earlier one is released.
     void set(std::unique_ptr<Thread> next)
@@ -32,8 +36,9 @@ public:
         release();
         thread = std::move(next);
         on(&QThread::finished, [this](auto &&...) {
+            const auto handOver = ended;
             const std::unique_ptr<Thread> done = part();
-            if (const auto handOver = std::exchange(ended, nullptr))
+            if (handOver)
                 handOver(*done);
         });
     }
@@ -53,6 +58,7 @@ public:
     /// given what arrived too late for this one.
     void start(QThread::Priority priority, std::function<void(Thread &)> handOver = nullptr)
     {
+        Q_ASSERT_X(thread, "Worker", "no thread is set");
         ended = std::move(handOver);
         thread->start(priority);
     }
@@ -73,6 +79,7 @@ public:
     std::unique_ptr<Thread> part()
     {
         ++threadNumber;
+        ended = nullptr;
         return std::exchange(thread, nullptr);
     }
 

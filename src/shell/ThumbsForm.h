@@ -16,8 +16,6 @@
 
 #include <QItemSelection>
 #include <QMenu>
-#include <QStandardItemModel>
-#include <QTimer>
 #include <QWidget>
 
 #include <functional>
@@ -27,6 +25,7 @@ class ImagesToPDFForm;
 class QAction;
 class QSettings;
 class QStackedLayout;
+class QTimer;
 class SlideShowForm;
 class VistamoFilterDialog;
 

@@ -46,7 +46,7 @@ ImageRequest DecodedAhead::request(const ImageRequest &file)
         if (picture.file.isSameFile(file))
             return picture.file;
     }
-    if (!inHand.isSameFile(file))
+    if (inHand.path.isEmpty() || !inHand.isSameFile(file))
         return file;
     if (thread->isRunning())
         thread->setPriority(QThread::NormalPriority); // it is waited for now

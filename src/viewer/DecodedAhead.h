@@ -20,7 +20,7 @@ public:
     void pause();
 
     /// `file` with its picture, if that is at hand or being decoded.
-    ImageRequest request(const ImageRequest &file);
+    [[nodiscard]] ImageRequest request(const ImageRequest &file);
 
     /// At the end of the program: tells the thread that decodes to stop; waits for it.
     void stop() { thread.stop(); }

@@ -11,6 +11,8 @@ class Exports : public QObject
     Q_OBJECT
 
 public:
+    ~Exports() override { finish(); }
+
     /// Has a picture written; the suffix of the path says the format. What stands there stays if it fails.
     void add(const QPixmap &picture, const QString &path);
 

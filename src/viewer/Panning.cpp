@@ -7,9 +7,9 @@
 
 void Panning::moveTo(QPoint point, const QAbstractScrollArea &view)
 {
-    if (!pointer)
+    if (!imageDragPos)
         return;
-    const QPoint way = std::exchange(*pointer, point) - point;
+    const QPoint way = std::exchange(*imageDragPos, point) - point;
     QScrollBar *const across = view.horizontalScrollBar();
     QScrollBar *const down = view.verticalScrollBar();
     across->setValue(across->value() + way.x());

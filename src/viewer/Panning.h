@@ -11,12 +11,12 @@ class QAbstractScrollArea;
 class Panning
 {
 public:
-    void begin(QPoint point) { pointer = point; }
-    void end() { pointer.reset(); }
+    void begin(QPoint point) { imageDragPos = point; }
+    void end() { imageDragPos.reset(); }
 
     /// Follows the pointer there; nothing unless begun.
     void moveTo(QPoint point, const QAbstractScrollArea &view);
 
 private:
-    std::optional<QPoint> pointer; ///< where it was last
+    std::optional<QPoint> imageDragPos; ///< where the pointer was last; nothing unless begun
 };

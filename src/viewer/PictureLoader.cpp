@@ -13,10 +13,10 @@ void PictureLoader::show(const ImageRequest &file)
     shownPath = file.path;
     actionWhenLoaded = nullptr;
     decodedAhead.pause();
-    if (loadImageThread.isActive() && loadImageThread->hangs())
+    if (loadImageThreadRunning() && loadImageThread->hangs())
         replaceHangingLoader();
     const ImageRequest request = decodedAhead.request(file);
-    if (loadImageThread.isActive())
+    if (loadImageThreadRunning())
         loadImageThread->addFile(request);
     else
         start({request});
@@ -58,7 +58,7 @@ void PictureLoader::finish()
 
 void PictureLoader::whenLoaded(const std::function<void()> &action)
 {
-    if (loadImageThread.isActive())
+    if (loadImageThreadRunning())
         actionWhenLoaded = action;
     else
         action();

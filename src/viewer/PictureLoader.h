@@ -30,6 +30,8 @@ public:
     /// answer is left behind.
     void show(const ImageRequest &file);
 
+    [[nodiscard]] bool loadImageThreadRunning() const { return loadImageThread.isActive(); }
+
     /// Path of the file last asked for.
     [[nodiscard]] const QString &shown() const { return shownPath; }
 

@@ -1,5 +1,7 @@
 #include "viewer/PictureView.h"
 
+#include "viewer/PictureTurning.h"
+
 #include <utility>
 
 namespace {
@@ -23,15 +25,18 @@ QPixmap PictureView::exchange(const QPixmap &picture)
     return std::exchange(selectedImage, picture);
 }
 
+void PictureView::turn(bool clockwise)
+{
+    edit([clockwise](const QImage &image) { return PictureTurning::rotated(image, clockwise); });
+    displayedImage.size.transpose();
+}
+
 void PictureView::edit(const std::function<QImage(const QImage &)> &change)
 {
     const bool same = displayedImage.pixels.cacheKey() == selectedImage.cacheKey();
-    const QSize before = selectedImage.size();
     selectedImage = QPixmap::fromImage(change(selectedImage.toImage()));
     displayedImage.pixels =
         same ? selectedImage : QPixmap::fromImage(change(displayedImage.pixels.toImage()));
-    if (selectedImage.size() != before)
-        displayedImage.size.transpose();
 }
 
 void PictureView::setFiltered(QImage image)

@@ -35,8 +35,10 @@ public:
     /// Puts another picture in place of the present one, and gives that back. The view waits for a verb.
     QPixmap exchange(const QPixmap &picture);
 
-    /// Makes a change to the picture in full and, where the view has pixels of its own, to these. The view of
-    /// a picture that is turned turns with it, and keeps its scale.
+    /// Turns the picture by a quarter. The view turns with it, and keeps its scale.
+    void turn(bool clockwise);
+
+    /// Makes a change to the picture in full and, where the view has pixels of its own, to these.
     void edit(const std::function<QImage(const QImage &)> &change);
 
     /// Shows a view that was filtered elsewhere; its width is that of the view times its device pixel ratio.

@@ -81,14 +81,16 @@ private slots:
     void walkThatWasCutShortIsRedone()
     {
         load->show(path("a"));
-        load->stopForRemoval(path("c"));
-        connect(load.get(), &FolderLoad::walkEnded, this, [this] {
-            if (load->takePendingRemoval() == path("c"))
-                load->show(path("a")); // it stays on show
-        });
+        const auto removal = [this] {
+            events.append("removed");
+            load->show(path("a")); // it stays on show
+        };
+        load->stopThen(removal);
         QTRY_COMPARE(events.count("walked"), 2);
         QTRY_COMPARE(files, 2000);
-        QVERIFY(load->takePendingRemoval().isEmpty());
+        QCOMPARE(events, QStringList({"shown a", "walked", "removed", "shown a", "cut short", "walked"}));
+        load->stopThen(removal); // at once, and once only
+        QCOMPARE(events.count("removed"), 2);
     }
 
     void changesAreReportedAfterAMomentOfQuiet()

@@ -91,6 +91,7 @@ private slots:
 
     void closedViewerTakesNothingIn()
     {
+        QMetaObject::invokeMethod(program->find("ThumbsForm"), "onResetImageAction"); // before any picture
         open("large.jpg");
         const auto shown = [&] { return std::pair(text("percentResizeLabel"), label->grab().toImage()); };
         const auto before = shown();

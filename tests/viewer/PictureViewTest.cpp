@@ -3,7 +3,6 @@
 #include "support/Pictures.h"
 #include "viewer/Adjustments.h"
 #include "viewer/ColourFilters.h"
-#include "viewer/PictureTurning.h"
 
 #include <QtTest>
 
@@ -22,7 +21,7 @@ private slots:
         QCOMPARE(view.redraw(false, port, 1).pixels.cacheKey(), view.picture().cacheKey()); // not scaled
         QCOMPARE(view.redraw(true, port, 1).pixels.size(), QSize(300, 200));
         // A turned picture keeps its scale. The view has pixels of its own by now.
-        view.edit([](const QImage &image) { return PictureTurning::rotated(image, true); });
+        view.turn(true);
         QCOMPARE(view.displayed().size, QSize(200, 300));
         for (const QPixmap &pixmap : {view.displayed().pixels, view.picture()})
             QCOMPARE(Pictures::quartersOf(pixmap.toImage()), "blue red yellow green");

@@ -35,6 +35,7 @@ ImagesToPDFForm::ImagesToPDFForm(QWidget *parent)
 
 ImagesToPDFForm::~ImagesToPDFForm()
 {
+    addUrlsThread.release();
     delete progressForm; // ends its run
 }
 

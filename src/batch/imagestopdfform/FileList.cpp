@@ -59,7 +59,7 @@ void ImagesToPDFForm::addUrls(const QList<QUrl> &urls)
 void ImagesToPDFForm::startAddUrlsThread(const QList<QUrl> &urls)
 {
     using Thread = ImagesToPDFAddUrlsThread;
-    if (addUrlsThread.isActive()) {
+    if (addUrlsThreadActive()) {
         addUrlsThread->addUrls(urls);
         return;
     }

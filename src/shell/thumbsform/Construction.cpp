@@ -57,10 +57,11 @@ ThumbsForm::ThumbsForm(QWidget *parent)
     ui->setupUi(this);
     layoutThumbsPage(*ui);
     layoutViewerPage(*ui);
-    stackedLayout = new QStackedLayout(this);
+    stackedLayout = new QStackedLayout;
     stackedLayout->addWidget(ui->widget1);
     stackedLayout->addWidget(ui->widget2);
     stackedLayout->setCurrentIndex(BrowserPage);
+    setLayout(stackedLayout);
     VistamoGlobal::buildImageFileExtensionList();
     setUpViews();
     setUpMenus();

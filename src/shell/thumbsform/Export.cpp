@@ -5,8 +5,6 @@
 #include <QClipboard>
 #include <QGuiApplication>
 
-#include <utility>
-
 void ThumbsForm::imageFileActionClicked(bool)
 {
     pictureLoader.whenLoaded([this] { exportImage(pictureView.picture()); });

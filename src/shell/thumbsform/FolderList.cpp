@@ -103,17 +103,7 @@ void ThumbsForm::on_openFileMinButton_clicked()
     if (selected.isEmpty())
         return;
     const QString path = folders.pathAt(selected.first().row());
-    if (folderLoad.isWalking())
-        folderLoad.stopForRemoval(path);
-    else
-        removeFolder(path);
-}
-
-void ThumbsForm::onLoadFolderFinish()
-{
-    qDebug() << "onLoadFolderFinish Start";
-    removeFolder(folderLoad.takePendingRemoval());
-    qDebug() << "onLoadFolderFinish End";
+    folderLoad.stopThen([this, path] { removeFolder(path); });
 }
 
 void ThumbsForm::removeFolder(const QString &path)

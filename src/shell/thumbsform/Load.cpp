@@ -100,10 +100,15 @@ void ThumbsForm::onLostPictures()
         const auto source = fileList.icons().takeLost();
         if (!source)
             return;
-        using Storing = ThumbnailMaker::Storing;
         folderLoad.makeAgain({QFileInfo(source->key.fullPath), source->row},
-                             source->stored ? Storing::AddBehindBroken : Storing::Leave);
+                             source->stored ? ThumbnailStoring::AddBehindBroken : ThumbnailStoring::Leave);
     }
+}
+
+void ThumbsForm::onLoadFolderFinish()
+{
+    qDebug() << "onLoadFolderFinish Start";
+    qDebug() << "onLoadFolderFinish End";
 }
 
 void ThumbsForm::onLoadThumbnailFinish()

@@ -23,7 +23,8 @@ void ThumbsForm::on_rotateRightButton_clicked()
 /// Turns the picture clockwise by 90 or -90 degrees. The scale stays, whatever the view makes of it.
 void ThumbsForm::rotateImage(int angle)
 {
-    editPicture([angle](const QImage &image) { return PictureTurning::rotated(image, angle > 0); });
+    pictureView.turn(angle > 0);
+    redraw();
     fitLabelToView(pictureView.displayed().size.expandedTo(viewport()));
 }
 
@@ -39,6 +40,7 @@ void ThumbsForm::on_flipVButton_clicked()
 
 void ThumbsForm::on_cropButton_clicked()
 {
+    const auto updating = cropTool.updateSpinBoxes();
     const bool on = ui->cropButton->isChecked();
     if (on)
         cropTool.init(pictureView.picture().size());

@@ -1,6 +1,7 @@
 #include "shell/ThumbsForm.h"
 
 #include "shared/Background.h"
+#include "shared/PathIdentity.h"
 #include "ui_ThumbsForm.h"
 #include "viewer/VistamoFilterDialog.h"
 
@@ -46,7 +47,7 @@ void ThumbsForm::loadSelectedImage(const QString &path)
     qDebug() << "loadSelectedImage: " << path;
     // The row may hold another file, or none.
     const TFileRecord *const record = fileList.at(selectedImageIndex);
-    const bool listed = record && record->fullPath == path;
+    const bool listed = record && ExactPath(record->fullPath) == ExactPath(path);
     cropTool.setPreviousImageSize(pictureView.picture().size());
     QPixmap previous = pictureView.exchange(listed ? fileList.thumbnail(selectedImageIndex) : QPixmap());
     refit();
