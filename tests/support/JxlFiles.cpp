@@ -7,11 +7,10 @@
 
 QByteArray JxlFiles::make(const Kind &kind)
 {
-    const auto demand = [](bool done) {
-        if (!done)
+    const auto check = [](JxlEncoderStatus status) {
+        if (status != JXL_ENC_SUCCESS)
             qFatal("libjxl does not write such a file");
     };
-    const auto check = [&](JxlEncoderStatus status) { demand(status == JXL_ENC_SUCCESS); };
     const std::unique_ptr<JxlEncoder, decltype(&JxlEncoderDestroy)> encoder(JxlEncoderCreate(nullptr),
                                                                             JxlEncoderDestroy);
     const auto bits = static_cast<uint32_t>(kind.bits);
@@ -55,24 +54,18 @@ QByteArray JxlFiles::make(const Kind &kind)
     JxlFrameHeader header;
     JxlEncoderInitFrameHeader(&header);
     header.duration = kind.duration;
-    QByteArray file;
     for (int frame = 0; frame < kind.frames; ++frame) {
         if (kind.frames > 1)
             check(JxlEncoderSetFrameHeader(settings, &header));
         check(JxlEncoderAddImageFrame(settings, &three, pixels.data(), 2 * pixels.size()));
         for (uint32_t i = 0; i < channels; ++i)
             check(JxlEncoderSetExtraChannelBuffer(settings, &one, others.data(), 2 * others.size(), i));
-        if (frame + 1 == kind.frames)
-            JxlEncoderCloseInput(encoder.get());
-        JxlEncoderStatus status = JXL_ENC_NEED_MORE_OUTPUT;
-        while (status == JXL_ENC_NEED_MORE_OUTPUT) {
-            QByteArray piece(1 << 16, 0);
-            auto *next = reinterpret_cast<uint8_t *>(piece.data());
-            auto left = static_cast<size_t>(piece.size());
-            status = JxlEncoderProcessOutput(encoder.get(), &next, &left);
-            file += piece.chopped(static_cast<qsizetype>(left));
-        }
-        check(status);
     }
+    JxlEncoderCloseInput(encoder.get());
+    QByteArray file(1 << 20, 0);
+    auto *next = reinterpret_cast<uint8_t *>(file.data());
+    auto left = static_cast<size_t>(file.size());
+    check(JxlEncoderProcessOutput(encoder.get(), &next, &left));
+    file.chop(static_cast<qsizetype>(left));
     return file;
 }
