@@ -46,31 +46,28 @@ class JpegEighthTest : public FolderTest
 private slots:
     void init() { newFolder(); }
 
-    void looksAsThroughQt_data()
-    {
-        QTest::addColumn<QByteArray>("file");
-        QImage wide = shades(QSize(640, 400));
-        for (const int quality : {5, 50, 95, 100})
-            QTest::addRow("quality %d", quality) << Pictures::encoded(wide, "jpg", quality);
-        QTest::newRow("odd size") << Pictures::encoded(shades(QSize(641, 399)), "jpg", 90);
-        QTest::newRow("narrow") << Pictures::encoded(shades(QSize(9, 300)), "jpg", 90);
-        QTest::newRow("grey") << Pictures::encoded(wide.convertToFormat(QImage::Format_Grayscale8), "jpg",
-                                                   90);
-        wide.setColorSpace(QColorSpace::AdobeRgb);
-        QTest::newRow("profile") << Pictures::encoded(wide, "jpg", 90);
-        QTest::newRow("restart markers") << withRestarts(20);
-    }
     void looksAsThroughQt()
     {
-        QFETCH(QByteArray, file);
-        const QImage eighth = readJpegEighth(file);
-        const QSize size = eighth.size() / 2; // at the eighth of odd sizes Qt's would start from the quarter
-        const QImage expected = Pictures::decoded(file, size);
-        QCOMPARE(eighth.colorSpace(), expected.colorSpace());
-        const QImage scaled = eighth.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-        QCOMPARE(scaled.format(), expected.format());
-        const double difference = Pictures::difference(scaled, expected);
-        QVERIFY2(difference < 0.5, qPrintable(QString::number(difference)));
+        QImage wide = shades(QSize(640, 400));
+        QMap<QString, QByteArray> files;
+        for (const int quality : {5, 50, 95, 100})
+            files[QStringLiteral("quality %1").arg(quality)] = Pictures::encoded(wide, "jpg", quality);
+        files["odd size"] = Pictures::encoded(shades(QSize(641, 399)), "jpg", 90);
+        files["narrow"] = Pictures::encoded(shades(QSize(9, 300)), "jpg", 90);
+        files["grey"] = Pictures::encoded(wide.convertToFormat(QImage::Format_Grayscale8), "jpg", 90);
+        wide.setColorSpace(QColorSpace::AdobeRgb);
+        files["profile"] = Pictures::encoded(wide, "jpg", 90);
+        files["restart markers"] = withRestarts(20);
+        for (const auto &[name, file] : files.asKeyValueRange()) {
+            const QImage eighth = readJpegEighth(file);
+            // At the eighth of odd sizes Qt's would start from the quarter.
+            const QSize size = eighth.size() / 2;
+            const QImage expected = Pictures::decoded(file, size);
+            QCOMPARE(eighth.colorSpace(), expected.colorSpace());
+            const QImage scaled = eighth.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+            QCOMPARE(scaled.format(), expected.format());
+            QVERIFY2(Pictures::difference(scaled, expected) < 0.5, qPrintable(name));
+        }
     }
 
     void aPartOfAFileIsLeftToOthers()
