@@ -8,15 +8,6 @@
 
 namespace {
 
-[[noreturn]] void die(const QString &notes, const QStringList &files)
-{
-    DecodeGuard::start(notes);
-    std::list<DecodeGuard::Decoding> inHand;
-    for (const QString &file : files)
-        inHand.emplace_back(file);
-    _exit(7);
-}
-
 bool allowed(const QString &path)
 {
     return bool(DecodeGuard::Decoding(path));
@@ -119,8 +110,11 @@ int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.value(1) == "--die")
-        die(arguments[2], arguments.mid(3));
+    if (arguments.value(1) == "--die") {
+        DecodeGuard::start(arguments[2]);
+        const std::list<DecodeGuard::Decoding> inHand(arguments.cbegin() + 3, arguments.cend());
+        _exit(7);
+    }
     DecodeGuardTest test;
     return QTest::qExec(&test, argc, argv);
 }
