@@ -181,9 +181,9 @@ private slots:
         QCOMPARE(ends.size(), 3);
     }
 
-    void stripSwallowsKeys()
+    void stripKeepsItsPlace()
     {
-        QStandardItemModel model(1, 5);
+        QStandardItemModel model(1, 50);
         TTableView strip;
         strip.setModel(&model);
         strip.show();
@@ -192,6 +192,17 @@ private slots:
             QTest::keyClick(&strip, key);
         QCOMPARE(strip.currentIndex().column(), 2);
         QCOMPARE(strip.selectionModel()->selectedColumns().size(), 1);
+
+        // Its row is taken out, lengthened and put back, as each batch of a walk does.
+        strip.horizontalScrollBar()->setValue(3);
+        strip.keepInPlace([&] {
+            QList<QStandardItem *> row = model.takeRow(0);
+            row.append(new QStandardItem);
+            model.insertRow(0, row);
+            QVERIFY(strip.selectionModel()->selectedColumns().isEmpty());
+        });
+        QCOMPARE(strip.selectionModel()->selectedColumns().value(0).column(), 2);
+        QCOMPARE(strip.horizontalScrollBar()->value(), 3);
     }
 };
 
