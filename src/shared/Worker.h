@@ -35,11 +35,9 @@ public:
     {
         release();
         thread = std::move(next);
-        on(&QThread::finished, [this](auto &&...) {
-            const auto handOver = ended;
-            const std::unique_ptr<Thread> done = part();
-            if (handOver)
-                handOver(*done);
+        QObject::connect(thread.get(), &QThread::finished, &receiver, [this, number = threadNumber] {
+            if (number == threadNumber)
+                finish();
         });
     }
 
@@ -84,6 +82,14 @@ public:
     }
 
 private:
+    void finish()
+    {
+        const auto handOver = ended;
+        const std::unique_ptr<Thread> done = part();
+        if (handOver)
+            handOver(*done);
+    }
+
     QObject receiver; ///< lives on the GUI thread, and takes the connections along
     std::unique_ptr<Thread> thread;
     quint64 threadNumber = 0; ///< of the present thread; what an earlier one sent is dropped
