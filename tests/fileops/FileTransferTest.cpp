@@ -56,11 +56,14 @@ private slots:
         QVERIFY(transfer.transfer(Mode::Move, sources({"a"})));
         QCOMPARE(events, QStringList());
         target = path("to");
-        cancelAfter = 1;
-        QVERIFY(transfer.transfer(Mode::Move, sources({"a", "b", "c"})));
+        cancelAfter = 2;
+        QVERIFY(transfer.transfer(Mode::Move, sources({"b", "a", "c"})));
         QCOMPARE(events, QStringList("told 1 to")); // copied, and not taken from its place any more
         QCOMPARE(disk("from").size(), 3);
         QCOMPARE(disk("to"), QStringList({"a", "b"}));
+        cancelAfter = 1;
+        transfer.overwrite({path("to/a"), path("to/b")}, sources({"c", "c"}));
+        QVERIFY(read("to/a") == "from/c" && read("to/b") == "in the way");
     }
 
 private:
