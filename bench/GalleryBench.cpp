@@ -19,7 +19,7 @@
 #include "Measuring.h"
 
 #include "library/TListView.h"
-#include "shared/ImageReading.h"
+#include "shared/image/ImageReading.h"
 #include "shell/MainWindow.h"
 
 #include <QApplication>

@@ -2,7 +2,7 @@
 
 #include "batch/ImagesToPDFConvertThread.h"
 #include "library/ThumbnailDatabase.h"
-#include "shared/ImageReading.h"
+#include "shared/image/ImageReading.h"
 #include "shared/VistamoGlobal.h"
 
 #include <QDir>

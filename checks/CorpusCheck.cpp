@@ -5,7 +5,7 @@
 //
 //   CorpusCheck FOLDER
 
-#include "shared/ImageReading.h"
+#include "shared/image/ImageReading.h"
 #include "support/Program.h"
 
 #include <QApplication>

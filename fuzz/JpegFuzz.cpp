@@ -1,6 +1,6 @@
 // Feeds bytes to the decoder of JPEG thumbnails.
 
-#include "shared/JpegEighth.h"
+#include "shared/image/JpegEighth.h"
 
 #include <QImageReader>
 

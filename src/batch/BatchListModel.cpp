@@ -3,7 +3,7 @@
 #include "batch/BatchListItem.h"
 #include "library/ThumbnailDatabase.h"
 #include "library/Thumbnails.h"
-#include "shared/PathIdentity.h"
+#include "shared/platform/PathIdentity.h"
 
 #include <QIcon>
 #include <QPixmapCache>

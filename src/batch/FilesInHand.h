@@ -1,7 +1,7 @@
 #pragma once
 
-#include "shared/Guarded.h"
-#include "shared/PathIdentity.h"
+#include "shared/platform/PathIdentity.h"
+#include "shared/threads/Guarded.h"
 
 #include <QSet>
 #include <QString>

@@ -4,7 +4,7 @@
 #include "batch/FolderWalk.h"
 #include "library/ThumbnailDatabase.h"
 #include "library/Thumbnails.h"
-#include "shared/OrderedWork.h"
+#include "shared/threads/OrderedWork.h"
 
 #include <QFileInfo>
 

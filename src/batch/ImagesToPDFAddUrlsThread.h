@@ -1,8 +1,8 @@
 #pragma once
 
-#include "shared/StoppableThread.h"
+#include "shared/threads/StoppableThread.h"
+#include "shared/threads/WorkQueue.h"
 #include "shared/VistamoGlobal.h"
-#include "shared/WorkQueue.h"
 
 #include <QElapsedTimer>
 #include <QImage>

@@ -2,8 +2,8 @@
 
 #include "batch/FilesInHand.h"
 #include "formats/gif/GifEncoder.h"
-#include "shared/ImageReading.h"
-#include "shared/ReplacementFile.h"
+#include "shared/image/ImageReading.h"
+#include "shared/platform/ReplacementFile.h"
 
 #include <QColorSpace>
 #include <QFileInfo>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "batch/BatchOptions.h"
-#include "shared/StoppableThread.h"
+#include "shared/threads/StoppableThread.h"
 
 #include <QImage>
 #include <QStringList>

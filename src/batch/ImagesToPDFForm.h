@@ -4,9 +4,9 @@
 #include "batch/BatchOptions.h"
 #include "batch/ImagesToPDFAddUrlsThread.h"
 #include "batch/ImagesToPDFLoadPreviewImageThread.h"
-#include "shared/CocoaCode.h"
+#include "shared/platform/CocoaCode.h"
+#include "shared/threads/Worker.h"
 #include "shared/VistamoGlobal.h"
-#include "shared/Worker.h"
 
 #include <QImage>
 #include <QItemSelection>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "shared/ImageReading.h"
-#include "shared/StoppableThread.h"
+#include "shared/image/ImageReading.h"
+#include "shared/threads/StoppableThread.h"
 
 #include <QImage>
 #include <QString>

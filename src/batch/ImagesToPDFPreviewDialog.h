@@ -1,7 +1,7 @@
 #pragma once
 
 #include "batch/ImagesToPDFLoadFullPreviewImageThread.h"
-#include "shared/Worker.h"
+#include "shared/threads/Worker.h"
 #include "viewer/DisplayedImage.h"
 #include "viewer/Panning.h"
 

@@ -2,7 +2,7 @@
 
 #include "batch/ImagesToPDFForm.h"
 #include "batch/ImagesToPDFOverwriteFileDialog.h"
-#include "shared/MessageBox.h"
+#include "shared/dialogs/MessageBox.h"
 #include "ui_ImagesToPDFProgressForm.h"
 
 #include <QDesktopServices>

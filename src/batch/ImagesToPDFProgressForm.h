@@ -1,7 +1,7 @@
 #pragma once
 
 #include "batch/ImagesToPDFConvertThread.h"
-#include "shared/Worker.h"
+#include "shared/threads/Worker.h"
 
 #include <QStringList>
 #include <QWidget>

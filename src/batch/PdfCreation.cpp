@@ -1,9 +1,9 @@
 #include "batch/ImagesToPDFConvertThread.h"
 #include "batch/PdfPageLayout.h"
-#include "shared/ImageReading.h"
-#include "shared/OrderedWork.h"
-#include "shared/Platform.h"
-#include "shared/ReplacementFile.h"
+#include "shared/image/ImageReading.h"
+#include "shared/platform/Platform.h"
+#include "shared/platform/ReplacementFile.h"
+#include "shared/threads/OrderedWork.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shared/StoppableThread.h"
+#include "shared/threads/StoppableThread.h"
 
 #include <QImage>
 #include <QStringList>

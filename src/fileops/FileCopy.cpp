@@ -1,7 +1,7 @@
 #include "fileops/FileCopy.h"
 
-#include "shared/PathIdentity.h"
-#include "shared/ReplacementFile.h"
+#include "shared/platform/PathIdentity.h"
+#include "shared/platform/ReplacementFile.h"
 
 #include <QDateTime>
 #include <QFileInfo>

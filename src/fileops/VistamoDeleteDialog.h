@@ -1,8 +1,8 @@
 #pragma once
 
 #include "fileops/DeleteIconThread.h"
+#include "shared/threads/Worker.h"
 #include "shared/VistamoGlobal.h"
-#include "shared/Worker.h"
 
 #include <QDialog>
 #include <QImage>

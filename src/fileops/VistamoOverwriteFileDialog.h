@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shared/OverwriteFileDialog.h"
+#include "shared/dialogs/OverwriteFileDialog.h"
 
 /// The question about files that stand in the way of copies.
 class VistamoOverwriteFileDialog : public OverwriteFileDialog

@@ -1,7 +1,7 @@
 #include "fileops/VistamoRenameDialog.h"
 
-#include "shared/PathIdentity.h"
-#include "shared/Platform.h"
+#include "shared/platform/PathIdentity.h"
+#include "shared/platform/Platform.h"
 #include "shared/VistamoGlobal.h"
 #include "ui_VistamoRenameDialog.h"
 

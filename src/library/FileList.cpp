@@ -1,7 +1,7 @@
 #include "library/FileList.h"
 
 #include "library/FileNames.h"
-#include "shared/PathIdentity.h"
+#include "shared/platform/PathIdentity.h"
 
 #include <QFileInfo>
 #include <QtDebug>

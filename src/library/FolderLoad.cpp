@@ -1,6 +1,6 @@
 #include "library/FolderLoad.h"
 
-#include "shared/PathIdentity.h"
+#include "shared/platform/PathIdentity.h"
 
 #include <QtDebug>
 

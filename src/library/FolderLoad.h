@@ -3,7 +3,7 @@
 #include "library/ThumbnailMaker.h"
 #include "library/VistamoLoadFolderThread.h"
 #include "library/VistamoLoadThumbnailThread.h"
-#include "shared/Worker.h"
+#include "shared/threads/Worker.h"
 
 #include <QObject>
 #include <QTimer>

@@ -1,6 +1,6 @@
 #include "library/FolderProbe.h"
 
-#include "shared/Guarded.h"
+#include "shared/threads/Guarded.h"
 
 #include <QDeadlineTimer>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
 #include "library/FolderWatch.h"
 
-#include "shared/PathIdentity.h"
+#include "shared/platform/PathIdentity.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,6 +1,6 @@
 #include "library/Folders.h"
 
-#include "shared/PathIdentity.h"
+#include "shared/platform/PathIdentity.h"
 
 #include <QFileInfo>
 #include <QtDebug>

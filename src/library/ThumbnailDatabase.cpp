@@ -1,6 +1,6 @@
 #include "library/ThumbnailDatabase.h"
 
-#include "shared/Guarded.h"
+#include "shared/threads/Guarded.h"
 
 #include <QBuffer>
 #include <QDate>

@@ -1,7 +1,7 @@
 #include "library/ThumbnailMaker.h"
 
 #include "library/ThumbnailDatabase.h"
-#include "shared/Platform.h"
+#include "shared/platform/Platform.h"
 
 #include <QBuffer>
 #include <QImage>

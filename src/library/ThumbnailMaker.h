@@ -3,7 +3,7 @@
 #include "library/LoadNumber.h"
 #include "library/ThumbnailRequestQueue.h"
 #include "library/Thumbnails.h"
-#include "shared/Guarded.h"
+#include "shared/threads/Guarded.h"
 #include "shared/VistamoGlobal.h"
 
 #include <QByteArray>

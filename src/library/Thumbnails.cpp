@@ -1,7 +1,7 @@
 #include "library/Thumbnails.h"
 
 #include "library/ThumbnailDatabase.h"
-#include "shared/ImageReading.h"
+#include "shared/image/ImageReading.h"
 
 #include <QPainter>
 

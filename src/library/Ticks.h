@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shared/PathIdentity.h"
+#include "shared/platform/PathIdentity.h"
 #include "shared/VistamoGlobal.h"
 
 #include <QSet>

@@ -1,6 +1,6 @@
 #include "library/VistamoLoadFolderThread.h"
 
-#include "shared/PathIdentity.h"
+#include "shared/platform/PathIdentity.h"
 
 #include <QDirIterator>
 #include <QElapsedTimer>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/LoadNumber.h"
-#include "shared/StoppableThread.h"
+#include "shared/threads/StoppableThread.h"
 #include "shared/VistamoGlobal.h"
 
 #include <QFileInfo>

@@ -2,8 +2,8 @@
 
 #include "library/ThumbnailMaker.h"
 #include "library/ThumbnailRequestQueue.h"
-#include "shared/Guarded.h"
-#include "shared/StoppableThread.h"
+#include "shared/threads/Guarded.h"
+#include "shared/threads/StoppableThread.h"
 
 #include <QElapsedTimer>
 #include <QList>

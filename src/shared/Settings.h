@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shared/FolderPicker.h"
+#include "shared/platform/FolderPicker.h"
 
 #include <QColor>
 #include <QSettings>

@@ -1,6 +1,6 @@
 #include "shell/MainWindow.h"
 
-#include "shared/ColourScheme.h"
+#include "shared/platform/ColourScheme.h"
 #include "shared/Settings.h"
 #include "shared/VistamoGlobal.h"
 #include "shell/ThumbsForm.h"

@@ -1,5 +1,5 @@
-#include "shared/ImageReading.h"
-#include "shared/StoppableThread.h"
+#include "shared/image/ImageReading.h"
+#include "shared/threads/StoppableThread.h"
 #include "shell/MainWindow.h"
 
 #include <QApplication>

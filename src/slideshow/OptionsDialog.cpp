@@ -1,6 +1,6 @@
 #include "slideshow/OptionsDialog.h"
 
-#include "shared/ColourDialog.h"
+#include "shared/dialogs/ColourDialog.h"
 #include "shared/Settings.h"
 #include "shared/VistamoGlobal.h"
 #include "ui_OptionsDialog.h"

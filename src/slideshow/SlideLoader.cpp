@@ -1,6 +1,6 @@
 #include "slideshow/SlideLoader.h"
 
-#include "shared/ImageReading.h"
+#include "shared/image/ImageReading.h"
 
 SlideLoader::SlideLoader(const QString &path, QObject *parent)
     : StoppableThread(parent)

@@ -1,6 +1,6 @@
 #include "slideshow/SlideShowForm.h"
 
-#include "shared/PathIdentity.h"
+#include "shared/platform/PathIdentity.h"
 #include "shared/VistamoGlobal.h"
 #include "ui_SlideShowForm.h"
 

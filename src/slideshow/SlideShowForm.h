@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shared/Worker.h"
+#include "shared/threads/Worker.h"
 #include "slideshow/SlideLoader.h"
 
 #include <QImage>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shared/Worker.h"
+#include "shared/threads/Worker.h"
 #include "viewer/VistamoProcessImageThread.h"
 
 #include <QObject>

@@ -1,7 +1,7 @@
 #include "viewer/ColourFilters.h"
 
-#include "shared/ImageMetadata.h"
-#include "shared/ParallelRows.h"
+#include "shared/image/ImageMetadata.h"
+#include "shared/image/ParallelRows.h"
 #include "shared/VistamoGlobal.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "viewer/DecodedAhead.h"
 
-#include "shared/Background.h"
+#include "shared/threads/Background.h"
 #include "viewer/VistamoLoadImageThread.h"
 
 #include <algorithm>

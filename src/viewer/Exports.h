@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shared/Worker.h"
+#include "shared/threads/Worker.h"
 #include "viewer/VistamoSaveImageThread.h"
 
 #include <QObject>

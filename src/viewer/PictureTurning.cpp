@@ -1,7 +1,7 @@
 #include "viewer/PictureTurning.h"
 
-#include "shared/ImageMetadata.h"
-#include "shared/ParallelRows.h"
+#include "shared/image/ImageMetadata.h"
+#include "shared/image/ParallelRows.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include "viewer/ReducedPicture.h"
 
-#include "shared/Background.h"
+#include "shared/threads/Background.h"
 
 #include <QGuiApplication>
 #include <QScreen>

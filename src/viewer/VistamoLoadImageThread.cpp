@@ -1,6 +1,6 @@
 #include "viewer/VistamoLoadImageThread.h"
 
-#include "shared/ImageReading.h"
+#include "shared/image/ImageReading.h"
 
 #include <QFileInfo>
 

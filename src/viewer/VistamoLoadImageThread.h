@@ -1,8 +1,8 @@
 #pragma once
 
-#include "shared/Guarded.h"
-#include "shared/PathIdentity.h"
-#include "shared/StoppableThread.h"
+#include "shared/platform/PathIdentity.h"
+#include "shared/threads/Guarded.h"
+#include "shared/threads/StoppableThread.h"
 
 #include <QDateTime>
 #include <QElapsedTimer>

@@ -1,6 +1,6 @@
 #include "viewer/VistamoSaveImageThread.h"
 
-#include "shared/ReplacementFile.h"
+#include "shared/platform/ReplacementFile.h"
 
 #include <QFileInfo>
 #include <QImageWriter>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "shared/StoppableThread.h"
-#include "shared/WorkQueue.h"
+#include "shared/threads/StoppableThread.h"
+#include "shared/threads/WorkQueue.h"
 
 #include <QList>
 #include <QPixmap>

@@ -1,5 +1,5 @@
 #include "batch/ImagesToPDFConvertThread.h"
-#include "shared/ImageReading.h"
+#include "shared/image/ImageReading.h"
 #include "shared/VistamoGlobal.h"
 #include "support/Failures.h"
 #include "support/Files.h"

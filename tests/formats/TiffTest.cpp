@@ -1,5 +1,5 @@
 #include "formats/tiff/TiffReader.h"
-#include "shared/ImageReading.h"
+#include "shared/image/ImageReading.h"
 #include "support/Files.h"
 #include "support/Memory.h"
 #include "support/Pictures.h"

@@ -1,7 +1,7 @@
 #include "library/ThumbnailDatabase.h"
 #include "library/ThumbnailIcons.h"
 #include "library/VistamoLoadThumbnailThread.h"
-#include "shared/WorkQueue.h"
+#include "shared/threads/WorkQueue.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
 

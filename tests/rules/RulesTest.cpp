@@ -1,6 +1,6 @@
 #include "library/FileNames.h"
 #include "library/ThumbnailRequestQueue.h"
-#include "shared/PathIdentity.h"
+#include "shared/platform/PathIdentity.h"
 #include "shared/Settings.h"
 #include "shell/WindowGeometry.h"
 #include "support/Files.h"

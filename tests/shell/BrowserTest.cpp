@@ -1,7 +1,7 @@
-#include "shared/ColourScheme.h"
-#include "shared/ImageReading.h"
-#include "shared/MemoryBudget.h"
-#include "shared/StoppableThread.h"
+#include "shared/image/ImageReading.h"
+#include "shared/image/MemoryBudget.h"
+#include "shared/platform/ColourScheme.h"
+#include "shared/threads/StoppableThread.h"
 #include "support/Program.h"
 
 #include <QtSql>

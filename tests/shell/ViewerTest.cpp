@@ -1,4 +1,4 @@
-#include "shared/MemoryBudget.h"
+#include "shared/image/MemoryBudget.h"
 #include "support/Program.h"
 #include "viewer/TImageLabel.h"
 #include "viewer/VistamoLoadImageThread.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/FileNames.h"
-#include "shared/DialogSeam.h"
+#include "shared/dialogs/DialogSeam.h"
 #include "shared/Settings.h"
 #include "shared/VistamoGlobal.h"
 #include "shell/MainWindow.h"

@@ -1,5 +1,5 @@
-#include "shared/ImageReading.h"
-#include "shared/MemoryBudget.h"
+#include "shared/image/ImageReading.h"
+#include "shared/image/MemoryBudget.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
 #include "viewer/PictureLoader.h"

@@ -2,8 +2,8 @@
 
 #include "batch/BatchListItem.h"
 #include "batch/ImagesToPDFProgressForm.h"
-#include "shared/FileDialog.h"
-#include "shared/FolderPicker.h"
+#include "shared/dialogs/FileDialog.h"
+#include "shared/platform/FolderPicker.h"
 #include "ui_ImagesToPDFForm.h"
 
 #include <algorithm>

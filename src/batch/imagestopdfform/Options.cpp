@@ -1,7 +1,7 @@
 #include "batch/ImagesToPDFForm.h"
 
-#include "shared/FileDialog.h"
-#include "shared/FolderPicker.h"
+#include "shared/dialogs/FileDialog.h"
+#include "shared/platform/FolderPicker.h"
 #include "ui_ImagesToPDFForm.h"
 
 #include <QFileInfo>

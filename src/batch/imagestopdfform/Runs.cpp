@@ -1,9 +1,9 @@
 #include "batch/ImagesToPDFForm.h"
 
 #include "batch/ImagesToPDFProgressForm.h"
-#include "shared/FileDialog.h"
-#include "shared/FolderPicker.h"
-#include "shared/MessageBox.h"
+#include "shared/dialogs/FileDialog.h"
+#include "shared/dialogs/MessageBox.h"
+#include "shared/platform/FolderPicker.h"
 #include "ui_ImagesToPDFForm.h"
 
 #include <QFileInfo>

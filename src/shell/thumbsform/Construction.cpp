@@ -3,7 +3,7 @@
 #include "batch/ImagesToPDFForm.h"
 #include "library/ThumbnailDatabase.h"
 #include "library/ThumbnailDelegate.h"
-#include "shared/DecodeGuard.h"
+#include "shared/image/DecodeGuard.h"
 #include "shell/thumbsform/PageLayouts.h"
 #include "slideshow/SlideShowForm.h"
 #include "ui_ThumbsForm.h"

@@ -1,6 +1,6 @@
 #include "shell/ThumbsForm.h"
 
-#include "shared/FileDialog.h"
+#include "shared/dialogs/FileDialog.h"
 
 #include <QClipboard>
 #include <QGuiApplication>

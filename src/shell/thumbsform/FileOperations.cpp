@@ -4,9 +4,9 @@
 #include "fileops/VistamoDeleteDialog.h"
 #include "fileops/VistamoOverwriteFileDialog.h"
 #include "fileops/VistamoRenameDialog.h"
-#include "shared/FolderPicker.h"
-#include "shared/MessageBox.h"
-#include "shared/PathIdentity.h"
+#include "shared/dialogs/MessageBox.h"
+#include "shared/platform/FolderPicker.h"
+#include "shared/platform/PathIdentity.h"
 #include "ui_ThumbsForm.h"
 
 #include <QDir>

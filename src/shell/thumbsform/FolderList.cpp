@@ -1,7 +1,7 @@
 #include "shell/ThumbsForm.h"
 
-#include "shared/FolderPicker.h"
-#include "shared/PathIdentity.h"
+#include "shared/platform/FolderPicker.h"
+#include "shared/platform/PathIdentity.h"
 #include "ui_ThumbsForm.h"
 
 #include <QFileIconProvider>

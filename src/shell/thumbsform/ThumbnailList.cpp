@@ -1,6 +1,6 @@
 #include "shell/ThumbsForm.h"
 
-#include "shared/ColourScheme.h"
+#include "shared/platform/ColourScheme.h"
 #include "ui_ThumbsForm.h"
 
 #include <QFileInfo>

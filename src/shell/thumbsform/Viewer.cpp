@@ -1,7 +1,7 @@
 #include "shell/ThumbsForm.h"
 
-#include "shared/Background.h"
-#include "shared/PathIdentity.h"
+#include "shared/platform/PathIdentity.h"
+#include "shared/threads/Background.h"
 #include "ui_ThumbsForm.h"
 #include "viewer/VistamoFilterDialog.h"
 

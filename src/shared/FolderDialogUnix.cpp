@@ -1,8 +1,0 @@
-#include "shared/Platform.h"
-
-#include <QFileDialog>
-
-QString Platform::selectFolder(const QString &startFolder, const QString &title)
-{
-    return QFileDialog::getExistingDirectory(nullptr, title, startFolder);
-}

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "shared/image/MemoryBudget.h"
+
+#include <QImage>
+#include <QSize>
+#include <QString>
+
+#include <memory>
+
+/// The one way in which the program reads a user's picture: the format is found from the content, the stored
+/// orientation is applied, colours come out as sRGB. Safe to call from any thread.
+namespace ImageReading {
+
+/// Sets the memory that one decoded picture may take: a quarter of what the process may use, at least 256 MB.
+/// Called once at start.
+void setAllocationLimit();
+
+/// What becomes of the picture's colours.
+enum class Colours
+{
+    Srgb,    ///< converted, for display and editing
+    AsStored ///< left as they are, with the profile that says what they mean
+};
+
+/// The picture upright and in full. Null if the file is no picture, is broken, too large or gone.
+[[nodiscard]] QImage read(const QString &path, Colours colours = Colours::Srgb);
+
+/// A picture with its share of the memory that decoded pictures may take together, which is given back when
+/// this goes.
+struct HeldPicture
+{
+    QImage image; ///< null as from `read`
+    std::unique_ptr<const MemoryBudget::Share> share;
+};
+
+/// The same for a worker that goes on with the picture while others decode.
+[[nodiscard]] HeldPicture readAndHold(const QString &path, Colours colours = Colours::Srgb);
+
+/// A thumbnail, and the size of the picture it was made from.
+struct Thumbnail
+{
+    QImage image;   ///< null if the picture could not be read
+    QSize fullSize; ///< pixels, upright; empty if the picture could not be read
+};
+
+/// The picture upright, its longer side scaled to `side` pixels, enlarged if it is smaller. The decoder
+/// scales while it decodes where it can.
+[[nodiscard]] Thumbnail readThumbnail(const QString &path, int side);
+
+/// Size of a thumbnail with the longer side `side` pixels; the shorter is at least one pixel.
+[[nodiscard]] QSize thumbnailSize(QSize full, int side);
+
+} // namespace ImageReading

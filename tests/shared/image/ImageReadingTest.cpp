@@ -1,0 +1,127 @@
+#include "shared/image/ImageReading.h"
+#include "shared/image/ExifOrientation.h"
+#include "shared/image/MemoryBudget.h"
+#include "support/Files.h"
+#include "support/Pictures.h"
+
+#include <QtGui>
+#include <QtTest>
+
+#include <future>
+#include <sys/stat.h>
+#include <thread>
+
+class ImageReadingTest : public FolderTest
+{
+    Q_OBJECT
+
+private slots:
+    void init() { newFolder(); }
+    void everyOrientationIsShownUpright()
+    {
+        for (const QString suffix : {"jpg", "tif", "png", "webp"}) {
+            for (int orientation = 1; orientation <= 8; ++orientation) {
+                const QString file = path(QString::number(orientation) + '.' + suffix);
+                Pictures::save(file, QSize(600, 400), orientation);
+                const ImageReading::Thumbnail thumbnail = ImageReading::readThumbnail(file, 256);
+                QCOMPARE(thumbnail.fullSize, QSize(600, 400));
+                QCOMPARE(thumbnail.image.size(), QSize(256, 171));
+                QCOMPARE(ImageReading::read(file).size(), QSize(600, 400));
+                const QImage fromEighth = ImageReading::readThumbnail(file, 60).image; // of a JPEG file
+                QCOMPARE(fromEighth.size(), QSize(60, 40));
+                for (const QImage &image : {ImageReading::read(file), thumbnail.image, fromEighth})
+                    QVERIFY2(Pictures::quartersOf(image) == "red green blue yellow", qPrintable(file));
+            }
+        }
+    }
+
+    void thumbnailsHaveTheirSizeInEveryFormat()
+    {
+        QCOMPARE(ImageReading::thumbnailSize(QSize(4000, 3000), 256), QSize(256, 192));
+        QCOMPARE(ImageReading::thumbnailSize(QSize(100, 200), 256), QSize(128, 256)); // enlarged
+        QCOMPARE(ImageReading::thumbnailSize(QSize(5000, 2), 256), QSize(256, 1));    // thinner than a pixel
+        for (const char *const suffix : {"jpg", "png", "bmp", "tif", "webp"}) {
+            for (const QSize size :
+                 {QSize(3000, 4), QSize(7, 4), QSize(300, 1000), QSize(1, 1), QSize(256, 256)}) {
+                Pictures::save(path(QStringLiteral("size.") + suffix), size);
+                QFile::remove(path("other name.webp")); // the content decides
+                QVERIFY(QFile::rename(path(QStringLiteral("size.") + suffix), path("other name.webp")));
+                const auto made = ImageReading::readThumbnail(path("other name.webp"), 256);
+                QCOMPARE(made.image.size(), ImageReading::thumbnailSize(size, 256));
+                QCOMPARE(made.fullSize, size);
+            }
+        }
+    }
+
+    void whatIsNoPictureReadsAsNull()
+    {
+        QCOMPARE(mkfifo(QFile::encodeName(path("pipe.jpg")).constData(), 0600), 0);
+        for (const QByteArray &content : {QByteArray(), QByteArray("GIF? no, a text"),
+                                          QByteArray("\x89PNG\r\n\x1a\n", 8), QByteArray(5000, '\xa5')}) {
+            write("broken.jpg", content);
+            QCOMPARE(exifOrientation(path("broken.jpg")), QImageIOHandler::TransformationNone);
+            for (const char *const name : {"broken.jpg", "pipe.jpg", "gone.jpg", "."}) {
+                QVERIFY(ImageReading::read(path(name)).isNull());
+                QVERIFY(ImageReading::readThumbnail(path(name), 256).image.isNull());
+            }
+        }
+    }
+
+    void profileIsConvertedToSrgb()
+    {
+        QImage image(300, 300, QImage::Format_RGB32);
+        image.fill(QColor(200, 100, 50));
+        image.setColorSpace(QColorSpace::AdobeRgb);
+        const QColor expected = image.convertedToColorSpace(QColorSpace::SRgb).pixelColor(5, 5);
+        QVERIFY(image.save(path("adobe.png")));
+        QImage gamma = image;
+        gamma.setColorSpace(
+            QColorSpace(QColorSpace::Primaries::SRgb, 2.2F)); // a profile, not PNG's own gamma
+        QVERIFY(gamma.save(path("gamma.png")));
+        QVERIFY(ImageReading::read(path("gamma.png")).pixelColor(5, 5) != gamma.pixelColor(5, 5));
+        QCOMPARE(ImageReading::read(path("adobe.png")).pixelColor(5, 5), expected);
+        QCOMPARE(ImageReading::readThumbnail(path("adobe.png"), 256).image.pixelColor(5, 5), expected);
+    }
+
+    void picturesWaitForTheirShareOfMemory()
+    {
+        MemoryBudget::setBytes(100);
+        std::atomic_int inHand = 0;
+        std::atomic_int most = 0;
+        std::vector<std::jthread> threads;
+        for (const qint64 bytes : {60, 60, 40, 500, 1, 99})
+            threads.emplace_back([&, bytes] {
+                const MemoryBudget::Share share(bytes);
+                inHand += static_cast<int>(bytes);
+                most = std::max(most.load(), inHand.load());
+                std::this_thread::sleep_for(std::chrono::milliseconds(30));
+                inHand -= static_cast<int>(bytes);
+            });
+        threads.clear();     // waits for them
+        QCOMPARE(most, 500); // decoded alone
+        MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
+    }
+
+    void pictureIsDecodedOnceItHasItsShare()
+    {
+        const QImage picture = Pictures::quarters(QSize(400, 400));
+        for (const char *const format : {"bmp", "jpg"}) {
+            MemoryBudget::setBytes(1);
+            auto all = std::make_unique<const MemoryBudget::Share>(1);
+            write("a", Pictures::encoded(picture, format));
+            auto image = std::async(std::launch::async, [=, file = path("a")] {
+                return format[0] == 'b' ? ImageReading::read(file)
+                                        : ImageReading::readThumbnail(file, 30).image;
+            });
+            QTRY_COMPARE(MemoryBudget::waiting(), 1);
+            // Of the other only the header was looked at.
+            write("a", Pictures::encoded(picture.mirrored(true, true), format));
+            all.reset();
+            QCOMPARE(Pictures::quartersOf(image.get()), "yellow blue green red");
+        }
+        MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
+    }
+};
+
+QTEST_GUILESS_MAIN(ImageReadingTest)
+#include "ImageReadingTest.moc"
