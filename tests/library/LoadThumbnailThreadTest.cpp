@@ -19,7 +19,7 @@ constexpr LoadNumber load = {3};
 struct Work
 {
     explicit Work(int number) { this->number = number; }
-    Work(Work &&other)
+    Work(const Work &other)
     {
         number = other.number;
         overlapped = overlapped || moving.exchange(true);
@@ -183,6 +183,8 @@ private slots:
         for (taken = 0; taken < all && !hangs.hasExpired();) {
             if (const auto work = queue.tryTake())
                 inOrder &= work->number == taken++;
+            for (const Work &work : queue.takeAll())
+                inOrder &= work.number == taken++;
         }
         QVERIFY(inOrder && taken == all && !Work::overlapped);
     }

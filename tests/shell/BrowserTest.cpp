@@ -127,6 +127,9 @@ private slots:
         start({path("a")}, 32);
         // Pictures that are gone as they are to be painted are made again.
         QVERIFY(QSqlQuery(VistamoGlobal::thumbnailDatabase).exec("DELETE FROM FileData"));
+        for (int row = 0; row < program->rows(); ++row)
+            square(row); // more than are made at once
+        QTRY_COMPARE(made("a").size(), 31);
         checkList("a");
         // The folder changes: the list follows.
         QVERIFY(QFile::remove(path("a/0003.jpg")) && QFile::remove(path("a/0007.jpg")));
@@ -173,7 +176,12 @@ private slots:
         // Another folder is removed than the one being read: that one is read to its end all the same.
         show(1, 5);
         program->openFolder(2);
-        QVERIFY(QSignalSpy(program->list()->model(), &QAbstractItemModel::rowsInserted).wait());
+        QSignalSpy batches(program->list()->model(), &QAbstractItemModel::rowsInserted);
+        QVERIFY(batches.wait());
+        auto *const strip = program->find<QTableView>("galleryTableView");
+        strip->selectColumn(50);
+        QVERIFY(batches.wait());
+        QCOMPARE(strip->selectionModel()->selectedIndexes().value(0).column(), 50);
         auto *const view = program->find<QTreeView>("sideTreeView");
         view->setCurrentIndex(view->model()->index(1, 0));
         program->click("openFileMinButton");

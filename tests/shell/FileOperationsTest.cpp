@@ -45,13 +45,13 @@ private slots:
     {
         startOn("hideCheckboxButton");
         // What exists is offered; a row that is unticked stays as it is.
-        write("target/a.png", "old");
-        write("target/c.png", "old");
+        for (const char *const name : {"target/a.png", "target/b.png", "target/c.png"})
+            write(name, "old");
         select({"a.png", "b.png", "c.png"});
         whenDialog([&](QWidget *dialog) {
             auto *const tree = dialog->findChild<QTreeWidget *>("treeWidget");
-            QCOMPARE(tree->topLevelItemCount(), 2);
-            for (const char *const name : {"a.png", "c.png"})
+            QCOMPARE(tree->topLevelItemCount(), 3);
+            for (const char *const name : {"a.png", "b.png", "c.png"})
                 QCOMPARE(tree->findItems(path("target/") + name, Qt::MatchExactly).value(0)->text(1),
                          path("photos/") + name);
             tree->findItems("c.png", Qt::MatchEndsWith)[0]->setCheckState(0, Qt::Unchecked);

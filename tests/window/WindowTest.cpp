@@ -150,35 +150,6 @@ private slots:
         check(middle(view, 2), middle(view, 0), {"first", "third", "second"}); // in its place
     }
 
-    void ticksAreFoundAgain()
-    {
-        start({path("first"), path("second")}, 6);
-        const auto box = [&](int row) {
-            const QRect item = program->list()->visualRect(program->list()->model()->index(row, 0));
-            return program->list()->viewport()->mapToGlobal(QPoint(item.left() + 9, item.center().y()));
-        };
-        click(box(1));
-        click(box(4));
-        QTRY_COMPARE(VistamoGlobal::checkedItemList.size(), 2);
-        QVERIFY(program->find("deleteButton")->isEnabled());
-
-        auto *const view = program->find<QAbstractItemView>("sideTreeView");
-        click(middle(view, 1));
-        QTRY_VERIFY(program->settled() && program->rows() == 3);
-        QVERIFY(program->find("deleteButton")->isEnabled()); // for what is ticked elsewhere
-        click(middle(program->find("hideCheckboxButton")));
-        click(middle(program->find("showCheckboxButton")));
-        click(middle(view, 0));
-        QTRY_VERIFY(program->settled() && program->rows() == 6);
-        QList<int> ticked;
-        for (int row = 0; row < 6; ++row)
-            if (program->list()->model()->index(row, 0).data(Qt::CheckStateRole) == Qt::Checked)
-                ticked.append(row);
-        QCOMPARE(ticked, QList<int>({1, 4}));
-        click(box(1));
-        QTRY_COMPARE(VistamoGlobal::checkedItemList.size(), 1);
-    }
-
     void pictureIsViewed()
     {
         start({path("first")}, 6);
@@ -268,6 +239,11 @@ private slots:
     void menuOfTheListCopiesMovesAndRenames()
     {
         start({path("first")}, 6);
+        for (const auto &[row, ticked] : {std::pair(1, 1), {2, 2}, {1, 1}, {2, 0}}) {
+            const QRect item = program->list()->visualRect(program->list()->model()->index(row, 0));
+            click(program->list()->viewport()->mapToGlobal(QPoint(item.left() + 9, item.center().y())));
+            QTRY_COMPARE(VistamoGlobal::checkedItemList.size(), ticked);
+        }
         click(middle(program->find("hideCheckboxButton")));
         QTRY_VERIFY(program->settled());
         choosesFolder(path("third"));
