@@ -1,4 +1,4 @@
-#include "batch/ImagesToPDFConvertThread.h"
+#include "batch/BatchRun.h"
 #include "batch/PdfPageLayout.h"
 #include "shared/image/ImageReading.h"
 #include "shared/platform/Platform.h"
@@ -10,6 +10,7 @@
 #include <QPainter>
 #include <QPdfWriter>
 #include <QtDebug>
+#include <QThread>
 
 #include <algorithm>
 #include <limits>
@@ -51,37 +52,10 @@ std::optional<std::pair<QString, QString>> setAside(const QString &path)
     return std::nullopt;
 }
 
-} // namespace
-
-void ImagesToPDFConvertThread::createPdf()
+void writePages(ReplacementFile &file, const BatchRun &run, const RunObserver &observer)
 {
-    const QString path = options.outputFolder + QLatin1Char('/') + options.pdfFileName;
-    ReplacementFile file(path);
-    if (!file.create()) {
-        for (const QString &source : sourceFiles)
-            emit updateFileName(source);
-        return;
-    }
-    writePages(file);
-    if (stopRequested)
-        return;
-    if (file.size() > largestPdf) {
-        qDebug() << "Too large for a PDF" << path << file.size();
-        return;
-    }
-
-    // Where the user asked for another name, what stands at this one was not to be overwritten.
-    const bool keepsPrevious =
-        QFileInfo::exists(path) && QDir::cleanPath(targetPath) != QDir::cleanPath(path);
-    const auto aside = keepsPrevious ? setAside(path) : std::nullopt;
-    if (keepsPrevious && !aside)
-        qDebug() << "Cannot keep what stands at" << path;
-    else if (!file.commit() && aside && !Platform::renameToNew(aside->second, aside->first))
-        qDebug() << "Cannot put back" << aside->second;
-}
-
-void ImagesToPDFConvertThread::writePages(ReplacementFile &file)
-{
+    const QStringList &sources = run.sourceFiles;
+    const BatchOptions &options = run.options;
     QPdfWriter writer(&file);
     writer.setPdfVersion(QPagedPaintDevice::PdfVersion_1_6);
     writer.setResolution(getResolution(options.pdfQuality));
@@ -98,15 +72,44 @@ void ImagesToPDFConvertThread::writePages(ReplacementFile &file)
     const qint64 atOnce = std::min<qint64>(pagesBytes / pageBytes, QThread::idealThreadCount());
     OrderedWork<QImage> images(static_cast<int>(std::max<qint64>(atOnce, 1)));
     qsizetype started = 0;
-    for (qsizetype i = 0; i < sourceFiles.size() && !stopRequested && file.size() <= largestPdf; ++i) {
-        for (; started < sourceFiles.size() && !images.isFull(); ++started) {
-            emit updateFileName(sourceFiles[started]);
+    for (qsizetype i = 0; i < sources.size() && !observer.isStopped() && file.size() <= largestPdf; ++i) {
+        for (; started < sources.size() && !images.isFull(); ++started) {
+            observer.fileBegins(sources[started]);
             images.start(
-                [path = sourceFiles[started], available, enlarge = options.resizeImageToPaper,
+                [path = sources[started], available, enlarge = options.resizeImageToPaper,
                  smooth = options.pdfSmoothEdges] { return pageImage(path, available, enlarge, smooth); });
         }
         painter.drawImage(margin, margin, images.takeNext());
-        if (i + 1 < sourceFiles.size())
+        if (i + 1 < sources.size())
             writer.newPage();
     }
+}
+
+} // namespace
+
+void createPdf(const BatchRun &run, const RunObserver &observer)
+{
+    const QString path = run.options.outputFolder + QLatin1Char('/') + run.options.pdfFileName;
+    ReplacementFile file(path);
+    if (!file.create()) {
+        for (const QString &source : run.sourceFiles)
+            observer.fileBegins(source);
+        return;
+    }
+    writePages(file, run, observer);
+    if (observer.isStopped())
+        return;
+    if (file.size() > largestPdf) {
+        qDebug() << "Too large for a PDF" << path << file.size();
+        return;
+    }
+
+    // Where the user asked for another name, what stands at this one was not to be overwritten.
+    const bool keepsPrevious =
+        QFileInfo::exists(path) && QDir::cleanPath(run.targetPath) != QDir::cleanPath(path);
+    const auto aside = keepsPrevious ? setAside(path) : std::nullopt;
+    if (keepsPrevious && !aside)
+        qDebug() << "Cannot keep what stands at" << path;
+    else if (!file.commit() && aside && !Platform::renameToNew(aside->second, aside->first))
+        qDebug() << "Cannot put back" << aside->second;
 }

@@ -1,0 +1,93 @@
+#include "batch/BatchRun.h"
+#include "batch/FilesInHand.h"
+#include "formats/gif/GifEncoder.h"
+#include "shared/image/ImageReading.h"
+#include "shared/platform/ReplacementFile.h"
+
+#include <QColorSpace>
+#include <QFileInfo>
+#include <QImageWriter>
+#include <QtDebug>
+#include <QThread>
+
+#include <algorithm>
+
+namespace {
+
+[[nodiscard]] bool commit(ReplacementFile &file, bool overwrite)
+{
+    return overwrite ? file.commit() : file.commitAsNew();
+}
+
+/// A picture that cannot be read makes a file of 0 x 0 pixels, but never in the place of another.
+void saveGif(const QImage &image, const QString &target, bool overwrite)
+{
+    ReplacementFile file(target);
+    if (!file.create() || !GifEncoder::write(image, file) || !commit(file, overwrite && !image.isNull()))
+        qDebug() << "Cannot write: " << target << " " << file.errorString();
+}
+
+void save(const QImage &image, const QByteArray &format, const QString &target, const BatchRun &run)
+{
+    ReplacementFile file(target);
+    QImageWriter writer(&file, format);
+    if (format == "jpg")
+        writer.setQuality(run.options.targeFileQuality);
+    writer.setOptimizedWrite(true);
+    writer.setProgressiveScanWrite(true);
+    if (!file.create() || !writer.write(image) || !commit(file, run.overwrite)) {
+        qDebug() << "Cannot write: " << target << " " << writer.errorString() << file.errorString();
+        qDebug() << QImageWriter::supportedImageFormats();
+    }
+}
+
+/// The picture as `format` can carry it. A profile of one model, gray or RGB, on pixels of the other is
+/// refused or dropped by writers and readers, and Qt's JPEG writer drops that of every gray picture: there
+/// the colours become sRGB, which is what a reader assumes.
+QImage withWritableProfile(QImage image, const QByteArray &format)
+{
+    const QByteArray profile = image.colorSpace().iccProfile();
+    const bool grayPixels = QImage::toPixelFormat(image.format()).colorModel() == QPixelFormat::Grayscale;
+    const bool grayProfile = profile.mid(16, 4) == "GRAY"; // the header's field for the model
+    if (!profile.isEmpty() && (grayPixels != grayProfile || (grayPixels && format == "jpg")))
+        image.convertToColorSpace(QColorSpace::SRgb);
+    return image;
+}
+
+void convert(const QString &source, const QString &target, const BatchRun &run)
+{
+    const QByteArray format = QFileInfo(target).suffix().toLower().toLatin1();
+    const bool gif = format == "gif";
+    using ImageReading::Colours;
+    // A GIF has no profile that would say what the colours mean.
+    const auto picture = ImageReading::readAndHold(source, gif ? Colours::Srgb : Colours::AsStored);
+    qDebug() << "targetFileName #2: " << target;
+    if (gif)
+        saveGif(picture.image, target, run.overwrite);
+    else
+        save(withWritableProfile(picture.image, format), format, target, run);
+}
+
+} // namespace
+
+ExistingTargets convertImages(const BatchRun &run, const RunObserver &observer)
+{
+    qDebug() << "convertImages";
+    ExistingTargets existing;
+    FilesInHand filesInHand(std::max(QThread::idealThreadCount(), 1));
+    for (const QString &source : run.sourceFiles) {
+        const QString target = convertTarget(source, run.targetPath, run.targetExtension);
+        filesInHand.waitFor({source, target});
+        if (observer.isStopped())
+            break;
+        observer.fileBegins(source);
+        qDebug() << "targetFileName #1: " << target;
+        if (!run.overwrite && QFileInfo::exists(target)) {
+            existing.fileExistsList.append(target);
+            existing.fileSourceList.append(source);
+        } else {
+            filesInHand.start([source, target, &run] { convert(source, target, run); });
+        }
+    }
+    return existing;
+}
