@@ -13,7 +13,9 @@
 #include <QThreadStorage>
 
 #include <atomic>
+#include <map>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -64,37 +66,42 @@ void bindSizeAndTime(QSqlQuery &query, const TThumbnailRecord &record)
     query.bindValue(QStringLiteral(":creationTime"), record.creationTime.toString(Qt::TextDate));
 }
 
-/// Runs a prepared lookup. The query is left finished, so that it holds no lock and no memory.
-ThumbnailDatabase::Outcome runLookup(QSqlQuery &query, const TThumbnailRecord &record,
-                                     ThumbnailDatabase::Stored &found)
+/// The statement over this connection as the calling thread has prepared it; null if it cannot be prepared,
+/// and `error` says why. Where a connection is removed, its statements go with its driver.
+QSqlQuery *prepared(const QSqlDatabase &db, const QString &statement, QSqlError *error)
 {
-    query.bindValue(QStringLiteral(":fullPath"), record.fullPath);
-    bindSizeAndTime(query, record);
-    if (!query.exec()) {
-        return isBusy(query.lastError()) ? ThumbnailDatabase::Outcome::Busy
-                                         : ThumbnailDatabase::Outcome::Failed;
+    static QThreadStorage<std::map<QString, QSqlQuery>> statements;
+    auto &ofThread = statements.localData();
+    auto known = ofThread.find(statement);
+    if (known != ofThread.end() && known->second.driver() == db.driver())
+        return &known->second;
+    QSqlQuery query(db);
+    if (!query.prepare(statement)) {
+        *error = query.lastError();
+        return nullptr;
     }
-    const bool hasRow = query.next();
-    if (hasRow)
-        found = {query.value(0).toByteArray(), query.value(1).toString()};
-    query.finish();
-    return hasRow ? ThumbnailDatabase::Outcome::Found : ThumbnailDatabase::Outcome::Missing;
+    return &ofThread.insert_or_assign(statement, std::move(query)).first->second;
 }
 
-[[nodiscard]] bool runInsertion(QSqlQuery &query, const TThumbnailRecord &record, const QByteArray &jpeg)
+[[nodiscard]] bool insert(const TThumbnailRecord &record, const QByteArray &jpeg, const QString &tableName,
+                          const QSqlDatabase &db, QSqlError *error)
 {
+    QSqlQuery *const query = prepared(db, insertStatement(tableName), error);
+    if (!query)
+        return false;
     const QDate today = QDate::currentDate();
-    query.bindValue(QStringLiteral(":fullPath"), record.fullPath);
-    query.bindValue(QStringLiteral(":resolution"), record.resolution);
-    bindSizeAndTime(query, record);
-    query.bindValue(QStringLiteral(":image"), jpeg);
-    query.bindValue(QStringLiteral(":date"), today.year() * 100 + today.month());
-    const bool done = query.exec();
-    query.finish();
+    query->bindValue(QStringLiteral(":fullPath"), record.fullPath);
+    query->bindValue(QStringLiteral(":resolution"), record.resolution);
+    bindSizeAndTime(*query, record);
+    query->bindValue(QStringLiteral(":image"), jpeg);
+    query->bindValue(QStringLiteral(":date"), today.year() * 100 + today.month());
+    const bool done = query->exec();
+    *error = query->lastError();
+    query->finish(); // so that it holds no lock and no memory
     return done;
 }
 
-/// A worker thread's own connection with its two statements, prepared once.
+/// A worker thread's own connection.
 class Connection
 {
 public:
@@ -102,30 +109,32 @@ public:
 
     std::optional<ThumbnailDatabase::Stored> find(const TThumbnailRecord &record)
     {
+        using ThumbnailDatabase::Outcome;
         ThumbnailDatabase::Stored found;
         if (!ready())
             return std::nullopt;
-        const auto outcome = runLookup(*lookup, record, found);
-        if (outcome == ThumbnailDatabase::Outcome::Found)
+        const Outcome outcome = ThumbnailDatabase::find(record, VistamoGlobal::thumbnailTableName, db, found);
+        if (outcome == Outcome::Found)
             return found;
-        if (outcome != ThumbnailDatabase::Outcome::Missing)
+        if (outcome != Outcome::Missing)
             pause();
         return std::nullopt;
     }
 
     bool add(const TThumbnailRecord &record, const QByteArray &jpeg)
     {
+        QSqlError error;
         if (!ready())
             return false;
-        if (runInsertion(*insertion, record, jpeg))
+        if (insert(record, jpeg, VistamoGlobal::thumbnailTableName, db, &error))
             return true;
-        if (isBusy(insertion->lastError()))
+        if (isBusy(error))
             pause();
         return false;
     }
 
 private:
-    /// True if the statements can be run. Opens the file where needed, but not during a pause.
+    /// True if statements can be run. Opens the file where needed, but not during a pause.
     bool ready()
     {
         const QString current = *sharedFileName.lock();
@@ -136,51 +145,42 @@ private:
         }
         if (!pausedUntil.hasExpired())
             return false;
-        if (!isOpen) {
-            open();
-            if (!isOpen) {
-                close();
-                pause();
-            }
+        if (!db.isValid() && !open()) {
+            close();
+            pause();
         }
-        return isOpen;
+        return db.isValid();
     }
 
-    void open()
+    bool open()
     {
         static std::atomic_int count = 0;
-        name = QStringLiteral("thumbnails%1").arg(++count);
-        const QString &tableName = VistamoGlobal::thumbnailTableName;
-        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+        db =
+            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("thumbnails%1").arg(++count));
         db.setDatabaseName(fileName);
-        lookup.emplace(db);
-        insertion.emplace(db);
-        isOpen = ThumbnailDatabase::open(db, workerBusyTimeoutMs)
-                 && VistamoGlobal().createThumbnailTable(tableName, db)
-                 && lookup->prepare(lookupStatement(tableName))
-                 && insertion->prepare(insertStatement(tableName));
-        if (isOpen)
-            QSqlQuery(db).exec(indexStatement(tableName));
+        const QString &tableName = VistamoGlobal::thumbnailTableName;
+        QSqlError error;
+        if (!ThumbnailDatabase::open(db, workerBusyTimeoutMs)
+            || !ThumbnailDatabase::createTable(tableName, db)
+            || !prepared(db, insertStatement(tableName), &error))
+            return false;
+        QSqlQuery(db).exec(indexStatement(tableName));
+        return true;
     }
 
     void close()
     {
-        lookup.reset();
-        insertion.reset();
-        isOpen = false;
+        const QString name = db.connectionName();
+        db = QSqlDatabase();
         if (!name.isEmpty())
             QSqlDatabase::removeDatabase(name);
-        name.clear();
     }
 
     void pause() { pausedUntil.setRemainingTime(pauseAfterFailureMs); }
 
     QString fileName;
-    QString name;
-    std::optional<QSqlQuery> lookup;
-    std::optional<QSqlQuery> insertion;
+    QSqlDatabase db;            ///< valid while it is open
     QDeadlineTimer pausedUntil; // expired from the start
-    bool isOpen = false;
 };
 
 Connection &threadConnection()
@@ -193,6 +193,14 @@ Connection &threadConnection()
 }
 
 } // namespace
+
+QString ThumbnailDatabase::folder()
+{
+    QString folder =
+        QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Thumbnails");
+    QDir().mkpath(folder);
+    return folder;
+}
 
 void ThumbnailDatabase::setFileName(const QString &fileName)
 {
@@ -223,26 +231,7 @@ TThumbnailRecord ThumbnailDatabase::keyOf(const QFileInfo &info)
     return key;
 }
 
-ThumbnailDatabase::Outcome ThumbnailDatabase::find(const TThumbnailRecord &record, const QString &tableName,
-                                                   const QSqlDatabase &db, Stored &found)
-{
-    QSqlQuery query(db);
-    if (!query.prepare(lookupStatement(tableName)))
-        return isBusy(query.lastError()) ? Outcome::Busy : Outcome::Failed;
-    return runLookup(query, record, found);
-}
-
-std::optional<ThumbnailDatabase::Stored> ThumbnailDatabase::find(const TThumbnailRecord &record)
-{
-    return threadConnection().find(record);
-}
-
-bool ThumbnailDatabase::add(const TThumbnailRecord &record, const QByteArray &jpeg)
-{
-    return threadConnection().add(record, jpeg);
-}
-
-bool VistamoGlobal::thumbnailTableExists(const QString &tableName, const QSqlDatabase &db) const
+bool ThumbnailDatabase::tableExists(const QString &tableName, const QSqlDatabase &db)
 {
     if (!db.isOpen())
         return false;
@@ -252,50 +241,67 @@ bool VistamoGlobal::thumbnailTableExists(const QString &tableName, const QSqlDat
     return query.exec() && query.next();
 }
 
-bool VistamoGlobal::createThumbnailTable(const QString &tableName, const QSqlDatabase &db) const
+bool ThumbnailDatabase::createTable(const QString &tableName, const QSqlDatabase &db)
 {
     return db.isOpen() && QSqlQuery(db).exec(createStatement(tableName));
 }
 
-bool VistamoGlobal::getThumbnail(TThumbnailRecord &record, const QString &tableName,
-                                 const QSqlDatabase &db) const
+ThumbnailDatabase::Outcome ThumbnailDatabase::find(const TThumbnailRecord &record, const QString &tableName,
+                                                   const QSqlDatabase &db, Stored &found)
 {
-    ThumbnailDatabase::Stored found;
-    switch (ThumbnailDatabase::find(record, tableName, db, found)) {
-    case ThumbnailDatabase::Outcome::Found:
-        record.resolution = found.resolution;
-        record.image = QImage();
-        record.image.loadFromData(found.jpeg, "JPG");
+    const auto failure = [](const QSqlError &error) {
+        return isBusy(error) ? Outcome::Busy : Outcome::Failed;
+    };
+    QSqlError error;
+    QSqlQuery *const query = prepared(db, lookupStatement(tableName), &error);
+    if (!query)
+        return failure(error);
+    query->bindValue(QStringLiteral(":fullPath"), record.fullPath);
+    bindSizeAndTime(*query, record);
+    if (!query->exec())
+        return failure(query->lastError());
+    const bool hasRow = query->next();
+    if (hasRow)
+        found = {query->value(0).toByteArray(), query->value(1).toString()};
+    query->finish(); // so that it holds no lock and no memory
+    return hasRow ? Outcome::Found : Outcome::Missing;
+}
+
+bool ThumbnailDatabase::complete(TThumbnailRecord &record, const QString &tableName, const QSqlDatabase &db)
+{
+    Stored found;
+    const Outcome outcome = find(record, tableName, db, found);
+    if (outcome == Outcome::Missing)
         return true;
-    case ThumbnailDatabase::Outcome::Missing:
-        return true;
-    default:
-        record.image = QImage();
+    record.image = QImage();
+    if (outcome != Outcome::Found)
         return false;
-    }
+    record.resolution = found.resolution;
+    record.image.loadFromData(found.jpeg, "JPG");
+    return true;
 }
 
-bool VistamoGlobal::addThumbnail(const TThumbnailRecord &record, const QString &tableName,
-                                 const QSqlDatabase &db) const
+std::optional<ThumbnailDatabase::Stored> ThumbnailDatabase::find(const TThumbnailRecord &record)
 {
-    QSqlQuery query(db);
-    return query.prepare(insertStatement(tableName))
-           && runInsertion(query, record, imageToByteArray(record.image));
+    return threadConnection().find(record);
 }
 
-QByteArray VistamoGlobal::imageToByteArray(const QImage &image) const
+bool ThumbnailDatabase::add(const TThumbnailRecord &record, const QString &tableName, const QSqlDatabase &db)
+{
+    QSqlError error;
+    return insert(record, encoded(record.image), tableName, db, &error);
+}
+
+bool ThumbnailDatabase::add(const TThumbnailRecord &record, const QByteArray &jpeg)
+{
+    return threadConnection().add(record, jpeg);
+}
+
+QByteArray ThumbnailDatabase::encoded(const QImage &image)
 {
     QByteArray bytes;
     QBuffer buffer(&bytes);
     if (!buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "JPG", jpegQuality))
         return {};
     return bytes;
-}
-
-QString VistamoGlobal::getThumbnailsFolder() const
-{
-    QString folder =
-        QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Thumbnails");
-    QDir().mkpath(folder);
-    return folder;
 }

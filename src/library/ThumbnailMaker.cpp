@@ -57,7 +57,7 @@ ThumbnailAnswer answerTo(LoadNumber load, const TThumbnailRequest &request, Thum
     else if (stored)
         answer.stored = true;
     else
-        answer.encoded = jpeg.isEmpty() ? VistamoGlobal().imageToByteArray(image) : jpeg;
+        answer.encoded = jpeg.isEmpty() ? ThumbnailDatabase::encoded(image) : jpeg;
     // Without a writer for either format there is nothing to show.
     if (answer.stored || !answer.encoded.isEmpty())
         answer.size = image.size();

@@ -14,7 +14,7 @@ FileThumbnail makeThumbnail(const TThumbnailRecord &key, int side, ThumbnailStor
     record.resolution = QStringLiteral("%1x%2").arg(fullSize.width()).arg(fullSize.height());
     if (storing == ThumbnailStoring::Leave)
         return {image, record.resolution, {}, false};
-    const QByteArray jpeg = VistamoGlobal().imageToByteArray(image);
+    const QByteArray jpeg = ThumbnailDatabase::encoded(image);
     const bool added = ThumbnailDatabase::add(record, jpeg);
     return {image, record.resolution, jpeg, added && storing == ThumbnailStoring::Add};
 }

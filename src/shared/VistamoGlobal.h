@@ -84,47 +84,20 @@ public:
     /// nothing is an image file.
     static void buildImageFileExtensionList();
 
-    // Thumbnail database: defined in library/ThumbnailDatabase.cpp. The connection is one that belongs to
-    // the calling thread. A database that is closed, damaged, locked or full costs the cache and nothing
-    // else: the operations give false.
+    // What these do is documented where it is done: library/ThumbnailDatabase.h, viewer/ColourFilters.h,
+    // slideshow/SlideshowOptions.h. The connection is one that belongs to the calling thread.
 
-    /// True if the open database `db` has the table.
     [[nodiscard]] bool thumbnailTableExists(const QString &tableName, const QSqlDatabase &db) const;
-
-    /// Makes the table if it is missing.
     [[nodiscard]] bool createThumbnailTable(const QString &tableName, const QSqlDatabase &db) const;
-
-    /// Looks up `fullPath`, `size` and `creationTime` of the record and fills in `image` and `resolution`.
-    /// False only if the query failed; a hit is told from a miss by `image.isNull()`.
     [[nodiscard]] bool getThumbnail(TThumbnailRecord &record, const QString &tableName,
                                     const QSqlDatabase &db) const;
-
-    /// Adds a row for the record. A record without `resolution` is refused by the table.
     [[nodiscard]] bool addThumbnail(const TThumbnailRecord &record, const QString &tableName,
                                     const QSqlDatabase &db) const;
-
-    /// The image as a JPEG file of quality 75; empty for a null image.
     [[nodiscard]] QByteArray imageToByteArray(const QImage &image) const;
-
-    /// The folder of the thumbnail database, made if it is missing.
     [[nodiscard]] QString getThumbnailsFolder() const;
-
-    // Colour filters: defined in viewer/ColourFilters.cpp. The result is an opaque `QImage::Format_RGB32`,
-    // null for a null image.
-
-    /// All four filters in one pass, as the live view has them: gamma goes by whole steps of 100, and every
-    /// channel is limited to its range after each filter.
-    /// @param gamma         -100 to 699; below 0 only full values are left
-    /// @param invertColours channels below this are inverted; 0 for none
     [[nodiscard]] QImage applyFilters(QImage image, int contrast, int brightness, int gamma,
                                       int invertColours) const;
-
-    /// One filter at full precision: 0 brightness, 1 contrast, 2 gamma, 3 sepia, 4 inverted colours. Its last
-    /// step limits the channels only in part, so that some values wrap around: brightness 100 makes
-    /// (255, 44, 255) of (200, 200, 200).
     [[nodiscard]] QImage applyFilter(QImage image, int filterType, float value) const;
-
-    /// Reads the options of the slideshow from the settings. Defined in slideshow/SlideshowOptions.cpp.
     void loadOptions();
 
     // Settings of the batch tools
@@ -148,8 +121,9 @@ public:
     static inline bool showCheckbox = false;
     static inline QString exportImagePath;
 
-    /// The batch tools are part of the build but reachable only where this is true: a switch of the build.
-    static bool showPdfAndConvertButtons;
+    /// The batch tools are part of the build but reachable only where this is true: the program sets it by a
+    /// switch of the build.
+    static inline bool showPdfAndConvertButtons = false;
 
     // Settings of the slideshow
     static inline QColor bkColor = Qt::black;

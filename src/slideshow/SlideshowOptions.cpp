@@ -1,10 +1,12 @@
+#include "slideshow/SlideshowOptions.h"
+
 #include "shared/Settings.h"
 #include "shared/VistamoGlobal.h"
 
-void VistamoGlobal::loadOptions()
+void SlideshowOptions::load()
 {
     const QSettings store = programSettings();
-    bkColor = SlideshowSettings::bkColor.read(store);
-    delay = SlideshowSettings::delay.read(store);
-    showCountdown = SlideshowSettings::showCountdown.read(store);
+    VistamoGlobal::bkColor = SlideshowSettings::bkColor.read(store);
+    VistamoGlobal::delay = SlideshowSettings::delay.read(store);
+    VistamoGlobal::showCountdown = SlideshowSettings::showCountdown.read(store);
 }

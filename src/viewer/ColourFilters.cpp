@@ -2,7 +2,6 @@
 
 #include "shared/image/ImageMetadata.h"
 #include "shared/image/ParallelRows.h"
-#include "shared/VistamoGlobal.h"
 
 #include <algorithm>
 #include <array>
@@ -11,7 +10,7 @@
 
 namespace {
 
-// The numbers of the filters, as callers of `applyFilter` pass them.
+// The numbers of the filters, as callers of `apply` pass them.
 enum FilterType
 {
     Brightness,
@@ -178,8 +177,8 @@ QImage changed(const QImage &image, const Change &change)
 
 } // namespace
 
-QImage VistamoGlobal::applyFilters(QImage image, int contrast, int brightness, int gamma,
-                                   int invertColours) const
+QImage ColourFilters::applyLive(const QImage &image, int contrast, int brightness, int gamma,
+                                int invertColours)
 {
     // Whole steps of gamma: the live view moves by them.
     const int steps = static_cast<int>((gamma + 100) / 100.0f);
@@ -203,7 +202,7 @@ QImage VistamoGlobal::applyFilters(QImage image, int contrast, int brightness, i
     });
 }
 
-QImage VistamoGlobal::applyFilter(QImage image, int filterType, float value) const
+QImage ColourFilters::apply(const QImage &image, int filterType, float value)
 {
     if (filterType == Sepia)
         return changed(image, [](QRgb pixel) { return sepia(pixel); });
