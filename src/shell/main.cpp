@@ -1,5 +1,6 @@
 #include "shared/image/ImageReading.h"
 #include "shared/threads/StoppableThread.h"
+#include "shared/VistamoGlobal.h"
 #include "shell/MainWindow.h"
 
 #include <QApplication>
@@ -11,6 +12,9 @@ int main(int argc, char *argv[])
     QApplication application(argc, argv);
     QApplication::setStyle(QStringLiteral("Fusion"));
     ImageReading::setAllocationLimit();
+#ifdef ORRELAN_SHOW_PDF_AND_CONVERT_BUTTONS
+    VistamoGlobal::showPdfAndConvertButtons = true;
+#endif
 
     int code = 0;
     {
