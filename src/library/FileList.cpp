@@ -60,7 +60,7 @@ FileList::~FileList()
 
 bool FileList::take(const FoundFiles &files, bool checkable)
 {
-    if (files.load != currentLoad)
+    if (files.generation != currentGeneration)
         return false;
     if (files.firstRow == 0)
         restoreStrip();
@@ -181,7 +181,7 @@ void FileList::take(const ThumbnailAnswer &answer)
 /// The row that holds the file of an answer: that of the request, or one above it if files have left.
 int FileList::rowOf(const ThumbnailAnswer &answer) const
 {
-    if (answer.load != currentLoad)
+    if (answer.generation != currentGeneration)
         return -1;
     for (int row = std::min(answer.row, count() - 1); row >= 0; --row) {
         if (records()[row].fileName == answer.fileName)

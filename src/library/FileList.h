@@ -37,8 +37,8 @@ public:
     QStandardItemModel &strip() { return galleryModel; } ///< a column a file
     ThumbnailIcons &icons() { return thumbnailIcons; }
 
-    /// From here on only what belongs to this load is taken in.
-    void begin(LoadNumber load) { currentLoad = load; }
+    /// From here on only answers of this generation are taken in.
+    void begin(Generation generation) { currentGeneration = generation; }
 
     /// Takes in what a walk has found: rows of an earlier walk are used again, others are added, and after
     /// the last batch what is left over goes. False if it belongs to another load.
@@ -90,7 +90,7 @@ private:
     void assertInStep() const;
 
     const Surroundings surroundings;
-    LoadNumber currentLoad;
+    Generation currentGeneration;
     QStandardItemModel mainModel;
     QStandardItemModel galleryModel;
     ThumbnailIcons thumbnailIcons;

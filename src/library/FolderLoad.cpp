@@ -97,8 +97,8 @@ void FolderLoad::stopThen(std::function<void()> removal)
 void FolderLoad::startThreads()
 {
     reloadWanted = false;
-    currentLoad = currentLoad.next();
-    emit began(currentLoad);
+    currentGeneration = currentGeneration.next();
+    emit began(currentGeneration);
     startThumbnails();
     startWalk();
 }
@@ -107,7 +107,8 @@ void FolderLoad::startWalk()
 {
     VistamoGlobal::vistamoLoadFolderThreadStat = true;
     using Thread = VistamoLoadFolderThread;
-    loadFolderThread.set(std::make_unique<Thread>(currentLoad, currentPath, VistamoGlobal::selectedFileName));
+    loadFolderThread.set(
+        std::make_unique<Thread>(currentGeneration, currentPath, VistamoGlobal::selectedFileName));
     loadFolderThread.on(&Thread::filesFound, [this](const FoundFiles &files) { emit filesFound(files); });
     loadFolderThread.on(&Thread::currentColumnChanged, [this](int col) { emit currentColumnChanged(col); });
     loadFolderThread.on(&Thread::enumFilesFinish, [this](int count) {
@@ -126,7 +127,7 @@ void FolderLoad::startThumbnails()
     if (loadThumbnailThread.isActive())
         return;
     using Thread = VistamoLoadThumbnailThread;
-    loadThumbnailThread.set(std::make_unique<Thread>(currentLoad, thumbnailMaker.get()));
+    loadThumbnailThread.set(std::make_unique<Thread>(currentGeneration, thumbnailMaker.get()));
     loadThumbnailThread.on(&Thread::thumbnailsFound,
                            [this](const QList<ThumbnailAnswer> &found) { emit thumbnailsFound(found); });
     loadThumbnailThread.start(QThread::InheritPriority, [this](Thread &) {
@@ -156,7 +157,7 @@ void FolderLoad::setScrollPosition(float ratio, int files)
 void FolderLoad::makeAgain(const TThumbnailRequest &request, ThumbnailStoring storing)
 {
     ++madeAgain;
-    thumbnailMaker->makeAgain(currentLoad, request, storing);
+    thumbnailMaker->makeAgain(currentGeneration, request, storing);
 }
 
 /// Gives threads that were told to stop a moment to end.

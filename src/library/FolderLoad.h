@@ -85,7 +85,7 @@ signals:
 
     /// The load of before was cut short for the next one: what it has found goes.
     void cutShort();
-    void began(LoadNumber load);
+    void began(Generation generation);
 
     // Of the walk.
     void filesFound(const FoundFiles &files);
@@ -105,7 +105,7 @@ private:
     void walkHasEnded();
     void goOn();
 
-    LoadNumber currentLoad;
+    Generation currentGeneration;
     QString oldPath;
     QString currentPath;
     std::function<void()> pendingFolderRemoval; ///< as soon as the walk has ended

@@ -41,10 +41,10 @@ QByteArray encodedAsPng(const QImage &image)
 
 /// Reads the file, stores its thumbnail, and keeps the encoded bytes where the database would not give the
 /// same picture back.
-ThumbnailAnswer answerTo(LoadNumber load, const TThumbnailRequest &request, ThumbnailStoring storing)
+ThumbnailAnswer answerTo(Generation generation, const TThumbnailRequest &request, ThumbnailStoring storing)
 {
     ThumbnailAnswer answer;
-    answer.load = load;
+    answer.generation = generation;
     answer.row = request.row;
     answer.fileName = request.info.fileName();
     answer.key = ThumbnailDatabase::keyOf(request.info);
@@ -79,39 +79,40 @@ ThumbnailMaker::~ThumbnailMaker()
     pool.waitForDone();
 }
 
-void ThumbnailMaker::make(LoadNumber load, const TThumbnailRequest &request, ThumbnailStoring storing,
+void ThumbnailMaker::make(Generation generation, const TThumbnailRequest &request, ThumbnailStoring storing,
                           const std::atomic_bool &stopped)
 {
     {
         auto access = inFlight.lock();
-        while (!stopped && !access->mayStart(load, processors))
+        while (!stopped && !access->mayStart(generation, processors))
             access.wait();
         if (stopped)
             return;
-        access->add(load);
+        access->add(generation);
     }
-    pool.start([this, load, request, storing] {
+    pool.start([this, generation, request, storing] {
         Platform::standBack(); // a click on another folder comes first
-        emit made(answerTo(load, request, storing));
+        emit made(answerTo(generation, request, storing));
         auto access = inFlight.lock();
-        access->remove(load);
+        access->remove(generation);
         access.wakeAll();
     });
 }
 
-void ThumbnailMaker::makeAgain(LoadNumber load, const TThumbnailRequest &request, ThumbnailStoring storing)
+void ThumbnailMaker::makeAgain(Generation generation, const TThumbnailRequest &request,
+                               ThumbnailStoring storing)
 {
-    pool.start([this, load, request, storing] {
-        ThumbnailAnswer answer = answerTo(load, request, storing);
+    pool.start([this, generation, request, storing] {
+        ThumbnailAnswer answer = answerTo(generation, request, storing);
         answer.again = true;
         emit made(answer);
     });
 }
 
-void ThumbnailMaker::waitForLoad(LoadNumber load, const std::atomic_bool &stopped)
+void ThumbnailMaker::waitForLoad(Generation generation, const std::atomic_bool &stopped)
 {
     auto access = inFlight.lock();
-    while (!stopped && access->ofLoad.contains(load))
+    while (!stopped && access->ofGeneration.contains(generation))
         access.wait();
 }
 
@@ -121,26 +122,26 @@ void ThumbnailMaker::wake()
     inFlight.lock().wakeAll();
 }
 
-bool ThumbnailMaker::InFlight::mayStart(LoadNumber load, int processors) const
+bool ThumbnailMaker::InFlight::mayStart(Generation generation, int processors) const
 {
-    const int already = ofLoad.value(load);
+    const int already = ofGeneration.value(generation);
     return already == 0 || (already < processors && all < 2 * processors);
 }
 
-void ThumbnailMaker::InFlight::add(LoadNumber load)
+void ThumbnailMaker::InFlight::add(Generation generation)
 {
-    ++ofLoad[load];
+    ++ofGeneration[generation];
     ++all;
 }
 
-void ThumbnailMaker::InFlight::remove(LoadNumber load)
+void ThumbnailMaker::InFlight::remove(Generation generation)
 {
-    Q_ASSERT_X(ofLoad.value(load) > 0 && all >= ofLoad.value(load), "ThumbnailMaker",
-               qPrintable(QStringLiteral("%1 of load %2 in flight, %3 altogether")
-                              .arg(ofLoad.value(load))
-                              .arg(load.value)
+    Q_ASSERT_X(ofGeneration.value(generation) > 0 && all >= ofGeneration.value(generation), "ThumbnailMaker",
+               qPrintable(QStringLiteral("%1 of generation %2 in flight, %3 altogether")
+                              .arg(ofGeneration.value(generation))
+                              .arg(generation.value)
                               .arg(all)));
-    if (--ofLoad[load] == 0)
-        ofLoad.remove(load);
+    if (--ofGeneration[generation] == 0)
+        ofGeneration.remove(generation);
     --all;
 }

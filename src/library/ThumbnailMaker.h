@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/LoadNumber.h"
+#include "library/Generation.h"
 #include "library/ThumbnailRequestQueue.h"
 #include "library/Thumbnails.h"
 #include "shared/threads/Guarded.h"
@@ -17,12 +17,12 @@
 /// A thumbnail for one row of the list.
 struct ThumbnailAnswer
 {
-    LoadNumber load;      ///< that asked
-    int row = 0;          ///< where the file stood then
-    QString fileName;     ///< which file of the folder it is
-    TThumbnailRecord key; ///< of the file in the database
-    QSize size;           ///< of the thumbnail, pixels; empty where the file gives no picture
-    bool stored = false;  ///< the database gives the picture
+    Generation generation; ///< of the load that asked
+    int row = 0;           ///< where the file stood then
+    QString fileName;      ///< which file of the folder it is
+    TThumbnailRecord key;  ///< of the file in the database
+    QSize size;            ///< of the thumbnail, pixels; empty where the file gives no picture
+    bool stored = false;   ///< the database gives the picture
     QByteArray encoded; ///< the picture where the database does not: a JPEG, or a PNG if it has transparency
     bool again = false; ///< asked for by `makeAgain`
 };
@@ -45,15 +45,15 @@ public:
 
     /// Starts on a request, waiting for a free place first, or gives it up once `stopped` is set; `wake`
     /// makes a waiting thread look at it.
-    void make(LoadNumber load, const TThumbnailRequest &request, ThumbnailStoring storing,
+    void make(Generation generation, const TThumbnailRequest &request, ThumbnailStoring storing,
               const std::atomic_bool &stopped);
 
     /// Makes a thumbnail whose picture is at hand no longer, without waiting for a place: the caller sees to
     /// it that they are few.
-    void makeAgain(LoadNumber load, const TThumbnailRequest &request, ThumbnailStoring storing);
+    void makeAgain(Generation generation, const TThumbnailRequest &request, ThumbnailStoring storing);
 
     /// Waits until nothing is in hand for `load`, or `stopped` is set.
-    void waitForLoad(LoadNumber load, const std::atomic_bool &stopped);
+    void waitForLoad(Generation generation, const std::atomic_bool &stopped);
 
     void wake();
 
@@ -67,12 +67,12 @@ private:
     /// The decodes that are going on.
     struct InFlight
     {
-        QHash<LoadNumber, int> ofLoad;
+        QHash<Generation, int> ofGeneration;
         int all = 0;
 
-        [[nodiscard]] bool mayStart(LoadNumber load, int processors) const;
-        void add(LoadNumber load);
-        void remove(LoadNumber load);
+        [[nodiscard]] bool mayStart(Generation generation, int processors) const;
+        void add(Generation generation);
+        void remove(Generation generation);
     };
 
     const int processors;

@@ -39,10 +39,10 @@ int batchSize(int published)
     return std::clamp(published / 2, 64, std::max(smoothBatch, published / 8));
 }
 
-VistamoLoadFolderThread::VistamoLoadFolderThread(LoadNumber load, const QString &path,
+VistamoLoadFolderThread::VistamoLoadFolderThread(Generation generation, const QString &path,
                                                  const QString &selectedFileName, QObject *parent)
     : StoppableThread(parent)
-    , load(load)
+    , generation(generation)
     , selectedFileName(selectedFileName)
     , pathList(path)
 {
@@ -65,7 +65,7 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
     int row = 0;
     QList<int> columnsToSelect;
     FoundFiles batch;
-    batch.load = load;
+    batch.generation = generation;
     batch.path = path;
     QElapsedTimer sincePublished;
     sincePublished.start();

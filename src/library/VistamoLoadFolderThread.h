@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/LoadNumber.h"
+#include "library/Generation.h"
 #include "shared/threads/StoppableThread.h"
 #include "shared/VistamoGlobal.h"
 
@@ -13,7 +13,7 @@
 /// A piece of what the walk of a folder finds, in the order of the walk.
 struct FoundFiles
 {
-    LoadNumber load;
+    Generation generation;
     QString path; ///< the folder
     int firstRow = 0;
     QList<TFileRecord> records;
@@ -39,7 +39,7 @@ class VistamoLoadFolderThread : public StoppableThread
 public:
     /// @param load             handed back with each batch
     /// @param selectedFileName file that is to be selected when it is found; may be empty
-    VistamoLoadFolderThread(LoadNumber load, const QString &path, const QString &selectedFileName,
+    VistamoLoadFolderThread(Generation generation, const QString &path, const QString &selectedFileName,
                             QObject *parent = nullptr);
 
 signals:
@@ -57,7 +57,7 @@ protected:
 private:
     void loadFiles(const QString &path);
 
-    const LoadNumber load;
+    const Generation generation;
     const QString selectedFileName;
     QStringList pathList;
 };

@@ -23,10 +23,10 @@ QSize sizeOfJpeg(QByteArray bytes)
 
 } // namespace
 
-VistamoLoadThumbnailThread::VistamoLoadThumbnailThread(LoadNumber load, ThumbnailMaker *maker,
+VistamoLoadThumbnailThread::VistamoLoadThumbnailThread(Generation generation, ThumbnailMaker *maker,
                                                        QObject *parent)
     : StoppableThread(parent)
-    , load(load)
+    , generation(generation)
     , maker(maker)
 {
     setObjectName(QStringLiteral("LoadThumbnail"));
@@ -68,7 +68,7 @@ void VistamoLoadThumbnailThread::run()
     while (const auto request = nextRequest())
         processRequestThumbnail(*request);
     publish();
-    maker->waitForLoad(load, stopRequested);
+    maker->waitForLoad(generation, stopRequested);
 }
 
 /// The next request in the order of service. Waits for one; nothing at the end of the load.
@@ -91,11 +91,11 @@ void VistamoLoadThumbnailThread::processRequestThumbnail(const TThumbnailRequest
     const QSize size = stored ? sizeOfJpeg(stored->jpeg) : QSize();
     if (size.isEmpty() || size.width() > thumbnailSide || size.height() > thumbnailSide) {
         publish();
-        maker->make(load, request, stored ? ThumbnailStoring::AddBehindBroken : ThumbnailStoring::Add,
+        maker->make(generation, request, stored ? ThumbnailStoring::AddBehindBroken : ThumbnailStoring::Add,
                     stopRequested);
         return;
     }
-    found.append({load, request.row, request.info.fileName(), key, size, true, {}, false});
+    found.append({generation, request.row, request.info.fileName(), key, size, true, {}, false});
     if (found.size() >= answersTogether || sincePublished.hasExpired(longestDelayMs))
         publish();
 }

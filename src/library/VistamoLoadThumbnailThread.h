@@ -19,7 +19,7 @@ class VistamoLoadThumbnailThread : public StoppableThread
 public:
     /// @param load  handed back with each answer
     /// @param maker must outlive the thread
-    VistamoLoadThumbnailThread(LoadNumber load, ThumbnailMaker *maker, QObject *parent = nullptr);
+    VistamoLoadThumbnailThread(Generation generation, ThumbnailMaker *maker, QObject *parent = nullptr);
 
     /// Adds a file to the end of the queue. Rows come in ascending order.
     void addRequest(const QFileInfo &info, int row);
@@ -50,7 +50,7 @@ private:
     void processRequestThumbnail(const TThumbnailRequest &request);
     void publish();
 
-    const LoadNumber load;
+    const Generation generation;
     ThumbnailMaker *const maker;
 
     /// What the GUI thread asks for.

@@ -124,20 +124,20 @@ private:
         record.fullPath = "/photos/" + name;
         return record;
     }
-    static FoundFiles batch(int first, const QStringList &names, bool complete = false, int load = 1)
+    static FoundFiles batch(int first, const QStringList &names, bool complete = false, int generation = 1)
     {
         FoundFiles files;
-        files.load = {load};
+        files.generation = {generation};
         files.firstRow = first;
         for (const QString &name : names)
             files.records.append(record(name));
         files.complete = complete;
         return files;
     }
-    static ThumbnailAnswer answer(int row, const QString &name, int load = 1)
+    static ThumbnailAnswer answer(int row, const QString &name, int generation = 1)
     {
         ThumbnailAnswer answer;
-        answer.load = {load};
+        answer.generation = {generation};
         answer.row = row;
         answer.fileName = name;
         answer.size = QSize(256, 128);

@@ -23,15 +23,15 @@ private slots:
         files = answers = 0;
         connect(load.get(), &FolderLoad::shown, this,
                 [this](const QString &path) { events.append("shown " + QFileInfo(path).fileName()); });
-        connect(load.get(), &FolderLoad::began, this, [this](LoadNumber number) {
-            QVERIFY(!(number == current));
-            current = number;
+        connect(load.get(), &FolderLoad::began, this, [this](Generation generation) {
+            QVERIFY(!(generation == current));
+            current = generation;
             files = 0;
         });
         connect(load.get(), &FolderLoad::cutShort, this, [this] { events.append("cut short"); });
         connect(load.get(), &FolderLoad::walkEnded, this, [this] { events.append("walked"); });
         connect(load.get(), &FolderLoad::filesFound, this, [this](const FoundFiles &found) {
-            QCOMPARE(found.load, current);
+            QCOMPARE(found.generation, current);
             files += static_cast<int>(found.records.size());
             for (qsizetype i = 0; i < found.infos.size(); ++i)
                 load->requestThumbnail(found.infos[i], found.firstRow + static_cast<int>(i));
@@ -126,7 +126,7 @@ private:
     using State = FolderLoad::State;
 
     std::unique_ptr<FolderLoad> load;
-    LoadNumber current;
+    Generation current;
     QStringList events;
     int files = 0;
     int answers = 0;

@@ -18,11 +18,11 @@ struct Walk
 
 Walk walk(const QString &folder, const QString &selectedFileName = QString())
 {
-    constexpr LoadNumber load = {5};
+    constexpr Generation generation = {5};
     Walk walk;
-    VistamoLoadFolderThread thread(load, folder, selectedFileName);
+    VistamoLoadFolderThread thread(generation, folder, selectedFileName);
     QObject::connect(&thread, &VistamoLoadFolderThread::filesFound, &thread, [&](const FoundFiles &files) {
-        QCOMPARE(files.load, load);
+        QCOMPARE(files.generation, generation);
         QCOMPARE(files.path, folder);
         QCOMPARE(files.firstRow, walk.names.size());
         QVERIFY(!walk.complete);

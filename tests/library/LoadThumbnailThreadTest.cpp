@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr LoadNumber load = {3};
+constexpr Generation generation = {3};
 
 /// Work that takes its time to move: only a queue without a lock moves two at once.
 struct Work
@@ -155,7 +155,7 @@ private slots:
         std::atomic_int added = 0;
         std::atomic_int taken = 0;
         bool inOrder = true;
-        VistamoLoadThumbnailThread thread(load, maker.get());
+        VistamoLoadThumbnailThread thread(generation, maker.get());
         const auto take = [&](const QList<ThumbnailAnswer> &found) {
             for (const ThumbnailAnswer &answer : found)
                 inOrder &= answer.row == taken++;
@@ -196,13 +196,13 @@ private:
         QList<ThumbnailAnswer> answers(names.size());
         int count = 0;
         const auto keep = [&](const ThumbnailAnswer &answer) {
-            QCOMPARE(answer.load, load);
+            QCOMPARE(answer.generation, generation);
             QCOMPARE(answer.fileName, names.value(answer.row));
             answers[answer.row] = answer;
             ++count;
         };
         QObject context;
-        VistamoLoadThumbnailThread thread(load, maker.get());
+        VistamoLoadThumbnailThread thread(generation, maker.get());
         connect(&thread, &VistamoLoadThumbnailThread::thumbnailsFound, &context, [&](const auto &found) {
             for (const ThumbnailAnswer &answer : found)
                 keep(answer);

@@ -35,8 +35,8 @@ public:
     {
         release();
         thread = std::move(next);
-        QObject::connect(thread.get(), &QThread::finished, &receiver, [this, number = threadNumber] {
-            if (number == threadNumber)
+        QObject::connect(thread.get(), &QThread::finished, &receiver, [this, sender = generation] {
+            if (sender == generation)
                 finish();
         });
     }
@@ -45,8 +45,8 @@ public:
     template <typename Signal, typename Slot>
     void on(Signal signal, Slot slot)
     {
-        const auto guarded = [this, slot, number = threadNumber](auto &&...values) {
-            if (number == threadNumber)
+        const auto guarded = [this, slot, sender = generation](auto &&...values) {
+            if (sender == generation)
                 slot(std::forward<decltype(values)>(values)...);
         };
         QObject::connect(thread.get(), signal, &receiver, guarded);
@@ -76,7 +76,7 @@ public:
     /// Gives the thread away; the worker is free for another.
     std::unique_ptr<Thread> part()
     {
-        ++threadNumber;
+        ++generation;
         ended = nullptr;
         return std::exchange(thread, nullptr);
     }
@@ -92,6 +92,6 @@ private:
 
     QObject receiver; ///< lives on the GUI thread, and takes the connections along
     std::unique_ptr<Thread> thread;
-    quint64 threadNumber = 0; ///< of the present thread; what an earlier one sent is dropped
+    quint64 generation = 0; ///< of the present thread; what an earlier one sent is dropped
     std::function<void(Thread &)> ended;
 };
