@@ -5,17 +5,17 @@
 void PictureLoader::close()
 {
     viewerClosed = true;
-    decodedAhead.want({}, {});
+    prefetch.want({}, {});
 }
 
 void PictureLoader::show(const ImageRequest &file)
 {
     shownPath = file.path;
     actionWhenLoaded = nullptr;
-    decodedAhead.pause();
+    prefetch.pause();
     if (loadImageThreadRunning() && loadImageThread->hangs())
         replaceHangingLoader();
-    const ImageRequest request = decodedAhead.request(file);
+    const ImageRequest request = prefetch.request(file);
     if (loadImageThreadRunning())
         loadImageThread->addFile(request);
     else
@@ -27,7 +27,7 @@ void PictureLoader::replaceHangingLoader()
 {
     QList<ImageRequest> waiting = loadImageThread->takeWaiting();
     for (ImageRequest &request : waiting)
-        request.decoded.reset(); // it may be what hangs
+        request.prefetched.reset(); // it may be what hangs
     loadImageThread.leaveBehind();
     start(waiting);
 }
@@ -64,8 +64,8 @@ void PictureLoader::whenLoaded(const std::function<void()> &action)
         action();
 }
 
-void PictureLoader::decodeNeighbours(const ImageRequest &next, const ImageRequest &previous,
-                                     const QPixmap &picture)
+void PictureLoader::prefetchNeighbours(const ImageRequest &next, const ImageRequest &previous,
+                                       const QPixmap &picture)
 {
     QList<ImageRequest> files;
     const bool back = lastStep == Step::Back;
@@ -73,17 +73,17 @@ void PictureLoader::decodeNeighbours(const ImageRequest &next, const ImageReques
         if (!viewerClosed && !file.path.isEmpty())
             files.append(file);
     }
-    decodedAhead.want(files, picture);
+    prefetch.want(files, picture);
 }
 
 void PictureLoader::stop()
 {
     loadImageThread.stop();
-    decodedAhead.stop();
+    prefetch.stop();
 }
 
 void PictureLoader::end(QDeadlineTimer deadline)
 {
     loadImageThread.end(deadline);
-    decodedAhead.end(deadline);
+    prefetch.end(deadline);
 }

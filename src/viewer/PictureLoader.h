@@ -1,14 +1,14 @@
 #pragma once
 
 #include "shared/threads/Worker.h"
-#include "viewer/DecodedAhead.h"
+#include "viewer/Prefetch.h"
 #include "viewer/VistamoLoadImageThread.h"
 
 #include <QObject>
 
 #include <functional>
 
-/// Decodes in the background what the viewer shows, and ahead of it what it is likely to show next. It knows
+/// Decodes in the background what the viewer shows, and prefetches what it is likely to show next. It knows
 /// which file is on show, and what waits for its picture. GUI thread.
 class PictureLoader : public QObject
 {
@@ -21,7 +21,7 @@ public:
         Back
     };
 
-    /// The viewer comes up, or goes: then nothing is decoded ahead any more.
+    /// The viewer opens or closes; a closed one prefetches nothing.
     void open() { viewerClosed = false; }
     void close();
     [[nodiscard]] bool isClosed() const { return viewerClosed; }
@@ -42,9 +42,9 @@ public:
     /// Tells which way the user goes through the files.
     void setLastStep(Step step) { lastStep = step; }
 
-    /// Has the neighbours of the picture on show decoded, the one in the direction of the last step first;
+    /// Prefetches the neighbours of the picture on show, the one in the direction of the last step first;
     /// none if the viewer is closed. No path stands for no neighbour.
-    void decodeNeighbours(const ImageRequest &next, const ImageRequest &previous, const QPixmap &picture);
+    void prefetchNeighbours(const ImageRequest &next, const ImageRequest &previous, const QPixmap &picture);
 
     /// At the end of the program: tells all threads to stop; waits for them.
     void stop();
@@ -66,6 +66,6 @@ private:
     bool viewerClosed = true;
     Step lastStep = Step::Forward;
     Worker<VistamoLoadImageThread> loadImageThread;
-    DecodedAhead decodedAhead;
+    Prefetch prefetch;
     std::function<void()> actionWhenLoaded; ///< empty unless the loader runs
 };

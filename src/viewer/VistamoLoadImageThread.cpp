@@ -21,8 +21,8 @@ QPixmap decode(const QString &path)
 QPixmap picture(const ImageRequest &request)
 {
     const QFileInfo file(request.path);
-    if (request.decoded && request.isSameFile({request.path, file.size(), file.lastModified()}))
-        return request.decoded->get(request.path);
+    if (request.prefetched && request.isSameFile({request.path, file.size(), file.lastModified()}))
+        return request.prefetched->get(request.path);
     return decode(request.path);
 }
 

@@ -29,10 +29,10 @@ private:
 struct ImageRequest
 {
     QString path;
-    // If the picture is decoded ahead: where, and the file as it was when the list was read.
+    // Of a prefetched picture: where it is, and the file as it was when the list was read.
     qint64 size = 0; ///< bytes
     QDateTime modified = {};
-    std::shared_ptr<DecodedOnce> decoded = {};
+    std::shared_ptr<DecodedOnce> prefetched = {};
 
     /// The same file, unchanged.
     bool isSameFile(const ImageRequest &other) const
@@ -53,7 +53,7 @@ class VistamoLoadImageThread : public StoppableThread
 public:
     explicit VistamoLoadImageThread(QObject *parent = nullptr);
 
-    /// Asks for a picture; one that was decoded ahead is decoded again if the file has changed. With ten
+    /// Asks for a picture; a prefetched one is decoded again if the file has changed. With ten
     /// waiting, the newest of them is passed over in its favour, so that a held arrow key does not pile up
     /// work.
     void addFile(const ImageRequest &request);

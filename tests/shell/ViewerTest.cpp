@@ -66,7 +66,7 @@ private slots:
 
     void steppingGoesRound()
     {
-        // A neighbour that was decoded ahead and then changed in place, which no watcher tells.
+        // A neighbour that was prefetched and then changed in place, which no watcher tells.
         openFully("large.jpg", "3000x2000");
         QTRY_COMPARE(lastDecoded(), beforeLarge());
         Pictures::save(path(beforeLarge()), QSize(77, 55));
@@ -102,7 +102,7 @@ private slots:
         QTest::keyClick(program->window.get(), Qt::Key_Right);
         QVERIFY(shown() == before);
         QCOMPARE(program->window->windowTitle(), "Orrelan Gallery");
-        for (int i = 0; i < 2; ++i) { // no neighbour is decoded while it is closed, none is kept
+        for (int i = 0; i < 2; ++i) { // no neighbour is prefetched while it is closed, none is kept
             open("large.jpg");
             QTRY_VERIFY(program->scale() < 1);
             QTRY_COMPARE(lastDecoded(), beforeLarge());

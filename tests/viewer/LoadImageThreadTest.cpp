@@ -82,21 +82,21 @@ private slots:
         QTRY_COMPARE(heard.mid(4), QStringList({"8", "end", "last"}));
     }
 
-    void pictureThatIsBeingDecodedAheadIsWaitedFor()
+    void pictureThatIsBeingPrefetchedIsWaitedFor()
     {
         const QFileInfo file(path("slow.png"));
         const ImageRequest slow = {file.filePath(), file.size(), file.lastModified()};
-        DecodedAhead ahead;
-        ahead.want({slow}, QPixmap(10, 10));
-        const auto shared = ahead.request(slow).decoded;
+        Prefetch prefetch;
+        prefetch.want({slow}, QPixmap(10, 10));
+        const auto shared = prefetch.request(slow).prefetched;
         QVERIFY(shared);
         QCOMPARE(shared->get(slow.path).width(), 8000);
         QVERIFY(QFile::remove(slow.path));
         QVERIFY(!shared->get(slow.path).isNull()); // not decoded again
         ImageRequest changed = slow;
         ++changed.size;
-        QVERIFY(!ahead.request(changed).decoded);
-        ahead.end(QDeadlineTimer::Forever);
+        QVERIFY(!prefetch.request(changed).prefetched);
+        prefetch.end(QDeadlineTimer::Forever);
     }
 };
 

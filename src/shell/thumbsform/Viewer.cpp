@@ -71,9 +71,9 @@ void ThumbsForm::onLoadImageFinished()
         const TFileRecord *const record = row == selectedImageIndex ? nullptr : fileList.at(row);
         return record ? fileOf(*record) : ImageRequest();
     };
-    pictureLoader.decodeNeighbours(neighbour(nextIndex(selectedImageIndex, fileList.count())),
-                                   neighbour(previousIndex(selectedImageIndex, fileList.count())),
-                                   pictureView.picture());
+    pictureLoader.prefetchNeighbours(neighbour(nextIndex(selectedImageIndex, fileList.count())),
+                                     neighbour(previousIndex(selectedImageIndex, fileList.count())),
+                                     pictureView.picture());
     pictureView.reduce();
 }
 

@@ -1,4 +1,4 @@
-#include "viewer/DecodedAhead.h"
+#include "viewer/Prefetch.h"
 
 #include "shared/threads/Background.h"
 #include "viewer/VistamoLoadImageThread.h"
@@ -19,7 +19,7 @@ qint64 bytesOf(const QPixmap &pixmap)
 
 } // namespace
 
-void DecodedAhead::want(const QList<ImageRequest> &files, const QPixmap &shown)
+void Prefetch::want(const QList<ImageRequest> &files, const QPixmap &shown)
 {
     const qint64 fitting = shown.isNull() ? 0 : mostBytes / bytesOf(shown);
     wanted = files.first(std::min<qsizetype>(files.size(), fitting));
@@ -31,41 +31,41 @@ void DecodedAhead::want(const QList<ImageRequest> &files, const QPixmap &shown)
     decodeNext();
 }
 
-void DecodedAhead::pause()
+void Prefetch::pause()
 {
     paused = true;
     if (thread.isActive() && thread->hangs()) {
         thread.leaveBehind();
-        inHand = {};
+        inFlight = {};
     }
 }
 
-ImageRequest DecodedAhead::request(const ImageRequest &file)
+ImageRequest Prefetch::request(const ImageRequest &file)
 {
     for (const Picture &picture : std::as_const(pictures)) {
         if (picture.file.isSameFile(file))
             return picture.file;
     }
-    if (inHand.path.isEmpty() || !inHand.isSameFile(file))
+    if (inFlight.path.isEmpty() || !inFlight.isSameFile(file))
         return file;
     if (thread->isRunning())
         thread->setPriority(QThread::NormalPriority); // it is waited for now
-    return inHand;
+    return inFlight;
 }
 
-bool DecodedAhead::isDecoded(const ImageRequest &file) const
+bool Prefetch::isDecoded(const ImageRequest &file) const
 {
     return std::any_of(pictures.cbegin(), pictures.cend(),
                        [&](const Picture &picture) { return picture.file.isSameFile(file); });
 }
 
-bool DecodedAhead::isWanted(const ImageRequest &file) const
+bool Prefetch::isWanted(const ImageRequest &file) const
 {
     return std::any_of(wanted.cbegin(), wanted.cend(),
                        [&](const ImageRequest &other) { return other.isSameFile(file); });
 }
 
-void DecodedAhead::decodeNext()
+void Prefetch::decodeNext()
 {
     if (thread.isActive() || paused)
         return;
@@ -73,24 +73,24 @@ void DecodedAhead::decodeNext()
                                    [&](const ImageRequest &file) { return !isDecoded(file); });
     if (next == wanted.cend())
         return;
-    inHand = *next;
-    inHand.decoded = std::make_shared<DecodedOnce>();
+    inFlight = *next;
+    inFlight.prefetched = std::make_shared<DecodedOnce>();
     using Thread = VistamoLoadImageThread;
     thread.set(std::make_unique<Thread>());
     thread.on(&Thread::imageLoaded, [this](const QPixmap &pixmap) { onImageLoaded(pixmap); });
-    thread->addFile(inHand);
+    thread->addFile(inFlight);
     thread.start(QThread::LowPriority, [this](Thread &) { decodeNext(); });
 }
 
-void DecodedAhead::onImageLoaded(const QPixmap &pixmap)
+void Prefetch::onImageLoaded(const QPixmap &pixmap)
 {
     const qint64 bytes = bytesOf(pixmap);
     qint64 bytesOfAll = bytes;
     for (const Picture &picture : std::as_const(pictures))
         bytesOfAll += picture.bytes;
-    if (!pixmap.isNull() && bytesOfAll <= mostBytes && isWanted(inHand))
-        pictures.append({inHand, bytes});
+    if (!pixmap.isNull() && bytesOfAll <= mostBytes && isWanted(inFlight))
+        pictures.append({inFlight, bytes});
     else
-        wanted.removeIf([this](const ImageRequest &file) { return file.isSameFile(inHand); }); // not again
-    inHand = {};
+        wanted.removeIf([this](const ImageRequest &file) { return file.isSameFile(inFlight); }); // not again
+    inFlight = {};
 }
