@@ -142,7 +142,7 @@ void measureChangeOfFolder(const Program &program, const QString &slowFolder, co
         program.showFolder(other);
         clicks.append(milliseconds(time));
         rows.append(waitFor(time, [&] { return !records.isEmpty() && records.first().path == other; }));
-        runFor(1500); // what was in hand has ended, and is not decoded again
+        runFor(1500); // what was in flight has ended, and is not decoded again
     }
     print("change of folder while a slow decode runs: click", median(clicks), "ms");
     print("change of folder while a slow decode runs: first rows", median(rows), "ms");

@@ -3,7 +3,7 @@
 #include <QPageSize>
 #include <QString>
 
-/// What one run of a batch tool goes by, as the form's options stand when it starts.
+/// The options of one run of a batch tool, as the form has them when it starts.
 struct BatchOptions
 {
     QString outputFolder;

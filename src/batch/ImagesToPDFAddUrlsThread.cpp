@@ -13,7 +13,7 @@
 
 namespace {
 
-// The list is gone through once a batch.
+// Each batch costs a pass over the list.
 constexpr int publishAfterMs = 200;
 
 BatchFile fileOf(const QString &path, int thumbnailSize)

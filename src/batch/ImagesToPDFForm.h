@@ -162,7 +162,7 @@ private:
     bool canMoveUp = false;   ///< after a run
     bool canMoveDown = false; ///< after a run
     int convertMode = 0;
-    bool closeRequested = false; ///< set by nobody
+    bool closeRequested = false; ///< nothing sets it
     bool createAfterFolderSelected = false;
     QPointer<ImagesToPDFProgressForm> progressForm;
 
@@ -173,7 +173,7 @@ private:
     QString currentPreviewFile;
     QString pendingPreviewFile;
     bool pendingPreviewForce = false;
-    int previewCountdown = 0; ///< ticks
+    int previewCountdown = 0; ///< ticks left of the debounce
     Worker<ImagesToPDFLoadPreviewImageThread> previewThread;
     QPointer<ImagesToPDFPreviewDialog> previewDialog; ///< the last one, open or closed
 };

@@ -11,7 +11,7 @@
 
 namespace {
 
-// At the end of the program: for a large picture in hand, but not for a drive that is dead.
+// At the end of the program: for a large picture in flight, but not for a drive that is dead.
 constexpr int longestEndMs = 30'000;
 
 } // namespace

@@ -23,7 +23,7 @@ class ImagesToPDFProgressForm : public QWidget
 public:
     explicit ImagesToPDFProgressForm(ImagesToPDFForm *parent);
 
-    /// Ends a run that is still going on: after the files in hand.
+    /// Ends a run that is still going on, after the files in flight.
     ~ImagesToPDFProgressForm() override;
 
     /// @param files     sources, in list order

@@ -21,7 +21,7 @@ struct Progress
 {
     std::atomic<qint64> done = 0;
     std::atomic<qint64> total = 0;
-    std::atomic_bool cancelled = false; ///< set by the user; the copy in hand is dropped
+    std::atomic_bool cancelled = false; ///< set by the user; the copy in flight is dropped
 };
 
 /// Copies `source` with its modification time and permissions. False if the copy does not stand at `target`

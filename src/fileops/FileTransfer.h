@@ -19,13 +19,13 @@ public:
         Move
     };
 
-    /// Those who are asked and told.
+    /// Whom a transfer asks and tells.
     struct Surroundings
     {
         /// The folder that the user picks; empty to leave it.
         std::function<QString()> pickFolder;
 
-        /// Has the files run, from the first to the last question about them.
+        /// Makes what runs the files of one transfer; it lives until the last question about them.
         std::function<std::unique_ptr<FileRunner>()> makeRunner;
 
         /// A file has gone across in a move, and is about to go from its old place.

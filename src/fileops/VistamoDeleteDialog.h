@@ -14,7 +14,7 @@ namespace Ui {
 class VistamoDeleteDialog;
 }
 
-/// Asks before files go to the trash, and sends them there. The tick boxes have no function: every row goes.
+/// Asks before files go to the trash, and sends them there. The check boxes have no function: every row goes.
 class VistamoDeleteDialog : public QDialog
 {
     Q_OBJECT

@@ -70,7 +70,7 @@ public:
     /// The thumbnail of the file in a row, cut out of its square; null for no row.
     [[nodiscard]] QPixmap thumbnail(int row) const;
 
-    /// Has the list's view place its items anew: a row comes and goes.
+    /// Makes the list's view lay out its items again, by adding and removing a row.
     void reflow();
 
 signals:

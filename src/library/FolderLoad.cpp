@@ -160,7 +160,7 @@ void FolderLoad::makeAgain(const TThumbnailRequest &request, ThumbnailStoring st
     thumbnailMaker->makeAgain(currentGeneration, request, storing);
 }
 
-/// Gives threads that were told to stop a moment to end.
+/// Gives threads that were told to stop a second to end.
 void FolderLoad::waitForStoppedThreads()
 {
     refreshTimer.start();

@@ -67,8 +67,7 @@ public:
     /// Tells what the user is looking at: see `VistamoLoadThumbnailThread::setScrollPosition`.
     void setScrollPosition(float ratio, int files);
 
-    /// Makes a thumbnail once more whose picture is at hand no longer; not more at once than there are
-    /// processors.
+    /// Makes a thumbnail again whose picture was dropped; no more in flight than there are processors.
     [[nodiscard]] bool mayMakeAgain() const { return madeAgain < thumbnailMaker->processorCount(); }
     void makeAgain(const TThumbnailRequest &request, ThumbnailStoring storing);
 
@@ -83,7 +82,7 @@ signals:
     /// `path` has become the folder on show; its load is yet to begin.
     void shown(const QString &path);
 
-    /// The load of before was cut short for the next one: what it has found goes.
+    /// The previous load was cut short for the next one: what it has found goes.
     void cutShort();
     void began(Generation generation);
 

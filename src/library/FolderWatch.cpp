@@ -7,9 +7,9 @@
 
 namespace {
 
-// A storm of changes costs one reload after this much quiet, or this long after it began.
-constexpr int quietMs = 200;
-constexpr int longestStormMs = 2000;
+// Debounce: a storm of changes costs one reload after this much quiet, or this long after it began.
+constexpr int debounceMs = 200;
+constexpr int longestDebounceMs = 2000;
 
 } // namespace
 
@@ -17,8 +17,8 @@ FolderWatch::FolderWatch(QObject *parent)
     : QObject(parent)
 {
     connect(&directoryWatcher, &QFileSystemWatcher::directoryChanged, this, &FolderWatch::directoryChanged);
-    changeTimer.setSingleShot(true);
-    connect(&changeTimer, &QTimer::timeout, this, [this] { emit changed(changedPath); });
+    debounceTimer.setSingleShot(true);
+    connect(&debounceTimer, &QTimer::timeout, this, [this] { emit changed(changedPath); });
 }
 
 void FolderWatch::watch(const QString &path)
@@ -37,9 +37,9 @@ void FolderWatch::directoryModified(const QString &path, const QString &askedFor
 
 void FolderWatch::reportSoon(const QString &path)
 {
-    if (!changeTimer.isActive())
+    if (!debounceTimer.isActive())
         firstChange.start();
-    const qint64 left = longestStormMs - firstChange.elapsed();
-    changeTimer.start(static_cast<int>(std::clamp<qint64>(left, 0, quietMs)));
+    const qint64 left = longestDebounceMs - firstChange.elapsed();
+    debounceTimer.start(static_cast<int>(std::clamp<qint64>(left, 0, debounceMs)));
     changedPath = path;
 }

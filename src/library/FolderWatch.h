@@ -5,8 +5,8 @@
 #include <QObject>
 #include <QTimer>
 
-/// Watches the folders of the list, and says when the one on show is to be read again: a storm of changes is
-/// reported once, after a moment of quiet. GUI thread.
+/// Watches the folders of the list, and reports, debounced, when the one on show is to be read again. GUI
+/// thread.
 class FolderWatch : public QObject
 {
     Q_OBJECT
@@ -17,15 +17,14 @@ public:
     /// Watches a folder, from now to the end of the program.
     void watch(const QString &path);
 
-    /// Lets the next change pass unseen, since it is the program's own. It swallows one signal and is no
-    /// pause.
+    /// Ignores the next change, since it is the program's own: one signal, however long it takes to come.
     void skipNext() { skipDirModified = true; }
     void clearSkip() { skipDirModified = false; }
 
     /// A folder has changed: reported soon if it is the one last asked for, whatever the case.
     void directoryModified(const QString &path, const QString &askedFor);
 
-    /// Reports a change of `path` after a moment of quiet.
+    /// Reports a change of `path`, debounced.
     void reportSoon(const QString &path);
 
 signals:
@@ -38,7 +37,7 @@ signals:
 private:
     QFileSystemWatcher directoryWatcher;
     bool skipDirModified = false;
-    QTimer changeTimer; ///< runs while the folder on show changes
+    QTimer debounceTimer; ///< runs while the folder on show changes
     QElapsedTimer firstChange;
     QString changedPath;
 };

@@ -2,7 +2,7 @@
 
 #include <QHashFunctions>
 
-/// The number of a load of a folder. It tells late answers: those of an earlier generation are dropped.
+/// The number of a load of a folder. An answer of an earlier generation is late and is dropped.
 struct Generation
 {
     int value = 0;

@@ -11,7 +11,7 @@ class TTreeView : public QTreeView
 public:
     explicit TTreeView(QWidget *parent = nullptr);
 
-    /// Where the drop indicator is, as the base class tells its heirs.
+    /// Where the drop indicator is, as the base class tells its subclasses.
     enum class DropPlace
     {
         OnItem = OnItem,

@@ -38,7 +38,7 @@ public:
     /// The icon for an answer about the file of `record`.
     [[nodiscard]] QIcon icon(const ThumbnailAnswer &answer, const TFileRecord &record);
 
-    /// The square of `source`, scaled to `side` device pixels. Blank if the picture is not at hand: then it
+    /// The square of `source`, scaled to `side` device pixels. Blank if the picture is not there: then it
     /// is reported lost, or can be painted again later.
     [[nodiscard]] QPixmap square(const Source &source, int side);
 
@@ -46,7 +46,7 @@ public:
     /// have not been taken yet.
     [[nodiscard]] std::optional<Source> takeLost();
 
-    /// Drops all pixels, so that squares are made anew in the palette's colours.
+    /// Drops all pixels, so that squares are made again in the palette's colours.
     void clearSquares() { squares.clear(); }
 
     /// Drops all that is kept for icons that are gone.

@@ -11,7 +11,7 @@
 
 namespace {
 
-// The bounds on what is in hand are the maker's own; one thread more for each folder that hangs on a dead
+// The bounds on what is in flight are the maker's own; one thread more for each folder that hangs on a dead
 // drive.
 constexpr int mostThreads = 256;
 // Fast compression: the bytes are kept in memory only.
@@ -91,7 +91,7 @@ void ThumbnailMaker::make(Generation generation, const TThumbnailRequest &reques
         access->add(generation);
     }
     pool.start([this, generation, request, storing] {
-        Platform::standBack(); // a click on another folder comes first
+        Platform::lowerThreadPriority(); // a click on another folder comes first
         emit made(answerTo(generation, request, storing));
         auto access = inFlight.lock();
         access->remove(generation);

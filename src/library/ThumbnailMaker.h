@@ -31,8 +31,8 @@ Q_DECLARE_METATYPE(ThumbnailAnswer)
 /// Makes thumbnails from files on all processors and stores them in the database.
 ///
 /// Lives on the GUI thread; `make`, `waitForLoad` and `wake` may be called from any thread. A decode is never
-/// waited for when the folder changes: as many as there are processors may be in hand for a load, twice as
-/// many altogether, and a load that has none in hand may always start one.
+/// waited for when the folder changes: as many as there are processors may be in flight for a load, twice as
+/// many altogether, and a load that has none in flight may always start one.
 class ThumbnailMaker : public QObject
 {
     Q_OBJECT
@@ -43,28 +43,27 @@ public:
 
     [[nodiscard]] int processorCount() const { return processors; }
 
-    /// Starts on a request, waiting for a free place first, or gives it up once `stopped` is set; `wake`
-    /// makes a waiting thread look at it.
+    /// Starts a request. Back-pressure: waits first while too many are in flight, and gives up once `stopped`
+    /// is set; `wake` makes a waiting thread look at it.
     void make(Generation generation, const TThumbnailRequest &request, ThumbnailStoring storing,
               const std::atomic_bool &stopped);
 
-    /// Makes a thumbnail whose picture is at hand no longer, without waiting for a place: the caller sees to
-    /// it that they are few.
+    /// Makes a thumbnail again whose picture was dropped, without back-pressure: the caller keeps them few.
     void makeAgain(Generation generation, const TThumbnailRequest &request, ThumbnailStoring storing);
 
-    /// Waits until nothing is in hand for `load`, or `stopped` is set.
+    /// Waits until nothing is in flight for this load, or `stopped` is set.
     void waitForLoad(Generation generation, const std::atomic_bool &stopped);
 
     void wake();
 
-    /// Waits for all that is in hand, `milliseconds` at most. False if something is still going on then.
+    /// Waits for all that is in flight, `milliseconds` at most. False if something still is.
     [[nodiscard]] bool finish(int milliseconds) { return pool.waitForDone(milliseconds); }
 
 signals:
     void made(const ThumbnailAnswer &answer);
 
 private:
-    /// The decodes that are going on.
+    /// Counts decodes.
     struct InFlight
     {
         QHash<Generation, int> ofGeneration;

@@ -30,7 +30,7 @@ void Ticks::set(const QString &path, const QString &fileName, bool ticked)
         items.append({path, fileName, true});
     } else if (!ticked && tickedFiles.remove(key)) {
         items.removeIf([&](const TCheckedItem &item) {
-            // The name alone first: a key for each of many is dear.
+            // The name alone first: a key for each of many is costly.
             return item.fileName.compare(fileName, Qt::CaseInsensitive) == 0
                    && keyOf(item.path, item.fileName) == key;
         });

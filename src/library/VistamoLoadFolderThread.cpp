@@ -15,7 +15,7 @@ namespace {
 // On a slow disk a batch goes out after this time, however small it is.
 constexpr int longestSilenceMs = 300;
 constexpr int lookForStopMs = 10;
-// What the GUI thread takes in without a pause to be felt.
+// What the GUI thread takes in without a noticeable pause.
 constexpr int smoothBatch = 8192;
 
 TFileRecord recordOf(const QFileInfo &info, const QString &fullPath)
@@ -71,7 +71,7 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
     sincePublished.start();
     const auto turn = std::make_shared<QSemaphore>(1);
     const auto publish = [&] {
-        // One at a time: between two batches the window answers the user.
+        // Back-pressure: one batch in flight, and between two the window answers the user.
         while (!turn->tryAcquire(1, lookForStopMs) && !stopRequested) {
         }
         batch.turn = std::shared_ptr<void>(nullptr, [turn](void *) { turn->release(); });

@@ -10,7 +10,7 @@
 
 #include <memory>
 
-/// A piece of what the walk of a folder finds, in the order of the walk.
+/// A batch of what the walk of a folder finds, in the order of the walk.
 struct FoundFiles
 {
     Generation generation;
@@ -18,8 +18,8 @@ struct FoundFiles
     int firstRow = 0;
     QList<TFileRecord> records;
     QList<QFileInfo> infos;     ///< of the same files, with what the walk has read of them
-    bool complete = false;      ///< the walk has come to its end with these
-    std::shared_ptr<void> turn; ///< as long as anybody holds it, the walk sends nothing further
+    bool complete = false;      ///< the walk has ended with these
+    std::shared_ptr<void> turn; ///< back-pressure: while anybody holds it, the walk sends nothing further
 };
 Q_DECLARE_METATYPE(FoundFiles)
 

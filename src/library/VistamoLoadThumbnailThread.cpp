@@ -10,7 +10,7 @@
 
 namespace {
 
-// Answers travel together, so that the GUI thread is not woken ten thousand times a second.
+// Answers are sent in batches, so that the GUI thread is not woken ten thousand times a second.
 constexpr int answersTogether = 64;
 constexpr int longestDelayMs = 15;
 

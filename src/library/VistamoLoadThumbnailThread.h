@@ -32,7 +32,7 @@ public:
     /// No request will follow.
     void setEnumFinished();
 
-    /// Gives the load up. Decodes in hand go on in the maker.
+    /// Gives up the load. Decodes in flight go on in the maker.
     void stop() override;
 
 signals:

@@ -27,11 +27,11 @@ QColor Setting<QColor>::read(const QSettings &store) const;
 template <>
 void Setting<QColor>::write(QSettings &store, const QColor &value) const;
 
-/// The program's store, and that of the batch tools. Opened anew for each use.
+/// The program's store, and that of the batch tools. Opened again for each use.
 [[nodiscard]] QSettings programSettings();
 [[nodiscard]] QSettings batchSettings();
 
-/// Has both in files of this folder, whatever the system; for tests. Empty: where the system keeps settings.
+/// Keeps both in files of this folder on every system; for tests. Empty: where the system keeps settings.
 void setSettingsFolder(const QString &folder);
 
 /// In the program's store: the window, the browser and the viewer.

@@ -169,7 +169,7 @@ private slots:
     void pasteboardActionMenuClicked(bool checked);
     void on_exportCropImageButton_clicked();
 
-    // Gallery strip
+    // Strip
     void onClickListView(QModelIndex index);
     void on_galleryButton_clicked();
 

@@ -84,7 +84,7 @@ int SlideShowForm::nextIndex() const
     return imageIndex + 1 < VistamoGlobal::fileDataList.size() ? imageIndex + 1 : 0;
 }
 
-/// Has a picture decoded; a path that is not there gives none at once.
+/// Starts decoding a picture; an index beyond the list gives none at once.
 void SlideShowForm::load(int index)
 {
     stopLoader();
@@ -101,7 +101,7 @@ void SlideShowForm::load(int index)
     loader.start(QThread::InheritPriority);
 }
 
-/// Gives a decode up; one that does not end soon is left behind.
+/// Gives up the decode in flight; one that does not end soon is left behind.
 void SlideShowForm::stopLoader()
 {
     loader.end(QDeadlineTimer(longestEndMs));
@@ -119,7 +119,7 @@ void SlideShowForm::onLoaded(const QString &path, const QImage &image)
     refreshTimer->start(tickMs);
 }
 
-/// Puts the decoded picture up, and has the one after it decoded.
+/// Shows the decoded picture, and prefetches the one after it.
 void SlideShowForm::showLoaded()
 {
     imageIndex = loadingIndex;

@@ -20,8 +20,8 @@ class SlideShowForm;
 /// Shows the files of the folder on show one after the other, for ever, on the whole primary screen. Escape
 /// leaves it.
 ///
-/// The next picture is decoded in the background while the present one is up. If that takes longer, the
-/// present one stays and its seconds wait.
+/// The next picture is prefetched while the present one is up. If that takes longer, the present one stays
+/// and its seconds wait.
 class SlideShowForm : public QWidget
 {
     Q_OBJECT
@@ -30,7 +30,7 @@ public:
     explicit SlideShowForm(QWidget *parent);
     ~SlideShowForm() override;
 
-    /// Reads the options anew.
+    /// Reads the options again.
     void loadOptions();
 
     /// Begins with this entry of the list, or with the first if there is no such entry.

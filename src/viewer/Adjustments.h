@@ -5,7 +5,7 @@
 
 #include <QObject>
 
-/// The settings of the adjustments dialog, and the view through them, which is worked out in the background
+/// The settings of the adjustments dialog, and the view through them, which is computed in the background
 /// while the dialog is open. GUI thread.
 class Adjustments : public QObject
 {
@@ -29,10 +29,10 @@ public:
     /// @param ratio the screen's pixels to a device-independent one
     void request(const QPixmap &picture, int width, bool highQuality, qreal ratio);
 
-    /// The dialog closes: the picture with its settings in force.
+    /// The dialog closes: the picture with its settings applied.
     [[nodiscard]] QImage apply(const QImage &picture);
 
-    /// The dialog closes, and the settings go unused.
+    /// The dialog closes, and the settings are dropped.
     void cancel();
 
     /// At the end of the program: tells the thread to stop; waits for it.

@@ -31,7 +31,7 @@ constexpr int cropHandleSide = 10;
 /// The rectangle `crop` of the picture in pixels of the view. A scale that is no number gives null.
 [[nodiscard]] QRect cropRectOnView(const QRect &crop, double scaleFactor);
 
-/// What the pointer would take hold of.
+/// What a drag would start on under the pointer.
 struct CropHit
 {
     Qt::CursorShape cursor = Qt::ArrowCursor;

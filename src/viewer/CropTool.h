@@ -11,7 +11,7 @@
 class CropTool
 {
 public:
-    /// Keeps in mind how large the picture was that another one is about to replace; an empty size is none.
+    /// Remembers the size of the picture that is about to be replaced; nothing for an empty size.
     void setPreviousImageSize(QSize size);
 
     /// Keeps the rectangle for a picture as large as the one before, or makes it the middle quarter.
@@ -20,19 +20,19 @@ public:
     /// Pixels of the picture.
     [[nodiscard]] QRect rect() const { return cropRect; }
 
-    /// The rectangle in pixels of the view: what is drawn there, and taken hold of from then on.
+    /// The rectangle in pixels of the view: what is drawn there, and dragged from then on.
     QRect draw(double scaleFactor);
 
-    /// Sets a side or an extent of the rectangle. False if that is only what a spin box was told.
+    /// Sets a side or an extent of the rectangle. False, and nothing happens, during `updateSpinBoxes`.
     [[nodiscard]] bool set(void (QRect::*side)(int), int value);
 
-    /// As long as the result lives, the spin boxes follow and do not lead.
+    /// While the result lives, spin boxes show the rectangle and do not change it.
     [[nodiscard]] auto updateSpinBoxes() { return QScopedValueRollback(updatingCropRect, true); }
 
     /// The cursor for the pointer at `at`, pixels of the view; none during a drag.
     [[nodiscard]] std::optional<Qt::CursorShape> cursorAt(QPoint at);
 
-    /// Takes hold of what the present cursor promises.
+    /// Starts the drag that the cursor stands for.
     /// @param point the pointer on the screen
     void startDrag(Qt::CursorShape cursor, QPoint point);
 

@@ -8,7 +8,7 @@
 
 namespace {
 
-// A view of up to this many viewports is kept in pixels: it can be panned without painting anything anew.
+// A view of up to this many viewports is kept in pixels: it can be panned without painting anything again.
 constexpr qint64 viewportsKept = 2;
 
 constexpr qint64 area(QSize size)

@@ -13,7 +13,7 @@ class Exports : public QObject
 public:
     ~Exports() override { finish(); }
 
-    /// Has a picture written; the suffix of the path says the format. What stands there stays if it fails.
+    /// Starts writing a picture; the suffix of the path says the format. What stands there stays if it fails.
     void add(const QPixmap &picture, const QString &path);
 
     /// True until `finished`.

@@ -9,7 +9,7 @@ namespace {
 // The smooth view comes when this many ticks have passed without a fast one.
 constexpr int ticksToHighQuality = 10;
 constexpr int highQualityTickMs = 100;
-// An edited picture is reduced anew when it has been left alone for half of that time.
+// Debounce of the reduced copy of an edited picture: half of that time.
 constexpr int ticksToReducing = 5;
 
 } // namespace

@@ -11,9 +11,9 @@
 #include <functional>
 
 /// The picture that the viewer shows, with its edits, and how it is scaled for the view: at once while
-/// something changes, smoothly after a second of quiet. GUI thread.
+/// something changes, smoothly after a debounce of a second. GUI thread.
 ///
-/// After a change the view is either laid out anew (`refit`) or only drawn anew (`redraw`). Nothing is
+/// After a change the view is either laid out again (`refit`) or only drawn again (`redraw`). Nothing is
 /// painted here. The viewport is in device-independent pixels, `ratio` is the screen's pixels to one of
 /// these.
 class PictureView : public QObject
@@ -32,7 +32,7 @@ public:
     [[nodiscard]] ScaleMode mode() const { return imageScale; }
     void setMode(ScaleMode mode) { imageScale = mode; }
 
-    /// Puts another picture in place of the present one, and gives that back. The view waits for a verb.
+    /// Replaces the picture and gives the previous one; `refit` or `redraw` is to follow.
     QPixmap exchange(const QPixmap &picture);
 
     /// Turns the picture by a quarter. The view turns with it, and keeps its scale.
@@ -62,7 +62,7 @@ public:
     /// To be called at each tick: true if the smooth view is due.
     [[nodiscard]] bool countDown();
 
-    /// Begins to make the smaller copy of a large picture.
+    /// Starts making the smaller copy of a large picture.
     void reduce() { reducedPicture.want(selectedImage); }
 
 signals:

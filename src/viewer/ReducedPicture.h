@@ -11,7 +11,7 @@
 class ReducedPicture
 {
 public:
-    /// Begins to make the copy of `full`, unless there is one or the picture is not large.
+    /// Starts making the copy of `full`, unless there is one or the picture is not large.
     void want(const QPixmap &full);
 
     /// The copy, if it is ready and has enough pixels for a view of `device` pixels of the screen; else

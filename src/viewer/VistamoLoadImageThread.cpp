@@ -77,7 +77,7 @@ void VistamoLoadImageThread::run()
     helpers.waitForDone();
 }
 
-/// Has one more thread decode, if that makes sense.
+/// Lets one more thread decode, unless all are busy.
 void VistamoLoadImageThread::startHelper()
 {
     helpers.tryStart([this] { decodeInTurn(); });
@@ -103,7 +103,7 @@ void VistamoLoadImageThread::decodeInTurn()
     }
 }
 
-/// The oldest request and its turn. Waits for one as long as a picture is in hand somewhere; then nothing.
+/// The oldest request and its turn. Waits for one while a picture is in flight; then nothing.
 std::optional<ImageRequest> VistamoLoadImageThread::takeNext(qint64 &turn)
 {
     auto access = asked.lock();

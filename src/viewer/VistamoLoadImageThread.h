@@ -45,7 +45,7 @@ struct ImageRequest
 /// decoded side by side if several are asked for.
 ///
 /// The object is owned by its `Worker` and lives on the GUI thread; `run` is the worker's. It ends when
-/// nothing is waiting or in hand; what is added while it ends stays in `takeWaiting` for the next.
+/// nothing is waiting or in flight; what is added while it ends stays in `takeWaiting` for the next.
 class VistamoLoadImageThread : public StoppableThread
 {
     Q_OBJECT
@@ -53,20 +53,19 @@ class VistamoLoadImageThread : public StoppableThread
 public:
     explicit VistamoLoadImageThread(QObject *parent = nullptr);
 
-    /// Asks for a picture; a prefetched one is decoded again if the file has changed. With ten
-    /// waiting, the newest of them is passed over in its favour, so that a held arrow key does not pile up
-    /// work.
+    /// Asks for a picture; a prefetched one is decoded again if the file has changed. With ten waiting, the
+    /// newest of them is dropped in its favour, so that a held arrow key does not pile up work.
     void addFile(const ImageRequest &request);
 
-    /// What was not given, oldest first, but for the picture that a hanging thread hangs on.
+    /// What was not given, oldest first, except the picture that a hanging thread hangs on.
     QList<ImageRequest> takeWaiting();
 
-    /// True if no picture has come for so long that the drive of one in hand is taken for dead.
+    /// True if no picture has come for so long that the drive of one in flight is taken for dead.
     bool hangs() const;
 
     void stop() override;
 
-    /// How long without a picture that is, milliseconds: longer than one waits for memory. For tests to set.
+    /// After this long without a picture, milliseconds: longer than one waits for memory. For tests to set.
     static inline qint64 deadAfterMs = 30000;
 
 signals:

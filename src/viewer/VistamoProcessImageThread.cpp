@@ -11,7 +11,7 @@ namespace {
 // A view of a large picture in real size: 128 MB.
 constexpr qreal mostPixels = 32e6;
 
-/// The size in which a view is worked out: the screen's pixels, but never more than the picture has to give.
+/// The size in which a view is computed: the screen's pixels, but never more than the picture has to give.
 QSize workingSize(QSize view, qreal ratio, QSize full)
 {
     const qreal pixels = qreal(view.width()) * view.height();

@@ -93,7 +93,7 @@ private slots:
         QCOMPARE(events.count("removed"), 2);
     }
 
-    void changesAreReportedAfterAMomentOfQuiet()
+    void changesAreDebounced()
     {
         FolderWatch watch;
         QSignalSpy changed(&watch, &FolderWatch::changed);
@@ -105,7 +105,7 @@ private slots:
         QVERIFY(QFile::remove(path("b/0000.jpg")));
         QVERIFY(changed.wait());
         QCOMPARE(changed, QSignalSpy::QList({{path("b")}}));
-        // One change is swallowed, and only one.
+        // One change is ignored, and only one.
         watch.skipNext();
         watch.directoryModified(path("b"), path("b"));
         QVERIFY(!changed.wait(500));
@@ -115,7 +115,7 @@ private slots:
         watch.clearSkip();
         watch.directoryModified(path("b"), path("b"));
         QVERIFY(changed.wait());
-        // A storm is told of while it goes on.
+        // A storm is reported while it goes on.
         QTimer storm;
         connect(&storm, &QTimer::timeout, &watch, [&] { watch.reportSoon(path("b")); });
         storm.start(20);

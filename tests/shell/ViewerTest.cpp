@@ -38,7 +38,7 @@ private slots:
         QVERIFY(Pictures::difference(label->grab().toImage(), thumbnail) < 3);
     }
 
-    void smoothPassAwaitsASecondOfQuiet()
+    void smoothPassIsDebounced()
     {
         // A grid of single pixels, half as large: black and white while fast, grey when smooth.
         QImage grid(2000, 2000, QImage::Format_RGB32);

@@ -28,7 +28,7 @@ void ImagesToPDFForm::showPreviewImage(const QString &path, bool force)
     pendingPreviewForce = force;
     previewCountdown = ticksToWait;
     if (!updateTimer.isActive()) {
-        // Connected once more at each start: the wait gets shorter from one to the next, and is meant to.
+        // Connected once more at each start: the debounce gets shorter each time, as intended.
         connect(&updateTimer, SIGNAL(timeout()), SLOT(on_updateTimer()));
         updateTimer.start(tickMs);
     }

@@ -27,7 +27,7 @@ constexpr int deathsUntilPassedOver = 2;
 constexpr qsizetype slotCount = 32;
 constexpr qsizetype slotBytes = 4224; // the longest path of Linux, and two numbers
 constexpr qsizetype journalBytes = slotCount * slotBytes;
-// A suspect waits this long to be alone, and has the others wait this long: one that hangs holds up nobody.
+// A suspect waits this long to be alone, and the others wait this long for it: one that hangs blocks nobody.
 constexpr int longestAloneMs = 3000;
 
 /// What is known of a file that was being decoded when the program died.

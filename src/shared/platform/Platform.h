@@ -11,7 +11,7 @@ namespace Platform {
 /// system sets on the process (on Linux its control groups and resource limits).
 [[nodiscard]] qint64 usableMemory();
 
-/// Has the system write to the disk what was written to an open file. False if that failed.
+/// Flushes an open file to the disk. False if that failed.
 [[nodiscard]] bool flushToDisk(const QFileDevice &file);
 
 /// The same for the names in a folder, where the system knows it.
@@ -20,8 +20,8 @@ void flushFolder(const QString &path);
 /// Renames a file within its file system. False, with both as they were, if something stands at `to`.
 [[nodiscard]] bool renameToNew(const QString &from, const QString &to);
 
-/// Has the calling thread, from now on, stand back where others want the processor too.
-void standBack();
+/// Lowers the priority of the calling thread from now on.
+void lowerThreadPriority();
 
 /// Asks the user for a folder, modal, in the system's own dialog. `startFolder` is shown first if it exists.
 /// Gives an empty string if the user cancels, otherwise a path as the system writes it.

@@ -87,7 +87,7 @@ void Platform::flushFolder(const QString &path)
     close(folder);
 }
 
-void Platform::standBack()
+void Platform::lowerThreadPriority()
 {
 #ifdef Q_OS_LINUX
     constexpr int nice = 10;

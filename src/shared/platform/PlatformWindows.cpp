@@ -23,7 +23,7 @@ bool Platform::flushToDisk(const QFileDevice &file)
 // The log of the file system keeps its names in order.
 void Platform::flushFolder(const QString &) {}
 
-void Platform::standBack()
+void Platform::lowerThreadPriority()
 {
     SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_BELOW_NORMAL);
 }

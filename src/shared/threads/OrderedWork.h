@@ -15,7 +15,7 @@ template <typename Result>
 class OrderedWork
 {
 public:
-    /// @param atOnce threads, and also the most results that are kept
+    /// @param atOnce threads, and the most pieces in flight: for back-pressure ask `isFull`
     explicit OrderedWork(int atOnce)
         : atOnce(static_cast<size_t>(atOnce))
     {
@@ -34,7 +34,7 @@ public:
 
     void start(std::function<Result()> work)
     {
-        Q_ASSERT_X(!isFull(), "OrderedWork", qPrintable(QStringLiteral("%1 in hand").arg(pending.size())));
+        Q_ASSERT_X(!isFull(), "OrderedWork", qPrintable(QStringLiteral("%1 in flight").arg(pending.size())));
         const auto task = std::make_shared<std::packaged_task<Result()>>(std::move(work));
         pending.push_back(task->get_future());
         pool.start([task] { (*task)(); });
@@ -43,7 +43,7 @@ public:
     /// The oldest result, waited for. Not on an empty list.
     [[nodiscard]] Result takeNext()
     {
-        Q_ASSERT_X(!isEmpty(), "OrderedWork", "nothing in hand");
+        Q_ASSERT_X(!isEmpty(), "OrderedWork", "nothing in flight");
         Result result = pending.front().get();
         pending.pop_front();
         return result;

@@ -11,7 +11,7 @@
 /// The one-shot thread that does an object's work off the GUI thread: its start, its end, its stop, and the
 /// parting from one that hangs. GUI thread.
 ///
-/// Nothing of a thread that was parted with arrives any more, not even what was on its way.
+/// Nothing of a thread that was parted with arrives any more, not even signals in flight.
 template <typename Thread>
 class Worker
 {

@@ -22,8 +22,8 @@ void ThumbsForm::pasteboardActionMenuClicked(bool)
         [this] { QGuiApplication::clipboard()->setImage(pictureView.picture().toImage()); });
 }
 
-/// Asks for a path, which the next dialog begins at, and has the picture written there. It is the one that
-/// was on show before the question: arrow keys in the dialog step the viewer too.
+/// Asks for a path, at which the next dialog starts, and exports the picture there. It is the one that was on
+/// show before the question: arrow keys in the dialog step the viewer too.
 void ThumbsForm::exportImage(QPixmap picture)
 {
     const QString path = FileDialog::saveFileName(

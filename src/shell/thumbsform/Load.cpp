@@ -10,7 +10,7 @@ void ThumbsForm::loadFolder(const QString &path)
     folderLoad.show(path);
 }
 
-/// Makes the page that of a folder whose load begins.
+/// Prepares the page for a folder whose load begins.
 void ThumbsForm::onFolderShown(const QString &path)
 {
     ui->pathValueLabel->setText(path);
@@ -42,7 +42,7 @@ void ThumbsForm::onFilesFound(const FoundFiles &files)
         onRequestGetThumbnail(files.infos[i], files.firstRow + static_cast<int>(i));
 }
 
-/// Finds the file that the viewer shows again, once the list has been read anew.
+/// Finds the file that the viewer shows again, once the folder has been read again.
 void ThumbsForm::followShownFile()
 {
     const int row = pictureLoader.isClosed() ? -1 : fileList.rowOf(pictureLoader.shown());
@@ -93,7 +93,7 @@ void ThumbsForm::onThumbnailMade(const ThumbnailAnswer &answer)
         onLostPictures();
 }
 
-/// Has pictures made again that the list could not paint, a few at a time, the latest first.
+/// Makes pictures again that the list could not paint, a few at a time, the latest first.
 void ThumbsForm::onLostPictures()
 {
     while (folderLoad.mayMakeAgain()) {

@@ -44,8 +44,8 @@ private slots:
         QVERIFY(Files::write(killer, "another"));
         DecodeGuard::start(notes);
         {
-            const DecodeGuard::Decoding inHand(killer);
-            QVERIFY(inHand);
+            const DecodeGuard::Decoding inFlight(killer);
+            QVERIFY(inFlight);
             dieDecoding({other}); // takes nothing from an instance that lives
             QCOMPARE(QDir(notes).entryList({"*.journal"}, QDir::Files).size(), 2);
         }
@@ -112,7 +112,7 @@ int main(int argc, char *argv[])
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.value(1) == "--die") {
         DecodeGuard::start(arguments[2]);
-        const std::list<DecodeGuard::Decoding> inHand(arguments.cbegin() + 3, arguments.cend());
+        const std::list<DecodeGuard::Decoding> inFlight(arguments.cbegin() + 3, arguments.cend());
         _exit(7);
     }
     DecodeGuardTest test;

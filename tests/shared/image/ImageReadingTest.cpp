@@ -86,16 +86,16 @@ private slots:
     void picturesWaitForTheirShareOfMemory()
     {
         MemoryBudget::setBytes(100);
-        std::atomic_int inHand = 0;
+        std::atomic_int inFlight = 0;
         std::atomic_int most = 0;
         std::vector<std::jthread> threads;
         for (const qint64 bytes : {60, 60, 40, 500, 1, 99})
             threads.emplace_back([&, bytes] {
                 const MemoryBudget::Share share(bytes);
-                inHand += static_cast<int>(bytes);
-                most = std::max(most.load(), inHand.load());
+                inFlight += static_cast<int>(bytes);
+                most = std::max(most.load(), inFlight.load());
                 std::this_thread::sleep_for(std::chrono::milliseconds(30));
-                inHand -= static_cast<int>(bytes);
+                inFlight -= static_cast<int>(bytes);
             });
         threads.clear();     // waits for them
         QCOMPARE(most, 500); // decoded alone
