@@ -24,7 +24,7 @@ double milliseconds(const QElapsedTimer &time);
 /// A number of /proc/self/status in megabytes: "VmRSS" for the resident memory, "VmHWM" for its peak.
 double statusMegabytes(const QByteArray &key);
 
-/// Begins the peak of the resident memory anew.
+/// Resets the peak of the resident memory.
 void resetPeak();
 
 /// Runs the event loop until `done`, which is looked at every few milliseconds; milliseconds since `time`

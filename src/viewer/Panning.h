@@ -14,9 +14,9 @@ public:
     void begin(QPoint point) { imageDragPos = point; }
     void end() { imageDragPos.reset(); }
 
-    /// Follows the pointer there; nothing unless begun.
+    /// Follows the pointer there; nothing unless started.
     void moveTo(QPoint point, const QAbstractScrollArea &view);
 
 private:
-    std::optional<QPoint> imageDragPos; ///< where the pointer was last; nothing unless begun
+    std::optional<QPoint> imageDragPos; ///< where the pointer was last; nothing unless started
 };

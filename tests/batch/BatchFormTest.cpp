@@ -132,7 +132,7 @@ private slots:
             QMetaObject::invokeMethod(dialog, "onNeedToResizeImage", Q_ARG(int, step));
             QVERIFY(qAbs(percent() / fitted - 0.9) < 0.01);
         }
-        dialog->resize(600, 601); // fits anew
+        dialog->resize(600, 601); // fits again
         QTRY_COMPARE(percent(), fitted);
     }
 

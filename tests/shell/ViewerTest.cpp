@@ -236,7 +236,7 @@ private:
     QSize viewport() const { return program->find("scrollArea")->size() - QSize(16, 4); }
     void open(const QString &name) { program->open(rowOf(name)); }
     QString beforeLarge() const { return program->fileNames()[(rowOf("large.jpg") + 2) % 3]; }
-    /// The file decoded last, with none beside it: the journal keeps its entry but for a byte.
+    /// The file decoded last, with none beside it: the journal keeps all of its entry except a byte.
     static QString lastDecoded()
     {
         const QDir notes(VistamoGlobal().getThumbnailsFolder(), "decoding-*.journal");

@@ -30,7 +30,7 @@ inline QByteArray read(const QString &path)
 class FolderTest : public QObject
 {
 protected:
-    /// Begins anew, with these folders and nothing else.
+    /// Starts again with these folders and nothing else.
     void newFolder(const QStringList &folders = {})
     {
         folder = std::make_unique<QTemporaryDir>();
