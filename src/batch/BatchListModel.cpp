@@ -81,7 +81,7 @@ void BatchListModel::removeFiles(QList<int> rows)
 {
     std::sort(rows.begin(), rows.end(), std::greater());
     for (auto first = rows.cbegin(); first != rows.cend();) {
-        auto last = first; // of neighbours, which go at once
+        auto last = first; // of adjacent rows, which are removed at once
         while (std::next(last) != rows.cend() && *std::next(last) == *last - 1)
             ++last;
         removeRows(*last, *first - *last + 1);

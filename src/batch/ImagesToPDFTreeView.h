@@ -15,7 +15,8 @@ public:
     QString selectedPath; ///< the first selected file; only rows of images can be dragged
 
 signals:
-    /// What was dropped from outside. Nobody listens: files are added to an empty list, or by the button.
+    /// What was dropped from outside. Nothing is connected: files are added to an empty list, or by the
+    /// button.
     void addURLs(QList<QUrl> urls);
 
 protected:

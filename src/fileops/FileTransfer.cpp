@@ -45,7 +45,7 @@ void FileTransfer::overwrite(const QStringList &targets, const QStringList &sour
     for (qsizetype i = 0; i < targets.size() && !runner->isCancelled(); ++i) {
         qDebug() << "fileExistsList: " << targets[i];
         qDebug() << "fileSourceList: " << sources.value(i);
-        // What does not go across stays as it was.
+        // What cannot be transferred stays as it was.
         static_cast<void>(transferFile(*runner, sources.value(i), targets[i], FileCopy::Existing::Replace));
     }
     finish();
@@ -56,7 +56,7 @@ void FileTransfer::finish() const
     surroundings.tellSum(copiedFileCount, copyTargetFolder);
 }
 
-/// Copies one file, or moves it. False if it did not go across.
+/// Copies one file, or moves it. False if that failed.
 bool FileTransfer::transferFile(FileRunner &runner, const QString &source, const QString &target,
                                 FileCopy::Existing existing)
 {
@@ -68,7 +68,7 @@ bool FileTransfer::transferFile(FileRunner &runner, const QString &source, const
     ++copiedFileCount;
     if (moveMode == Mode::Move && !runner.isCancelled()) {
         surroundings.moved(source);
-        // A source that stays is one too many, but none too few.
+        // A source that stays is one file too many, never one too few.
         static_cast<void>(
             runner.run(source, [&](FileCopy::Progress &) { return FileCopy::removeCopied(source, target); }));
     }

@@ -8,7 +8,7 @@
 #include <functional>
 #include <memory>
 
-/// Copies files to a folder, or moves them there. What does not go across, because something stands in its
+/// Copies files to a folder, or moves them there. What cannot be transferred, because something stands in its
 /// place or for any other reason, is offered for overwriting. GUI thread.
 class FileTransfer
 {
@@ -28,13 +28,13 @@ public:
         /// Makes what runs the files of one transfer; it lives until the last question about them.
         std::function<std::unique_ptr<FileRunner>()> makeRunner;
 
-        /// A file has gone across in a move, and is about to go from its old place.
+        /// A file has been transferred in a move, and is about to be removed from its old place.
         std::function<void(const QString &source)> moved;
 
         /// Asks which of the targets to replace: `overwrite` with some of them, or `finish`.
         std::function<void(const QStringList &targets, const QStringList &sources)> offerToOverwrite;
 
-        /// So many files have gone across to the folder.
+        /// So many files have been transferred to the folder.
         std::function<void(int count, const QString &folder)> tellSum;
     };
 
@@ -47,7 +47,7 @@ public:
     /// Transfers what was offered and chosen: target n replaces what stands there by source n.
     void overwrite(const QStringList &targets, const QStringList &sources);
 
-    /// Tells the sum of what has gone across since `transfer`.
+    /// Tells the sum of the files transferred since `transfer`.
     void finish() const;
 
 private:

@@ -20,7 +20,7 @@ class FileList : public QObject
     Q_OBJECT
 
 public:
-    /// What the list asks of those who know it.
+    /// What the list asks for.
     struct Surroundings
     {
         /// True if the file is ticked; ticks come with the thumbnails.

@@ -17,7 +17,7 @@ struct TThumbnailRequest
 ///
 /// From the top as long as nothing was scrolled; after a scroll from 40 rows ahead of the row at the same
 /// proportion of the list onward, stepping back 50 places after every 101 so that the rows just above the
-/// screen fill in as well; at the end of the queue, backwards from the end. Not safe for threads.
+/// screen fill in as well; at the end of the queue, backwards from the end. Not thread-safe.
 class ThumbnailRequestQueue
 {
 public:

@@ -23,7 +23,7 @@ MainWindow::MainWindow(QWidget *parent)
     connect(thumbsForm, SIGNAL(changeTitle(QString)), SLOT(OnchangeTitle(QString)));
     connect(thumbsForm, SIGNAL(enterFullScreen()), SLOT(OnEnterFullScreen()));
     connect(thumbsForm, SIGNAL(exitFullScreen()), SLOT(OnExitFullScreen()));
-    // Refused by Qt with a warning, and wanted so: the form has no way to end the program.
+    // Refused by Qt with a warning, as intended: the form has no way to end the program.
     connect(thumbsForm, SIGNAL(closeApp()), SLOT(OnCloseApp()));
     thumbsForm->show();
 

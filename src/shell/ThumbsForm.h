@@ -52,7 +52,7 @@ public:
     /// Opens the viewer on a file.
     void loadImage(const QString &path);
 
-    /// Puts the theme's colours into force; reads the folder again.
+    /// Applies the theme's colours, and reads the folder again.
     void applyThemeChange();
 
     bool eventFilter(QObject *watched, QEvent *event) override;

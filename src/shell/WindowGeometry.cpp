@@ -23,7 +23,7 @@ QRect restoredGeometry(const StoredGeometry &stored, QSize screen)
     else if (w + x > screen.width())
         x = screen.width() - w;
 
-    // Compared with the width of the screen: wanted like this.
+    // Compared with the width of the screen, as intended.
     if (h < smallest.height())
         h = smallest.height();
     else if (h > screen.width())

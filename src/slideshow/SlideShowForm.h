@@ -17,7 +17,7 @@ namespace Ui {
 class SlideShowForm;
 }
 
-/// Shows the files of the folder on show one after the other, for ever, on the whole primary screen. Escape
+/// Shows the files of the folder on show one after the other, endlessly, on the whole primary screen. Escape
 /// leaves it.
 ///
 /// The next picture is prefetched while the present one is up. If that takes longer, the present one stays

@@ -64,7 +64,7 @@ QByteArray withoutPixels(QIODevice &file)
     return "RIFF" + length + chunks;
 }
 
-/// The XMP part of the library is not safe for threads without a lock of ours.
+/// The XMP part of the library is thread-safe only behind a lock of ours.
 void lockXmp(void *mutex, bool lock)
 {
     auto *const xmpMutex = static_cast<std::recursive_mutex *>(mutex);

@@ -3,7 +3,7 @@
 #include <QHash>
 #include <QString>
 
-/// What makes two paths one. No rule stands in for another: each user goes by its own.
+/// What makes two paths one. No rule can replace another: each user has its own.
 enum class PathRule
 {
     Exact,

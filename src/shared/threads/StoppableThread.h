@@ -9,7 +9,7 @@
 /// A worker that can be told to give up. It looks at `stopRequested` between two pieces of work.
 ///
 /// It is owned by a `Worker`. The static functions are the ways to part with one for good; they take null for
-/// none, and whoever was connected hears of it no more. GUI thread.
+/// none, and nothing receives its signals any more. GUI thread.
 class StoppableThread : public QThread
 {
     Q_OBJECT
