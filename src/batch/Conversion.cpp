@@ -1,5 +1,5 @@
 #include "batch/BatchRun.h"
-#include "batch/FilesInHand.h"
+#include "batch/FilesInFlight.h"
 #include "formats/gif/GifEncoder.h"
 #include "shared/image/ImageReading.h"
 #include "shared/platform/ReplacementFile.h"
@@ -74,10 +74,10 @@ ExistingTargets convertImages(const BatchRun &run, const RunObserver &observer)
 {
     qDebug() << "convertImages";
     ExistingTargets existing;
-    FilesInHand filesInHand(std::max(QThread::idealThreadCount(), 1));
+    FilesInFlight filesInFlight(std::max(QThread::idealThreadCount(), 1));
     for (const QString &source : run.sourceFiles) {
         const QString target = convertTarget(source, run.targetPath, run.targetExtension);
-        filesInHand.waitFor({source, target});
+        filesInFlight.waitFor({source, target});
         if (observer.isStopped())
             break;
         observer.fileBegins(source);
@@ -86,7 +86,7 @@ ExistingTargets convertImages(const BatchRun &run, const RunObserver &observer)
             existing.fileExistsList.append(target);
             existing.fileSourceList.append(source);
         } else {
-            filesInHand.start([source, target, &run] { convert(source, target, run); });
+            filesInFlight.start([source, target, &run] { convert(source, target, run); });
         }
     }
     return existing;

@@ -9,7 +9,7 @@
 ///
 /// Its owner, on the GUI thread, sets the members of the run before the start and leaves them alone from then
 /// on. No file is ever half written, and none is replaced but by a complete one. `stop` ends the run after
-/// the files in hand.
+/// the files in flight.
 class ImagesToPDFConvertThread : public StoppableThread, public BatchRun
 {
     Q_OBJECT

@@ -19,7 +19,7 @@
 
 namespace {
 
-// Pages that are made ready side by side may take this together; larger ones come one by one.
+// Pages that are prepared in parallel may take this together; larger ones come one by one.
 constexpr qint64 pagesBytes = 512LL * 1024 * 1024;
 // Qt's writer counts bytes in an int: beyond that the file's own table of contents is wrong.
 constexpr qint64 largestPdf = std::numeric_limits<int>::max();
@@ -35,7 +35,7 @@ QImage pageImage(const QString &path, QSize available, bool enlarge, bool smooth
                                 smooth ? Qt::SmoothTransformation : Qt::FastTransformation);
 }
 
-/// Gives a file, behind a link that which it points to, another name beside it. Its old and its new path, or
+/// Gives a file, or what a link points to, another name beside it. Its old and its new path, or
 /// nothing if that failed.
 std::optional<std::pair<QString, QString>> setAside(const QString &path)
 {

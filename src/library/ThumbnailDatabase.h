@@ -59,7 +59,7 @@ void setFileName(const QString &fileName);
 /// if the query failed.
 [[nodiscard]] bool complete(TThumbnailRecord &record, const QString &tableName, const QSqlDatabase &db);
 
-/// The stored thumbnail, over the calling worker's own connection; nothing but for a hit.
+/// The stored thumbnail, over the calling worker's own connection; nothing for a miss.
 [[nodiscard]] std::optional<Stored> find(const TThumbnailRecord &record);
 
 /// Adds a row for the record, whose image is encoded. A record without `resolution` is refused by the table.

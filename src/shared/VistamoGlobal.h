@@ -18,7 +18,7 @@ struct TFileRecord
     QString fileName;
     QString path;            ///< the folder
     QString fullPath;        ///< the folder as it was asked for, "/" and the file name
-    int thumbnailWidth = 0;  ///< pixels; part of the record, set by nobody
+    int thumbnailWidth = 0;  ///< pixels; part of the record, nothing sets it
     int thumbnailHeight = 0; ///< pixels; as above
     qint64 size = 0;         ///< bytes
     QDateTime accessTime;
@@ -59,8 +59,8 @@ struct TSourceFile
 /// What the forms share: the variables of the process and a few small operations on them.
 ///
 /// The class has no state of its own, so a temporary serves to call an operation. The GUI thread alone
-/// touches the variables; workers are given copies, but for the list of extensions and the name of the table,
-/// which stay as they are once the program has started.
+/// touches the variables; workers are given copies, except for the list of extensions and the name of the
+/// table, which stay as they are once the program has started.
 class VistamoGlobal
 {
 public:

@@ -240,10 +240,10 @@ private slots:
         QTRY_VERIFY(text("pathValueLabel").startsWith("Total: 300 ") && bar->maximum() > 0);
         bar->setValue(bar->maximum() / 2);
         memory.reset();
-        const int inHand = QThread::idealThreadCount() + 1; // before that
-        QTRY_VERIFY(made("c").size() >= 60 + inHand);
+        const int inFlight = QThread::idealThreadCount() + 1; // before that
+        QTRY_VERIFY(made("c").size() >= 60 + inFlight);
         int there = 0;
-        for (const QString &name : made("c").first(60 + inHand))
+        for (const QString &name : made("c").first(60 + inFlight))
             there += qAbs(program->fileNames().indexOf(QFileInfo(name).fileName()) - 160) <= 55;
         QVERIFY(there >= 60);
     }

@@ -11,22 +11,22 @@
 
 /// Does work on files on several threads as if it were done in order: two pieces that share a file never run
 /// side by side. For one thread, which gives the work.
-class FilesInHand
+class FilesInFlight
 {
 public:
     /// @param atOnce threads
-    explicit FilesInHand(int atOnce) { pool.setMaxThreadCount(atOnce); }
+    explicit FilesInFlight(int atOnce) { pool.setMaxThreadCount(atOnce); }
 
-    /// Waits until a thread is free and none of the files is in hand. Two paths that differ in case only, or
-    /// by links, count as one file.
+    /// Back-pressure: waits until a thread is free and none of the files is in flight. Two paths that differ
+    /// in case only, or by links, count as one file.
     void waitFor(const QStringList &files);
 
-    /// Starts on what `waitFor` has waited for.
+    /// Starts the work on the files of the last `waitFor`.
     void start(std::function<void()> work);
 
 private:
     using Names = QSet<ResolvedCaselessPath>;
-    struct InHand
+    struct InFlight
     {
         Names files;
         int running = 0;
@@ -38,6 +38,6 @@ private:
     };
 
     Names next; ///< what was waited for last
-    Guarded<InHand> inHand;
+    Guarded<InFlight> inFlight;
     QThreadPool pool; // last: its end waits for what is still being done
 };
