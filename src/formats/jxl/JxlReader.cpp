@@ -1,5 +1,6 @@
 #include "formats/jxl/JxlReader.h"
 
+#include "formats/BlackInk.h"
 #include "formats/jxl/JxlColour.h"
 #include "formats/jxl/ProcessorShare.h"
 
@@ -78,14 +79,12 @@ bool hasFewFrames(QIODevice &device)
 template <typename Sample>
 void darken(QImage &image, const QImage &black)
 {
-    constexpr quint32 most = std::numeric_limits<Sample>::max();
     const auto samples = image.depth() / static_cast<int>(8 * sizeof(Sample));
     for (int y = 0; y < image.height(); ++y) {
         const auto *ink = reinterpret_cast<const Sample *>(black.constScanLine(y));
         auto *pixel = reinterpret_cast<Sample *>(image.scanLine(y));
         for (int x = 0; x < image.width(); ++x, ++ink, pixel += samples)
-            std::transform(pixel, pixel + 3, pixel,
-                           [&](Sample s) { return static_cast<Sample>(quint32(s) * *ink / most); });
+            std::transform(pixel, pixel + 3, pixel, [ink](Sample s) { return underBlack(s, *ink); });
     }
 }
 

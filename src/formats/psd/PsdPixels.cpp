@@ -1,4 +1,5 @@
 #include "formats/psd/PsdPixels.h"
+#include "formats/BlackInk.h"
 #include "formats/Packing.h"
 
 #include <QDataStream>
@@ -124,8 +125,8 @@ QRgba64 fromRgb(const quint16 *samples)
 
 QRgba64 fromCmyk(const quint16 *samples)
 {
-    const quint32 paper = samples[3]; // the inks are stored as what they leave of the paper's white
-    const auto inked = [paper](quint32 ink) { return static_cast<quint16>(ink * paper / full); };
+    // The inks are stored as what they leave of the paper's white.
+    const auto inked = [paper = samples[3]](quint16 ink) { return underBlack(ink, paper); };
     return QRgba64::fromRgba64(inked(samples[0]), inked(samples[1]), inked(samples[2]), full);
 }
 
