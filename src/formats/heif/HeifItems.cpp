@@ -2,6 +2,7 @@
 
 #include "formats/heif/HeifBits.h"
 #include "formats/heif/HeifCodedSize.h"
+#include "formats/heif/HeifLimits.h"
 
 #include <QIODevice>
 
@@ -9,17 +10,13 @@
 #include <map>
 #include <vector>
 
-using Heif::Bits;
+using Heif::Bits, Heif::mostBoxes, Heif::mostItems, Heif::mostParts, Heif::mostPlaces;
 
 namespace {
 
 constexpr qint64 mostMetadata = 16 * 1024 * 1024; // bytes
-constexpr int mostBoxes = 100000;                 // of the file, a few for each item
-constexpr quint64 mostItems = 20000;              // as libheif has it
-constexpr quint64 mostPlaces = 64;                // of one item
 constexpr int mostUnits = 20000;                  // of coded data in the file
 constexpr int mostReferences = 100000;            // between items, of all kinds
-constexpr int mostParts = 10000;                  // of all pictures, with the parts of their parts
 constexpr int mostDepth = 8;                      // an overlay of grids with alpha takes 4
 constexpr qint64 mostArea = qint64(1) << 40;      // pixels; sums of it stay in range
 

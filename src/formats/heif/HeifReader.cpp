@@ -3,6 +3,7 @@
 #include "formats/ClampToAlpha.h"
 #include "formats/heif/HeifColour.h"
 #include "formats/heif/HeifItems.h"
+#include "formats/heif/HeifLimits.h"
 
 #include <QImageReader>
 #include <QSysInfo>
@@ -55,6 +56,7 @@ namespace {
 
 constexpr int headerBytes = 256;         // room for more brands than any writer lists
 constexpr qint64 megabyte = 1024 * 1024; // unit of QImageReader's limit
+constexpr int leastBytesPerPixel = 4;    // as Qt counts: most pictures take as much sooner or later
 constexpr int mostThumbnails = 16;
 
 /// How the pixels of a picture are asked for, so that they need no further copy.
@@ -92,8 +94,7 @@ int bytesPerPixel(QImage::Format format)
 bool withinLimit(QSize size, QImage::Format format)
 {
     const qint64 limit = QImageReader::allocationLimit();
-    // Qt counts at least four bytes a pixel: most pictures take as much sooner or later.
-    const int each = std::max(4, bytesPerPixel(format));
+    const int each = std::max(leastBytesPerPixel, bytesPerPixel(format));
     const qint64 bytes = static_cast<qint64>(size.width()) * size.height() * each;
     return !size.isEmpty() && (limit <= 0 || bytes <= limit * megabyte);
 }
@@ -196,21 +197,36 @@ bool HeifReader::open()
         device = &buffered;
     }
     start = device->pos();
-    const std::optional<QSize> found = Heif::largestPicture(*device, start);
-    if (!found || !device->seek(start))
-        return false;
-    largest = *found;
     try {
         Heif::initialise();
         context.reset(heif_context_alloc());
         heif_image_handle *handle = nullptr;
-        if (context && Heif::isOk(heif_context_read_from_reader(context.get(), &access, this, nullptr))
+        if (context && limitCost()
+            && Heif::isOk(heif_context_read_from_reader(context.get(), &access, this, nullptr))
             && Heif::isOk(heif_context_get_primary_image_handle(context.get(), &handle)))
             primary.reset(handle);
     } catch (const std::exception &) {
         primary.reset();
     }
     return primary != nullptr;
+}
+
+bool HeifReader::limitCost()
+{
+#if LIBHEIF_HAVE_VERSION(1, 19, 0)
+    heif_security_limits *const limits = heif_context_get_security_limits(context.get());
+    if (const qint64 limit = QImageReader::allocationLimit(); limit > 0)
+        limits->max_image_size_pixels = static_cast<uint64_t>(limit * megabyte / leastBytesPerPixel);
+    limits->max_number_of_tiles = Heif::mostParts;
+    limits->max_items = Heif::mostItems;
+    limits->max_iloc_extents_per_item = Heif::mostPlaces;
+    limits->max_children_per_box = Heif::mostBoxes;
+    return true;
+#else
+    const std::optional<QSize> largest = Heif::largestPicture(*device, start);
+    tooLarge = largest && !withinLimit(*largest, QImage::Format_RGB888);
+    return largest && device->seek(start);
+#endif
 }
 
 QSize HeifReader::size()
@@ -244,9 +260,7 @@ Heif::Handle HeifReader::thumbnailFor(QSize scaled) const
 
 QImage HeifReader::read(QSize scaled)
 {
-    if (!open() || sizeOf(*primary).isEmpty())
-        return {};
-    if (!withinLimit(largest, QImage::Format_RGB888))
+    if (!open() || tooLarge || sizeOf(*primary).isEmpty())
         return {};
     try {
         const bool scales = !scaled.isEmpty() && scaled != sizeOf(*primary);

@@ -32,13 +32,14 @@ public:
 
 private:
     [[nodiscard]] bool open();
+    [[nodiscard]] bool limitCost(); ///< of decoding; false for a file that is refused for it
     [[nodiscard]] Heif::Handle thumbnailFor(QSize scaled) const;
 
     QIODevice *device;
     QBuffer buffered; ///< what a device held that cannot seek
     qint64 start = 0;
     bool opened = false;
-    QSize largest; ///< of all pictures in the file, as their data has them
+    bool tooLarge = false; ///< some picture in the file, as its data has it
     Heif::Context context;
     Heif::Handle primary;
 
