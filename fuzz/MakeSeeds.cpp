@@ -107,7 +107,8 @@ void makeTiffSeeds(const QString &folder)
         for (const int planes : {PLANARCONFIG_CONTIG, PLANARCONFIG_SEPARATE})
             for (const int samples : {1, 4})
                 for (const int compression : {COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE})
-                    for (const auto &[bits, format] : {std::pair(12, SAMPLEFORMAT_UINT),
+                    for (const auto &[bits, format] : {std::pair(8, SAMPLEFORMAT_UINT),
+                                                       {12, SAMPLEFORMAT_UINT},
                                                        {16, SAMPLEFORMAT_UINT},
                                                        {32, SAMPLEFORMAT_IEEEFP}})
                         TiffFiles::make(folder + '/' + QString::number(seed++),

@@ -21,7 +21,9 @@ QByteArray stored(quint16 value, const TiffFiles::Kind &kind)
         return kind.bits == 16   ? bytesOf(qfloat16(float(number)))
                : kind.bits == 32 ? bytesOf(float(number))
                                  : bytesOf(number);
-    return kind.bits == 32 ? bytesOf(quint32(value) << 16) : bytesOf(value);
+    return kind.bits == 32  ? bytesOf(quint32(value) << 16)
+           : kind.bits == 8 ? bytesOf(quint8(value >> 8))
+                            : bytesOf(value);
 }
 
 /// A row of samples of 12 bits out of one of 16.

@@ -5,8 +5,7 @@
 
 #include <tiff.h>
 
-/// TIFF files as scanners, raw converters and laboratories write them, made by libtiff: more than 8 bits a
-/// channel.
+/// TIFF files as scanners, raw converters and laboratories write them, made by libtiff.
 namespace TiffFiles {
 
 struct Kind

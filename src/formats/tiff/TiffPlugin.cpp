@@ -10,37 +10,48 @@ namespace {
 class TiffHandler : public QImageIOHandler
 {
 public:
-    bool canRead() const override
-    {
-        const qint64 position = device()->pos();
-        const bool needed = TiffReader::isNeeded(*device());
-        return device()->seek(position) && needed;
-    }
+    bool canRead() const override { return !source().size().isEmpty(); }
+
     bool read(QImage *image) override
     {
-        *image = picture().image;
+        *image = source().read();
         return !image->isNull();
     }
-    bool supportsOption(ImageOption option) const override { return option == ImageTransformation; }
+
+    bool supportsOption(ImageOption option) const override
+    {
+        return option == Size || option == ImageFormat || option == ImageTransformation;
+    }
+
     QVariant option(ImageOption option) const override
     {
-        return option == ImageTransformation ? QVariant(int(picture().transformation)) : QVariant();
+        switch (option) {
+        case Size:
+            return source().size();
+        case ImageFormat:
+            return source().imageFormat();
+        case ImageTransformation:
+            return int(source().transformation());
+        default:
+            return {};
+        }
     }
 
 private:
-    const TiffReader::Picture &picture() const
+    const TiffReader &source() const
     {
-        if (!decoded)
-            decoded = TiffReader::read(*device());
-        return *decoded;
+        if (!reader)
+            reader.emplace(*device());
+        return *reader;
     }
 
-    mutable std::optional<TiffReader::Picture> decoded;
+    mutable std::optional<TiffReader> reader;
 };
 
 } // namespace
 
-/// Stands in for Qt's own TIFF plug-in where that fails, and so is used only where it is asked for by name.
+/// Reads TIFF files, where it is asked for by name: Qt's own plug-in has theirs, and takes some kinds for
+/// others.
 class TiffPlugin : public QImageIOPlugin
 {
     Q_OBJECT

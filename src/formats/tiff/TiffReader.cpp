@@ -1,10 +1,10 @@
 #include "formats/tiff/TiffReader.h"
 
+#include "formats/BlackInk.h"
 #include "formats/ClampToAlpha.h"
 
 #include <QColorSpace>
 #include <QFloat16>
-#include <QImageReader>
 #include <QIODevice>
 
 #include <tiffio.h>
@@ -13,6 +13,7 @@
 #include <cmath>
 #include <cstdarg>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -21,14 +22,14 @@ namespace {
 // Colours, transparency, and a few channels of the program that made the file.
 constexpr int mostSamples = 16;
 
-using File = std::unique_ptr<TIFF, decltype(&TIFFClose)>;
+constexpr uint16_t unknown = 0xffff; ///< in place of a photometric interpretation
 
 QIODevice &deviceOf(thandle_t handle)
 {
     return *static_cast<QIODevice *>(handle);
 }
 
-File open(QIODevice &device)
+TIFF *open(QIODevice &device)
 {
     const TIFFReadWriteProc read = [](thandle_t handle, void *bytes, tmsize_t length) -> tmsize_t {
         return deviceOf(handle).read(static_cast<char *>(bytes), length);
@@ -52,19 +53,17 @@ File open(QIODevice &device)
                                                                                    TIFFOpenOptionsFree);
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), silence, nullptr);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), silence, nullptr);
-    return File(TIFFClientOpenExt("picture", "rm", &device, read, write, seek, close, size, nullptr, nullptr,
-                                  options.get()),
-                TIFFClose);
+    return TIFFClientOpenExt("picture", "rm", &device, read, write, seek, close, size, nullptr, nullptr,
+                             options.get());
 #else
-    return File(TIFFClientOpen("picture", "rm", &device, read, write, seek, close, size, nullptr, nullptr),
-                TIFFClose);
+    return TIFFClientOpen("picture", "rm", &device, read, write, seek, close, size, nullptr, nullptr);
 #endif
 }
 
+/// The value of a tag, or what stands for it in a file without.
 template <typename Value>
-Value tag(TIFF *file, uint32_t name)
+Value tag(TIFF *file, uint32_t name, Value value = {})
 {
-    Value value{};
     TIFFGetFieldDefaulted(file, name, &value);
     return value;
 }
@@ -114,10 +113,10 @@ bool isInProportion(TIFF *file)
            && TIFFTileSize(file) <= most / std::max<qint64>(TIFFNumberOfTiles(file), 1);
 }
 
-/// How many of a pixel's samples make its colour; 0 if their meaning is not known.
+/// How many of a pixel's samples make its colour; 0 if they are an index, or their meaning is not known.
 int coloursOf(TIFF *file)
 {
-    switch (tag<uint16_t>(file, TIFFTAG_PHOTOMETRIC)) {
+    switch (tag<uint16_t>(file, TIFFTAG_PHOTOMETRIC, unknown)) {
     case PHOTOMETRIC_MINISBLACK:
     case PHOTOMETRIC_MINISWHITE:
         return 1;
@@ -130,42 +129,111 @@ int coloursOf(TIFF *file)
     }
 }
 
-/// Samples of more than 8 bits, brought to 16.
-class DeepPicture
+/// The format for samples that are put in order, before they are brought to the one wanted.
+QImage::Format inOrder(QImage::Format wanted)
+{
+    switch (wanted) {
+    case QImage::Format_RGB32:
+        return QImage::Format_RGBX8888;
+    case QImage::Format_ARGB32:
+        return QImage::Format_RGBA8888;
+    case QImage::Format_ARGB32_Premultiplied:
+        return QImage::Format_RGBA8888_Premultiplied;
+    default:
+        return wanted;
+    }
+}
+
+/// The picture as it is stored. Samples of more than 8 bits are brought to 16.
+class StoredPicture
 {
 public:
-    explicit DeepPicture(TIFF *file)
+    explicit StoredPicture(TIFF *file)
         : file(file)
         , size(sizeOf(file))
         , samples(tag<uint16_t>(file, TIFFTAG_SAMPLESPERPIXEL))
         , bits(tag<uint16_t>(file, TIFFTAG_BITSPERSAMPLE))
         , sampleFormat(tag<uint16_t>(file, TIFFTAG_SAMPLEFORMAT))
-        , photometric(tag<uint16_t>(file, TIFFTAG_PHOTOMETRIC))
+        , photometric(tag<uint16_t>(file, TIFFTAG_PHOTOMETRIC, unknown))
         , separate(tag<uint16_t>(file, TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE)
     {
     }
 
-    bool isDeep() const
+    QImage::Format format() const
     {
-        const bool whole = sampleFormat == SAMPLEFORMAT_UINT && ((bits > 8 && bits <= 16) || bits == 32);
-        const bool floating = sampleFormat == SAMPLEFORMAT_IEEEFP && (bits == 16 || bits == 32 || bits == 64);
-        return (whole || floating) && colours > 0 && samples >= colours;
+        switch (alpha) {
+        case Alpha::Premultiplied:
+            return deep ? QImage::Format_RGBA64_Premultiplied : QImage::Format_ARGB32_Premultiplied;
+        case Alpha::Straight:
+            return deep ? QImage::Format_RGBA64 : QImage::Format_ARGB32;
+        case Alpha::None:
+            break;
+        }
+        if (samples == 1 && bits == 1 && colours == 1)
+            return QImage::Format_Mono;
+        if (samples == 1 && bits == 8
+            && (photometric == PHOTOMETRIC_MINISWHITE || photometric == PHOTOMETRIC_PALETTE))
+            return QImage::Format_Indexed8;
+        if (colours == 1)
+            return deep ? QImage::Format_Grayscale16 : QImage::Format_Grayscale8;
+        return deep ? QImage::Format_RGBX64 : QImage::Format_RGB32;
     }
 
     QImage read()
     {
-        const uint16_t kind = samples > colours ? alphaKind(file) : uint16_t(EXTRASAMPLE_UNSPECIFIED);
-        const bool hasAlpha = kind == EXTRASAMPLE_ASSOCALPHA || kind == EXTRASAMPLE_UNASSALPHA;
-        const QImage::Format format = kind == EXTRASAMPLE_ASSOCALPHA   ? QImage::Format_RGBA64_Premultiplied
-                                      : kind == EXTRASAMPLE_UNASSALPHA ? QImage::Format_RGBA64
-                                      : colours == 1                   ? QImage::Format_Grayscale16
-                                                                       : QImage::Format_RGBX64;
-        if (!QImageIOHandler::allocateImage(size, format, &image))
+        const int depth = QImage::toPixelFormat(format()).bitsPerPixel();
+        if (samples == 1 && depth == bits && depth <= 8)
+            return readWith(&StoredPicture::copy, format());
+        if (sampled && bits == 8 && colours == 3 && !separate)
+            return readWith(&StoredPicture::putRgb, format());
+        if (sampled)
+            return readWith(deep ? &StoredPicture::put<uint16_t> : &StoredPicture::put<uint8_t>,
+                            inOrder(format()));
+        return readPlain();
+    }
+
+private:
+    enum class Alpha
+    {
+        None,
+        Straight,
+        Premultiplied
+    };
+
+    using Put = void (StoredPicture::*)(const uchar *row, QPoint at, int count, int plane);
+
+    /// True if its samples are read one by one. Of 8 and 16 bits the sign is passed over.
+    bool isSampled() const
+    {
+        const bool floating = sampleFormat == SAMPLEFORMAT_IEEEFP && (bits == 16 || bits == 32 || bits == 64);
+        const bool whole = sampleFormat != SAMPLEFORMAT_IEEEFP && (bits == 8 || bits == 16);
+        const bool other = sampleFormat == SAMPLEFORMAT_UINT && ((bits > 8 && bits < 16) || bits == 32);
+        return (floating || whole || other) && colours > 0 && samples >= colours;
+    }
+
+    Alpha alphaOf() const
+    {
+        switch (sampled && samples > colours ? alphaKind(file) : uint16_t(EXTRASAMPLE_UNSPECIFIED)) {
+        case EXTRASAMPLE_ASSOCALPHA:
+            return Alpha::Premultiplied;
+        case EXTRASAMPLE_UNASSALPHA:
+            return Alpha::Straight;
+        default: // of four 8-bit samples most programs take the last for alpha
+            return sampled && !deep && colours == 3 && samples > 3 ? Alpha::Straight : Alpha::None;
+        }
+    }
+
+    QImage readWith(Put put, QImage::Format putFormat)
+    {
+        if (!QImageIOHandler::allocateImage(size, putFormat, &image))
             return {};
+        if (putFormat == QImage::Format_Mono || putFormat == QImage::Format_Indexed8)
+            image.setColorTable(colourTable());
         image.fill(Qt::black);
-        alphaSample = hasAlpha ? colours : -1;
-        planes = separate ? colours + hasAlpha : 1; // what else the file has is not looked at
-        if (sampleFormat == SAMPLEFORMAT_IEEEFP && colours == 1) {
+        alphaSample = alpha == Alpha::None ? -1 : colours;
+        if (separate) // what else the file has is not looked at
+            planes = std::max(colours, 1) + (alphaSample > 0);
+        if (sampleFormat == SAMPLEFORMAT_IEEEFP && colours == 1 && deep) {
             // Measurements have ranges of their own.
             readAll([this](const uchar *row, QPoint, int count, int plane) {
                 if (plane == 0)
@@ -174,15 +242,51 @@ public:
         }
         bool found = false;
         readAll([&](const uchar *row, QPoint at, int count, int plane) {
-            put(row, at, count, plane);
+            (this->*put)(row, at, count, plane);
             found = true;
         });
-        if (kind == EXTRASAMPLE_ASSOCALPHA)
+        if (alpha == Alpha::Premultiplied && deep)
             clampToAlpha<uint16_t>(image);
+        else if (alpha == Alpha::Premultiplied)
+            clampToAlpha<uint8_t>(image);
+        image.convertTo(format());
         return found ? image : QImage();
     }
 
-private:
+    /// Anything else, as libtiff makes 8 bits of it.
+    QImage readPlain()
+    {
+        char why[1024];
+        TIFFRGBAImage picture;
+        if (TIFFRGBAImageOK(file, why) != 1 || TIFFRGBAImageBegin(&picture, file, 0, why) != 1)
+            return {};
+        picture.req_orientation = picture.orientation; // turned by the caller
+        if (QImageIOHandler::allocateImage(size, QImage::Format_RGBX8888, &image)) {
+            image.fill(Qt::black);
+            TIFFRGBAImageGet(&picture, reinterpret_cast<uint32_t *>(image.bits()), picture.width,
+                             picture.height);
+            image.convertTo(format());
+        }
+        TIFFRGBAImageEnd(&picture);
+        return image;
+    }
+
+    /// The colours of a palette, without the lower half of their 16 bits, or of greys.
+    QList<QRgb> colourTable() const
+    {
+        const int most = (1 << bits) - 1;
+        QList<QRgb> table(most + 1);
+        uint16_t *red = nullptr;
+        uint16_t *green = nullptr;
+        uint16_t *blue = nullptr;
+        const bool isPalette = colours == 0 && TIFFGetField(file, TIFFTAG_COLORMAP, &red, &green, &blue) == 1;
+        for (int i = 0; i <= most; ++i) {
+            const int grey = (photometric == PHOTOMETRIC_MINISWHITE ? most - i : i) * 255 / most;
+            table[i] = isPalette ? qRgb(red[i] >> 8, green[i] >> 8, blue[i] >> 8) : qRgb(grey, grey, grey);
+        }
+        return table;
+    }
+
     int samplesTogether() const { return separate ? 1 : samples; }
 
     /// Gives `take` the rows of all tiles or of the picture: their bytes, place, count of pixels and plane.
@@ -202,11 +306,14 @@ private:
         if (static_cast<qint64>(row.size() - spareBytes) * 8
             < static_cast<qint64>(size.width()) * samplesTogether() * bits)
             return;
+        const auto stripHeight = static_cast<int>(std::clamp<uint32_t>(
+            tag<uint32_t>(file, TIFFTAG_ROWSPERSTRIP), 1, static_cast<uint32_t>(size.height())));
         for (int plane = 0; plane < planes; ++plane) {
             for (int y = 0; y < size.height(); ++y) {
-                if (TIFFReadScanline(file, row.data(), y, static_cast<uint16_t>(plane)) != 1)
-                    break;
-                take(row.data(), QPoint(0, y), size.width(), plane);
+                if (TIFFReadScanline(file, row.data(), y, static_cast<uint16_t>(plane)) == 1)
+                    take(row.data(), QPoint(0, y), size.width(), plane);
+                else
+                    y += stripHeight - 1 - y % stripHeight;
             }
         }
     }
@@ -219,6 +326,7 @@ private:
         const tmsize_t rowBytes = TIFFTileRowSize(file);
         // A tile may stand over the edge, but not be much larger than the picture.
         if (width < 1 || height < 1 || width > 2 * size.width() + 4096 || height > 2 * size.height() + 4096
+            || (bits == 1 && width % 8 != 0)
             || rowBytes * 8 < static_cast<qint64>(width) * samplesTogether() * bits
             || TIFFTileSize(file) < rowBytes * height)
             return;
@@ -227,7 +335,7 @@ private:
             for (int top = 0; top < size.height(); top += height) {
                 for (int left = 0; left < size.width(); left += width) {
                     if (TIFFReadTile(file, tile.data(), left, top, 0, static_cast<uint16_t>(plane)) < 0)
-                        return;
+                        continue;
                     for (int y = 0; y < std::min(height, size.height() - top); ++y)
                         take(tile.data() + y * rowBytes, QPoint(left, top + y),
                              std::min(width, size.width() - left), plane);
@@ -284,33 +392,59 @@ private:
         }
     }
 
-    /// Puts a row of `count` pixels in place; of separate planes, the samples of one.
+    /// Puts a row of `count` pixels in place that are kept as they are stored.
+    void copy(const uchar *row, QPoint at, int count, int)
+    {
+        std::memcpy(image.scanLine(at.y()) + at.x() * bits / 8, row,
+                    (static_cast<size_t>(count) * bits + 7) / 8);
+    }
+
+    /// The most frequent kinds: red, green, blue and perhaps alpha of 8 bits each.
+    void putRgb(const uchar *row, QPoint at, int count, int)
+    {
+        auto *const to = reinterpret_cast<QRgb *>(image.scanLine(at.y())) + at.x();
+        if (alpha == Alpha::None)
+            for (int i = 0; i < count; ++i, row += samples)
+                to[i] = qRgb(row[0], row[1], row[2]);
+        else
+            for (int i = 0; i < count; ++i, row += samples)
+                to[i] = qRgba(row[0], row[1], row[2], row[3]);
+    }
+
+    /// Puts samples in place, of 8 bits or brought to 16; of separate planes, those of one.
+    template <typename Sample>
     void put(const uchar *row, QPoint at, int count, int plane)
     {
-        const int stride = image.depth() / 16;
-        auto *to =
-            reinterpret_cast<uint16_t *>(image.scanLine(at.y())) + static_cast<size_t>(stride) * at.x();
-        const uint16_t invert =
-            photometric == PHOTOMETRIC_MINISWHITE || photometric == PHOTOMETRIC_SEPARATED ? 0xffff : 0;
+        const int stride = image.depth() / (8 * int(sizeof(Sample)));
+        auto *const line =
+            reinterpret_cast<Sample *>(image.scanLine(at.y())) + static_cast<size_t>(stride) * at.x();
+        const bool inverted = photometric == PHOTOMETRIC_MINISWHITE || photometric == PHOTOMETRIC_SEPARATED;
+        const Sample invert = inverted ? std::numeric_limits<Sample>::max() : 0;
         const int together = samplesTogether();
-        for (int i = 0; i < count; ++i, to += stride) {
-            for (int offset = 0; offset < together; ++offset) {
-                const int sample = plane + offset;
-                if (sample >= colours && sample != alphaSample)
-                    break;
-                const uint16_t value =
-                    sampleAt(row, static_cast<qsizetype>(i) * together + offset, sample != alphaSample);
-                if (sample == alphaSample)
-                    to[3] = value;
-                else if (colours == 1)
-                    std::fill_n(to, std::min(stride, 3), uint16_t(value ^ invert));
-                else if (sample < 3)
-                    to[sample] = value ^ invert;
-                else // black ink
-                    std::transform(to, to + 3, to, [&](uint32_t colour) {
-                        return static_cast<uint16_t>(colour * (value ^ invert) / 0xffff);
-                    });
-            }
+        for (int offset = 0; offset < together; ++offset) {
+            const int sample = plane + offset;
+            if (sample >= colours && sample != alphaSample)
+                break;
+            const auto each = [&](auto set) {
+                Sample *to = line;
+                for (int i = 0; i < count; ++i, to += stride) {
+                    const qsizetype index = static_cast<qsizetype>(i) * together + offset;
+                    set(to, sizeof(Sample) == 1 ? row[index] : sampleAt(row, index, sample != alphaSample));
+                }
+            };
+            if (sample == alphaSample)
+                each([](Sample *to, Sample value) { to[3] = value; });
+            else if (colours == 1)
+                each([=](Sample *to, Sample value) {
+                    std::fill_n(to, std::min(stride, 3), Sample(value ^ invert));
+                });
+            else if (sample < 3)
+                each([=](Sample *to, Sample value) { to[sample] = value ^ invert; });
+            else // black ink
+                each([=](Sample *to, Sample value) {
+                    for (int colour = 0; colour < 3; ++colour)
+                        to[colour] = underBlack(to[colour], Sample(value ^ invert));
+                });
         }
     }
 
@@ -325,6 +459,9 @@ private:
     const uint16_t photometric;
     const bool separate;
     const int colours = coloursOf(file); ///< how many of the samples make the colour
+    const bool sampled = isSampled();
+    const bool deep = sampled && bits > 8;
+    const Alpha alpha = alphaOf();
     double lowest = 0;
     double highest = 1;
     QImage image;
@@ -332,51 +469,59 @@ private:
     int planes = 1;
 };
 
-/// Anything else, as libtiff makes 8 bits of it.
-QImage readPlain(TIFF *file)
+/// Dots a metre; 0 if the file has none in a unit of length.
+int resolution(TIFF *file, uint32_t name)
 {
-    char why[1024];
-    TIFFRGBAImage picture;
-    QImage image;
-    if (TIFFRGBAImageOK(file, why) != 1 || TIFFRGBAImageBegin(&picture, file, 0, why) != 1)
-        return image;
-    picture.req_orientation = picture.orientation; // turned by the caller
-    const auto format = picture.alpha ? QImage::Format_RGBA8888_Premultiplied : QImage::Format_RGBX8888;
-    if (QImageIOHandler::allocateImage(sizeOf(file), format, &image)) {
-        image.fill(Qt::black);
-        TIFFRGBAImageGet(&picture, reinterpret_cast<uint32_t *>(image.bits()), picture.width, picture.height);
-    }
-    TIFFRGBAImageEnd(&picture);
-    if (coloursOf(file) == 1 && !picture.alpha) // as its profile expects
-        image.convertTo(QImage::Format_Grayscale8);
-    return image;
+    const auto unit = tag<uint16_t>(file, TIFFTAG_RESOLUTIONUNIT);
+    const double perMetre = unit == RESUNIT_CENTIMETER ? 100 : unit == RESUNIT_INCH ? 100 / 2.54 : 0;
+    const double dots = static_cast<double>(tag<float>(file, name)) * perMetre;
+    return dots > 0 && dots < 1e9 ? qRound(dots) : 0;
+}
+
+QColorSpace profileOf(TIFF *file)
+{
+    uint32_t length = 0;
+    void *profile = nullptr;
+    const bool isCmyk = tag<uint16_t>(file, TIFFTAG_PHOTOMETRIC) == PHOTOMETRIC_SEPARATED;
+    if (isCmyk || TIFFGetField(file, TIFFTAG_ICCPROFILE, &length, &profile) != 1 || length == 0)
+        return {};
+    return QColorSpace::fromIccProfile(QByteArray(static_cast<const char *>(profile), int(length)));
 }
 
 } // namespace
 
-bool TiffReader::isNeeded(QIODevice &device)
+TiffReader::TiffReader(QIODevice &device)
+    : file(open(device))
 {
-    const File file = open(device);
-    return file
-           && (DeepPicture(file.get()).isDeep()
-               || tag<uint16_t>(file.get(), TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE);
+    if (file
+        && (sizeOf(file.get()).isEmpty() || tag<uint16_t>(file.get(), TIFFTAG_SAMPLESPERPIXEL) > mostSamples
+            || !isInProportion(file.get())))
+        file.reset();
 }
 
-TiffReader::Picture TiffReader::read(QIODevice &device)
+QSize TiffReader::size() const
 {
-    const File file = open(device);
-    if (!file || sizeOf(file.get()).isEmpty()
-        || tag<uint16_t>(file.get(), TIFFTAG_SAMPLESPERPIXEL) > mostSamples || !isInProportion(file.get()))
+    return file ? sizeOf(file.get()) : QSize();
+}
+
+QImage::Format TiffReader::imageFormat() const
+{
+    return file ? StoredPicture(file.get()).format() : QImage::Format_Invalid;
+}
+
+QImageIOHandler::Transformations TiffReader::transformation() const
+{
+    return file ? transformationOf(tag<uint16_t>(file.get(), TIFFTAG_ORIENTATION))
+                : QImageIOHandler::TransformationNone;
+}
+
+QImage TiffReader::read() const
+{
+    if (!file)
         return {};
-    DeepPicture deep(file.get());
-    Picture picture{deep.isDeep() ? deep.read() : readPlain(file.get()),
-                    transformationOf(tag<uint16_t>(file.get(), TIFFTAG_ORIENTATION))};
-    uint32_t length = 0;
-    void *profile = nullptr;
-    const bool isCmyk = tag<uint16_t>(file.get(), TIFFTAG_PHOTOMETRIC) == PHOTOMETRIC_SEPARATED;
-    if (!isCmyk && TIFFGetField(file.get(), TIFFTAG_ICCPROFILE, &length, &profile) == 1 && length > 0) {
-        picture.image.setColorSpace(
-            QColorSpace::fromIccProfile(QByteArray(static_cast<const char *>(profile), int(length))));
-    }
-    return picture;
+    QImage image = StoredPicture(file.get()).read();
+    image.setDotsPerMeterX(resolution(file.get(), TIFFTAG_XRESOLUTION));
+    image.setDotsPerMeterY(resolution(file.get(), TIFFTAG_YRESOLUTION));
+    image.setColorSpace(profileOf(file.get()));
+    return image;
 }

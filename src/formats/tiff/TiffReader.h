@@ -3,24 +3,39 @@
 #include <QImage>
 #include <QImageIOHandler>
 
+#include <tiffio.h>
+
+#include <memory>
+
 class QIODevice;
 
-/// Reads the TIFF files that Qt's plug-in leaves out: 16 bits a channel, in strips or tiles, in one plane or
+/// Reads the first picture of a TIFF file: up to 16 bits a channel, in strips or tiles, in one plane or
 /// several, and whatever else libtiff makes 8 bits of.
-namespace TiffReader {
-
-/// A picture as it is stored, and how it is to be turned.
-struct Picture
+class TiffReader
 {
-    QImage image; ///< null if there is none, or if it is above the allocation limit
-    QImageIOHandler::Transformations transformation = QImageIOHandler::TransformationNone;
+public:
+    /// Reads from `device`, which can be searched, stays the caller's and must live as long.
+    explicit TiffReader(QIODevice &device);
+
+    /// Pixels of the picture as it is stored, from the header. Empty if the file is broken, or asks for
+    /// memory or time out of proportion.
+    [[nodiscard]] QSize size() const;
+
+    /// The format in which the picture is read, from the header. Invalid where the size is empty.
+    [[nodiscard]] QImage::Format imageFormat() const;
+
+    /// How the picture is to be turned, from the header.
+    [[nodiscard]] QImageIOHandler::Transformations transformation() const;
+
+    /// The picture as it is stored, with its colour profile and resolution. What cannot be decoded of it
+    /// stays black or transparent. Null if there is none, or if it is above QImageReader's allocation limit.
+    [[nodiscard]] QImage read() const;
+
+private:
+    struct Close
+    {
+        void operator()(TIFF *file) const { TIFFClose(file); }
+    };
+
+    std::unique_ptr<TIFF, Close> file; ///< null if it is broken or refused
 };
-
-/// True for a kind of file that Qt's plug-in would take for another: separate planes, 16 bits a channel.
-[[nodiscard]] bool isNeeded(QIODevice &device);
-
-/// The first picture of the file at the device, which can be searched, with its colour profile. What cannot
-/// be decoded of it stays black or transparent.
-[[nodiscard]] Picture read(QIODevice &device);
-
-} // namespace TiffReader

@@ -64,6 +64,11 @@ public:
         , reader(decoding ? path : QString())
         , ignored(decoding ? ignoredOrientation(path) : QImageIOHandler::TransformationNone)
     {
+        if (reader.format() == "tiff") { // Qt's plug-in takes some kinds for others
+            reader.setFileName(path);    // and so lets go of the plug-in
+            reader.setFormat("orrelan-tiff");
+            reader.setAutoDetectImageFormat(false);
+        }
         reader.setAutoTransform(true);
     }
 
@@ -91,7 +96,7 @@ public:
             return {};
         auto share = std::make_unique<const MemoryBudget::Share>(bytesToDecode());
         const QByteArray format = reader.format();
-        QImage image = format == "tiff" ? readTiff() : oriented(reader.read(), ignored);
+        QImage image = oriented(reader.read(), ignored);
         if (format == "png" && isUsualGamma(image.colorSpace()) && !pngHasProfile(reader.fileName()))
             image.setColorSpace(QColorSpace::SRgb);
         return {std::move(image), std::move(share)};
@@ -129,32 +134,10 @@ private:
 
     int bytesOfPixel() const
     {
-        if (reader.format() == "tiff" && needsOurTiff())
-            return 8; // whatever Qt's plug-in says
         // Of a broken file, Qt's JPEG plug-in says what happens to stand in its memory.
         const QImage::Format format = reader.imageFormat();
         const bool isKnown = format > QImage::Format_Invalid && format < QImage::NImageFormats;
         return std::max(isKnown ? QImage::toPixelFormat(format).bitsPerPixel() / 8 : 0, 4);
-    }
-
-    /// Qt's TIFF plug-in takes some kinds for others: ours stands in.
-    bool needsOurTiff() const
-    {
-        QImageReader ours(reader.fileName(), "orrelan-tiff");
-        ours.setAutoDetectImageFormat(false);
-        return ours.canRead();
-    }
-
-    /// Qt's plug-in fails with some kinds that it should read: ours stands in for these too.
-    QImage readTiff()
-    {
-        const QImage image = needsOurTiff() ? QImage() : reader.read();
-        if (!image.isNull())
-            return image;
-        QImageReader ours(reader.fileName(), "orrelan-tiff");
-        ours.setAutoDetectImageFormat(false);
-        ours.setAutoTransform(true);
-        return ours.read();
     }
 
     /// The orientation that the format's plug-in leaves out.
