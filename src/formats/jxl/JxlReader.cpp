@@ -106,7 +106,7 @@ public:
 
     bool isThere() const { return index.has_value(); }
 
-    /// Has the decoder put it into a plane of this object. False if it will not, or for want of memory.
+    /// Tells the decoder to put it into a plane of this object. False if it will not, or for want of memory.
     bool receive(JxlDecoder &decoder, const JxlPixelFormat &format, QSize size)
     {
         const bool deep = format.data_type == JXL_TYPE_UINT16;

@@ -79,7 +79,7 @@ public:
         return turned() ? stored.transposed() : stored;
     }
 
-    /// Has the decoder scale the upright picture. False if it cannot; then nothing changes.
+    /// Tells the decoder to scale the upright picture. False if it cannot; then nothing changes.
     bool scaleTo(QSize size)
     {
         if (!reader.supportsOption(QImageIOHandler::ScaledSize))
