@@ -191,7 +191,7 @@ void measureSteps(const Program &program, const QString &folder)
         program.label.repaint();
         tenSteps.append(milliseconds(time));
     }
-    print("step to a neighbour that was decoded ahead", median(neighbour), "ms");
+    print("step to a prefetched neighbour", median(neighbour), "ms");
     print("ten plain reads", median(tenReads), "ms");
     print("ten quick steps", median(tenSteps), "ms");
     print("ten quick steps, times ten plain reads", median(tenSteps) / median(tenReads), "");
