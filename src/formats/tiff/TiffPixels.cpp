@@ -97,14 +97,16 @@ public:
     QImage read()
     {
         const int depth = QImage::toPixelFormat(format()).bitsPerPixel();
+        QImage stored;
         if (samples == 1 && depth == bits && depth <= 8)
-            return readWith(&StoredPicture::copy, format());
-        if (sampled && bits == 8 && colours == 3 && !separate)
-            return readWith(&StoredPicture::putRgb, format());
-        if (sampled)
-            return readWith(deep ? &StoredPicture::put<uint16_t> : &StoredPicture::put<uint8_t>,
-                            inOrder(format()));
-        return readPlain();
+            stored = readWith(&StoredPicture::copy, format());
+        else if (sampled && bits == 8 && colours == 3 && !separate)
+            stored = readWith(&StoredPicture::putRgb, format());
+        else if (sampled)
+            stored = readWith(deep ? &StoredPicture::put<uint16_t> : &StoredPicture::put<uint8_t>,
+                              inOrder(format()));
+        // Some codecs give whole strips alone.
+        return stored.isNull() ? readPlain() : stored;
     }
 
 private:
@@ -176,14 +178,17 @@ private:
         if (TIFFRGBAImageOK(file, why) != 1 || TIFFRGBAImageBegin(&picture, file, 0, why) != 1)
             return {};
         picture.req_orientation = picture.orientation; // turned by the caller
+        bool found = false;
+        image = QImage();
         if (QImageIOHandler::allocateImage(size, QImage::Format_RGBX8888, &image)) {
             image.fill(Qt::black);
-            TIFFRGBAImageGet(&picture, reinterpret_cast<uint32_t *>(image.bits()), picture.width,
-                             picture.height);
+            found = TIFFRGBAImageGet(&picture, reinterpret_cast<uint32_t *>(image.bits()), picture.width,
+                                     picture.height)
+                    == 1;
             image.convertTo(format());
         }
         TIFFRGBAImageEnd(&picture);
-        return image;
+        return found ? image : QImage();
     }
 
     /// The colours of a palette, without the lower half of their 16 bits, or of greys.

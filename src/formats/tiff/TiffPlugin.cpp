@@ -50,8 +50,8 @@ private:
 
 } // namespace
 
-/// Reads TIFF files, where it is asked for by name: Qt's own plug-in has theirs, and takes some kinds for
-/// others.
+/// Reads TIFF files, where it is asked for by name: Qt's own plug-in holds the key "tiff", and takes some
+/// kinds for others.
 class TiffPlugin : public QImageIOPlugin
 {
     Q_OBJECT

@@ -15,7 +15,7 @@
 namespace {
 
 // Colours, transparency, and a few channels of the program that made the file.
-constexpr int mostSamples = 16;
+constexpr int mostSamples = 64;
 
 QIODevice &deviceOf(thandle_t handle)
 {

@@ -28,7 +28,8 @@ public:
     [[nodiscard]] QImageIOHandler::Transformations transformation() const;
 
     /// The picture as it is stored, with its colour profile and resolution. What cannot be decoded of it
-    /// stays black or transparent. Null if there is none, or if it is above QImageReader's allocation limit.
+    /// stays black, or white in a fax. Null if nothing can, or if it is above QImageReader's allocation
+    /// limit.
     [[nodiscard]] QImage read() const;
 
 private:
