@@ -66,12 +66,18 @@ void bindSizeAndTime(QSqlQuery &query, const TThumbnailRecord &record)
     query.bindValue(QStringLiteral(":creationTime"), record.creationTime.toString(Qt::TextDate));
 }
 
+/// The statements that the calling thread has prepared.
+std::map<QString, QSqlQuery> &preparedStatements()
+{
+    static QThreadStorage<std::map<QString, QSqlQuery>> statements;
+    return statements.localData();
+}
+
 /// The statement over this connection as the calling thread has prepared it; null if it cannot be prepared,
 /// and `error` says why. Where a connection is removed, its statements go with its driver.
 QSqlQuery *prepared(const QSqlDatabase &db, const QString &statement, QSqlError *error)
 {
-    static QThreadStorage<std::map<QString, QSqlQuery>> statements;
-    auto &ofThread = statements.localData();
+    auto &ofThread = preparedStatements();
     auto known = ofThread.find(statement);
     if (known != ofThread.end() && known->second.driver() == db.driver())
         return &known->second;
@@ -81,6 +87,17 @@ QSqlQuery *prepared(const QSqlDatabase &db, const QString &statement, QSqlError 
         return nullptr;
     }
     return &ofThread.insert_or_assign(statement, std::move(query)).first->second;
+}
+
+/// Runs a prepared statement. One that fails is prepared anew the next time: it may have died with a
+/// connection that was closed.
+[[nodiscard]] bool run(QSqlQuery &query, QSqlError *error)
+{
+    if (query.exec())
+        return true;
+    *error = query.lastError();
+    preparedStatements().erase(query.lastQuery());
+    return false;
 }
 
 [[nodiscard]] bool insert(const TThumbnailRecord &record, const QByteArray &jpeg, const QString &tableName,
@@ -95,10 +112,10 @@ QSqlQuery *prepared(const QSqlDatabase &db, const QString &statement, QSqlError 
     bindSizeAndTime(*query, record);
     query->bindValue(QStringLiteral(":image"), jpeg);
     query->bindValue(QStringLiteral(":date"), today.year() * 100 + today.month());
-    const bool done = query->exec();
-    *error = query->lastError();
-    query->finish(); // so that it holds no lock and no memory
-    return done;
+    if (!run(*query, error))
+        return false;
+    query->finish(); // so that it holds no lock
+    return true;
 }
 
 /// A worker thread's own connection.
@@ -258,12 +275,12 @@ ThumbnailDatabase::Outcome ThumbnailDatabase::find(const TThumbnailRecord &recor
         return failure(error);
     query->bindValue(QStringLiteral(":fullPath"), record.fullPath);
     bindSizeAndTime(*query, record);
-    if (!query->exec())
-        return failure(query->lastError());
+    if (!run(*query, &error))
+        return failure(error);
     const bool hasRow = query->next();
     if (hasRow)
         found = {query->value(0).toByteArray(), query->value(1).toString()};
-    query->finish(); // so that it holds no lock and no memory
+    query->finish(); // so that it holds no lock
     return hasRow ? Outcome::Found : Outcome::Missing;
 }
 

@@ -58,6 +58,11 @@ private slots:
         QVERIFY(global.addThumbnail(record, table, db));
         TThumbnailRecord found = keyOf(path);
         QVERIFY(global.getThumbnail(found, table, db));
+        db.close();
+        QVERIFY(ThumbnailDatabase::open(db, 1000));
+        static_cast<void>(global.getThumbnail(found, table, db)); // finds out that its statement has died
+        found.resolution.clear();
+        QVERIFY(global.getThumbnail(found, table, db));
         QCOMPARE(found.resolution, record.resolution);
         QVERIFY(!global.addThumbnail(keyOf("/broken.jpg"), table, db)); // without a picture
         QVERIFY(Pictures::difference(found.image, record.image) < 3);
