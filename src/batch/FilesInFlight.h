@@ -10,7 +10,7 @@
 #include <functional>
 
 /// Does work on files on several threads as if it were done in order: two pieces that share a file never run
-/// side by side. For one thread, which gives the work.
+/// in parallel. For one thread, which gives the work.
 class FilesInFlight
 {
 public:

@@ -17,7 +17,7 @@ class VistamoLoadThumbnailThread : public StoppableThread
     Q_OBJECT
 
 public:
-    /// @param load  handed back with each answer
+    /// @param generation  handed back with each answer
     /// @param maker must outlive the thread
     VistamoLoadThumbnailThread(Generation generation, ThumbnailMaker *maker, QObject *parent = nullptr);
 

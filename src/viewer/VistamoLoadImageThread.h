@@ -42,7 +42,7 @@ struct ImageRequest
 };
 
 /// Decodes pictures for the viewer, and gives them in the order in which they were asked for. Several are
-/// decoded side by side if several are asked for.
+/// decoded in parallel if several are asked for.
 ///
 /// The object is owned by its `Worker` and lives on the GUI thread; `run` is the worker's. It ends when
 /// nothing is waiting or in flight; what is added while it ends stays in `takeWaiting` for the next.

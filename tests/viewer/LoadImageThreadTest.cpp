@@ -8,7 +8,7 @@
 #include <QGuiApplication>
 #include <QSignalSpy>
 
-/// Pictures that are decoded side by side, by threads that the viewer starts and leaves.
+/// Pictures that are decoded in parallel, by threads that the viewer starts and leaves.
 class LoadImageThreadTest : public FolderTest
 {
     Q_OBJECT

@@ -2,7 +2,7 @@
 
 #include <QtGlobal>
 
-/// Keeps pictures that are decoded side by side from taking all memory: each takes its share of one budget,
+/// Keeps pictures that are decoded in parallel from taking all memory: each takes its share of one budget,
 /// and waits while the others leave too little. Safe from any thread.
 namespace MemoryBudget {
 
