@@ -89,9 +89,11 @@ QImage Pictures::decoded(QByteArray bytes, QSize scaled)
     return image;
 }
 
-void Pictures::save(const QString &path, QSize size, int orientation)
+void Pictures::save(const QString &path, QSize size, int orientation, const QColorSpace &colours)
 {
-    QVERIFY2(asStored(quarters(size), orientation).save(path, nullptr, 95), qPrintable(path));
+    QImage image = asStored(quarters(size), orientation);
+    image.setColorSpace(colours);
+    QVERIFY2(image.save(path, nullptr, 95), qPrintable(path));
     if (orientation == 1)
         return;
     const auto file = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QColorSpace>
 #include <QImage>
 #include <QString>
 
@@ -30,8 +31,9 @@ QByteArray encoded(const QImage &image, const QByteArray &format, int quality = 
 QImage decoded(QByteArray bytes, QSize scaled = {});
 
 /// `quarters` in a file, stored so that the given EXIF orientation (1 to 8) shows it upright. The format is
-/// that of the suffix.
-void save(const QString &path, QSize size = QSize(60, 40), int orientation = 1);
+/// that of the suffix, the profile that of the colour space, if any.
+void save(const QString &path, QSize size = QSize(60, 40), int orientation = 1,
+          const QColorSpace &colours = {});
 
 /// Files "0000.jpg" and so on in `folder`.
 void saveMany(const QString &folder, int count, QSize size = QSize(60, 40));

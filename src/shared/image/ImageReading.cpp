@@ -29,12 +29,14 @@ bool swapsSides(QImageIOHandler::Transformations transformation)
 /// The image turned and mirrored. Qt's order: mirrored or flipped first, then turned by 90 degrees clockwise.
 QImage oriented(QImage image, QImageIOHandler::Transformations transformation)
 {
+    const QColorSpace colours = image.colorSpace(); // lost by a turn of Qt's
     const bool mirrored = transformation.testFlag(QImageIOHandler::TransformationMirror);
     const bool flipped = transformation.testFlag(QImageIOHandler::TransformationFlip);
     if (mirrored || flipped)
         image = std::move(image).mirrored(mirrored, flipped);
     if (swapsSides(transformation))
         image = image.transformed(QTransform().rotate(90));
+    image.setColorSpace(colours);
     return image;
 }
 
@@ -69,7 +71,6 @@ public:
             reader.setFormat("orrelan-tiff");
             reader.setAutoDetectImageFormat(false);
         }
-        reader.setAutoTransform(true);
     }
 
     /// Size of the upright picture, or an empty size if the format does not tell before it is read.
@@ -96,7 +97,8 @@ public:
             return {};
         auto share = std::make_unique<const MemoryBudget::Share>(bytesToDecode());
         const QByteArray format = reader.format();
-        QImage image = oriented(reader.read(), ignored);
+        QImage image = oriented(oriented(reader.read(), reader.transformation()), ignored);
+        image.setDevicePixelRatio(1); // which Qt reads out of names like "a@2x.png"
         if (format == "png" && isUsualGamma(image.colorSpace()) && !pngHasProfile(reader.fileName()))
             image.setColorSpace(QColorSpace::SRgb);
         return {std::move(image), std::move(share)};

@@ -17,20 +17,33 @@ class ImageReadingTest : public FolderTest
 
 private slots:
     void init() { newFolder(); }
-    void everyOrientationIsShownUpright()
+    void everyOrientationIsShownUprightInItsColours()
     {
-        for (const QString suffix : {"jpg", "tif", "png", "webp"}) {
-            for (int orientation = 1; orientation <= 8; ++orientation) {
-                const QString file = path(QString::number(orientation) + '.' + suffix);
-                Pictures::save(file, QSize(600, 400), orientation);
-                const ImageReading::Thumbnail thumbnail = ImageReading::readThumbnail(file, 256);
-                QCOMPARE(thumbnail.fullSize, QSize(600, 400));
-                QCOMPARE(thumbnail.image.size(), QSize(256, 171));
-                QCOMPARE(ImageReading::read(file).size(), QSize(600, 400));
-                const QImage fromEighth = ImageReading::readThumbnail(file, 60).image; // of a JPEG file
-                QCOMPARE(fromEighth.size(), QSize(60, 40));
-                for (const QImage &image : {ImageReading::read(file), thumbnail.image, fromEighth})
-                    QVERIFY2(Pictures::quartersOf(image) == "red green blue yellow", qPrintable(file));
+        for (const QColorSpace &colours : {QColorSpace(), QColorSpace(QColorSpace::DisplayP3)}) {
+            QImage expected = Pictures::quarters(QSize(600, 400));
+            if (colours.isValid()) {
+                expected.setColorSpace(colours);
+                expected.convertToColorSpace(QColorSpace::SRgb);
+            }
+            for (const QString suffix : {"jpg", "tif", "png", "webp"}) {
+                for (int orientation = 1; orientation <= 8; ++orientation) {
+                    const QString file = path(QString::number(orientation) + "@2x." + suffix);
+                    Pictures::save(file, QSize(600, 400), orientation, colours);
+                    const ImageReading::Thumbnail thumbnail = ImageReading::readThumbnail(file, 256);
+                    QCOMPARE(thumbnail.fullSize, QSize(600, 400));
+                    QCOMPARE(thumbnail.image.size(), QSize(256, 171));
+                    QCOMPARE(ImageReading::read(file).size(), QSize(600, 400));
+                    const QImage fromEighth = ImageReading::readThumbnail(file, 60).image; // of a JPEG file
+                    QCOMPARE(fromEighth.size(), QSize(60, 40));
+                    for (const QImage &image : {ImageReading::read(file), thumbnail.image, fromEighth}) {
+                        QVERIFY2(Pictures::difference(image, expected.scaled(image.size())) < 5,
+                                 qPrintable(file));
+                        QCOMPARE(image.devicePixelRatio(), 1.0); // whatever the name says
+                    }
+                    if (colours.isValid()) // as a conversion reads it
+                        QCOMPARE(ImageReading::read(file, ImageReading::Colours::AsStored).colorSpace(),
+                                 colours);
+                }
             }
         }
     }
