@@ -3,6 +3,7 @@
 #include <QFileInfo>
 #include <QtDebug>
 
+#include <algorithm>
 #include <utility>
 
 FileTransfer::FileTransfer(Surroundings surroundings)
@@ -15,15 +16,18 @@ bool FileTransfer::transfer(Mode mode, const QStringList &sources)
     moveMode = mode;
     fileExistsList.clear();
     fileSourceList.clear();
-    const QString folder = surroundings.pickFolder();
+    written.clear();
+    const QString folder = sources.isEmpty() ? QString() : surroundings.pickFolder();
     if (folder.isEmpty())
         return true;
     copyTargetFolder = folder;
     copiedFileCount = 0;
 
-    const std::unique_ptr<FileRunner> runner = surroundings.makeRunner();
+    std::unique_ptr<FileRunner> runner = surroundings.makeRunner();
     for (const QString &source : sources) {
         const QString target = folder + QLatin1Char('/') + QFileInfo(source).fileName();
+        if (isTaken(target))
+            continue;
         if (!transferFile(*runner, source, target, FileCopy::Existing::Keep) && !runner->isCancelled()) {
             fileExistsList.append(target);
             fileSourceList.append(source);
@@ -31,7 +35,9 @@ bool FileTransfer::transfer(Mode mode, const QStringList &sources)
         if (runner->isCancelled())
             break;
     }
-    if (!fileExistsList.isEmpty() && !runner->isCancelled()) {
+    const bool cancelled = runner->isCancelled();
+    runner.reset(); // with its dialog
+    if (!fileExistsList.isEmpty() && !cancelled) {
         surroundings.offerToOverwrite(fileExistsList, fileSourceList);
         return false;
     }
@@ -41,19 +47,32 @@ bool FileTransfer::transfer(Mode mode, const QStringList &sources)
 
 void FileTransfer::overwrite(const QStringList &targets, const QStringList &sources)
 {
-    const std::unique_ptr<FileRunner> runner = surroundings.makeRunner();
+    std::unique_ptr<FileRunner> runner = surroundings.makeRunner();
     for (qsizetype i = 0; i < targets.size() && !runner->isCancelled(); ++i) {
         qDebug() << "fileExistsList: " << targets[i];
         qDebug() << "fileSourceList: " << sources.value(i);
         // What cannot be transferred stays as it was.
-        static_cast<void>(transferFile(*runner, sources.value(i), targets[i], FileCopy::Existing::Replace));
+        if (!isTaken(targets[i]))
+            static_cast<void>(
+                transferFile(*runner, sources.value(i), targets[i], FileCopy::Existing::Replace));
     }
+    runner.reset();
     finish();
 }
 
 void FileTransfer::finish() const
 {
-    surroundings.tellSum(copiedFileCount, copyTargetFolder);
+    if (copiedFileCount > 0)
+        surroundings.tellSum(copiedFileCount, copyTargetFolder);
+}
+
+/// True if another file of this move stands at the target.
+bool FileTransfer::isTaken(const QString &target) const
+{
+    const QStringList others = written.values(NativeCaselessPath(target));
+    return moveMode == Mode::Move && std::any_of(others.begin(), others.end(), [&](const QString &other) {
+               return isOneFile(target, other);
+           });
 }
 
 /// Copies one file, or moves it. False if that failed.
@@ -66,11 +85,10 @@ bool FileTransfer::transferFile(FileRunner &runner, const QString &source, const
     if (!runner.run(source, copy))
         return false;
     ++copiedFileCount;
-    if (moveMode == Mode::Move && !runner.isCancelled()) {
+    written.insert(NativeCaselessPath(target), target);
+    const auto remove = [&](FileCopy::Progress &) { return FileCopy::removeCopied(source, target); };
+    // A source that stays is one file too many, never one too few.
+    if (moveMode == Mode::Move && !runner.isCancelled() && runner.run(source, remove))
         surroundings.moved(source);
-        // A source that stays is one file too many, never one too few.
-        static_cast<void>(
-            runner.run(source, [&](FileCopy::Progress &) { return FileCopy::removeCopied(source, target); }));
-    }
     return true;
 }

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "fileops/FileRunner.h"
+#include "shared/platform/PathIdentity.h"
 
+#include <QMultiHash>
 #include <QString>
 #include <QStringList>
 
@@ -9,7 +11,8 @@
 #include <memory>
 
 /// Copies files to a folder, or moves them there. What cannot be transferred, because something stands in its
-/// place or for any other reason, is offered for overwriting. GUI thread.
+/// place or for any other reason, is offered for overwriting. In a move, a file whose place another one of
+/// the same move has taken stays where it is, or one of the two would exist nowhere. GUI thread.
 class FileTransfer
 {
 public:
@@ -25,23 +28,23 @@ public:
         /// The folder that the user picks; empty to leave it.
         std::function<QString()> pickFolder;
 
-        /// Makes what runs the files of one transfer; it lives until the last question about them.
+        /// Makes what runs the files of one transfer; it goes before anything is asked or told of them.
         std::function<std::unique_ptr<FileRunner>()> makeRunner;
 
-        /// A file has been transferred in a move, and is about to be removed from its old place.
+        /// A file has been transferred in a move, and removed from its old place.
         std::function<void(const QString &source)> moved;
 
         /// Asks which of the targets to replace: `overwrite` with some of them, or `finish`.
         std::function<void(const QStringList &targets, const QStringList &sources)> offerToOverwrite;
 
-        /// So many files have been transferred to the folder.
+        /// So many files, at least one, have been transferred to the folder.
         std::function<void(int count, const QString &folder)> tellSum;
     };
 
     explicit FileTransfer(Surroundings surroundings);
 
-    /// Transfers files in this order to the folder that the user picks. True if it came to an end: nothing is
-    /// left to be asked, and no folder is missing any more.
+    /// Transfers files in this order to the folder that the user picks; nothing is asked for none. True if it
+    /// came to an end: nothing is left to be asked, and no folder is missing any more.
     [[nodiscard]] bool transfer(Mode mode, const QStringList &sources);
 
     /// Transfers what was offered and chosen: target n replaces what stands there by source n.
@@ -51,6 +54,7 @@ public:
     void finish() const;
 
 private:
+    [[nodiscard]] bool isTaken(const QString &target) const;
     [[nodiscard]] bool transferFile(FileRunner &runner, const QString &source, const QString &target,
                                     FileCopy::Existing existing);
 
@@ -58,6 +62,7 @@ private:
     Mode moveMode = Mode::Copy;
     QStringList fileExistsList; ///< targets that did not come about, with their sources
     QStringList fileSourceList;
+    QMultiHash<NativeCaselessPath, QString> written; ///< targets that have come about
     QString copyTargetFolder;
     int copiedFileCount = 0;
 };

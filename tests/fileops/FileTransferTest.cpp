@@ -1,4 +1,5 @@
 #include "fileops/FileTransfer.h"
+#include "support/Failures.h"
 #include "support/Files.h"
 
 #include <QtTest>
@@ -33,8 +34,37 @@ private slots:
         transfer.finish();
         QCOMPARE(events.last(), "told 3 to");
         QVERIFY(!transfer.transfer(Mode::Copy, sources({"a"})));
-        transfer.finish();
-        QCOMPARE(events.last(), "told 0 to");
+        transfer.finish(); // nothing to tell of
+        QCOMPARE(events.last(), "offer to/a from from/a");
+    }
+
+    void filesOfOneNameAreNotMovedOverEachOther()
+    {
+        QVERIFY(QDir(path("from")).mkdir("other"));
+        for (const char *const name : {"from/other/a", "from/other/b"})
+            write(name, name);
+        QVERIFY(!transfer.transfer(Mode::Move, sources({"a", "other/a", "b", "other/b"})));
+        QCOMPARE(events, QStringList({"moved from/a", "offer to/b to/b from from/b from/other/b"}));
+        transfer.overwrite({path("to/b"), path("to/b")}, sources({"b", "other/b"}));
+        QCOMPARE(events.mid(2), QStringList({"moved from/b", "told 2 to"}));
+        for (const char *const name : {"a", "b"}) {
+            QCOMPARE(read(QString("to/") + name), QByteArray("from/") + name);
+            QCOMPARE(read(QString("from/other/") + name), QByteArray("from/other/") + name);
+        }
+        // Nothing is lost by copies: the second one is offered.
+        QVERIFY(!transfer.transfer(Mode::Copy, sources({"c", "other/b"})));
+        QCOMPARE(events.last(), "offer to/b from from/other/b");
+    }
+
+    void sourceThatCannotGoStays()
+    {
+        for (const char *const name : {".", "to"})
+            QVERIFY(geteuid() != 0 || chown(qPrintable(path(name)), 65534, 65534) == 0);
+        QVERIFY(QFile::setPermissions(path("from"), QFile::Permissions(0x5055))); // nobody writes there
+        Failures::asNobody([this] { QVERIFY(transfer.transfer(Mode::Move, sources({"a"}))); });
+        QVERIFY(QFile::setPermissions(path("from"), QFile::Permissions(0x7000)));
+        QCOMPARE(events, QStringList("told 1 to"));
+        QVERIFY(read("from/a") == "from/a" && read("to/a") == "from/a");
     }
 
     void moveTellsOfEachFile()
@@ -62,8 +92,12 @@ private slots:
         QCOMPARE(disk("from").size(), 3);
         QCOMPARE(disk("to"), QStringList({"a", "b"}));
         cancelAfter = 1;
-        transfer.overwrite({path("to/a"), path("to/b")}, sources({"c", "c"}));
-        QVERIFY(read("to/a") == "from/c" && read("to/b") == "in the way");
+        write("to/c", "in the way");
+        transfer.overwrite({path("to/c"), path("to/b")}, sources({"c", "b"}));
+        QVERIFY(read("to/c") == "from/c" && read("to/b") == "in the way");
+        events.clear();
+        QVERIFY(transfer.transfer(Mode::Copy, {})); // nobody is asked for a folder
+        QCOMPARE(events, QStringList());
     }
 
 private:
