@@ -4,6 +4,7 @@
 #include "shared/platform/ReplacementFile.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QFileInfo>
 #include <QtDebug>
 
@@ -20,6 +21,27 @@ constexpr qint64 chunkBytes = 1 << 20;
         progress.done += chunk.size();
     }
     return !progress.cancelled && from.error() == QFileDevice::NoError;
+}
+
+/// True if a file of this name, just made beside the target, stands beside the source as well: their folders
+/// are one, mounted twice, which devices and inodes do not tell.
+bool isSeenBeside(const QString &source, const QString &fileName)
+{
+    return QFileInfo::exists(QFileInfo(source).dir().filePath(QFileInfo(fileName).fileName()));
+}
+
+/// Removes a file, a write-protected one too, which some systems refuse.
+[[nodiscard]] bool removeFile(const QString &path)
+{
+    if (QFile::remove(path))
+        return true;
+    const QFileDevice::Permissions before = QFile::permissions(path);
+    if (!QFile::setPermissions(path, before | QFileDevice::WriteOwner))
+        return false;
+    const bool removed = QFile::remove(path);
+    if (!removed)
+        QFile::setPermissions(path, before);
+    return removed;
 }
 
 } // namespace
@@ -39,7 +61,8 @@ bool FileCopy::copy(const QString &source, const QString &target, Existing exist
 
     using Link = ReplacementFile::Link;
     ReplacementFile to(target, Link::Replace);
-    if (!to.create() || !copyContents(from, to, progress))
+    if (!to.create() || (before.fileName() == old.fileName() && isSeenBeside(source, to.fileName()))
+        || !copyContents(from, to, progress))
         return false;
     const QFileInfo after(source);
     if (to.size() != before.size() || after.size() != before.size()
@@ -60,5 +83,5 @@ bool FileCopy::removeCopied(const QString &source, const QString &target)
     // Some file systems keep times by two seconds.
     constexpr qint64 coarsestMs = 2000;
     return to.isFile() && from.size() == to.size() && !isOneFile(source, target)
-           && qAbs(from.lastModified().msecsTo(to.lastModified())) <= coarsestMs && QFile::remove(source);
+           && qAbs(from.lastModified().msecsTo(to.lastModified())) <= coarsestMs && removeFile(source);
 }

@@ -5,9 +5,19 @@
 
 #include <QtTest>
 
+#include <cstring>
+#include <sys/stat.h>
 #include <thread>
 
 using FileCopy::Existing;
+
+/// In the C library's place: what lies below "again" seems to be on another device.
+extern "C" int stat(const char *path, struct stat *info) noexcept
+{
+    const int result = reinterpret_cast<decltype(&stat)>(dlsym(RTLD_NEXT, "stat"))(path, info);
+    info->st_dev += std::strstr(path, "/again/") != nullptr;
+    return result;
+}
 
 /// Copies with every step failing: a file is complete in its old place, in its new place, or in both.
 class FileCopyTest : public FolderTest
@@ -58,6 +68,10 @@ private slots:
             QVERIFY(!FileCopy::removeCopied(path("a.jpg"), path(target)));
             QCOMPARE(read("a.jpg"), "the picture");
         }
+        // Nor by a second mount of its folder.
+        QVERIFY(QFile::link(path("."), path("again")));
+        QVERIFY(!copy("a.jpg", "again/a.jpg", Existing::Replace));
+        QCOMPARE(leftovers().size(), 0);
         // A link to something else is replaced itself, one to nothing is in the way.
         QVERIFY(QFile::link(path("to/old.jpg"), path("other.jpg")));
         QVERIFY(copy("a.jpg", "other.jpg", Existing::Replace));
@@ -131,6 +145,13 @@ private slots:
             QCOMPARE(calls,
                      QStringList({"flush to/.tmp", "rename to/.tmp " + target, "flush to", "remove a.jpg"}));
         }
+        write("a.jpg", "the picture");
+        for (const int error : {EINVAL, EIO}) { // not known there, failed
+            failingFlush() = error;
+            QCOMPARE(copy("a.jpg", "to/other.jpg"), error == EINVAL);
+            QFile::remove(path("to/other.jpg"));
+        }
+        failingFlush() = 0;
     }
 
     void killedInTheMiddle()
@@ -147,6 +168,7 @@ private slots:
         QCOMPARE(QFileInfo(path("a.jpg")).size(), 600'000'000);
         QCOMPARE(leftovers().size(), 1); // hidden, and without the suffix of a picture
         QVERIFY(leftovers().first().endsWith(".tmp"));
+        QVERIFY(!leftover().permission(QFile::ReadGroup)); // the source may be private
         QVERIFY(QFile::remove(path("to/" + leftovers().first())));
     }
 

@@ -21,8 +21,20 @@ inline QStringList &syscallLog()
         return reinterpret_cast<decltype(&call)>(dlsym(RTLD_NEXT, #call)) arguments;                         \
     }
 
-LOGGED(fsync, (int file), (file),
-       "flush " + QFile::symLinkTarget(QStringLiteral("/proc/self/fd/%1").arg(file)))
+/// The error with which the next flushes fail; 0 for none.
+inline int &failingFlush()
+{
+    static int error = 0;
+    return error;
+}
+
+extern "C" int fsync(int file) noexcept
+{
+    syscallLog().append("flush " + QFile::symLinkTarget(QStringLiteral("/proc/self/fd/%1").arg(file)));
+    errno = failingFlush();
+    return errno ? -1 : reinterpret_cast<decltype(&fsync)>(dlsym(RTLD_NEXT, "fsync"))(file);
+}
+
 LOGGED(rename, (const char *from, const char *to), (from, to), QStringLiteral("rename %1 %2").arg(from, to))
 LOGGED(renameat2, (int a, const char *from, int b, const char *to, unsigned flags), (a, from, b, to, flags),
        QStringLiteral("rename %1 %2").arg(from, to))

@@ -44,11 +44,15 @@ bool ReplacementFile::create()
     const bool replacesLink = link == Link::Replace && info.isSymLink();
     if (info.exists() && !replacesLink && (!info.isFile() || (link == Link::Follow && !info.isWritable())))
         return false;
+    // What replaces or copies another file may be as private as that, and gets its permissions in the end.
+    const bool isPrivate = link == Link::Replace || info.exists();
+    const auto permissions = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+    constexpr OpenMode mode = QIODevice::ReadWrite | QIODevice::NewOnly;
     for (int i = 0; i < attempts; ++i) {
         const quint32 number = QRandomGenerator::global()->generate();
         setFileName(
             info.dir().filePath(QStringLiteral(".orrelan-%1.tmp").arg(number, 8, 16, QLatin1Char('0'))));
-        if (open(QIODevice::ReadWrite | QIODevice::NewOnly))
+        if (isPrivate ? open(mode, permissions) : open(mode))
             return true;
         if (!exists())
             break;

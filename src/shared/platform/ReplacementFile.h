@@ -24,8 +24,9 @@ public:
     /// Drops the new file unless it was committed.
     ~ReplacementFile() override;
 
-    /// Opens the new file for writing and reading. False if the target is not a file, if the folder takes no
-    /// new one, or, where links are followed, if the target may not be written.
+    /// Opens the new file for writing and reading; while it may stand for a private one, it is open to the
+    /// user alone. False if the target is not a file, if the folder takes no new one, or, where links are
+    /// followed, if the target may not be written.
     [[nodiscard]] bool create();
 
     /// Closes the new file and puts it in the target's place; where links are followed, with the old file's
