@@ -1,38 +1,41 @@
 #include "batch/FolderWalk.h"
 
-#include <QDirIterator>
-#include <QFileInfo>
-#include <QList>
+#include "shared/platform/FolderEntries.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
-QList<QFileInfo> entriesInReverse(const QString &folder)
+struct Pending
 {
-    QList<QFileInfo> entries;
-    QDirIterator iterator(folder, {QStringLiteral("*.*")},
-                          QDir::Files | QDir::AllDirs | QDir::NoDotAndDotDot);
-    while (iterator.hasNext()) {
-        iterator.next();
-        entries.append(iterator.fileInfo());
+    QString path;
+    bool isFolder;
+};
+
+/// What has a dot in its name, and all folders: the last first.
+QList<Pending> entriesInReverse(const QString &folder)
+{
+    QList<FolderEntry> entries = folderEntries(folder, [] { return false; });
+    std::sort(entries.rbegin(), entries.rend(), comesBefore);
+    QList<Pending> pending;
+    for (const FolderEntry &entry : std::as_const(entries)) {
+        if (entry.isFolder ? !entry.isLink : entry.name.contains(QLatin1Char('.')))
+            pending.append({folder + QLatin1Char('/') + entry.name, entry.isFolder});
     }
-    std::reverse(entries.begin(), entries.end());
-    return entries;
+    return pending;
 }
 
 } // namespace
 
 void walkFolder(const QString &folder, const std::function<bool(const QString &)> &visit)
 {
-    QList<QFileInfo> pending = entriesInReverse(folder);
+    QList<Pending> pending = entriesInReverse(folder);
     while (!pending.isEmpty()) {
-        const QFileInfo entry = pending.takeLast();
-        if (!entry.isDir()) {
-            if (!visit(entry.filePath()))
-                return;
-        } else if (!entry.isSymLink()) {
-            pending.append(entriesInReverse(entry.filePath()));
-        }
+        const Pending entry = pending.takeLast();
+        if (entry.isFolder)
+            pending.append(entriesInReverse(entry.path));
+        else if (!visit(entry.path))
+            return;
     }
 }

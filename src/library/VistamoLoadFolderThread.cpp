@@ -2,7 +2,6 @@
 
 #include "shared/platform/PathIdentity.h"
 
-#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QSemaphore>
 #include <QtDebug>
@@ -17,6 +16,8 @@ constexpr int longestSilenceMs = 300;
 constexpr int lookForStopMs = 10;
 // What the GUI thread takes in without a noticeable pause.
 constexpr int smoothBatch = 8192;
+// Files that are sorted before all others.
+constexpr qsizetype firstScreen = 256;
 
 TFileRecord recordOf(const QFileInfo &info, const QString &fullPath)
 {
@@ -30,6 +31,19 @@ TFileRecord recordOf(const QFileInfo &info, const QString &fullPath)
     record.modifiedTime = info.fileTime(QFile::FileModificationTime);
     record.suffix = info.suffix();
     return record;
+}
+
+/// Puts files in their order from `first` on: the first of all for the first screen, then the rest. Gives up
+/// to where they are in order.
+qsizetype sortFrom(QList<FolderEntry> &files, qsizetype first)
+{
+    if (first > 0) {
+        std::sort(files.begin() + first, files.end(), comesBefore);
+        return files.size();
+    }
+    const qsizetype screen = std::min(firstScreen, files.size());
+    std::partial_sort(files.begin(), files.begin() + screen, files.end(), comesBefore);
+    return screen;
 }
 
 } // namespace
@@ -54,6 +68,16 @@ void VistamoLoadFolderThread::run()
     qDebug() << "VistamoLoadFolderThread::run()";
     setPriority(QThread::HighPriority);
     loadFiles(pathList.takeLast());
+}
+
+/// The image files directly in the folder. It is read whole before anything is shown: what is on the screen
+/// first is final.
+QList<FolderEntry> VistamoLoadFolderThread::imagesIn(const QString &path) const
+{
+    QList<FolderEntry> files = folderEntries(path, [this] { return isStopping(); });
+    files.removeIf(
+        [](const FolderEntry &entry) { return entry.isFolder || !VistamoGlobal().isImageFile(entry.name); });
+    return files;
 }
 
 void VistamoLoadFolderThread::loadFiles(const QString &path)
@@ -85,16 +109,18 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
         sincePublished.restart();
     };
 
-    QDirIterator files(path, QDir::Files | QDir::NoDotAndDotDot);
-    while (!stopRequested && files.hasNext()) {
+    QList<FolderEntry> files = imagesIn(path);
+    qsizetype sorted = 0;
+    for (qsizetype i = 0; i < files.size() && !stopRequested; ++i) {
+        if (i == sorted)
+            sorted = sortFrom(files, i);
         if (batch.records.size() >= batchSize(batch.firstRow)
             || (!batch.records.isEmpty() && sincePublished.hasExpired(longestSilenceMs)))
             publish();
-        files.next();
-        const QString fullPath = path + QLatin1Char('/') + files.fileName();
-        if (!VistamoGlobal().isImageFile(fullPath))
-            continue;
+        const QString fullPath = path + QLatin1Char('/') + files[i].name;
         const QFileInfo info(fullPath);
+        if (info.isHidden()) // which a name does not tell everywhere
+            continue;
         batch.records.append(recordOf(info, fullPath));
         batch.infos.append(info);
         if (!selectedFileName.isEmpty() && CaselessPath(selectedFileName) == CaselessPath(info.fileName()))

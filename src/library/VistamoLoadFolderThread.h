@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/Generation.h"
+#include "shared/platform/FolderEntries.h"
 #include "shared/threads/StoppableThread.h"
 #include "shared/VistamoGlobal.h"
 
@@ -10,7 +11,7 @@
 
 #include <memory>
 
-/// A batch of what the walk of a folder finds, in the order of the walk.
+/// A batch of what the walk of a folder finds, in the order of the names.
 struct FoundFiles
 {
     Generation generation;
@@ -37,7 +38,7 @@ class VistamoLoadFolderThread : public StoppableThread
     Q_OBJECT
 
 public:
-    /// @param load             handed back with each batch
+    /// @param generation       handed back with each batch
     /// @param selectedFileName file that is to be selected when it is found; may be empty
     VistamoLoadFolderThread(Generation generation, const QString &path, const QString &selectedFileName,
                             QObject *parent = nullptr);
@@ -55,6 +56,7 @@ protected:
     void run() override;
 
 private:
+    [[nodiscard]] QList<FolderEntry> imagesIn(const QString &path) const;
     void loadFiles(const QString &path);
 
     const Generation generation;

@@ -112,8 +112,7 @@ private slots:
             met.append(QFileInfo(file).fileName());
             return true;
         });
-        met.sort();
-        QCOMPARE(met, QStringList({"1.jpg", "2.jpg", "3.txt", "5.jpg"}));
+        QCOMPARE(met, QStringList({"1.jpg", "2.jpg", "3.txt", "5.jpg"})); // as their folders stand
         int calls = 0;
         walkFolder(folder->path(), [&](const QString &) { return ++calls < 2; });
         QCOMPARE(calls, 2);

@@ -1,0 +1,88 @@
+#include "shared/platform/FolderEntries.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <filesystem>
+#include <system_error>
+#include <type_traits>
+
+namespace {
+
+using Path = std::filesystem::path;
+
+/// The name as Qt writes it; empty if it cannot be told in a QString.
+QString nameOf(const Path &path)
+{
+    const Path::string_type name = path.filename().native();
+    if constexpr (std::is_same_v<Path::value_type, wchar_t>) {
+        return QString::fromWCharArray(reinterpret_cast<const wchar_t *>(name.c_str()));
+    } else {
+        const QByteArray bytes(reinterpret_cast<const char *>(name.c_str()));
+        const QString decoded = QFile::decodeName(bytes);
+        return QFile::encodeName(decoded) == bytes ? decoded : QString();
+    }
+}
+
+bool isDigit(QChar letter)
+{
+    return letter >= u'0' && letter <= u'9';
+}
+
+/// The number that begins at `at`, without zeros before it; `at` is behind it then.
+QStringView takeNumber(QStringView text, qsizetype &at)
+{
+    while (at < text.size() && text[at] == u'0')
+        ++at;
+    const qsizetype first = at;
+    while (at < text.size() && isDigit(text[at]))
+        ++at;
+    return text.mid(first, at - first);
+}
+
+/// Below, at or above 0 as the names stand, with numbers as numbers.
+qsizetype compareNatural(QStringView a, QStringView b)
+{
+    qsizetype i = 0;
+    qsizetype j = 0;
+    while (i < a.size() && j < b.size()) {
+        if (isDigit(a[i]) && isDigit(b[j])) {
+            const QStringView one = takeNumber(a, i);
+            const QStringView other = takeNumber(b, j);
+            if (one.size() != other.size())
+                return one.size() - other.size();
+            if (const int order = one.compare(other))
+                return order;
+        } else if (a[i] != b[j]) {
+            return a[i] < b[j] ? -1 : 1;
+        } else {
+            ++i;
+            ++j;
+        }
+    }
+    return (a.size() - i) - (b.size() - j);
+}
+
+} // namespace
+
+QList<FolderEntry> folderEntries(const QString &folder, const std::function<bool()> &isStopped)
+{
+    QList<FolderEntry> entries;
+    std::error_code error;
+    // The kind of most entries comes with their name; only links are looked at one by one.
+    for (std::filesystem::directory_iterator entry(QFileInfo(folder).filesystemFilePath(), error), end;
+         !error && entry != end && !isStopped(); entry.increment(error)) {
+        std::error_code unknown; // what cannot be looked at is no file
+        const QString name = nameOf(entry->path());
+        const bool isFolder = entry->is_directory(unknown);
+        if (!name.isEmpty() && !name.startsWith(u'.') && (isFolder || entry->is_regular_file(unknown)))
+            entries.append({name, name.toCaseFolded(), isFolder, entry->is_symlink(unknown)});
+    }
+    return entries;
+}
+
+bool comesBefore(const FolderEntry &a, const FolderEntry &b)
+{
+    const qsizetype order = compareNatural(a.folded, b.folded);
+    return order != 0 ? order < 0 : a.name < b.name;
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+#include <functional>
+
+/// One entry of a folder.
+struct FolderEntry
+{
+    QString name;
+    QString folded; ///< the name without its case, to sort by
+    bool isFolder = false;
+    bool isLink = false;
+};
+
+/// The files and folders directly in a folder, in no order, those that links lead to among them; none if the
+/// folder cannot be read. Hidden names, special files, links to nothing, and names that a QString cannot hold
+/// are left out. Ends early, with what it has, once `isStopped` gives true.
+[[nodiscard]] QList<FolderEntry> folderEntries(const QString &folder, const std::function<bool()> &isStopped);
+
+/// True if `a` stands before `b` in a list of files: by name, case ignored, numbers as numbers; names that
+/// are the same so far by their code units.
+[[nodiscard]] bool comesBefore(const FolderEntry &a, const FolderEntry &b);
