@@ -4,6 +4,7 @@
 #include "shared/platform/PathIdentity.h"
 
 #include <QFileInfo>
+#include <QSet>
 #include <QtDebug>
 
 #include <algorithm>
@@ -19,8 +20,7 @@ QList<TFileRecord> &records()
 /// True if the file is the same as at the last walk, so that its icon can stay.
 bool isUnchanged(const TFileRecord &old, const TFileRecord &record)
 {
-    return old.fileName == record.fileName && old.fullPath == record.fullPath && old.size == record.size
-           && old.creationTime == record.creationTime;
+    return old.size == record.size && old.creationTime == record.creationTime;
 }
 
 /// The row of the first file of which `is` is true, or -1.
@@ -58,30 +58,93 @@ FileList::~FileList()
     records().clear();
 }
 
-bool FileList::take(const FoundFiles &files, bool checkable)
+void FileList::begin(Generation generation, const QString &path)
+{
+    currentGeneration = generation;
+    if (ExactPath(path) != ExactPath(currentFolder))
+        clear();
+    currentFolder = path;
+    readAgain = count() > 0;
+    found = {};
+}
+
+std::optional<QList<TThumbnailRequest>> FileList::take(const FoundFiles &files, bool checkable)
 {
     if (files.generation != currentGeneration)
-        return false;
-    if (files.firstRow == 0)
-        restoreStrip();
-    addRows(files, checkable);
-    if (files.complete)
-        removeRowsFrom(files.firstRow + static_cast<int>(files.records.size()));
-    assertSameFile(files.firstRow);
+        return std::nullopt;
+    QList<TThumbnailRequest> requests;
+    if (readAgain) {
+        found.records += files.records;
+        found.infos += files.infos;
+        if (files.complete)
+            requests = merge(std::exchange(found, {}), checkable);
+        readAgain = !files.complete;
+    } else {
+        for (qsizetype i = 0; i < files.records.size(); ++i)
+            requests.append({files.infos.value(i), count() + static_cast<int>(i)});
+        appendRows(files.records, checkable);
+    }
     assertInStep();
     Q_ASSERT_X(
         !files.complete || fileHasLeft || galleryModel.columnCount() == mainModel.rowCount(), "FileList",
         qPrintable(
             QStringLiteral("%1 columns, %2 rows").arg(galleryModel.columnCount()).arg(mainModel.rowCount())));
-    return true;
+    return requests;
 }
 
-/// Fills the strip again if files have left the list since it was filled.
-void FileList::restoreStrip()
+/// Makes the rows those of these files. A file that was there before keeps its row's item, and with it icon,
+/// tick and selection.
+QList<TThumbnailRequest> FileList::merge(const FoundFiles &files, bool checkable)
+{
+    const int before = count();
+    removeOthers(files.records);
+    bool stripFits = !fileHasLeft && count() == before;
+    bool boxesChanged = false;
+    QList<TThumbnailRequest> requests;
+    for (int row = 0; row < files.records.size(); ++row) {
+        const auto isHere = [&](qsizetype i) {
+            return row < count() && records()[row].fileName == files.records[i].fileName;
+        };
+        if (isHere(row)) {
+            boxesChanged |= updateRow(row, files.records[row], checkable);
+        } else {
+            qsizetype end = row + 1;
+            while (end < files.records.size() && !isHere(end))
+                ++end;
+            insertRows(row, files.records.mid(row, end - row), checkable);
+            stripFits = false;
+        }
+        // Not asked for yet, or changed, or without an answer when the load before was given up.
+        if (records()[row].imageRect.isNull())
+            requests.append({files.infos.value(row), row});
+    }
+    removeRows(static_cast<int>(files.records.size()), count() - static_cast<int>(files.records.size()));
+    if (boxesChanged)
+        emit sizesChanged();
+    if (!stripFits)
+        fillStrip();
+    return requests;
+}
+
+/// Takes out the rows of all other files.
+void FileList::removeOthers(const QList<TFileRecord> &files)
+{
+    QSet<QString> names;
+    for (const TFileRecord &file : files)
+        names.insert(file.fileName);
+    for (int end = count(); end > 0;) {
+        int first = end;
+        while (first > 0 && !names.contains(records()[first - 1].fileName))
+            --first;
+        removeRows(first, end - first);
+        end = first - 1; // that one stays
+    }
+}
+
+/// Makes the strip's cells those of the rows.
+void FileList::fillStrip()
 {
     fileHasLeft = false;
-    if (galleryModel.columnCount() == mainModel.rowCount())
-        return;
     QList<QStandardItem *> cells;
     for (int row = 0; row < mainModel.rowCount(); ++row)
         cells.append(new QStandardItem(mainModel.item(row, 0)->icon(), mainModel.item(row, 0)->text()));
@@ -91,67 +154,58 @@ void FileList::restoreStrip()
     });
 }
 
-/// Publishes a batch: rows of an earlier walk are used again, the others are added, to the strip first.
-void FileList::addRows(const FoundFiles &files, bool checkable)
+/// Adds files at the end, to the strip first.
+void FileList::appendRows(const QList<TFileRecord> &files, bool checkable)
 {
-    const qsizetype reused =
-        std::clamp<qsizetype>(records().size() - files.firstRow, 0, files.records.size());
-    bool changed = false;
-    for (qsizetype i = 0; i < reused; ++i)
-        changed |= updateRow(files.firstRow + static_cast<int>(i), files.records[i], checkable);
-    // Check boxes and names of other lengths.
-    if (changed)
-        emit sizesChanged();
+    if (files.isEmpty())
+        return;
+    const QIcon blank = thumbnailIcons.blank();
+    QList<QStandardItem *> cells;
+    cells.reserve(files.size());
+    for (const TFileRecord &file : files)
+        cells.append(new QStandardItem(blank, wrapFileName(file.fileName)));
+    surroundings.keepStripInPlace([&] { addStripCells(galleryModel, count(), cells); });
+    insertRows(count(), files, checkable);
+}
 
+void FileList::insertRows(int row, const QList<TFileRecord> &files, bool checkable)
+{
     const QIcon blank = thumbnailIcons.blank();
     QList<QStandardItem *> items;
-    QList<QStandardItem *> cells;
-    items.reserve(files.records.size() - reused);
-    cells.reserve(files.records.size() - reused);
-    for (qsizetype i = reused; i < files.records.size(); ++i) {
-        const QString text = wrapFileName(files.records[i].fileName);
-        items.append(new QStandardItem(blank, text));
+    items.reserve(files.size());
+    for (const TFileRecord &file : files) {
+        items.append(new QStandardItem(blank, wrapFileName(file.fileName)));
         items.last()->setCheckable(checkable);
-        cells.append(new QStandardItem(blank, text));
     }
-    if (items.isEmpty())
-        return;
-    surroundings.keepStripInPlace([&] { addStripCells(galleryModel, files.firstRow + reused, cells); });
-    records() += files.records.mid(reused);
-    mainModel.invisibleRootItem()->appendRows(items);
+    records().insert(row, files.size(), {});
+    std::copy(files.begin(), files.end(), records().begin() + row);
+    mainModel.invisibleRootItem()->insertRows(row, items);
+    assertSameFile(row);
 }
 
-/// Uses a row of an earlier walk for `record`, and tells whether it may look different. The same file keeps
-/// its icon and its tick. Item and cell stay in any case, since to put in new ones costs a search for each.
-bool FileList::updateRow(int row, const TFileRecord &record, bool checkable)
+/// Keeps a row's file up to date, and tells whether its size may be another. A file that has changed waits
+/// for its new icon.
+bool FileList::updateRow(int row, TFileRecord record, bool checkable)
 {
     QStandardItem *const item = mainModel.item(row, 0);
-    const TFileRecord old = std::exchange(records()[row], record);
-    const bool boxChanged = item->isCheckable() != checkable;
-    item->setCheckable(checkable);
+    TFileRecord &old = records()[row];
     if (isUnchanged(old, record))
-        return boxChanged;
-    item->setCheckState(Qt::Unchecked);
-    const QIcon blank = thumbnailIcons.blank();
-    const QString text = wrapFileName(record.fileName);
-    for (QStandardItem *const entry : {item, galleryModel.item(0, row)}) {
-        if (entry) {
-            entry->setText(text);
-            entry->setIcon(blank);
-        }
-    }
-    return true;
+        record.imageRect = old.imageRect;
+    else
+        item->setIcon(thumbnailIcons.blank());
+    old = std::move(record);
+    const bool boxChanged = item->isCheckable() != checkable;
+    if (boxChanged)
+        item->setCheckable(checkable);
+    return boxChanged;
 }
 
-/// Takes out what is left of an earlier walk.
-void FileList::removeRowsFrom(int row)
+void FileList::removeRows(int row, int count)
 {
-    if (row < mainModel.rowCount())
-        mainModel.removeRows(row, mainModel.rowCount() - row);
-    if (row < galleryModel.columnCount())
-        galleryModel.removeColumns(row, galleryModel.columnCount() - row);
-    if (row < records().size())
-        records().remove(row, records().size() - row);
+    if (count < 1)
+        return;
+    mainModel.removeRows(row, count);
+    records().remove(row, count);
 }
 
 void FileList::take(const ThumbnailAnswer &answer)
@@ -192,6 +246,7 @@ int FileList::rowOf(const ThumbnailAnswer &answer) const
 
 void FileList::clear()
 {
+    currentFolder.clear();
     mainModel.clear();
     galleryModel.clear();
     records().clear();

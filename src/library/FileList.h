@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/ThumbnailIcons.h"
+#include "library/ThumbnailRequestQueue.h"
 #include "library/VistamoLoadFolderThread.h"
 
 #include <QObject>
@@ -8,13 +9,14 @@
 #include <QStandardItemModel>
 
 #include <functional>
+#include <optional>
 
 /// The files of the folder on show: their records, the rows of the list, the columns of the strip, and the
 /// icons of both. GUI thread.
 ///
 /// It alone writes `VistamoGlobal::fileDataList`. Entry i and row i are the same file whenever one of its
 /// functions has returned. Column i is so from the end of a walk until a file leaves: the strip is filled
-/// again by the next walk.
+/// again by the next walk. A folder that is read again changes where it differs, and so keeps its selection.
 class FileList : public QObject
 {
     Q_OBJECT
@@ -37,13 +39,18 @@ public:
     QStandardItemModel &strip() { return galleryModel; } ///< a column a file
     ThumbnailIcons &icons() { return thumbnailIcons; }
 
-    /// From here on only answers of this generation are taken in.
-    void begin(Generation generation) { currentGeneration = generation; }
+    /// From here on only what belongs to this load is taken in. The files of another folder go.
+    void begin(Generation generation, const QString &path);
 
-    /// Takes in what a walk has found: rows of an earlier walk are used again, others are added, and after
-    /// the last batch what is left over goes. False if it belongs to another load.
+    /// The folder of the present load, and whether it stands in the list already, as it was before.
+    [[nodiscard]] const QString &folder() const { return currentFolder; }
+    [[nodiscard]] bool isReadAgain() const { return readAgain; }
+
+    /// Takes in what a walk has found: at once, or where the folder is read again, all with the last batch.
+    /// Gives the files whose thumbnails are to be asked for, in the order of their rows; nothing if it
+    /// belongs to another load.
     /// @param checkable whether the rows have check boxes
-    [[nodiscard]] bool take(const FoundFiles &files, bool checkable);
+    [[nodiscard]] std::optional<QList<TThumbnailRequest>> take(const FoundFiles &files, bool checkable);
 
     /// Gives the file of an answer its icon and its tick, wherever its row is by now; nothing if it has left
     /// or the answer belongs to another load.
@@ -81,10 +88,13 @@ signals:
     void itemMissing();
 
 private:
-    void restoreStrip();
-    void addRows(const FoundFiles &files, bool checkable);
-    bool updateRow(int row, const TFileRecord &record, bool checkable);
-    void removeRowsFrom(int row);
+    void fillStrip();
+    void appendRows(const QList<TFileRecord> &files, bool checkable);
+    void insertRows(int row, const QList<TFileRecord> &files, bool checkable);
+    bool updateRow(int row, TFileRecord record, bool checkable);
+    void removeRows(int row, int count);
+    void removeOthers(const QList<TFileRecord> &files);
+    [[nodiscard]] QList<TThumbnailRequest> merge(const FoundFiles &files, bool checkable);
     int rowOf(const ThumbnailAnswer &answer) const;
     void assertSameFile(int row) const;
     void assertInStep() const;
@@ -95,4 +105,7 @@ private:
     QStandardItemModel galleryModel;
     ThumbnailIcons thumbnailIcons;
     bool fileHasLeft = false; ///< since the strip was filled
+    QString currentFolder;
+    bool readAgain = false;
+    FoundFiles found; ///< of a folder that is read again, until the walk has ended
 };

@@ -62,9 +62,19 @@ void FolderLoad::show(const QString &path)
     stopThumbnails();
 }
 
+void FolderLoad::reload()
+{
+    showAgain(currentPath);
+}
+
 /// Makes `path` the folder on show even if it is the one last asked for.
 void FolderLoad::showAgain(const QString &path)
 {
+    const bool walksIt = isWalking() && !reloadWanted && !pendingFolderRemoval;
+    if (walksIt && ExactPath(path) == ExactPath(currentPath)) {
+        againAfterWalk = true;
+        return;
+    }
     oldPath.clear();
     show(path);
 }
@@ -78,7 +88,7 @@ void FolderLoad::showChanged(const QString &path)
 void FolderLoad::leave()
 {
     stopThumbnails();
-    reloadWanted = false;
+    reloadWanted = againAfterWalk = false;
     oldPath.clear();
     currentPath.clear();
 }
@@ -96,9 +106,9 @@ void FolderLoad::stopThen(std::function<void()> removal)
 
 void FolderLoad::startThreads()
 {
-    reloadWanted = false;
+    reloadWanted = againAfterWalk = false;
     currentGeneration = currentGeneration.next();
-    emit began(currentGeneration);
+    emit began(currentGeneration, currentPath);
     startThumbnails();
     startWalk();
 }
@@ -184,6 +194,8 @@ void FolderLoad::walkHasEnded()
     if (const auto removal = std::exchange(pendingFolderRemoval, nullptr)) {
         oldPath.clear(); // the walk was cut short
         removal();
+    } else if (std::exchange(againAfterWalk, false) && !reloadWanted) {
+        showAgain(currentPath);
     }
 }
 
@@ -193,7 +205,6 @@ void FolderLoad::goOn()
 {
     if (loadFolderThread.isActive() || loadThumbnailThread.isActive() || !reloadWanted)
         return;
-    emit cutShort();
     startThreads();
 }
 

@@ -44,8 +44,9 @@ public:
     /// Makes `path` the folder on show; nothing if it is the one last asked for, letter for letter.
     void show(const QString &path);
 
-    /// Reads the folder on show again.
-    void reload() { showAgain(currentPath); }
+    /// Reads the folder on show again. A walk of it is finished first: where files keep arriving it would
+    /// never end otherwise.
+    void reload();
 
     /// A folder has changed: it is read again, unless another has been asked for since.
     void showChanged(const QString &path);
@@ -82,9 +83,7 @@ signals:
     /// `path` has become the folder on show; its load is yet to begin.
     void shown(const QString &path);
 
-    /// The previous load was cut short for the next one: what it has found goes.
-    void cutShort();
-    void began(Generation generation);
+    void began(Generation generation, const QString &path);
 
     // Of the walk.
     void filesFound(const FoundFiles &files);
@@ -109,8 +108,9 @@ private:
     QString currentPath;
     std::function<void()> pendingFolderRemoval; ///< as soon as the walk has ended
     bool reloadWanted = false;                  ///< as soon as both threads have ended
-    QTimer refreshTimer;                        ///< runs while the threads are ending
-    int madeAgain = 0;                          ///< in flight
+    bool againAfterWalk = false;
+    QTimer refreshTimer; ///< runs while the threads are ending
+    int madeAgain = 0;   ///< in flight
     std::unique_ptr<ThumbnailMaker> thumbnailMaker;
     Worker<VistamoLoadThumbnailThread> loadThumbnailThread; ///< uses the maker
     Worker<VistamoLoadFolderThread> loadFolderThread;

@@ -3,6 +3,7 @@
 #include "library/FileDrop.h"
 
 #include <QDropEvent>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPointingDevice>
 #include <QScrollBar>
@@ -11,6 +12,13 @@ TListView::TListView(QWidget *parent)
     : QListView(parent)
 {
     setAcceptDrops(true);
+}
+
+void TListView::keyPressEvent(QKeyEvent *event)
+{
+    QListView::keyPressEvent(event); // has changed the box by now
+    if (event->key() == Qt::Key_Space && currentIndex().isValid())
+        emit clicked(currentIndex());
 }
 
 void TListView::mousePressEvent(QMouseEvent *event)

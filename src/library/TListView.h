@@ -2,7 +2,8 @@
 
 #include <QListView>
 
-/// The grid of thumbnails. A right press selects like a left one; folders and images can be dropped on it.
+/// The grid of thumbnails. A right press selects like a left one, Space on an item counts as a click on its
+/// box; folders and images can be dropped on it.
 class TListView : public QListView
 {
     Q_OBJECT
@@ -18,6 +19,7 @@ signals:
     void contentScrolledEvent(int value);
 
 protected:
+    void keyPressEvent(QKeyEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dragMoveEvent(QDragMoveEvent *event) override;

@@ -17,7 +17,7 @@ private slots:
         list = std::make_unique<FileList>(FileList::Surroundings{
             [this](const TFileRecord &file) { return ticks->contains(file.path, file.fileName); },
             [](const auto &change) { change(); }});
-        list->begin({1});
+        list->begin({1}, "/photos");
     }
 
     void cleanup()
@@ -64,34 +64,47 @@ private slots:
     {
         QVERIFY(list->take(batch(0, {"a.jpg", "b.jpg"}), true));
         QVERIFY(!list->take(batch(2, {"x.jpg"}, true, 2), true));
-        list->begin({2});
+        list->begin({2}, "/photos");
         QVERIFY(!list->take(batch(0, {"y.jpg"}, true, 1), true));
         QCOMPARE(texts(list->list()), QStringList({"a.jpg", "b.jpg"}));
         QCOMPARE(list->strip().columnCount(), 2);
     }
 
-    void rowsAreUsedAgain()
+    void folderThatIsReadAgainChangesWhereItDiffers()
     {
-        QVERIFY(list->take(batch(0, {"a.jpg", "b.jpg", "c.jpg"}), true));
-        ticks->set("/photos", "b.jpg", true);
-        for (int row = 0; row < 3; ++row)
+        QVERIFY(list->take(batch(0, {"a.jpg", "b.jpg", "c.jpg", "d.jpg"}, true), true));
+        ticks->set("/photos", "c.jpg", true);
+        for (const int row : {0, 1, 2})
             list->take(answer(row, list->at(row)->fileName));
-        QCOMPARE(ticked(), QList({1}));
-        const QIcon icon = list->list().item(0)->icon();
+        QCOMPARE(ticked(), QList({2}));
+        const QIcon icon = list->list().item(2)->icon();
+        const QPersistentModelIndex selected = list->list().index(2, 0);
         QSignalSpy sizes(list.get(), &FileList::sizesChanged);
-
-        // The same again: rows, icons and ticks stay.
-        QVERIFY(list->take(batch(0, {"a.jpg", "b.jpg", "c.jpg"}, true), true));
-        QCOMPARE(list->list().item(0)->icon().cacheKey(), icon.cacheKey());
+        const auto readAgain = [&](const QStringList &names, bool checkable = true) {
+            list->begin({1}, "/photos");
+            const QStringList before = texts(list->list());
+            const auto half = names.size() / 2;
+            const auto none = list->take(batch(0, names.first(half)), checkable);
+            QVERIFY(none && none->isEmpty() && texts(list->list()) == before); // as yet
+            const auto requests = list->take(batch(int(half), names.mid(half), true), checkable);
+            QCOMPARE(texts(list->list()), names);
+            QCOMPARE(list->strip().columnCount(), names.size());
+            asked.clear();
+            for (const TThumbnailRequest &request : *requests)
+                asked.append(request.row);
+        };
+        readAgain({"a.jpg", "b.jpg", "c.jpg", "d.jpg"});
+        QCOMPARE(asked, QList({3})); // had no answer
+        readAgain({"0.jpg", "a.jpg", "bb.jpg", "c.jpg", "d.jpg", "e.jpg", "f.jpg"});
+        QCOMPARE(asked, QList({0, 2, 4, 5, 6}));
+        QVERIFY(selected.row() == 3 && list->list().item(3)->icon().cacheKey() == icon.cacheKey());
+        QCOMPARE(ticked(), QList({3}));
         QCOMPARE(sizes.size(), 0);
-        // Another file has neither; what is left over goes.
-        QVERIFY(list->take(batch(0, {"a.jpg", "x.jpg"}, true), false));
-        QCOMPARE(sizes.size(), 1);
-        QCOMPARE(texts(list->list()), QStringList({"a.jpg", "x.jpg"}));
-        QCOMPARE(list->strip().item(0, 1)->text(), "x.jpg");
-        QCOMPARE(list->strip().columnCount(), 2);
-        QCOMPARE(ticked(), QList<int>());
-        QVERIFY(!list->list().item(1)->isCheckable());
+        readAgain({"c.jpg", "f.jpg"}, false);
+        QVERIFY(selected.row() == 0 && sizes.size() == 1 && !list->list().item(1)->isCheckable());
+        readAgain({"f.jpg", "c.jpg"}, false); // another order, as of no walk
+        list->begin({1}, "/other");
+        QVERIFY(list->count() == 0 && !selected.isValid());
     }
 
     void answersFindTheirFile()
@@ -109,6 +122,7 @@ private slots:
         QCOMPARE(list->lastRowNamed("C.JPG"), 1);
         QVERIFY(!list->at(2) && !list->at(-1));
         // The next walk fills the strip again.
+        list->begin({1}, "/photos");
         QVERIFY(list->take(batch(0, {"b.jpg", "c.jpg"}, true), true));
         QCOMPARE(list->strip().columnCount(), 2);
         list->reflow();
@@ -160,6 +174,7 @@ private:
         return rows;
     }
 
+    QList<int> asked; ///< rows
     std::unique_ptr<Ticks> ticks;
     std::unique_ptr<FileList> list;
 };

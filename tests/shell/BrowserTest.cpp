@@ -94,7 +94,8 @@ private slots:
         start({}, 0);
         addFolder(path("a"));
         addFolder(path("b"));
-        addFolder(path("A")); // a difference in case is no new folder
+        addFolder(path("b/"));
+        addFolder(path("A")); // a slash or a difference in case is no new folder
         QCOMPARE(program->tree(), QStringList({"b", "a"}));
         program->click("openFileMinButton");
         QTRY_COMPARE(program->tree(), QStringList("b"));
@@ -256,7 +257,10 @@ private slots:
         show(1, 5); // whose files have the same names
         QCOMPARE(program->ticks(), QStringList());
         program->tick("0003.jpg");
-        program->tick("0003.jpg", Qt::Unchecked);
+        program->list()->setCurrentIndex(program->list()->model()->index(3, 0));
+        QTest::keyClick(program->list(), Qt::Key_Space); // takes it off
+        QCOMPARE(program->ticks(), QStringList());
+        QCOMPARE(VistamoGlobal::checkedItemList.size(), 2);
         show(0, 30);
         QCOMPARE(program->ticks(), QStringList({"0001.jpg", "0003.jpg"}));
         // Other files take the rows.
@@ -264,6 +268,29 @@ private slots:
                 && QFile::remove(path("a/0000.jpg")));
         QTRY_VERIFY(program->settled() && program->rows() == 29);
         QCOMPARE(program->ticks(), QStringList("0003.jpg"));
+    }
+
+    void selectionAndPlaceStayWithTheirFiles()
+    {
+        start({path("a"), path("b")}, 30);
+        const auto selected = [this] {
+            QStringList names;
+            for (const QModelIndex &index : program->list()->selectionModel()->selectedIndexes())
+                names.append(program->fileNames()[index.row()]);
+            return names;
+        };
+        program->list()->setCurrentIndex(program->list()->model()->index(20, 0));
+        auto *const bar = program->list()->verticalScrollBar();
+        bar->setValue(bar->maximum() / 2);
+        const int place = bar->value();
+        QVERIFY(place > 0);
+        Pictures::save(path("a/000.jpg")); // before all others
+        QVERIFY(QFile::remove(path("a/0025.jpg")));
+        checkList("a");
+        QCOMPARE(selected(), QStringList("0020.jpg"));
+        QCOMPARE(bar->value(), place);
+        show(1, 5);
+        QCOMPARE(selected(), QStringList());
     }
 
     void droppedFileOfTheFolderOnShow()

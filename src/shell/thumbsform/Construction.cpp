@@ -199,7 +199,6 @@ void ThumbsForm::connectViews()
     connect(&folderWatch, SIGNAL(directoryChanged(QString)), SLOT(showDirModified(QString)));
     connect(&folderWatch, &FolderWatch::changed, &folderLoad, &FolderLoad::showChanged);
 
-    connect(&folderLoad, &FolderLoad::cutShort, &fileList, &FileList::clear);
     connect(&folderLoad, &FolderLoad::began, &fileList, &FileList::begin);
     connect(&folderLoad, SIGNAL(shown(QString)), SLOT(onFolderShown(QString)));
     connect(&folderLoad, SIGNAL(filesFound(FoundFiles)), SLOT(onFilesFound(FoundFiles)));

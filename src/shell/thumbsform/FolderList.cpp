@@ -4,11 +4,25 @@
 #include "shared/platform/PathIdentity.h"
 #include "ui_ThumbsForm.h"
 
+#include <QDir>
 #include <QFileIconProvider>
 #include <QtDebug>
 
+namespace {
+
+/// A folder's path as the list of folders has it: only that of a root ends with a slash.
+QString withoutLastSlash(QString path)
+{
+    while (path.endsWith(QLatin1Char('/')) && !QDir(path).isRoot())
+        path.chop(1);
+    return path;
+}
+
+} // namespace
+
 void ThumbsForm::onAddFolder(QString path)
 {
+    path = withoutLastSlash(path);
     qDebug() << "onAddFolder: " << path;
     const int row = folders.find(path);
     if (row < 0) {
@@ -30,6 +44,7 @@ void ThumbsForm::onAddFolder(QString path)
 
 void ThumbsForm::onAddFolder(QString path, QString fileName)
 {
+    path = withoutLastSlash(path);
     selectedImageIndex = 0;
     loadImage(path + QLatin1Char('/') + fileName);
     ui->galleryTableView->selectColumn(0);

@@ -1,5 +1,6 @@
 #include "shell/ThumbsForm.h"
 
+#include "shared/platform/PathIdentity.h"
 #include "ui_ThumbsForm.h"
 
 #include <QScrollBar>
@@ -18,7 +19,8 @@ void ThumbsForm::onFolderShown(const QString &path)
     showList(true);
     ui->openFileMinButton->setEnabled(true);
     ui->slideShowButton->setEnabled(true);
-    ui->mainListView->verticalScrollBar()->setValue(0);
+    if (ExactPath(path) != ExactPath(fileList.folder()))
+        ui->mainListView->verticalScrollBar()->setValue(0);
 }
 
 /// Shows the list of thumbnails, or in its place the frame that asks for a folder.
@@ -30,16 +32,20 @@ void ThumbsForm::showList(bool visible)
 
 void ThumbsForm::onFilesFound(const FoundFiles &files)
 {
-    if (!fileList.take(files, VistamoGlobal::showCheckbox))
+    const bool readAgain = fileList.isReadAgain();
+    const auto requests = fileList.take(files, VistamoGlobal::showCheckbox);
+    if (!requests)
         return;
     if (files.complete) {
         // A folder on a drive that did not answer at the start is watched from its first walk on.
         folderWatch.watch(files.path);
+        if (readAgain && !VistamoGlobal::selectedFileName.isEmpty())
+            onCurrentColumnChanged(fileList.lastRowNamed(VistamoGlobal::selectedFileName));
         followShownFile();
     }
     tellScrollPosition();
-    for (qsizetype i = 0; i < files.infos.size(); ++i)
-        onRequestGetThumbnail(files.infos[i], files.firstRow + static_cast<int>(i));
+    for (const TThumbnailRequest &request : *requests)
+        onRequestGetThumbnail(request.info, request.row);
 }
 
 /// Finds the file that the viewer shows again, once the folder has been read again.
@@ -65,9 +71,14 @@ void ThumbsForm::onEnumFilesFinish(int count)
 void ThumbsForm::onCurrentColumnChanged(int col)
 {
     qDebug() << "onCurrentColumnChanged";
+    // The rows of a folder that is read again are not yet those of its walk.
+    if (fileList.isReadAgain() || !fileList.at(col))
+        return;
+    VistamoGlobal::selectedFileName.clear();
     ui->mainListView->setCurrentIndex(fileList.list().index(col, 0));
     ui->galleryTableView->selectColumn(col);
     selectedImageIndex = col;
+    followShownFile();
 }
 
 void ThumbsForm::onRefreshTimer()
