@@ -114,8 +114,10 @@ void ImagesToPDFProgressForm::handleOverwriteFiles(QStringList urls)
 void ImagesToPDFProgressForm::on_cancelButton_clicked()
 {
     // Without a worker the run is over, and nobody else would close the form.
-    if (convertThread.isActive() && !convertThread->isFinished())
+    if (convertThread.isActive() && !convertThread->isFinished()) {
+        ui->cancelButton->setEnabled(false);
         convertThread.stop();
-    else
+    } else {
         handleThreadTerminated();
+    }
 }

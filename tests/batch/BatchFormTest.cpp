@@ -229,6 +229,7 @@ private slots:
         QTRY_COMPARE(find<QLabel>("label_2")->text().section('/', -2, -2), "photos");
         QTRY_VERIFY(disk("out").size() > 2);
         find<QPushButton>("cancelButton")->click();
+        QVERIFY(!find("cancelButton")->isEnabled());
         QTRY_VERIFY(view()->isVisible());
         QVERIFY(disk("out").size() < 60);
         QCOMPARE(asked, QStringList()); // no message

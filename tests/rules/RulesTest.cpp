@@ -26,6 +26,8 @@ private slots:
         QCOMPARE(wrapFileName(line + "g"), line + "\ng");
         QCOMPARE(wrapFileName(line + line), line + "\n" + line);
         QCOMPARE(wrapFileName(line + line + "01234.jpg"), line + "\n" + line + "\n01234.jpg");
+        const QString two = QString::fromUtf8("\U0001F305"); // two code units
+        QCOMPARE(wrapFileName(line.chopped(1) + two + "."), line.chopped(1) + "\n" + two + ".");
     }
 
     void pathsThatAreOne()

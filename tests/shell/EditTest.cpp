@@ -173,6 +173,20 @@ private slots:
         QTRY_COMPARE(text("sizeInfoLabel"), "90x60");
     }
 
+    void exportGetsTheSuffixOfItsFilter()
+    {
+        answer = path("plain");
+        for (const QStringList &asked :
+             {QStringList{},
+              {"Confirm overwrite|Are you sure you want to overwrite " + path("plain.png") + '?'}}) {
+            questions.clear();
+            QFile::resize(path("plain.png"), 0);
+            choose("exportButton", "Export to Image File");
+            QTRY_COMPARE(QImage(path("plain.png")).size(), QSize(600, 400));
+            QCOMPARE(questions.mid(1), asked);
+        }
+    }
+
     void exportsAreFinishedAtTheEnd()
     {
         // Large enough to be still on its way at the end. At once, it waits for the picture itself.

@@ -1,15 +1,45 @@
 #include "shared/dialogs/FileDialog.h"
 
 #include "shared/dialogs/DialogSeam.h"
+#include "shared/dialogs/MessageBox.h"
 
+#include <QCoreApplication>
 #include <QFileDialog>
+#include <QFileInfo>
+
+namespace {
+
+QString askForFile(const QString &caption, const QString &start, const QString &filter, QWidget *parent,
+                   QString *chosenFilter)
+{
+    if (const auto answer = DialogSeam::answer({DialogSeam::Kind::SaveFile, caption, start}))
+        return answer->toString();
+    return QFileDialog::getSaveFileName(parent, caption, start, filter, chosenFilter);
+}
+
+} // namespace
 
 QString FileDialog::saveFileName(const QString &caption, const QString &start, const QString &filter,
                                  QWidget *parent)
 {
-    if (const auto answer = DialogSeam::answer({DialogSeam::Kind::SaveFile, caption, start}))
-        return answer->toString();
-    return QFileDialog::getSaveFileName(parent, caption, start, filter);
+    return askForFile(caption, start, filter, parent, nullptr);
+}
+
+QString FileDialog::saveFileNameWithSuffix(const QString &caption, const QString &start,
+                                           const QString &filter)
+{
+    QString chosen = filter.section(QStringLiteral(";;"), 0, 0);
+    const QString path = askForFile(caption, start, filter, nullptr, &chosen);
+    if (path.isEmpty() || !QFileInfo(path).suffix().isEmpty())
+        return path;
+    // "PNG file (*.png)"
+    const QString whole = path + QLatin1Char('.') + chosen.section(QStringLiteral("*."), 1).chopped(1);
+    const bool taken = QFileInfo::exists(whole)
+                       && !MessageBox::confirm(
+                           QCoreApplication::translate("FileDialog", "Confirm overwrite"),
+                           QCoreApplication::translate("FileDialog", "Are you sure you want to overwrite ")
+                               + whole + QLatin1Char('?'));
+    return taken ? QString() : whole;
 }
 
 QStringList FileDialog::openFileNames(const QString &caption, const QString &start, const QString &filter,

@@ -14,6 +14,11 @@ namespace FileDialog {
 [[nodiscard]] QString saveFileName(const QString &caption, const QString &start, const QString &filter,
                                    QWidget *parent = nullptr);
 
+/// The same; a name without a suffix gets that of the filter that was chosen, and where a file has that name,
+/// the user is asked whether to replace it.
+[[nodiscard]] QString saveFileNameWithSuffix(const QString &caption, const QString &start,
+                                             const QString &filter);
+
 /// Asks for any number of files, beginning in the folder `start`; blocks until the dialog closes. Empty if
 /// cancelled.
 [[nodiscard]] QStringList openFileNames(const QString &caption, const QString &start, const QString &filter,

@@ -26,7 +26,7 @@ void ThumbsForm::pasteboardActionMenuClicked(bool)
 /// show before the question: arrow keys in the dialog step the viewer too.
 void ThumbsForm::exportImage(QPixmap picture)
 {
-    const QString path = FileDialog::saveFileName(
+    const QString path = FileDialog::saveFileNameWithSuffix(
         tr("Save to Image File"), VistamoGlobal::exportImagePath,
         tr("PNG file (*.png);;JPG file (*.jpg);;TIFF file (*.tiff);;GIF file (*.gif)"));
     if (path.isEmpty())
