@@ -65,7 +65,7 @@ void FileList::begin(Generation generation, const QString &path)
         clear();
     currentFolder = path;
     readAgain = count() > 0;
-    found = {};
+    found.clear();
 }
 
 std::optional<QList<TThumbnailRequest>> FileList::take(const FoundFiles &files, bool checkable)
@@ -74,8 +74,7 @@ std::optional<QList<TThumbnailRequest>> FileList::take(const FoundFiles &files, 
         return std::nullopt;
     QList<TThumbnailRequest> requests;
     if (readAgain) {
-        found.records += files.records;
-        found.infos += files.infos;
+        found += files.records;
         if (files.complete)
             requests = merge(std::exchange(found, {}), checkable);
         readAgain = !files.complete;
@@ -94,31 +93,31 @@ std::optional<QList<TThumbnailRequest>> FileList::take(const FoundFiles &files, 
 
 /// Makes the rows those of these files. A file that was there before keeps its row's item, and with it icon,
 /// tick and selection.
-QList<TThumbnailRequest> FileList::merge(const FoundFiles &files, bool checkable)
+QList<TThumbnailRequest> FileList::merge(const QList<TFileRecord> &files, bool checkable)
 {
     const int before = count();
-    removeOthers(files.records);
+    removeOthers(files);
     bool stripFits = !fileHasLeft && count() == before;
     bool boxesChanged = false;
     QList<TThumbnailRequest> requests;
-    for (int row = 0; row < files.records.size(); ++row) {
+    for (int row = 0; row < files.size(); ++row) {
         const auto isHere = [&](qsizetype i) {
-            return row < count() && records()[row].fileName == files.records[i].fileName;
+            return row < count() && records()[row].fileName == files[i].fileName;
         };
         if (isHere(row)) {
-            boxesChanged |= updateRow(row, files.records[row], checkable);
+            boxesChanged |= updateRow(row, files[row], checkable);
         } else {
             qsizetype end = row + 1;
-            while (end < files.records.size() && !isHere(end))
+            while (end < files.size() && !isHere(end))
                 ++end;
-            insertRows(row, files.records.mid(row, end - row), checkable);
+            insertRows(row, files.mid(row, end - row), checkable);
             stripFits = false;
         }
         // Not asked for yet, or changed, or without an answer when the load before was given up.
         if (records()[row].imageRect.isNull())
-            requests.append({files.infos.value(row), row});
+            requests.append({QFileInfo(files[row].fullPath), row});
     }
-    removeRows(static_cast<int>(files.records.size()), count() - static_cast<int>(files.records.size()));
+    removeRows(static_cast<int>(files.size()), count() - static_cast<int>(files.size()));
     if (boxesChanged)
         emit sizesChanged();
     if (!stripFits)
@@ -185,15 +184,13 @@ void FileList::insertRows(int row, const QList<TFileRecord> &files, bool checkab
 
 /// Keeps a row's file up to date, and tells whether its size may be another. A file that has changed waits
 /// for its new icon.
-bool FileList::updateRow(int row, TFileRecord record, bool checkable)
+bool FileList::updateRow(int row, const TFileRecord &record, bool checkable)
 {
     QStandardItem *const item = mainModel.item(row, 0);
-    TFileRecord &old = records()[row];
-    if (isUnchanged(old, record))
-        record.imageRect = old.imageRect;
-    else
+    if (TFileRecord &old = records()[row]; !isUnchanged(old, record)) {
         item->setIcon(thumbnailIcons.blank());
-    old = std::move(record);
+        old = record;
+    }
     const bool boxChanged = item->isCheckable() != checkable;
     if (boxChanged)
         item->setCheckable(checkable);

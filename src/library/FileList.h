@@ -91,10 +91,10 @@ private:
     void fillStrip();
     void appendRows(const QList<TFileRecord> &files, bool checkable);
     void insertRows(int row, const QList<TFileRecord> &files, bool checkable);
-    bool updateRow(int row, TFileRecord record, bool checkable);
+    bool updateRow(int row, const TFileRecord &record, bool checkable);
     void removeRows(int row, int count);
     void removeOthers(const QList<TFileRecord> &files);
-    [[nodiscard]] QList<TThumbnailRequest> merge(const FoundFiles &files, bool checkable);
+    [[nodiscard]] QList<TThumbnailRequest> merge(const QList<TFileRecord> &files, bool checkable);
     int rowOf(const ThumbnailAnswer &answer) const;
     void assertSameFile(int row) const;
     void assertInStep() const;
@@ -107,5 +107,5 @@ private:
     bool fileHasLeft = false; ///< since the strip was filled
     QString currentFolder;
     bool readAgain = false;
-    FoundFiles found; ///< of a folder that is read again, until the walk has ended
+    QList<TFileRecord> found; ///< of a folder that is read again, until the walk has ended
 };

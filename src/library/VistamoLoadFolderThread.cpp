@@ -1,5 +1,6 @@
 #include "library/VistamoLoadFolderThread.h"
 
+#include "shared/platform/FolderEntries.h"
 #include "shared/platform/PathIdentity.h"
 
 #include <QElapsedTimer>
@@ -70,16 +71,6 @@ void VistamoLoadFolderThread::run()
     loadFiles(pathList.takeLast());
 }
 
-/// The image files directly in the folder. It is read whole before anything is shown: what is on the screen
-/// first is final.
-QList<FolderEntry> VistamoLoadFolderThread::imagesIn(const QString &path) const
-{
-    QList<FolderEntry> files = folderEntries(path, [this] { return isStopping(); });
-    files.removeIf(
-        [](const FolderEntry &entry) { return entry.isFolder || !VistamoGlobal().isImageFile(entry.name); });
-    return files;
-}
-
 void VistamoLoadFolderThread::loadFiles(const QString &path)
 {
     qDebug() << "VistamoLoadFolderThread::loadFiles Begin: " << path;
@@ -109,7 +100,8 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
         sincePublished.restart();
     };
 
-    QList<FolderEntry> files = imagesIn(path);
+    // The folder is read whole before anything is shown: what is on the screen first is final.
+    QList<FolderEntry> files = folderEntries(path, [this] { return isStopping(); });
     qsizetype sorted = 0;
     for (qsizetype i = 0; i < files.size() && !stopRequested; ++i) {
         if (i == sorted)
@@ -117,6 +109,8 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
         if (batch.records.size() >= batchSize(batch.firstRow)
             || (!batch.records.isEmpty() && sincePublished.hasExpired(longestSilenceMs)))
             publish();
+        if (files[i].isFolder || !VistamoGlobal().isImageFile(files[i].name))
+            continue;
         const QString fullPath = path + QLatin1Char('/') + files[i].name;
         const QFileInfo info(fullPath);
         if (info.isHidden()) // which a name does not tell everywhere

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "library/Generation.h"
-#include "shared/platform/FolderEntries.h"
 #include "shared/threads/StoppableThread.h"
 #include "shared/VistamoGlobal.h"
 
@@ -56,7 +55,6 @@ protected:
     void run() override;
 
 private:
-    [[nodiscard]] QList<FolderEntry> imagesIn(const QString &path) const;
     void loadFiles(const QString &path);
 
     const Generation generation;

@@ -20,7 +20,10 @@ QString nameOf(const Path &path)
     } else {
         const QByteArray bytes(reinterpret_cast<const char *>(name.c_str()));
         const QString decoded = QFile::decodeName(bytes);
-        return QFile::encodeName(decoded) == bytes ? decoded : QString();
+        // What is no UTF-8 is decoded to this letter, which a name may have by itself.
+        const bool isExact =
+            !decoded.contains(QChar::ReplacementCharacter) || QFile::encodeName(decoded) == bytes;
+        return isExact ? decoded : QString();
     }
 }
 
