@@ -279,6 +279,8 @@ private slots:
                 names.append(program->fileNames()[index.row()]);
             return names;
         };
+        program->click("hideCheckboxButton");
+        QTRY_VERIFY(program->settled());
         program->list()->setCurrentIndex(program->list()->model()->index(20, 0));
         auto *const bar = program->list()->verticalScrollBar();
         bar->setValue(bar->maximum() / 2);
@@ -289,8 +291,14 @@ private slots:
         checkList("a");
         QCOMPARE(selected(), QStringList("0020.jpg"));
         QCOMPARE(bar->value(), place);
+        QVERIFY(program->find("deleteButton")->isEnabled());
         show(1, 5);
         QCOMPARE(selected(), QStringList());
+        QVERIFY(!program->find("deleteButton")->isEnabled());
+        program->list()->setCurrentIndex(program->list()->model()->index(2, 0));
+        QVERIFY(QFile::remove(path("b/0002.jpg")));
+        QTRY_COMPARE(program->rows(), 4);
+        QCOMPARE(program->find("deleteButton")->isEnabled(), !selected().isEmpty());
     }
 
     void droppedFileOfTheFolderOnShow()

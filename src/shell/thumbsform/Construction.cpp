@@ -209,6 +209,9 @@ void ThumbsForm::connectViews()
             SLOT(onThumbnailsFound(QList<ThumbnailAnswer>)));
     connect(&folderLoad, SIGNAL(thumbnailMade(ThumbnailAnswer)), SLOT(onThumbnailMade(ThumbnailAnswer)));
     connect(&folderLoad, SIGNAL(thumbnailsEnded()), SLOT(onLoadThumbnailFinish()));
+    // A selection that goes with its rows is not told of.
+    connect(&fileList.list(), &QAbstractItemModel::modelReset, this, &ThumbsForm::checkDeleteButton);
+    connect(&fileList.list(), &QAbstractItemModel::rowsRemoved, this, &ThumbsForm::checkDeleteButton);
     connect(&fileList, &FileList::sizesChanged, ui->mainListView, &QListView::doItemsLayout);
     connect(&fileList, &FileList::itemMissing, &folderLoad, &FolderLoad::stopThumbnails);
     connect(&fileList.icons(), SIGNAL(lostPictures()), SLOT(onLostPictures()));
