@@ -1,8 +1,9 @@
 #pragma once
 
+#include <QFileDevice>
 #include <QString>
 
-class QFileDevice;
+#include <optional>
 
 /// What the program needs of the operating system beyond Qt, defined in one set of files per system.
 namespace Platform {
@@ -16,6 +17,10 @@ namespace Platform {
 
 /// The same for the names in a folder, where the system knows it.
 void flushFolder(const QString &path);
+
+/// The permissions of a new file that the user alone may open; nothing where new files go by the access list
+/// of their folder.
+[[nodiscard]] std::optional<QFileDevice::Permissions> privatePermissions();
 
 /// Renames a file within its file system. False, with both as they were, if something stands at `to`.
 [[nodiscard]] bool renameToNew(const QString &from, const QString &to);

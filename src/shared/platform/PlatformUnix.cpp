@@ -96,6 +96,11 @@ void Platform::lowerThreadPriority()
 #endif
 }
 
+std::optional<QFileDevice::Permissions> Platform::privatePermissions()
+{
+    return QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+}
+
 bool Platform::renameToNew(const QString &from, const QString &to)
 {
     const QByteArray source = QFile::encodeName(from);

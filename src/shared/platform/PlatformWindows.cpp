@@ -1,7 +1,6 @@
 #include "shared/platform/Platform.h"
 
 #include <QDir>
-#include <QFileDevice>
 
 #include <io.h>
 #include <windows.h>
@@ -26,6 +25,11 @@ void Platform::flushFolder(const QString &) {}
 void Platform::lowerThreadPriority()
 {
     SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_BELOW_NORMAL);
+}
+
+std::optional<QFileDevice::Permissions> Platform::privatePermissions()
+{
+    return std::nullopt;
 }
 
 bool Platform::renameToNew(const QString &from, const QString &to)

@@ -45,14 +45,14 @@ bool ReplacementFile::create()
     if (info.exists() && !replacesLink && (!info.isFile() || (link == Link::Follow && !info.isWritable())))
         return false;
     // What replaces or copies another file may be as private as that, and gets its permissions in the end.
-    const bool isPrivate = link == Link::Replace || info.exists();
-    const auto permissions = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+    const auto permissions =
+        link == Link::Replace || info.exists() ? Platform::privatePermissions() : std::nullopt;
     constexpr OpenMode mode = QIODevice::ReadWrite | QIODevice::NewOnly;
     for (int i = 0; i < attempts; ++i) {
         const quint32 number = QRandomGenerator::global()->generate();
         setFileName(
             info.dir().filePath(QStringLiteral(".orrelan-%1.tmp").arg(number, 8, 16, QLatin1Char('0'))));
-        if (isPrivate ? open(mode, permissions) : open(mode))
+        if (permissions ? open(mode, *permissions) : open(mode))
             return true;
         if (!exists())
             break;
