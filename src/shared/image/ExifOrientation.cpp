@@ -108,13 +108,6 @@ QImageIOHandler::Transformations exifOrientation(const QString &path)
     return QImageIOHandler::TransformationNone;
 }
 
-bool pngHasProfile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) && file.read(pngSignature.size()) == pngSignature
-           && !metadataChunks(file, {true, 4, 1, {"iCCP"}}).isEmpty();
-}
-
 QImageIOHandler::Transformations transformationOfExifValue(int orientation)
 {
     switch (orientation) {

@@ -8,8 +8,5 @@
 /// read. Safe to call from any thread.
 [[nodiscard]] QImageIOHandler::Transformations exifOrientation(const QString &path);
 
-/// True if a PNG file carries a colour profile of its own (chunk iCCP).
-[[nodiscard]] bool pngHasProfile(const QString &path);
-
 /// What an EXIF orientation value asks for: 1 to 8, anything else is none.
 [[nodiscard]] QImageIOHandler::Transformations transformationOfExifValue(int orientation);

@@ -1,5 +1,6 @@
 #include "shared/image/ImageReading.h"
 
+#include "shared/image/ColourPng.h"
 #include "shared/image/DecodeGuard.h"
 #include "shared/image/ExifOrientation.h"
 #include "shared/image/JpegEighth.h"
@@ -48,15 +49,6 @@ QImage inSrgb(QImage image)
     return image;
 }
 
-/// The gamma that PNG files of sRGB pictures carry for programs that do not know sRGB (chunk gAMA, value
-/// 45455); taken as it stands it would crush the shadows.
-bool isUsualGamma(const QColorSpace &colourSpace)
-{
-    return colourSpace.primaries() == QColorSpace::Primaries::SRgb
-           && colourSpace.transferFunction() == QColorSpace::TransferFunction::Gamma
-           && qAbs(colourSpace.gamma() - 2.2F) < 0.01F;
-}
-
 /// One file that is being read.
 class PictureFile
 {
@@ -99,8 +91,8 @@ public:
         const QByteArray format = reader.format();
         QImage image = oriented(oriented(reader.read(), reader.transformation()), ignored);
         image.setDevicePixelRatio(1); // which Qt reads out of names like "a@2x.png"
-        if (format == "png" && isUsualGamma(image.colorSpace()) && !pngHasProfile(reader.fileName()))
-            image.setColorSpace(QColorSpace::SRgb);
+        if (QFile file(reader.fileName()); format == "png" && file.open(QIODevice::ReadOnly))
+            image.setColorSpace(pngColourSpace(file, image.colorSpace()));
         return {std::move(image), std::move(share)};
     }
 

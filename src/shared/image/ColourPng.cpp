@@ -1,0 +1,69 @@
+#include "shared/image/ColourPng.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QtEndian>
+
+#include <array>
+#include <cmath>
+
+namespace {
+
+using Chunks = QHash<QByteArray, QByteArray>;
+
+/// The data of the chunks about colour, which all stand before the pixels.
+Chunks colourChunks(QIODevice &file)
+{
+    constexpr int mostChunks = 10'000;
+    constexpr qint64 mostBytes = 16 << 20; // more than any profile has
+    constexpr qint64 checksum = 4;
+    Chunks found;
+    if (file.read(8) != QByteArray("\x89PNG\r\n\x1a\n"))
+        return found;
+    for (int chunk = 0; chunk < mostChunks; ++chunk) {
+        const QByteArray head = file.read(8);
+        const QByteArray type = head.mid(4);
+        if (head.size() < 8 || type == "IDAT" || type == "IEND")
+            break;
+        const qint64 length = qFromBigEndian<quint32>(head.constData());
+        const bool isWanted = QByteArrayList{"iCCP", "sRGB", "gAMA", "cHRM"}.contains(type);
+        if (isWanted && length <= mostBytes)
+            found.insert(type, file.read(length));
+        if (file.skip(isWanted && length <= mostBytes ? checksum : length + checksum) < checksum)
+            break;
+    }
+    return found;
+}
+
+/// True for numbers of 32 bits that are all no further than `tolerance` from `expected`.
+template <size_t Count>
+bool isNear(const QByteArray &numbers, const std::array<int, Count> &expected, int tolerance)
+{
+    if (numbers.size() != static_cast<qsizetype>(4 * Count))
+        return false;
+    for (size_t i = 0; i < Count; ++i)
+        if (std::abs(qFromBigEndian<qint32>(numbers.constData() + 4 * i) - expected[i]) > tolerance)
+            return false;
+    return true;
+}
+
+/// True if the file means sRGB, by the chunk of that name or by the gamma and primaries that the PNG standard
+/// gives for programs that don't know it (PNG third edition, 11.3.2.5), as far as writers keep to them. In
+/// 1/100,000.
+bool meansSrgb(const Chunks &chunks)
+{
+    constexpr std::array gamma{45455};
+    constexpr std::array whiteRedGreenBlue{31270, 32900, 64000, 33000, 30000, 60000, 15000, 6000};
+    if (chunks.contains("iCCP"))
+        return false;
+    return chunks.contains("sRGB")
+           || (isNear(chunks["gAMA"], gamma, 500)
+               && (!chunks.contains("cHRM") || isNear(chunks["cHRM"], whiteRedGreenBlue, 500)));
+}
+
+} // namespace
+
+QColorSpace pngColourSpace(QIODevice &file, const QColorSpace &read)
+{
+    return meansSrgb(colourChunks(file)) ? QColorSpace(QColorSpace::SRgb) : read;
+}
