@@ -1,4 +1,6 @@
 #include "formats/heif/HeifCodedSize.h"
+#include "shared/image/ImageReading.h"
+#include "support/Files.h"
 #include "support/Memory.h"
 #include "support/Pictures.h"
 
@@ -63,11 +65,20 @@ Item hevc(int pictures)
     return {"hvc1", boxOf(file, "mdat").mid(8).repeated(pictures), {}, QSize(64, 64), boxOf(file, "hvcC")};
 }
 
-/// A file that shows the first of the items, all turned by so many quarters anticlockwise.
-QByteArray fileOf(const QList<Item> &items, int turn = 0)
+/// How a file says that its pictures are to be shown.
+struct Turn
+{
+    int quarters = 0;        ///< anticlockwise
+    int mirror = -1;         ///< then, if not negative: 0 from top to bottom, 1 from left to right
+    bool beforeSize = false; ///< where the list of properties has them
+};
+
+/// A file that shows the first of the items, all turned.
+QByteArray fileOf(const QList<Item> &items, Turn turn = {})
 {
     const QByteArray none = number(0, 4); // version and flags
-    QByteArray properties = box("pixi", none + "\3\10\10\10") + box("irot", number(turn, 1));
+    QByteArray properties = box("pixi", none + "\3\10\10\10") + box("irot", number(turn.quarters, 1))
+                            + (turn.mirror < 0 ? box("free", {}) : box("imir", number(turn.mirror, 1)));
     QByteArray types, places, links, parts, data;
     for (int i = 0; i < items.size(); ++i) {
         const Item &item = items[i];
@@ -75,8 +86,8 @@ QByteArray fileOf(const QList<Item> &items, int turn = 0)
         types += box("infe", number(2 << 24, 4) + id + number(0, 2) + item.type + number(0, 1));
         places += id + number(1, 2) + number(0, 2) + number(1, 2) + number(data.size(), 4)
                   + number(item.data.size(), 4);
-        links +=
-            id + number(4, 1) + number(1, 1) + number(3 + 2 * i, 1) + number(4 + 2 * i, 1) + number(2, 1);
+        const QByteArray sizes = number(4 + 2 * i, 1) + number(5 + 2 * i, 1);
+        links += id + number(5, 1) + number(1, 1) + (turn.beforeSize ? "\2\3" + sizes : sizes + "\2\3");
         properties +=
             box("ispe", none + number(item.size.width(), 4) + number(item.size.height(), 4)) + item.codec;
         data += item.data;
@@ -99,7 +110,7 @@ QByteArray fileOf(const QList<Item> &items, int turn = 0)
 } // namespace
 
 /// HEIF files box by box: pictures made of others, turned, with thumbnails, and streams that hide their size.
-class HeifItemsTest : public QObject
+class HeifItemsTest : public FolderTest
 {
     Q_OBJECT
 
@@ -143,11 +154,33 @@ private slots:
 
     void turnsOnce()
     {
-        for (const auto &[turn, orientation] : {std::pair(0, 1), {1, 8}, {2, 3}, {3, 6}}) {
-            const QImage stored = Pictures::asStored(Pictures::quarters({96, 64}), orientation);
-            const QImage image = Pictures::decoded(fileOf({coded(stored)}, turn));
-            QCOMPARE(image.size(), QSize(96, 64));
-            QCOMPARE(Pictures::quartersOf(image), "red green blue yellow");
+        const QImage upright = Pictures::quarters({96, 64});
+        const int orientations[][3] = {{1, 4, 2}, {8, 5, 7}, {3, 2, 4}, {6, 7, 5}}; // by turn and mirror
+        for (int turn = 0; turn < 4; ++turn)
+            for (const int mirror : {-1, 0, 1})
+                for (const auto format : {QImage::Format_RGB32, QImage::Format_RGBX64}) {
+                    const QImage stored = Pictures::asStored(upright, orientations[turn][mirror + 1]);
+                    const QByteArray file = fileOf({coded(stored.convertToFormat(format))}, {turn, mirror});
+                    const QImage image = Pictures::decoded(file);
+                    QCOMPARE(image.size(), QSize(96, 64));
+                    QCOMPARE(image.depth() == 64, format == QImage::Format_RGBX64);
+                    QCOMPARE(Pictures::quartersOf(image), "red green blue yellow");
+                }
+    }
+
+    void theDecodedSizeDecides()
+    {
+        newFolder();
+        const QImage stored = Pictures::asStored(Pictures::quarters({400, 600}), 6);
+        Item thumbnail = coded(stored.scaled(300, 200));
+        thumbnail.parts = {1};
+        thumbnail.reference = "thmb";
+        for (const QList<Item> &items : {QList<Item>{coded(stored)}, {coded(stored), thumbnail}}) {
+            write("a.avif", fileOf(items, {3, -1, true}));
+            const auto made = ImageReading::readThumbnail(path("a.avif"), 256);
+            QCOMPARE(made.fullSize, QSize(400, 600));
+            QCOMPARE(made.image.size(), QSize(171, 256));
+            QCOMPARE(Pictures::quartersOf(made.image), "red green blue yellow");
         }
     }
 
@@ -163,7 +196,7 @@ private slots:
             Item thumbnail = coded(Pictures::asStored(Pictures::quarters(size), 3));
             thumbnail.parts = {1};
             thumbnail.reference = "thmb";
-            const QByteArray file = fileOf({coded(Pictures::quarters({160, 120})), thumbnail}, turn);
+            const QByteArray file = fileOf({coded(Pictures::quarters({160, 120})), thumbnail}, {turn});
             QCOMPARE(Pictures::decoded(file, asked).size(), asked);
             QCOMPARE(Pictures::quartersOf(Pictures::decoded(file, asked)), shown);
         }

@@ -39,6 +39,7 @@ struct Item
     std::vector<quint32> parts; ///< what it is made of
     QSize told{0, 0};           ///< by its properties
     QSize size{0, 0};           ///< that its data takes
+    std::vector<Heif::Turn> turns;
 
     bool isCoded() const { return type == "hvc1" || type == "av01"; }
     bool isComposed() const { return type == "grid" || type == "iovl"; }
@@ -96,7 +97,7 @@ public:
     }
 
     [[nodiscard]] bool read();
-    [[nodiscard]] std::optional<QSize> largest();
+    [[nodiscard]] std::optional<Heif::PictureItems> pictures();
 
 private:
     [[nodiscard]] bool readMetadata(const QByteArray &metadata);
@@ -248,18 +249,25 @@ bool ItemTable::readProperties(const QByteArray &box)
 {
     struct Property
     {
-        QSize told;
-        QSize size;
+        QSize told{0, 0};
+        QSize size{0, 0};
+        std::optional<Heif::Turn> turn;
     };
     std::vector<Property> properties;
     const std::vector<Box> boxes = boxesIn(box);
     for (const Box &container : boxes) {
         for (const Box &entry : container.type == "ipco" ? boxesIn(container.contents) : std::vector<Box>()) {
-            Property property{{0, 0}, {0, 0}};
+            Property property;
             Bits bits(entry.contents.left(12));
-            bits.skip(32);
-            if (entry.type == "ispe")
+            if (entry.type == "ispe") {
+                bits.skip(32);
                 property.told = sizeFrom(bits, 32);
+            } else if (entry.type == "irot")
+                property.turn = {Heif::Turn::Quarters, static_cast<int>(bits.take(8) & 3)};
+            else if (entry.type == "imir")
+                property.turn = {Heif::Turn::Mirror, static_cast<int>(bits.take(8) & 1)};
+            else if (entry.type == "clap")
+                property.turn = {Heif::Turn::Other, 0};
             else if (entry.type == "hvcC")
                 property.size = Heif::hevcConfigurationSize(entry.contents);
             else if (entry.type == "av1C")
@@ -287,6 +295,8 @@ bool ItemTable::readProperties(const QByteArray &box)
                     continue;
                 item.told = Heif::larger(item.told, properties[index - 1].told);
                 item.size = Heif::larger(item.size, properties[index - 1].size);
+                if (const auto &turn = properties[index - 1].turn)
+                    item.turns.push_back(*turn);
             }
         }
     }
@@ -348,21 +358,23 @@ std::optional<qint64> ItemTable::cost(quint32 id, int depth)
     return pixels;
 }
 
-std::optional<QSize> ItemTable::largest()
+std::optional<Heif::PictureItems> ItemTable::pictures()
 {
-    QSize size(0, 0);
+    Heif::PictureItems found{{0, 0}, {}};
     for (const auto &[id, item] : items) {
         if (!cost(id, 0))
             return std::nullopt;
-        size = Heif::larger(size, item.size);
+        found.largest = Heif::larger(found.largest, item.size);
+        if (!item.turns.empty())
+            found.turns[id] = item.turns;
     }
-    return size;
+    return found;
 }
 
 } // namespace
 
-std::optional<QSize> Heif::largestPicture(QIODevice &device, qint64 start)
+std::optional<Heif::PictureItems> Heif::pictureItems(QIODevice &device, qint64 start)
 {
     ItemTable items(device, start);
-    return items.read() ? items.largest() : std::nullopt;
+    return items.read() ? items.pictures() : std::nullopt;
 }

@@ -2,16 +2,37 @@
 
 #include <QSize>
 
+#include <map>
 #include <optional>
+#include <vector>
 
 class QIODevice;
 
 namespace Heif {
 
-/// The largest picture, in pixels, among all that the items of a file are coded in or put together to.
+/// One step on the way from a picture as it is coded to what is shown.
+struct Turn
+{
+    enum Kind
+    {
+        Quarters, ///< anticlockwise, so many
+        Mirror,   ///< 0: from top to bottom, 1: from left to right
+        Other     ///< cropped, or in a way that the format does not have
+    };
+    Kind kind;
+    int value;
+};
+
+/// What is to be known of a file's pictures before one is decoded.
+struct PictureItems
+{
+    QSize largest;                              ///< pixels, of all that are coded or put together
+    std::map<quint32, std::vector<Turn>> turns; ///< by the items that have any, in their order
+};
+
 /// Nothing if the file is broken, or if decoding it would never end or cost out of all proportion to the
 /// sizes that it tells: pictures made of one another or of too many parts. libheif before 1.19 takes such
 /// files on. Reads from `start`, leaves the device's position anywhere.
-[[nodiscard]] std::optional<QSize> largestPicture(QIODevice &device, qint64 start);
+[[nodiscard]] std::optional<PictureItems> pictureItems(QIODevice &device, qint64 start);
 
 } // namespace Heif

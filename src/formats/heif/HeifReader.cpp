@@ -2,11 +2,11 @@
 
 #include "formats/ClampToAlpha.h"
 #include "formats/heif/HeifColour.h"
-#include "formats/heif/HeifItems.h"
 #include "formats/heif/HeifLimits.h"
 
 #include <QImageReader>
 #include <QSysInfo>
+#include <QTransform>
 
 #include <algorithm>
 #include <array>
@@ -129,15 +129,33 @@ void releaseImage(void *image)
     heif_image_release(static_cast<heif_image *>(image));
 }
 
+bool isMirrored(const std::vector<Heif::Turn> &turns)
+{
+    const auto is = [&](Heif::Turn::Kind kind) {
+        return std::any_of(turns.begin(), turns.end(), [kind](auto turn) { return turn.kind == kind; });
+    };
+    return is(Heif::Turn::Mirror) && !is(Heif::Turn::Other);
+}
+
+QImage turned(QImage image, const std::vector<Heif::Turn> &turns)
+{
+    for (const Heif::Turn turn : turns)
+        image = turn.kind == Heif::Turn::Mirror ? std::move(image).mirrored(turn.value == 1, turn.value == 0)
+                                                : image.transformed(QTransform().rotate(-90 * turn.value));
+    return image;
+}
+
 /// The decoded picture; the QImage takes over the library's memory.
-QImage decode(const heif_image_handle &handle, bool forScaling)
+QImage decodePicture(const heif_image_handle &handle, bool forScaling, bool upright)
 {
     const Layout layout = layoutOf(handle, forScaling);
     if (!withinLimit(sizeOf(handle), layout.format))
         return {};
     heif_image *decoded = nullptr;
+    const Heif::DecodingOptions options(heif_decoding_options_alloc());
+    options->ignore_transformations = !upright;
     const bool ok =
-        Heif::isOk(heif_decode_image(&handle, &decoded, heif_colorspace_RGB, layout.chroma, nullptr));
+        Heif::isOk(heif_decode_image(&handle, &decoded, heif_colorspace_RGB, layout.chroma, options.get()));
     Heif::Image owner(decoded);
     if (!ok || !decoded || heif_image_get_chroma_format(decoded) != layout.chroma)
         return {};
@@ -223,9 +241,9 @@ bool HeifReader::limitCost()
     limits->max_children_per_box = Heif::mostBoxes;
     return true;
 #else
-    const std::optional<QSize> largest = Heif::largestPicture(*device, start);
-    tooLarge = largest && !withinLimit(*largest, QImage::Format_RGB888);
-    return largest && device->seek(start);
+    const auto found = Heif::pictureItems(*device, start);
+    items = found.value_or(Heif::PictureItems{});
+    return found && device->seek(start);
 #endif
 }
 
@@ -239,7 +257,18 @@ QImage::Format HeifReader::imageFormat()
     return open() ? layoutOf(*primary, false).format : QImage::Format_Invalid;
 }
 
-Heif::Handle HeifReader::thumbnailFor(QSize scaled) const
+/// The picture as it is to be shown. libheif before 1.17 mirrors none of more than 8 bits.
+QImage HeifReader::decode(const heif_image_handle &handle, heif_item_id id, bool forScaling) const
+{
+    QImage image = decodePicture(handle, forScaling, true);
+    const auto found = items.turns.find(id);
+    if (image.isNull() && found != items.turns.end() && isMirrored(found->second)
+        && heif_image_handle_get_luma_bits_per_pixel(&handle) > 8)
+        image = turned(decodePicture(handle, forScaling, false), found->second);
+    return image;
+}
+
+QImage HeifReader::readThumbnail(QSize scaled) const
 {
     std::vector<heif_item_id> ids(mostThumbnails);
     ids.resize(heif_image_handle_get_list_of_thumbnail_IDs(primary.get(), ids.data(), mostThumbnails));
@@ -247,29 +276,37 @@ Heif::Handle HeifReader::thumbnailFor(QSize scaled) const
         heif_image_handle *found = nullptr;
         if (!Heif::isOk(heif_image_handle_get_thumbnail(primary.get(), id, &found)))
             continue;
-        Heif::Handle thumbnail(found);
+        const Heif::Handle thumbnail(found);
         const QSize size = sizeOf(*thumbnail);
         const bool covers = size.width() >= scaled.width() && size.height() >= scaled.height();
         const bool alike =
             heif_image_handle_has_alpha_channel(found) == heif_image_handle_has_alpha_channel(primary.get());
-        if (covers && alike && sameShape(size, sizeOf(*primary)))
-            return thumbnail;
+        if (!covers || !alike || !sameShape(size, sizeOf(*primary)))
+            continue;
+        if (const QImage image = decode(*found, id, true); image.size() == size)
+            return image;
     }
     return {};
 }
 
 QImage HeifReader::read(QSize scaled)
 {
-    if (!open() || tooLarge || sizeOf(*primary).isEmpty())
+    if (!open() || sizeOf(*primary).isEmpty()
+        || (!items.largest.isEmpty() && !withinLimit(items.largest, QImage::Format_RGB888)))
         return {};
     try {
-        const bool scales = !scaled.isEmpty() && scaled != sizeOf(*primary);
+        bool scales = !scaled.isEmpty() && scaled != sizeOf(*primary);
         QImage image;
-        if (const Heif::Handle thumbnail = scales ? thumbnailFor(scaled) : Heif::Handle())
-            image = decode(*thumbnail, true);
-        if (image.isNull())
-            image = decode(*primary, scales);
-        if (scales && !image.isNull() && withinLimit(scaled, image.format()))
+        if (scales)
+            image = readThumbnail(scaled);
+        if (image.isNull()) {
+            heif_item_id id = 0;
+            heif_context_get_primary_image_ID(context.get(), &id);
+            image = decode(*primary, id, scales);
+            // Turns before the size in the list of properties have no part in the size that is told.
+            scales &= image.size() == sizeOf(*primary);
+        }
+        if (scales && withinLimit(scaled, image.format()))
             image = image.scaled(scaled, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
         image.setColorSpace(Heif::colourSpace(*primary));
         return image;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "formats/heif/HeifItems.h"
 #include "formats/heif/HeifTypes.h"
 
 #include <QBuffer>
@@ -27,19 +28,21 @@ public:
     [[nodiscard]] QImage::Format imageFormat();
 
     /// The upright picture, in the size asked for if one is given: from the thumbnail in the file if that is
-    /// large enough. Null if the file is broken or the picture above QImageReader's allocation limit.
+    /// large enough. In its full size where that is not what the header made of it. Null if the file is
+    /// broken or the picture above QImageReader's allocation limit.
     [[nodiscard]] QImage read(QSize scaled = {});
 
 private:
     [[nodiscard]] bool open();
     [[nodiscard]] bool limitCost(); ///< of decoding; false for a file that is refused for it
-    [[nodiscard]] Heif::Handle thumbnailFor(QSize scaled) const;
+    [[nodiscard]] QImage readThumbnail(QSize scaled) const; ///< null if there is none of use
+    [[nodiscard]] QImage decode(const heif_image_handle &handle, heif_item_id id, bool forScaling) const;
 
     QIODevice *device;
     QBuffer buffered; ///< what a device held that cannot seek
     qint64 start = 0;
     bool opened = false;
-    bool tooLarge = false; ///< some picture in the file, as its data has it
+    Heif::PictureItems items{}; ///< empty where the library needs no help with them
     Heif::Context context;
     Heif::Handle primary;
 

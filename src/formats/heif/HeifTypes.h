@@ -22,6 +22,7 @@ using Handle = std::unique_ptr<heif_image_handle, Release<heif_image_handle_rele
 using Image = std::unique_ptr<heif_image, Release<heif_image_release>>;
 using Nclx = std::unique_ptr<heif_color_profile_nclx, Release<heif_nclx_color_profile_free>>;
 using Encoder = std::unique_ptr<heif_encoder, Release<heif_encoder_release>>;
+using DecodingOptions = std::unique_ptr<heif_decoding_options, Release<heif_decoding_options_free>>;
 using EncodingOptions = std::unique_ptr<heif_encoding_options, Release<heif_encoding_options_free>>;
 
 [[nodiscard]] inline bool isOk(const heif_error &error)

@@ -196,7 +196,7 @@ ImageReading::Thumbnail ImageReading::readThumbnail(const QString &path, int sid
         image = file.read().image;
     if (image.isNull())
         return {};
-    if (!scaledByDecoder) {
+    if (image.size() != scaled) { // not scaled, or not of the size that its header told
         fullSize = image.size();
         image = image.scaled(thumbnailSize(fullSize, side), Qt::IgnoreAspectRatio, Qt::FastTransformation);
     }
