@@ -2,6 +2,7 @@
 
 #include "fileops/FileTransfer.h"
 #include "library/FileList.h"
+#include "library/FileMenu.h"
 #include "library/FolderLoad.h"
 #include "library/Folders.h"
 #include "library/FolderWatch.h"
@@ -15,14 +16,12 @@
 #include "viewer/PictureView.h"
 
 #include <QItemSelection>
-#include <QMenu>
 #include <QWidget>
 
 #include <functional>
 #include <memory>
 
 class ImagesToPDFForm;
-class QAction;
 class QSettings;
 class QStackedLayout;
 class QTimer;
@@ -224,6 +223,7 @@ private:
     void setCheckboxVisible(bool visible);
     void applyListStyleSheet();
     void removeItemFromList(QString path);
+    QStringList selectedFiles() const;
 
     // Viewer
     void loadImage();
@@ -249,7 +249,6 @@ private:
     void exportImage(QPixmap picture);
 
     // File operations
-    QStringList chosenFiles() const;
     FileTransfer::Surroundings transferSurroundings();
     void showOverwriteDialog(const QStringList &fileExistsList, const QStringList &fileSourceList);
 
@@ -275,10 +274,7 @@ private:
     const int maxIconSize = thumbnailSide; ///< pixels
     const int minIconSize = 128;           ///< pixels
     Ticks ticks;
-    QMenu contextMenu;
-    QAction *copyToAction = nullptr;
-    QAction *moveToAction = nullptr;
-    QAction *renameAction = nullptr;
+    FileMenu contextMenu;
 
     // Viewer
     PictureLoader pictureLoader;

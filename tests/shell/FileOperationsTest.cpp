@@ -139,6 +139,38 @@ private slots:
         QTRY_COMPARE(program->fileNames().value(program->list()->currentIndex().row()), odd + ".png");
     }
 
+    void menuIsAboutTheFilesThatItWasOpenedFor()
+    {
+        startOn("hideCheckboxButton");
+        const int seenBefore = dialogsSeen;
+        for (const int entry : {0, 2, 1}) { // a move leaves the next change alone
+            Pictures::save(path("photos/b.png"));
+            QTRY_VERIFY(program->settled() && program->rows() == 3);
+            program->list()->setCurrentIndex(program->list()->model()->index(1, 0));
+            whenDialog([&](QWidget *menu) {
+                QVERIFY(QFile::remove(path("photos/b.png")));
+                QTRY_COMPARE(program->rows(), 2);
+                QVERIFY(program->list()->selectionModel()->hasSelection()); // a neighbour
+                if (entry < 2)
+                    whenDialog(&QWidget::close); // what cannot be copied is offered for overwriting
+                for (int i = 0; i <= entry; ++i)
+                    QTest::keyClick(menu, Qt::Key_Down);
+                QTest::keyClick(menu, Qt::Key_Return);
+            });
+            program->call("onRightMouseButtonPressEvent", Q_ARG(QPoint, QPoint()));
+            QCOMPARE(disk("photos"), QStringList({"a.png", "c.png"}));
+            QCOMPARE(disk("target"), QStringList());
+        }
+        QCOMPARE(dialogsSeen - seenBefore, 5);
+        QTRY_VERIFY(program->settled());
+        select({"a.png"}); // for the next
+        whenDialog([](QWidget *menu) {
+            QTest::keyClick(menu, Qt::Key_Down), QTest::keyClick(menu, Qt::Key_Return);
+        });
+        program->call("onRightMouseButtonPressEvent", Q_ARG(QPoint, QPoint()));
+        QCOMPARE(disk("target"), QStringList("a.png"));
+    }
+
     void deletedFilesAreInTheTrash()
     {
         startOn("hideCheckboxButton");

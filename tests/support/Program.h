@@ -201,11 +201,12 @@ protected:
                                                                    : std::nullopt;
         });
     }
-    /// Does something with the next modal dialog.
+    /// Does something with the next menu or modal dialog.
     void whenDialog(const std::function<void(QWidget *)> &action)
     {
         QTimer::singleShot(10, this, [=, this] {
-            QWidget *const dialog = QApplication::activeModalWidget();
+            QWidget *const popup = QApplication::activePopupWidget();
+            QWidget *const dialog = popup ? popup : QApplication::activeModalWidget();
             if (!dialog)
                 return whenDialog(action);
             ++dialogsSeen;

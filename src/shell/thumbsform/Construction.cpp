@@ -220,10 +220,7 @@ void ThumbsForm::connectViews()
 
 void ThumbsForm::setUpContextMenu()
 {
-    copyToAction = contextMenu.addAction(tr("Copy to..."));
-    moveToAction = contextMenu.addAction(tr("Move to..."));
-    renameAction = contextMenu.addAction(tr("Rename..."));
-    connect(copyToAction, SIGNAL(triggered()), SLOT(onCopytoAction()));
-    connect(moveToAction, SIGNAL(triggered()), SLOT(onMovetoAction()));
-    connect(renameAction, SIGNAL(triggered()), SLOT(onRenameAction()));
+    connect(contextMenu.copyToAction, SIGNAL(triggered()), SLOT(onCopytoAction()));
+    connect(contextMenu.moveToAction, SIGNAL(triggered()), SLOT(onMovetoAction()));
+    connect(contextMenu.renameAction, SIGNAL(triggered()), SLOT(onRenameAction()));
 }

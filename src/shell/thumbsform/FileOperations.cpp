@@ -51,29 +51,16 @@ FileTransfer::Surroundings ThumbsForm::transferSurroundings()
             showFileCopiedMessage};
 }
 
-/// The files that an operation is about: the ticked ones of all folders, or the selected ones.
-QStringList ThumbsForm::chosenFiles() const
-{
-    if (ui->showCheckboxButton->isChecked())
-        return ticks.files();
-    QStringList files;
-    for (const QModelIndex &index : ui->mainListView->selectionModel()->selectedIndexes()) {
-        if (const TFileRecord *const record = fileList.at(index.row()))
-            files.append(record->fullPath);
-    }
-    return files;
-}
-
 void ThumbsForm::onCopytoAction()
 {
-    // The files before the question: rows may hold others after it.
-    static_cast<void>(fileTransfer.transfer(FileTransfer::Mode::Copy, chosenFiles()));
+    static_cast<void>(fileTransfer.transfer(
+        FileTransfer::Mode::Copy, ui->showCheckboxButton->isChecked() ? ticks.files() : selectedFiles()));
 }
 
 void ThumbsForm::onMovetoAction()
 {
     folderWatch.skipNext();
-    QStringList sources = chosenFiles();
+    QStringList sources = ui->showCheckboxButton->isChecked() ? ticks.files() : selectedFiles();
     // Each file that has been moved takes its tick along.
     if (ui->showCheckboxButton->isChecked())
         std::reverse(sources.begin(), sources.end());
@@ -105,13 +92,12 @@ void ThumbsForm::handleConvertFinish()
 void ThumbsForm::onRenameAction()
 {
     qDebug() << "currentPath: " << folderLoad.path();
-    const QModelIndexList selected = ui->mainListView->selectionModel()->selectedIndexes();
-    const TFileRecord *const record = selected.isEmpty() ? nullptr : fileList.at(selected.first().row());
-    if (!record)
+    const QStringList selected = selectedFiles();
+    if (selected.isEmpty() || !QFileInfo(selected.first()).isFile())
         return;
     VistamoRenameDialog dialog;
     // The folder on show may already be the next one.
-    dialog.setFile(record->fullPath, record->path);
+    dialog.setFile(selected.first(), QFileInfo(selected.first()).path());
     dialog.exec();
 }
 

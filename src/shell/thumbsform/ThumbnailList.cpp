@@ -30,7 +30,20 @@ void ThumbsForm::tellScrollPosition()
 
 void ThumbsForm::onRightMouseButtonPressEvent(QPoint pos)
 {
-    contextMenu.exec(ui->mainListView->mapToGlobal(pos));
+    contextMenu.openFor(selectedFiles(), ui->mainListView->mapToGlobal(pos));
+}
+
+/// The files that are selected, or that the open menu is about.
+QStringList ThumbsForm::selectedFiles() const
+{
+    if (contextMenu.files())
+        return *contextMenu.files();
+    QStringList files;
+    for (const QModelIndex &index : ui->mainListView->selectionModel()->selectedIndexes()) {
+        if (const TFileRecord *const record = fileList.at(index.row()))
+            files.append(record->fullPath);
+    }
+    return files;
 }
 
 void ThumbsForm::onMainListViewSelectionChanged(QItemSelection, QItemSelection)
