@@ -63,6 +63,9 @@ private slots:
                     QCOMPARE(read.size(), picture.size());
                 else
                     QVERIFY2(Pictures::difference(read, picture) <= tolerance, qPrintable(format));
+                // What the source says of its turn, in a text, would turn the upright picture once more.
+                QCOMPARE(ImageReading::read(files[0]).size(), picture.size());
+                QVERIFY(format == "png" || !this->read("out/a." + format).contains("Raw profile"));
             }
         }
         QCOMPARE(disk("out").size(), std::size(rows));

@@ -3,6 +3,7 @@
 #include "shared/image/ColourPng.h"
 #include "shared/image/DecodeGuard.h"
 #include "shared/image/ExifOrientation.h"
+#include "shared/image/ImageMetadata.h"
 #include "shared/image/JpegEighth.h"
 #include "shared/platform/Platform.h"
 
@@ -89,7 +90,8 @@ public:
             return {};
         auto share = std::make_unique<const MemoryBudget::Share>(bytesToDecode());
         const QByteArray format = reader.format();
-        QImage image = oriented(oriented(reader.read(), reader.transformation()), ignored);
+        QImage image = withoutMetadataTexts(reader.read());
+        image = oriented(oriented(std::move(image), reader.transformation()), ignored);
         image.setDevicePixelRatio(1); // which Qt reads out of names like "a@2x.png"
         if (QFile file(reader.fileName()); format == "png" && file.open(QIODevice::ReadOnly))
             image.setColorSpace(pngColourSpace(file, image.colorSpace()));
