@@ -2,7 +2,14 @@
 
 #include "shared/platform/ShellFolderBrowser.h"
 
+#include <QApplication>
+#include <QDir>
+#include <QWidget>
+
 QString Platform::selectFolder(const QString &startFolder, const QString &title)
 {
-    return QString::fromStdWString(browseForFolder(startFolder.toStdWString(), title.toStdWString()));
+    const QWidget *const window = QApplication::activeWindow();
+    return QString::fromStdWString(
+        browseForFolder(window ? reinterpret_cast<void *>(window->winId()) : nullptr,
+                        QDir::toNativeSeparators(startFolder).toStdWString(), title.toStdWString()));
 }

@@ -2,8 +2,29 @@
 
 #include <QDir>
 
+#include <algorithm>
+#include <limits>
+
 #include <io.h>
 #include <windows.h>
+
+namespace {
+
+/// What the job that the process runs in allows it, bytes.
+quint64 jobLimit()
+{
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION job = {};
+    if (!QueryInformationJobObject(nullptr, JobObjectExtendedLimitInformation, &job, sizeof(job), nullptr))
+        return std::numeric_limits<quint64>::max();
+    quint64 limit = std::numeric_limits<quint64>::max();
+    if (job.BasicLimitInformation.LimitFlags & JOB_OBJECT_LIMIT_PROCESS_MEMORY)
+        limit = job.ProcessMemoryLimit;
+    if (job.BasicLimitInformation.LimitFlags & JOB_OBJECT_LIMIT_JOB_MEMORY)
+        limit = std::min<quint64>(limit, job.JobMemoryLimit);
+    return limit;
+}
+
+} // namespace
 
 qint64 Platform::usableMemory()
 {
@@ -11,7 +32,7 @@ qint64 Platform::usableMemory()
     status.dwLength = sizeof(status);
     if (!GlobalMemoryStatusEx(&status))
         return 0;
-    return static_cast<qint64>(qMin(status.ullTotalPhys, status.ullTotalVirtual));
+    return static_cast<qint64>(std::min<quint64>({status.ullTotalPhys, status.ullTotalVirtual, jobLimit()}));
 }
 
 bool Platform::flushToDisk(const QFileDevice &file)

@@ -27,7 +27,7 @@ int CALLBACK browseCallback(HWND hwnd, UINT message, LPARAM, LPARAM data)
 
 } // namespace
 
-std::wstring browseForFolder(const std::wstring &startFolder, const std::wstring &title)
+std::wstring browseForFolder(void *owner, const std::wstring &startFolder, const std::wstring &title)
 {
     wchar_t titleBuffer[MAX_PATH];
     wchar_t startBuffer[MAX_PATH];
@@ -36,6 +36,7 @@ std::wstring browseForFolder(const std::wstring &startFolder, const std::wstring
     copyIfItFits(startBuffer, startFolder);
 
     BROWSEINFOW info = {};
+    info.hwndOwner = static_cast<HWND>(owner);
     info.pszDisplayName = displayName;
     info.lpszTitle = titleBuffer;
     info.ulFlags = BIF_RETURNONLYFSDIRS | BIF_EDITBOX | BIF_NEWDIALOGSTYLE;
