@@ -2,9 +2,9 @@
 #include "batch/FilesInFlight.h"
 #include "formats/gif/GifEncoder.h"
 #include "shared/image/ImageReading.h"
+#include "shared/image/ImageWriting.h"
 #include "shared/platform/ReplacementFile.h"
 
-#include <QColorSpace>
 #include <QFileInfo>
 #include <QImageWriter>
 #include <QtDebug>
@@ -41,19 +41,6 @@ void save(const QImage &image, const QByteArray &format, const QString &target, 
     }
 }
 
-/// The picture as `format` can carry it. A profile of one model, gray or RGB, on pixels of the other is
-/// refused or dropped by writers and readers, and Qt's JPEG writer drops that of every gray picture: there
-/// the colours become sRGB, which is what a reader assumes.
-QImage withWritableProfile(QImage image, const QByteArray &format)
-{
-    const QByteArray profile = image.colorSpace().iccProfile();
-    const bool grayPixels = QImage::toPixelFormat(image.format()).colorModel() == QPixelFormat::Grayscale;
-    const bool grayProfile = profile.mid(16, 4) == "GRAY"; // the header's field for the model
-    if (!profile.isEmpty() && (grayPixels != grayProfile || (grayPixels && format == "jpg")))
-        image.convertToColorSpace(QColorSpace::SRgb);
-    return image;
-}
-
 void convert(const QString &source, const QString &target, const BatchRun &run)
 {
     const QByteArray format = QFileInfo(target).suffix().toLower().toLatin1();
@@ -63,9 +50,9 @@ void convert(const QString &source, const QString &target, const BatchRun &run)
     const auto picture = ImageReading::readAndHold(source, gif ? Colours::Srgb : Colours::AsStored);
     qDebug() << "targetFileName #2: " << target;
     if (gif)
-        saveGif(picture.image, target, run.overwrite);
+        saveGif(ImageWriting::fitted(picture.image, format), target, run.overwrite);
     else
-        save(withWritableProfile(picture.image, format), format, target, run);
+        save(ImageWriting::fitted(picture.image, format), format, target, run);
 }
 
 } // namespace

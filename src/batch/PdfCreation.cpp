@@ -1,6 +1,7 @@
 #include "batch/BatchRun.h"
 #include "batch/PdfPageLayout.h"
 #include "shared/image/ImageReading.h"
+#include "shared/image/ImageWriting.h"
 #include "shared/platform/Platform.h"
 #include "shared/platform/ReplacementFile.h"
 #include "shared/threads/OrderedWork.h"
@@ -28,11 +29,12 @@ constexpr qint64 largestPdf = std::numeric_limits<int>::max();
 QImage pageImage(const QString &path, QSize available, bool enlarge, bool smooth)
 {
     const ImageReading::HeldPicture picture = ImageReading::readAndHold(path);
-    const QSize size = pdfPictureSize(picture.image.size(), available, enlarge);
+    const QImage image = ImageWriting::fitted(picture.image, "pdf");
+    const QSize size = pdfPictureSize(image.size(), available, enlarge);
     if (size.isEmpty())
         return {};
-    return picture.image.scaled(size, Qt::IgnoreAspectRatio,
-                                smooth ? Qt::SmoothTransformation : Qt::FastTransformation);
+    return image.scaled(size, Qt::IgnoreAspectRatio,
+                        smooth ? Qt::SmoothTransformation : Qt::FastTransformation);
 }
 
 /// Gives a file, or what a link points to, another name beside it. Its old and its new path, or

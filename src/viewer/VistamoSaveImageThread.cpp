@@ -1,5 +1,6 @@
 #include "viewer/VistamoSaveImageThread.h"
 
+#include "shared/image/ImageWriting.h"
 #include "shared/platform/ReplacementFile.h"
 
 #include <QFileInfo>
@@ -13,10 +14,11 @@ void save(const TSaveImageRequest &request)
     ReplacementFile file(request.fileName);
     if (!file.create())
         return;
-    QImageWriter writer(&file, QFileInfo(request.fileName).suffix().toLower().toLatin1());
+    const QByteArray format = QFileInfo(request.fileName).suffix().toLower().toLatin1();
+    QImageWriter writer(&file, format);
     writer.setOptimizedWrite(true);
     writer.setProgressiveScanWrite(true);
-    if (writer.write(request.pixmap.toImage()))
+    if (writer.write(ImageWriting::fitted(request.pixmap.toImage(), format)))
         static_cast<void>(file.commit()); // it tells of a failure itself
     else
         qDebug() << "Cannot encode" << request.fileName << writer.errorString();

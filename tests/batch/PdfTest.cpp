@@ -77,11 +77,11 @@ private slots:
 
     void edgesAreSmoothOnlyIfWanted()
     {
-        VistamoGlobal::pdfQuality = 1;                  // 150 dpi
-        QImage stripes(2000, 10, QImage::Format_RGB32); // too fine for the page
+        VistamoGlobal::pdfQuality = 1;                   // 150 dpi
+        QImage stripes(2000, 10, QImage::Format_ARGB32); // too fine for the page, which is white
         for (int x = 0; x < stripes.width(); ++x)
             for (int y = 0; y < stripes.height(); ++y)
-                stripes.setPixel(x, y, x % 2 ? qRgb(255, 255, 255) : qRgb(0, 0, 0));
+                stripes.setPixel(x, y, x % 2 ? qRgba(0, 0, 0, 0) : qRgb(0, 0, 0));
         QVERIFY(stripes.save(path("a.png")));
         for (const bool smooth : {false, true}) {
             VistamoGlobal::pdfSmoothEdges = smooth;

@@ -32,6 +32,22 @@ private slots:
         QCOMPARE(QDir(folder->path()).entryList(QDir::Files).size(), 5);
     }
 
+    void transparencyLiesOnWhite()
+    {
+        QPixmap half(90, 60);
+        half.fill(QColor(30, 60, 220, 128));
+        for (const auto &[name, colour] : {std::pair("a.png", QColor(30, 60, 220, 128)),
+                                           {"a.jpg", QColor(142, 157, 237)},
+                                           {"a.gif", QColor(142, 157, 237)}}) {
+            Exports all;
+            all.add(half, path(name));
+            all.finish();
+            QImage expected(half.size(), QImage::Format_ARGB32);
+            expected.fill(colour);
+            QVERIFY2(Pictures::difference(QImage(path(name)), expected) < 3, name);
+        }
+    }
+
     void laterPictureStays()
     {
         const QString name = QString(251, 'n') + ".png"; // as long as a name can be

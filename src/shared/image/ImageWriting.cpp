@@ -1,0 +1,62 @@
+#include "shared/image/ImageWriting.h"
+
+#include "shared/image/ImageMetadata.h"
+
+#include <QColorSpace>
+#include <QPainter>
+
+#include <utility>
+
+namespace {
+
+bool holdsAlpha(const QByteArray &format)
+{
+    static const QList<QByteArray> formats = {"png",  "tif", "tiff", "webp", "heic", "heif",
+                                              "avif", "jxl", "ico",  "cur",  "xpm"};
+    return formats.contains(format);
+}
+
+QImage onWhite(const QImage &image)
+{
+    QImage flat(image.size(), image.depth() > 32 ? QImage::Format_RGBX64 : QImage::Format_RGB32);
+    flat.fill(Qt::white);
+    copyMetadata(image, flat);
+    QPainter(&flat).drawImage(0, 0, image);
+    return flat;
+}
+
+/// Qt's TIFF writer takes two colours for black and white, and leaves a palette's transparency out.
+QImage withoutPalette(QImage image)
+{
+    const QList<QRgb> colours = image.colorTable();
+    const bool blackAndWhite =
+        image.depth() == 1 && colours.contains(qRgb(0, 0, 0)) && colours.contains(qRgb(255, 255, 255));
+    if (!colours.isEmpty() && !blackAndWhite)
+        image.convertTo(image.hasAlphaChannel() ? QImage::Format_ARGB32
+                        : image.allGray()       ? QImage::Format_Grayscale8
+                                                : QImage::Format_RGB32);
+    return image;
+}
+
+/// A profile of one model, grey or RGB, on pixels of the other is refused or dropped by writers and readers,
+/// and Qt's JPEG writer drops that of every grey picture.
+QImage withWritableProfile(QImage image, bool jpeg)
+{
+    const QByteArray profile = image.colorSpace().iccProfile();
+    const bool greyPixels = QImage::toPixelFormat(image.format()).colorModel() == QPixelFormat::Grayscale;
+    const bool greyProfile = profile.mid(16, 4) == "GRAY"; // the header's field for the model
+    if (!profile.isEmpty() && (greyPixels != greyProfile || (greyPixels && jpeg)))
+        image.convertToColorSpace(QColorSpace::SRgb);
+    return image;
+}
+
+} // namespace
+
+QImage ImageWriting::fitted(QImage image, const QByteArray &format)
+{
+    if (image.hasAlphaChannel() && !holdsAlpha(format))
+        image = onWhite(image);
+    if (format == "tif" || format == "tiff")
+        image = withoutPalette(std::move(image));
+    return withWritableProfile(std::move(image), format == "jpg" || format == "jpeg");
+}
