@@ -1,6 +1,7 @@
 #include "batch/ImagesToPDFConvertThread.h"
 #include "shared/image/ImageReading.h"
 #include "shared/VistamoGlobal.h"
+#include "support/ColourProfiles.h"
 #include "support/Failures.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
@@ -195,12 +196,18 @@ private slots:
             image.convertTo(pixels);
             image.setColorSpace(QColorSpace(QColorSpace::Primaries::DciP3D65, 1.5F));
             QVERIFY(image.save(path("in/a.tiff")));
-            const int seen = ImageReading::read(path("in/a.tiff")).pixelColor(5, 5).red();
-            QVERIFY(seen > 115);
-            for (const QString extension : {".png", ".jpg", ".webp", ".tiff"}) {
-                QVERIFY(convert({"in/a.tiff"}, extension, true).isEmpty());
-                const int after = ImageReading::read(path("out/a" + extension)).pixelColor(5, 5).red();
-                QVERIFY2(qAbs(after - seen) <= 3, qPrintable(extension + QString::number(pixels)));
+            QVERIFY(ImageReading::read(path("in/a.tiff")).pixelColor(5, 5).red() > 115);
+            image = Pictures::quarters(QSize(60, 40)).convertToFormat(pixels);
+            image.setColorSpace(QColorSpace::fromIccProfile(ColourProfiles::rotated()));
+            QVERIFY(image.save(path("in/b.jxl")));
+            for (const QString source : {"a.tiff", "b.jxl"}) {
+                const QImage seen = ImageReading::read(path("in/" + source));
+                for (const QString extension : {".png", ".jpg", ".webp", ".tiff", ".bmp", ".heic", ".jxl"}) {
+                    QVERIFY(convert({"in/" + source}, extension, true).isEmpty());
+                    const QImage after = ImageReading::read(path("out/" + source.left(1) + extension));
+                    QVERIFY2(Pictures::difference(after, seen) <= 4,
+                             qPrintable(source + extension + QString::number(pixels)));
+                }
             }
         }
     }

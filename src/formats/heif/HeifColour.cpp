@@ -77,7 +77,7 @@ QColorSpace fromProfile(const heif_image_handle &handle)
 
 QColorSpace Heif::colourSpace(const heif_image_handle &handle)
 {
-    if (const QColorSpace space = fromProfile(handle); space.isValid())
+    if (const QColorSpace space = fromProfile(handle); !space.iccProfile().isEmpty())
         return space;
     heif_color_profile_nclx *nclx = nullptr;
     const bool found = isOk(heif_image_handle_get_nclx_color_profile(&handle, &nclx));
@@ -93,8 +93,8 @@ void Heif::setColourSpace(heif_image &image, const QColorSpace &colourSpace)
     nclx->matrix_coefficients = heif_matrix_coefficients_ITU_R_BT_601_6;
     nclx->full_range_flag = 1;
     heif_image_set_nclx_color_profile(&image, nclx.get());
-    if (!colourSpace.isValid() || colourSpace == QColorSpace(QColorSpace::SRgb))
-        return;
     const QByteArray profile = colourSpace.iccProfile();
+    if (profile.isEmpty() || colourSpace == QColorSpace(QColorSpace::SRgb))
+        return;
     heif_image_set_raw_color_profile(&image, "prof", profile.constData(), profile.size());
 }

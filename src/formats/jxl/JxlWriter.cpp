@@ -3,6 +3,7 @@
 #include "formats/FittingProfile.h"
 #include "formats/jxl/JxlColour.h"
 #include "formats/jxl/ProcessorShare.h"
+#include "shared/image/ColourConversion.h"
 
 #include <QByteArray>
 #include <QIODevice>
@@ -40,7 +41,7 @@ void dropFourth(QImage &image)
 
 QColorSpace spaceOf(const QImage &image)
 {
-    return image.colorSpace().isValid() ? image.colorSpace() : QColorSpace(QColorSpace::SRgb);
+    return image.colorSpace().iccProfile().isEmpty() ? QColorSpace(QColorSpace::SRgb) : image.colorSpace();
 }
 
 bool isGrey(const QImage &image)
@@ -141,7 +142,7 @@ bool JxlWriter::write(const QImage &source, QIODevice &device, int quality)
         return false;
     if (!setColours(*encoder, image)) {
         const QColorSpace srgb(QColorSpace::SRgb);
-        return spaceOf(image) != srgb && write(image.convertedToColorSpace(srgb), device, quality);
+        return spaceOf(image) != srgb && write(Colour::inSrgb(image), device, quality);
     }
 
     JxlEncoderFrameSettings *const settings = JxlEncoderFrameSettingsCreate(encoder, nullptr);

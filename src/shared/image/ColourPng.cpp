@@ -4,10 +4,15 @@
 #include <QHash>
 #include <QtEndian>
 
+#include <zlib.h>
+
+#include <algorithm>
 #include <array>
 #include <cmath>
 
 namespace {
+
+constexpr qint64 mostBytes = 16 << 20; // more than any profile has
 
 using Chunks = QHash<QByteArray, QByteArray>;
 
@@ -15,7 +20,6 @@ using Chunks = QHash<QByteArray, QByteArray>;
 Chunks colourChunks(QIODevice &file)
 {
     constexpr int mostChunks = 10'000;
-    constexpr qint64 mostBytes = 16 << 20; // more than any profile has
     constexpr qint64 checksum = 4;
     Chunks found;
     if (file.read(8) != QByteArray("\x89PNG\r\n\x1a\n"))
@@ -61,9 +65,29 @@ bool meansSrgb(const Chunks &chunks)
                && (!chunks.contains("cHRM") || isNear(chunks["cHRM"], whiteRedGreenBlue, 500)));
 }
 
+/// The profile of an iCCP chunk, which is packed behind its name; empty if it is broken.
+QByteArray profileOf(const QByteArray &chunk)
+{
+    const qsizetype packed = chunk.indexOf('\0') + 2;
+    QByteArray profile;
+    int status = Z_BUF_ERROR;
+    for (uLongf room = 64 << 10; packed > 1 && status == Z_BUF_ERROR && room <= mostBytes; room *= 4) {
+        uLongf length = room;
+        profile.resize(static_cast<qsizetype>(room));
+        status = uncompress(reinterpret_cast<Bytef *>(profile.data()), &length,
+                            reinterpret_cast<const Bytef *>(chunk.constData()) + packed,
+                            static_cast<uLong>(std::max<qsizetype>(chunk.size() - packed, 0)));
+        profile.truncate(status == Z_OK ? static_cast<qsizetype>(length) : 0);
+    }
+    return profile;
+}
+
 } // namespace
 
 QColorSpace pngColourSpace(QIODevice &file, const QColorSpace &read)
 {
-    return meansSrgb(colourChunks(file)) ? QColorSpace(QColorSpace::SRgb) : read;
+    const Chunks chunks = colourChunks(file);
+    if (const QByteArray profile = profileOf(chunks["iCCP"]); !profile.isEmpty())
+        return QColorSpace::fromIccProfile(profile);
+    return meansSrgb(chunks) ? QColorSpace(QColorSpace::SRgb) : read;
 }

@@ -1,5 +1,6 @@
 #include "shared/image/ImageReading.h"
 
+#include "shared/image/ColourConversion.h"
 #include "shared/image/ColourPng.h"
 #include "shared/image/DecodeGuard.h"
 #include "shared/image/ExifOrientation.h"
@@ -39,14 +40,6 @@ QImage oriented(QImage image, QImageIOHandler::Transformations transformation)
     if (swapsSides(transformation))
         image = image.transformed(QTransform().rotate(90));
     image.setColorSpace(colours);
-    return image;
-}
-
-QImage inSrgb(QImage image)
-{
-    const QColorSpace colourSpace = image.colorSpace();
-    if (colourSpace.isValid() && colourSpace != QColorSpace(QColorSpace::SRgb))
-        image.convertToColorSpace(QColorSpace::SRgb);
     return image;
 }
 
@@ -179,7 +172,7 @@ ImageReading::HeldPicture ImageReading::readAndHold(const QString &path, Colours
         return {};
     HeldPicture picture = PictureFile(path).read();
     if (colours == Colours::Srgb)
-        picture.image = inSrgb(std::move(picture.image));
+        picture.image = Colour::inSrgb(std::move(picture.image));
     return picture;
 }
 
@@ -202,7 +195,7 @@ ImageReading::Thumbnail ImageReading::readThumbnail(const QString &path, int sid
         fullSize = image.size();
         image = image.scaled(thumbnailSize(fullSize, side), Qt::IgnoreAspectRatio, Qt::FastTransformation);
     }
-    return {inSrgb(std::move(image)), fullSize};
+    return {Colour::inSrgb(std::move(image)), fullSize};
 }
 
 QSize ImageReading::thumbnailSize(QSize full, int side)

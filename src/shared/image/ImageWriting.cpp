@@ -1,5 +1,6 @@
 #include "shared/image/ImageWriting.h"
 
+#include "shared/image/ColourConversion.h"
 #include "shared/image/ImageMetadata.h"
 
 #include <QColorSpace>
@@ -38,16 +39,24 @@ QImage withoutPalette(QImage image)
     return image;
 }
 
+/// Qt writes the profiles that it understands to some formats, and others to JPEG alone.
+bool holdsProfile(const QByteArray &format, bool isUnderstood)
+{
+    static const QList<QByteArray> all = {"jpg", "jpeg", "heic", "heif", "avif", "jxl"};
+    static const QList<QByteArray> understood = {"png", "tif", "tiff", "webp"};
+    return all.contains(format) || (isUnderstood && understood.contains(format));
+}
+
 /// A profile of one model, grey or RGB, on pixels of the other is refused or dropped by writers and readers,
 /// and Qt's JPEG writer drops that of every grey picture.
-QImage withWritableProfile(QImage image, bool jpeg)
+QImage withWritableProfile(QImage image, const QByteArray &format)
 {
+    const bool jpeg = format == "jpg" || format == "jpeg";
     const QByteArray profile = image.colorSpace().iccProfile();
     const bool greyPixels = QImage::toPixelFormat(image.format()).colorModel() == QPixelFormat::Grayscale;
     const bool greyProfile = profile.mid(16, 4) == "GRAY"; // the header's field for the model
-    if (!profile.isEmpty() && (greyPixels != greyProfile || (greyPixels && jpeg)))
-        image.convertToColorSpace(QColorSpace::SRgb);
-    return image;
+    const bool isHeld = holdsProfile(format, image.colorSpace().isValid()) && greyPixels == greyProfile;
+    return profile.isEmpty() || (isHeld && !(greyPixels && jpeg)) ? image : Colour::inSrgb(std::move(image));
 }
 
 } // namespace
@@ -58,5 +67,5 @@ QImage ImageWriting::fitted(QImage image, const QByteArray &format)
         image = onWhite(image);
     if (format == "tif" || format == "tiff")
         image = withoutPalette(std::move(image));
-    return withWritableProfile(std::move(image), format == "jpg" || format == "jpeg");
+    return withWritableProfile(std::move(image), format);
 }

@@ -1,4 +1,5 @@
 #include "shared/image/ImageReading.h"
+#include "support/ColourProfiles.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
 
@@ -71,6 +72,27 @@ private slots:
             expected.setColorSpace(space);
             expected.convertToColorSpace(QColorSpace::SRgb);
             QVERIFY2(Pictures::difference(ImageReading::read(path("chunks.png")), expected) < 1, name);
+        }
+    }
+
+    void profilesMadeOfTables()
+    {
+        QImage image = Pictures::quarters(QSize(80, 60));
+        QImage expected = image;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                expected.setPixel(x, y, ColourProfiles::rotate(image.pixel(x, y)));
+        const QByteArray profile = ColourProfiles::rotated();
+        write("tables.png",
+              png(image, {{"iCCP", QByteArray("\0\0", 2).prepend('p') + qCompress(profile).mid(4)}}));
+        image.setColorSpace(QColorSpace::fromIccProfile(profile));
+        for (const char *const format : {"jpg", "heic", "avif", "jxl"})
+            write(QStringLiteral("tables.") + format, Pictures::encoded(image, format, 90));
+        for (const char *const format : {"png", "jpg", "heic", "avif", "jxl"}) {
+            const QString file = path(QStringLiteral("tables.") + format);
+            QVERIFY2(Pictures::difference(ImageReading::read(file), expected) < 4, format);
+            const QImage small = ImageReading::readThumbnail(file, 10).image;
+            QVERIFY2(Pictures::difference(small, expected.scaled(small.size())) < 20, format);
         }
     }
 };
