@@ -8,6 +8,7 @@
 #include "ui_MainWindow.h"
 
 #include <QCloseEvent>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QVBoxLayout>
@@ -36,6 +37,11 @@ MainWindow::MainWindow(QWidget *parent)
 }
 
 MainWindow::~MainWindow() = default;
+
+void MainWindow::open(const QString &path)
+{
+    thumbsForm->open(QFileInfo(path).absoluteFilePath());
+}
 
 void MainWindow::OnchangeTitle(QString title)
 {

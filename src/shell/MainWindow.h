@@ -21,6 +21,10 @@ public:
     explicit MainWindow(QWidget *parent = nullptr);
     ~MainWindow() override;
 
+    /// Takes a folder or image that was named when the program was started as though it had been dropped on the
+    /// window. Anything else is ignored.
+    void open(const QString &path);
+
 public slots:
     void OnchangeTitle(QString title);
     void OnEnterFullScreen();

@@ -51,6 +51,9 @@ public:
     /// Opens the viewer on a file.
     void loadImage(const QString &path);
 
+    /// Takes a folder or image as though it had been dropped; nothing for anything else.
+    void open(const QString &path);
+
     /// Applies the theme's colours, and reads the folder again.
     void applyThemeChange();
 

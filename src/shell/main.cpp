@@ -20,6 +20,8 @@ int main(int argc, char *argv[])
     {
         MainWindow window;
         window.show();
+        if (const QStringList named = QApplication::arguments(); named.size() > 1)
+            window.open(named[1]);
         code = QApplication::exec();
     }
     if (StoppableThread::someLeftBehind)

@@ -316,6 +316,24 @@ private slots:
         }
     }
 
+    void namedAtTheStart()
+    {
+        start({path("a")}, 30);
+        Pictures::saveMany(path("c"), 3);
+        Files::write(path("c/notes.txt"), "x");
+        for (const char *const nothing : {"gone", "c/gone.jpg", "c/notes.txt"})
+            program->window->open(path(nothing));
+        QCOMPARE(program->tree(), QStringList("a"));
+        program->window->open(path("c/0001.jpg"));
+        QTRY_COMPARE(program->rows(), 3);
+        QCOMPARE(program->tree(), QStringList({"c", "a"}));
+        QTRY_VERIFY(program->window->windowTitle().endsWith(path("c/0001.jpg")));
+        QTRY_COMPARE(program->find<QTableView>("galleryTableView")->currentIndex().column(), 1);
+        program->window->open(path("a") + '/');
+        QTRY_COMPARE(program->rows(), 30);
+        QCOMPARE(program->tree(), QStringList({"c", "a"}));
+    }
+
     void stormOfChangesEndsWithTheDisk()
     {
         start({path("b")}, 5);

@@ -20,6 +20,15 @@ QString withoutLastSlash(QString path)
 
 } // namespace
 
+void ThumbsForm::open(const QString &path)
+{
+    const QFileInfo info(path);
+    if (info.isDir())
+        onAddFolder(path);
+    else if (info.isFile() && VistamoGlobal().isImageFile(path))
+        onAddFolder(info.path(), info.fileName());
+}
+
 void ThumbsForm::onAddFolder(QString path)
 {
     path = withoutLastSlash(path);
