@@ -1,6 +1,7 @@
 #include "fileops/FileCopy.h"
 
 #include "shared/platform/PathIdentity.h"
+#include "shared/platform/Platform.h"
 #include "shared/platform/ReplacementFile.h"
 
 #include <QDateTime>
@@ -84,4 +85,16 @@ bool FileCopy::removeCopied(const QString &source, const QString &target)
     constexpr qint64 coarsestMs = 2000;
     return to.isFile() && from.size() == to.size() && !isOneFile(source, target)
            && qAbs(from.lastModified().msecsTo(to.lastModified())) <= coarsestMs && removeFile(source);
+}
+
+bool FileCopy::moveToTrash(const QString &path, Progress &progress)
+{
+    return Platform::moveToTrash(path, [&progress](const QString &from, const QString &to) {
+        if (!copy(from, to, Existing::Keep, progress))
+            return false;
+        const bool moved = removeCopied(from, to) || !QFileInfo::exists(from);
+        if (!moved)
+            QFile::remove(to);
+        return moved;
+    });
 }

@@ -33,4 +33,8 @@ struct Progress
 /// if both are one file.
 [[nodiscard]] bool removeCopied(const QString &source, const QString &target);
 
+/// Moves a file to the user's trash: renamed, or where its own file system has none, copied and removed.
+/// False if no trash takes it; the file stays then.
+[[nodiscard]] bool moveToTrash(const QString &path, Progress &progress);
+
 } // namespace FileCopy

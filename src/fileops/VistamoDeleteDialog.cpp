@@ -3,7 +3,6 @@
 #include "fileops/FileWork.h"
 #include "ui_VistamoDeleteDialog.h"
 
-#include <QFile>
 #include <QFileInfo>
 
 namespace {
@@ -75,8 +74,9 @@ void VistamoDeleteDialog::on_applyButton_clicked()
                                                    + fileModel.item(row, FileName)->text(),
                                                fileModel.item(row, Index)->text().toInt()};
         emit readyToDeleteFile();
-        if (work.run(file.fullPath,
-                     [&file](FileCopy::Progress &) { return QFile::moveToTrash(file.fullPath); }))
+        if (work.run(file.fullPath, [&file](FileCopy::Progress &progress) {
+                return FileCopy::moveToTrash(file.fullPath, progress);
+            }))
             result.append(file);
     }
     emit fileDeleted(result);

@@ -3,6 +3,7 @@
 #include <QFileDevice>
 #include <QString>
 
+#include <functional>
 #include <optional>
 
 /// What the program needs of the operating system beyond Qt, defined in one set of files per system.
@@ -24,6 +25,13 @@ void flushFolder(const QString &path);
 
 /// Renames a file within its file system. False, with both as they were, if something stands at `to`.
 [[nodiscard]] bool renameToNew(const QString &from, const QString &to);
+
+/// Moves one file, or leaves it as it is. False then, with nothing at `to` that was not there before.
+using Move = std::function<bool(const QString &from, const QString &to)>;
+
+/// Moves a file to the user's trash, never over another there. False if no trash takes it: the file stays.
+/// @param moveAcross moves a file to another file system, where its own has no trash
+[[nodiscard]] bool moveToTrash(const QString &path, const Move &moveAcross);
 
 /// Lowers the priority of the calling thread from now on.
 void lowerThreadPriority();

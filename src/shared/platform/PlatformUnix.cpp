@@ -112,7 +112,11 @@ bool Platform::renameToNew(const QString &from, const QString &to)
         return false;
 #endif
     // A file system that does not know this knows hard links, or else only asking first.
-    if (link(source.constData(), target.constData()) == 0)
-        return unlink(source.constData()) == 0;
+    if (link(source.constData(), target.constData()) == 0) {
+        if (unlink(source.constData()) == 0 || errno == ENOENT)
+            return true;
+        unlink(target.constData());
+        return false;
+    }
     return errno != EEXIST && !QFile::exists(to) && rename(source.constData(), target.constData()) == 0;
 }
