@@ -1,6 +1,7 @@
 #include "library/FileList.h"
 
 #include "library/FileNames.h"
+#include "shared/platform/FolderEntries.h"
 #include "shared/platform/PathIdentity.h"
 
 #include <QFileInfo>
@@ -279,9 +280,24 @@ int FileList::rowOf(const QString &path) const
 {
     const QString fileName = QFileInfo(path).fileName();
     const NativeCaselessPath wanted(path);
-    return firstRow([&](const TFileRecord &file) {
+    const int row = firstRow([&](const TFileRecord &file) {
         return file.fileName == fileName && NativeCaselessPath(file.fullPath) == wanted;
     });
+    if (row >= 0)
+        return row;
+    const int other = lastRowNamed(fileName);
+    return other >= 0 && isOneFile(records()[other].fullPath, path) ? other : -1;
+}
+
+int FileList::placeOf(const QString &path) const
+{
+    const auto entry = [](const QString &name) { return FolderEntry{name, name.toCaseFolded()}; };
+    const FolderEntry wanted = entry(QFileInfo(path).fileName());
+    const auto place =
+        std::partition_point(records().cbegin(), records().cend(), [&](const TFileRecord &file) {
+            return comesBefore(entry(file.fileName), wanted);
+        });
+    return static_cast<int>(place - records().cbegin());
 }
 
 int FileList::lastRowNamed(const QString &fileName) const

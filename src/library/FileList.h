@@ -68,8 +68,12 @@ public:
     /// The file in a row; null if the list has no such row (any more).
     [[nodiscard]] const TFileRecord *at(int row) const;
 
-    /// The row of the file of this path, its name in exactly this case; -1 for none.
+    /// The row of the file of this path; -1 for none. A name in another case counts where the disk says that
+    /// it is the same file.
     [[nodiscard]] int rowOf(const QString &path) const;
+
+    /// The row of the first file that does not stand before this one: its own, or that in its place.
+    [[nodiscard]] int placeOf(const QString &path) const;
 
     /// The last row with a file of this name, whatever its case; -1 for none.
     [[nodiscard]] int lastRowNamed(const QString &fileName) const;

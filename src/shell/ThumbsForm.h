@@ -217,7 +217,6 @@ private:
 
     // Load
     void showList(bool visible);
-    void followShownFile();
 
     // Thumbnail list
     void tellScrollPosition();
@@ -231,6 +230,7 @@ private:
     // Viewer
     void loadImage();
     void loadSelectedImage(const QString &path);
+    void followShownFile();
     void step(PictureLoader::Step direction);
 
     // View

@@ -106,12 +106,17 @@ private slots:
         QCOMPARE(VistamoGlobal::checkedItemList.size(), 1);
 
         // A selected one leaves the list at once.
+        const auto columns = [this] {
+            return program->find<QTableView>("galleryTableView")->model()->columnCount();
+        };
         program->click("hideCheckboxButton");
+        QTRY_COMPARE(columns(), 3);
         select({"b.png"});
         program->call("onMovetoAction");
         QCOMPARE(read("target/b.png"), contents["photos/b.png"]);
         QCOMPARE(disk("photos"), QStringList({"a.png", "c.png"}));
         QCOMPARE(program->rows(), 2);
+        QTRY_COMPARE(columns(), 2);
     }
 
     void renamed()

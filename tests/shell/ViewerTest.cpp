@@ -210,6 +210,39 @@ private slots:
         QVERIFY(!program->find("backButton")->isVisible() && !program->find("forwardButton")->isVisible());
     }
 
+    void fileThatLeavesKeepsItsPlace()
+    {
+        const auto *const strip = program->find<QTableView>("galleryTableView");
+        const auto isOn = [&](const char *name) { return program->window->windowTitle().endsWith(name); };
+        for (const auto &[name, button, expected] : {std::tuple("small.png", "forwardButton", "tall.png"),
+                                                     {"tall.png", "forwardButton", "large.jpg"},
+                                                     {"small.png", "backButton", "large.jpg"},
+                                                     {"large.jpg", "back2Button", "tall.png"}}) {
+            open(name);
+            QVERIFY(QFile::rename(path(name), path("away")));
+            QTRY_COMPARE(program->rows(), 2);
+            QVERIFY(isOn(name) && !strip->selectionModel()->hasSelection());
+            program->click(button);
+            QVERIFY2(isOn(expected) && strip->currentIndex().column() == rowOf(expected), expected);
+            program->click("closeButton");
+            QVERIFY(QFile::rename(path("away"), path(name)));
+            QTRY_COMPARE(program->rows(), 3);
+        }
+
+        // The list goes on with the picture seen last, in a window that has become smaller meanwhile.
+        Pictures::saveMany(folder->path(), 60);
+        QTRY_VERIFY(program->settled() && program->rows() == 63);
+        program->open(0);
+        program->window->resize(700, 500);
+        program->click("backButton");
+        program->click("closeButton");
+        const auto selected = program->list()->selectionModel()->selectedIndexes();
+        QVERIFY(selected.size() == 1 && selected[0].row() == 62
+                && program->list()->currentIndex() == selected[0]);
+        QVERIFY(
+            program->list()->viewport()->rect().contains(program->list()->visualRect(selected[0]).center()));
+    }
+
     void brokenPictureIsAnEmptyView()
     {
         write("broken.jpg", "broken");

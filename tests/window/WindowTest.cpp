@@ -96,6 +96,7 @@ private slots:
         drop({path("first/0004.jpg")}, program->find("noItemFrame"));
         QTRY_COMPARE(text("sizeInfoLabel"), "1500x1000");
         QTRY_COMPARE(program->fileNames().value(program->list()->currentIndex().row()), "0004.jpg");
+        QTRY_VERIFY(program->find("backButton")->isVisible() && program->find("forwardButton")->isVisible());
         click(middle(program->find("closeButton")));
         drop({path("second")}, program->list());
         QTRY_COMPARE(program->tree(), QStringList({"second", "first"}));

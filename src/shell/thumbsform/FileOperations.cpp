@@ -143,6 +143,4 @@ void ThumbsForm::on_fileDeleted(QList<VistamoGlobal::TFileData> deletedFileList)
     }
     checkDeleteButton();
     folderWatch.clearSkip();
-    if (!deletedFileList.isEmpty())
-        folderWatch.reportSoon(folderLoad.path());
 }

@@ -54,22 +54,12 @@ void ThumbsForm::onAddFolder(QString path)
 void ThumbsForm::onAddFolder(QString path, QString fileName)
 {
     path = withoutLastSlash(path);
-    selectedImageIndex = 0;
     loadImage(path + QLatin1Char('/') + fileName);
-    ui->galleryTableView->selectColumn(0);
     VistamoGlobal::selectedFileName.clear();
     qDebug() << "currentPath: " << folderLoad.path();
     qDebug() << "path: " << path;
-    if (NativeCaselessPath(folderLoad.path()) != NativeCaselessPath(path)) {
+    if (NativeCaselessPath(folderLoad.path()) != NativeCaselessPath(path))
         VistamoGlobal::selectedFileName = fileName;
-    } else {
-        // The last match counts where names differ by case alone.
-        const int row = fileList.lastRowNamed(fileName);
-        if (row >= 0) {
-            ui->galleryTableView->selectColumn(row);
-            selectedImageIndex = row;
-        }
-    }
     onAddFolder(path);
 }
 

@@ -48,16 +48,6 @@ void ThumbsForm::onFilesFound(const FoundFiles &files)
         onRequestGetThumbnail(request.info, request.row);
 }
 
-/// Finds the file that the viewer shows again, once the folder has been read again.
-void ThumbsForm::followShownFile()
-{
-    const int row = pictureLoader.isClosed() ? -1 : fileList.rowOf(pictureLoader.shown());
-    if (row < 0)
-        return;
-    selectedImageIndex = row;
-    ui->galleryTableView->selectColumn(row);
-}
-
 void ThumbsForm::onRequestGetThumbnail(QFileInfo info, int row)
 {
     folderLoad.requestThumbnail(info, row);

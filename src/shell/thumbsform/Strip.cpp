@@ -1,10 +1,12 @@
 #include "shell/ThumbsForm.h"
 
+#include "shared/platform/PathIdentity.h"
 #include "ui_ThumbsForm.h"
 
 void ThumbsForm::onClickListView(QModelIndex index)
 {
-    if (index.column() == selectedImageIndex)
+    const TFileRecord *const record = fileList.at(index.column());
+    if (record && ExactPath(record->fullPath) == ExactPath(pictureLoader.shown()))
         return;
     selectedImageIndex = index.column();
     loadImage();

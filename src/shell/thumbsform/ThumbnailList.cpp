@@ -119,7 +119,6 @@ void ThumbsForm::onDoubleClickListView(QModelIndex index)
     refit();
     loadImage();
     initCropMode();
-    ui->galleryTableView->selectColumn(selectedImageIndex);
 }
 
 void ThumbsForm::removeItemFromList(QString path)
@@ -127,9 +126,8 @@ void ThumbsForm::removeItemFromList(QString path)
     qDebug() << "removeItemFromList: ";
     if (!fileList.remove(path))
         return;
-    // Rows that a walk still adds go by its own count.
-    if (folderLoad.isWalking())
-        folderWatch.reportSoon(folderLoad.path());
+    // Rows that a walk still adds go by its own count, and the strip is filled by a walk alone.
+    folderWatch.reportSoon(folderLoad.path());
     const QFileInfo info(path);
     ticks.set(info.path(), info.fileName(), false);
     checkDeleteButton();

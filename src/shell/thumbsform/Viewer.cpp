@@ -20,6 +20,15 @@ ImageRequest fileOf(const TFileRecord &record)
     return {record.fullPath, record.size, record.modifiedTime};
 }
 
+/// The row beside a file, around both ends. One that has left stands between two rows.
+int neighbourOf(const QString &path, PictureLoader::Step direction, const FileList &files)
+{
+    const int row = files.rowOf(path);
+    const int place = row >= 0 ? row : files.placeOf(path);
+    return direction == PictureLoader::Step::Back ? previousIndex(place, files.count())
+                                                  : nextIndex(row >= 0 ? row : place - 1, files.count());
+}
+
 } // namespace
 
 void ThumbsForm::loadImage()
@@ -31,15 +40,29 @@ void ThumbsForm::loadImage()
 void ThumbsForm::loadImage(const QString &path)
 {
     pictureLoader.open();
-    const bool hasNeighbours = fileList.count() >= 2;
-    ui->backButton->setVisible(hasNeighbours);
-    ui->forwardButton->setVisible(hasNeighbours);
     stackedLayout->setCurrentIndex(ViewerPage);
     // A page that has just come up has the size of its last show until its layout is done.
     stackedLayout->activate();
     ui->widget2->layout()->activate();
     loadSelectedImage(path);
+    followShownFile();
     placeNavigationButtons();
+}
+
+/// Finds the file on show in the list, which changes under the viewer, or the place that it has left.
+void ThumbsForm::followShownFile()
+{
+    if (pictureLoader.isClosed())
+        return;
+    const bool hasNeighbours = fileList.count() >= 2;
+    ui->backButton->setVisible(hasNeighbours);
+    ui->forwardButton->setVisible(hasNeighbours);
+    const int row = fileList.rowOf(pictureLoader.shown());
+    selectedImageIndex = row >= 0 ? row : fileList.placeOf(pictureLoader.shown());
+    if (row >= 0)
+        ui->galleryTableView->selectColumn(row);
+    else
+        ui->galleryTableView->clearSelection();
 }
 
 void ThumbsForm::loadSelectedImage(const QString &path)
@@ -67,13 +90,14 @@ void ThumbsForm::onImageLoaded(QPixmap pixmap)
 
 void ThumbsForm::onLoadImageFinished()
 {
-    const auto neighbour = [this](int row) {
-        const TFileRecord *const record = row == selectedImageIndex ? nullptr : fileList.at(row);
-        return record ? fileOf(*record) : ImageRequest();
+    const auto neighbour = [this](PictureLoader::Step direction) {
+        const TFileRecord *const record =
+            fileList.at(neighbourOf(pictureLoader.shown(), direction, fileList));
+        const bool isOther = record && ExactPath(record->fullPath) != ExactPath(pictureLoader.shown());
+        return isOther ? fileOf(*record) : ImageRequest();
     };
-    pictureLoader.prefetchNeighbours(neighbour(nextIndex(selectedImageIndex, fileList.count())),
-                                     neighbour(previousIndex(selectedImageIndex, fileList.count())),
-                                     pictureView.picture());
+    pictureLoader.prefetchNeighbours(neighbour(PictureLoader::Step::Forward),
+                                     neighbour(PictureLoader::Step::Back), pictureView.picture());
     pictureView.reduce();
 }
 
@@ -81,15 +105,12 @@ void ThumbsForm::onLoadImageFinished()
 void ThumbsForm::step(PictureLoader::Step direction)
 {
     pictureLoader.setLastStep(direction);
-    selectedImageIndex = direction == PictureLoader::Step::Back
-                             ? previousIndex(selectedImageIndex, fileList.count())
-                             : nextIndex(selectedImageIndex, fileList.count());
+    selectedImageIndex = neighbourOf(pictureLoader.shown(), direction, fileList);
     if (pictureView.mode() == ScaleMode::RealSize || pictureView.mode() == ScaleMode::Free) {
         setImageScale(ScaleMode::Fit);
         refit();
     }
     loadImage();
-    ui->galleryTableView->selectColumn(selectedImageIndex);
 }
 
 void ThumbsForm::on_forwardButton_clicked()
@@ -125,7 +146,6 @@ bool ThumbsForm::eventFilter(QObject *watched, QEvent *event)
                 connect(keyPressTimer, SIGNAL(timeout()), SLOT(onKeyPressTimer()));
                 keyPressTimer->start(keyDebounceMs);
             }
-            ui->galleryTableView->selectColumn(selectedImageIndex);
         }
     }
     return QObject::eventFilter(watched, event);
@@ -152,4 +172,12 @@ void ThumbsForm::on_closeButton_clicked()
     pictureLoader.close();
     emit changeTitle(VistamoGlobal().getAppTitle());
     stackedLayout->setCurrentIndex(BrowserPage);
+    // The list goes on with the picture that was seen last.
+    const QModelIndex seen = fileList.list().index(fileList.rowOf(pictureLoader.shown()), 0);
+    if (!seen.isValid())
+        return;
+    ui->mainListView->selectionModel()->setCurrentIndex(seen, QItemSelectionModel::ClearAndSelect);
+    stackedLayout->activate();
+    ui->widget1->layout()->activate();
+    ui->mainListView->scrollTo(seen);
 }
