@@ -140,6 +140,9 @@ int main(int argc, char *argv[])
         writeAll(written({heif(HeifWriter::Coding::Hevc), heif(HeifWriter::Coding::Av1)}), arguments[2]);
     else if (format == "jpeg")
         writeAll(written({jpeg(20), jpeg(95)}), arguments[2]);
+    else if (format == "bmp" || format == "png")
+        writeAll(written({[=](auto &image, auto &device) { return image.save(&device, format.toLatin1()); }}),
+                 arguments[2]);
     else if (format == "jxl")
         writeAll(written({jxl(50), jxl(100)}) + otherJxlSeeds(), arguments[2]);
     else if (format == "psd" || format == "psp")

@@ -3,11 +3,14 @@
 #include "shared/image/ColourConversion.h"
 #include "shared/image/ColourPng.h"
 #include "shared/image/DecodeGuard.h"
+#include "shared/image/DecodingNeed.h"
 #include "shared/image/ExifOrientation.h"
 #include "shared/image/ImageMetadata.h"
 #include "shared/image/JpegEighth.h"
+#include "shared/image/JpegMarkers.h"
 #include "shared/platform/Platform.h"
 
+#include <QBuffer>
 #include <QColorSpace>
 #include <QFile>
 #include <QFileInfo>
@@ -23,6 +26,12 @@ constexpr qint64 megabyte = 1024 * 1024;
 
 // Larger JPEG files are left to the decoder that reads them piece by piece.
 constexpr qint64 mostJpegBytes = 64 * megabyte;
+
+// Each scan costs a pass over the whole picture, even an empty one; encoders make a dozen.
+constexpr qsizetype mostScans = 100;
+
+constexpr qint64 doubtfulBytes = 64 * megabyte;
+constexpr qint64 doubtfulRatio = 1000; ///< of decoded bytes to those of the file
 
 bool swapsSides(QImageIOHandler::Transformations transformation)
 {
@@ -48,13 +57,15 @@ class PictureFile
 {
 public:
     explicit PictureFile(const QString &path)
-        : decoding(path)
+        : path(path)
+        , decoding(path)
         , reader(decoding ? path : QString())
         , ignored(decoding ? ignoredOrientation(path) : QImageIOHandler::TransformationNone)
     {
-        if (reader.format() == "tiff") { // Qt's plug-in takes some kinds for others
-            reader.setFileName(path);    // and so lets go of the plug-in
-            reader.setFormat("orrelan-tiff");
+        // Qt's plug-ins take some kinds for others, or refuse them.
+        if (const QByteArray format = reader.format(); format == "tiff" || format == "bmp") {
+            reader.setFileName(path); // and so lets go of the plug-in
+            reader.setFormat("orrelan-" + format);
             reader.setAutoDetectImageFormat(false);
         }
     }
@@ -81,9 +92,17 @@ public:
     {
         if (!decoding)
             return {};
-        auto share = std::make_unique<const MemoryBudget::Share>(bytesToDecode());
+        const DecodingNeed need = decodingNeed(reader, path);
+        const qint64 budget = MemoryBudget::bytes();
+        if (need.decoder > budget)
+            return {};
+        // A few bytes that claim a huge picture may be one, but are more likely to be broken.
+        const bool isDoubtful =
+            need.sum() > doubtfulBytes && need.sum() / doubtfulRatio > QFileInfo(path).size();
+        auto share = std::make_unique<const MemoryBudget::Share>(isDoubtful ? std::max(need.sum(), budget)
+                                                                            : need.sum());
         const QByteArray format = reader.format();
-        QImage image = withoutMetadataTexts(reader.read());
+        QImage image = withoutMetadataTexts(decoded(need.decoder > 0));
         image = oriented(oriented(std::move(image), reader.transformation()), ignored);
         image.setDevicePixelRatio(1); // which Qt reads out of names like "a@2x.png"
         if (QFile file(reader.fileName()); format == "png" && file.open(QIODevice::ReadOnly))
@@ -111,22 +130,40 @@ public:
     }
 
 private:
-    /// Memory for two of the decoded picture, which may have to be turned. Not every decoder that gives a
-    /// scaled picture decodes a smaller one.
-    qint64 bytesToDecode() const
+    /// The picture as it is stored; of a damaged file what there is of it.
+    QImage decoded(bool isInScans)
     {
         const QByteArray format = reader.format();
-        const bool decodesScaled = reader.scaledSize().isValid() && (format == "jpeg" || format == "webp");
-        const QSize decoded = decodesScaled ? reader.scaledSize() : size();
-        return decoded.isEmpty() ? 0 : 2LL * decoded.width() * decoded.height() * bytesOfPixel();
+        QFile file(path);
+        if (format != "jpeg") {
+            const QImage image = reader.read();
+            return image.isNull() && format == "png" ? QImageReader(path, "orrelan-png").read() : image;
+        }
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        QList<qint64> scans;
+        if (isInScans)
+            scans = JpegMarkers::scanEnds(file, mostScans);
+        QImage image = scans.size() < mostScans ? reader.read() : QImage();
+        if (image.isNull() && scans.isEmpty())
+            scans = JpegMarkers::scanEnds(file, mostScans);
+        if (image.isNull() && !scans.isEmpty())
+            image = decodedUntil(scans.last(), file);
+        if (image.isNull() && scans.size() > 1)
+            image = decodedUntil(scans.first(), file);
+        return image;
     }
 
-    int bytesOfPixel() const
+    /// What the first bytes of a JPEG file show.
+    QImage decodedUntil(qint64 end, QFile &file) const
     {
-        // Of a broken file, Qt's JPEG plug-in says what happens to stand in its memory.
-        const QImage::Format format = reader.imageFormat();
-        const bool isKnown = format > QImage::Format_Invalid && format < QImage::NImageFormats;
-        return std::max(isKnown ? QImage::toPixelFormat(format).bitsPerPixel() / 8 : 0, 4);
+        if (end > mostJpegBytes)
+            return {};
+        QByteArray bytes = JpegMarkers::cutAt(file, end);
+        QBuffer buffer(&bytes);
+        QImageReader cut(&buffer, "jpeg");
+        cut.setScaledSize(reader.scaledSize());
+        return cut.read();
     }
 
     /// The orientation that the format's plug-in leaves out.
@@ -141,6 +178,7 @@ private:
 
     bool turned() const { return swapsSides(reader.transformation()) != swapsSides(ignored); }
 
+    const QString path;
     const DecodeGuard::Decoding decoding;
     QImageReader reader;
     const QImageIOHandler::Transformations ignored;

@@ -5,6 +5,7 @@
 #include <QDeadlineTimer>
 #include <QString>
 
+#include <algorithm>
 #include <limits>
 
 namespace {
@@ -12,6 +13,8 @@ namespace {
 // A share that is never given back, since its file hangs on a dead drive, holds up nobody for longer than
 // this.
 constexpr int longestWaitMs = 10000;
+
+constexpr qint64 mostBytes = std::numeric_limits<qint64>::max() / 1024; ///< so that no sum overflows
 
 struct Bytes
 {
@@ -28,13 +31,18 @@ void MemoryBudget::setBytes(qint64 bytes)
     memory.lock()->budget = bytes;
 }
 
+qint64 MemoryBudget::bytes()
+{
+    return memory.lock()->budget;
+}
+
 int MemoryBudget::waiting()
 {
     return memory.lock()->waitingShares;
 }
 
 MemoryBudget::Share::Share(qint64 bytes)
-    : bytes(bytes)
+    : bytes(std::min(bytes, mostBytes))
 {
     const QDeadlineTimer deadline(longestWaitMs);
     auto access = memory.lock();

@@ -9,6 +9,9 @@ namespace MemoryBudget {
 /// Sets the budget, bytes. Until then there is none.
 void setBytes(qint64 bytes);
 
+/// The budget, bytes.
+[[nodiscard]] qint64 bytes();
+
 /// How many wait for their share at this moment.
 [[nodiscard]] int waiting();
 

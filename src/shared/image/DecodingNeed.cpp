@@ -1,0 +1,50 @@
+#include "shared/image/DecodingNeed.h"
+
+#include "shared/image/JpegMarkers.h"
+
+#include <QFile>
+#include <QImageReader>
+
+#include <algorithm>
+
+namespace {
+
+int bytesOfPixel(const QImageReader &reader)
+{
+    // Of a broken file, Qt's JPEG plug-in says what happens to stand in its memory.
+    const QImage::Format format = reader.imageFormat();
+    const bool isKnown = format > QImage::Format_Invalid && format < QImage::NImageFormats;
+    return std::max(isKnown ? QImage::toPixelFormat(format).bitsPerPixel() / 8 : 0, 4);
+}
+
+/// What a JPEG decoder gives for a smaller picture: a half, a quarter or an eighth, but no less.
+QSize jpegStep(QSize full, QSize scaled)
+{
+    int step = 8;
+    while (step > 1 && (full.width() / step < scaled.width() || full.height() / step < scaled.height()))
+        step /= 2;
+    return {(full.width() + step - 1) / step, (full.height() + step - 1) / step};
+}
+
+} // namespace
+
+DecodingNeed decodingNeed(const QImageReader &reader, const QString &path)
+{
+    const QSize full = reader.supportsOption(QImageIOHandler::Size) ? reader.size() : QSize();
+    if (full.isEmpty())
+        return {};
+    const auto bytesOf = [each = bytesOfPixel(reader)](QSize size) {
+        return static_cast<qint64>(size.width()) * size.height() * each;
+    };
+    const QSize scaled = reader.scaledSize();
+    const QByteArray format = reader.format();
+    QFile file(path);
+    const bool isOpen = file.open(QIODevice::ReadOnly);
+    if (format == "jpeg" && isOpen)
+        return {2 * bytesOf(scaled.isValid() ? jpegStep(full, scaled) : full),
+                JpegMarkers::coefficientBytes(file).value_or(0)};
+    // Only what is coded with loss is scaled row by row.
+    if (format == "webp" && scaled.isValid())
+        return {2 * bytesOf(scaled), isOpen && file.peek(16).endsWith("VP8 ") ? 0 : bytesOf(full)};
+    return {2 * bytesOf(full), reader.text(QStringLiteral("Bytes to decode")).toLongLong()};
+}

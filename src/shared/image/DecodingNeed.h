@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QtGlobal>
+
+class QImageReader;
+class QString;
+
+/// Memory that reading a picture takes, bytes.
+struct DecodingNeed
+{
+    qint64 pictures = 0; ///< for two of what is decoded, which may have to be turned
+    qint64 decoder = 0;  ///< what the decoder keeps besides, which QImageReader's limit does not count
+
+    [[nodiscard]] qint64 sum() const { return pictures + decoder; }
+};
+
+/// What `reader` will take for the file at `path`, scaled as it has been told, from the file's header.
+[[nodiscard]] DecodingNeed decodingNeed(const QImageReader &reader, const QString &path);
