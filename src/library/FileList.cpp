@@ -213,6 +213,7 @@ void FileList::take(const ThumbnailAnswer &answer)
         return;
     TFileRecord &record = records()[row];
     record.imageRect = thumbnailRect(answer.size);
+    record.size = answer.key.size; // one that was being written has grown
     const QIcon icon = thumbnailIcons.icon(answer, record);
 
     QStandardItem *const item = mainModel.item(row, 0);
@@ -226,11 +227,12 @@ void FileList::take(const ThumbnailAnswer &answer)
     if (surroundings.isTicked(record))
         item->setCheckState(Qt::Checked);
     // The strip keeps its columns when rows leave the list.
-    if (QStandardItem *const cell = galleryModel.item(0, answer.row))
+    if (QStandardItem *const cell = galleryModel.item(0, fileHasLeft ? answer.row : row))
         cell->setIcon(icon);
 }
 
-/// The row that holds the file of an answer: that of the request, or one above it if files have left.
+/// The row that holds the file of an answer: that of the request, one above it if files have left, or one
+/// below if others have come since.
 int FileList::rowOf(const ThumbnailAnswer &answer) const
 {
     if (answer.generation != currentGeneration)
@@ -239,7 +241,7 @@ int FileList::rowOf(const ThumbnailAnswer &answer) const
         if (records()[row].fileName == answer.fileName)
             return row;
     }
-    return -1;
+    return firstRow([&](const TFileRecord &file) { return file.fileName == answer.fileName; });
 }
 
 void FileList::clear()

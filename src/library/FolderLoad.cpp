@@ -10,6 +10,8 @@ namespace {
 
 // Threads that are told to stop end at once; one that is held up by a dead network drive is left behind.
 constexpr int longestEndMs = 1000;
+// As long as a file that is being written has to be quiet.
+constexpr int changingMs = 2000;
 
 } // namespace
 
@@ -20,10 +22,13 @@ FolderLoad::FolderLoad(QObject *parent)
     refreshTimer.setSingleShot(true);
     refreshTimer.setInterval(longestEndMs);
     connect(&refreshTimer, &QTimer::timeout, this, &FolderLoad::onRefreshTimer);
-    connect(thumbnailMaker.get(), &ThumbnailMaker::made, this, [this](const ThumbnailAnswer &answer) {
-        madeAgain -= answer.again;
-        emit thumbnailMade(answer);
+    changingTimer.setSingleShot(true);
+    changingTimer.setInterval(changingMs);
+    connect(&changingTimer, &QTimer::timeout, this, [this] {
+        complete += std::exchange(changing, {});
+        makeCompleteAgain();
     });
+    connect(thumbnailMaker.get(), &ThumbnailMaker::made, this, &FolderLoad::onThumbnailMade);
 }
 
 FolderLoad::~FolderLoad()
@@ -49,6 +54,8 @@ void FolderLoad::show(const QString &path)
     if (ExactPath(oldPath) == ExactPath(path))
         return;
 
+    if (ExactPath(currentPath) != ExactPath(path))
+        forgetChanging();
     oldPath = currentPath = path;
     emit shown(path);
     qDebug() << "VistamoGlobal::vistamoLoadFolderThreadStat: " << VistamoGlobal::vistamoLoadFolderThreadStat;
@@ -89,6 +96,7 @@ void FolderLoad::leave()
 {
     stopThumbnails();
     reloadWanted = againAfterWalk = false;
+    forgetChanging();
     oldPath.clear();
     currentPath.clear();
 }
@@ -168,6 +176,31 @@ void FolderLoad::makeAgain(const TThumbnailRequest &request, ThumbnailStoring st
 {
     ++madeAgain;
     thumbnailMaker->makeAgain(currentGeneration, request, storing);
+}
+
+void FolderLoad::onThumbnailMade(const ThumbnailAnswer &answer)
+{
+    madeAgain -= answer.again;
+    if (answer.changing && answer.generation == currentGeneration) {
+        changing.append({QFileInfo(answer.key.fullPath), answer.row});
+        if (!changingTimer.isActive())
+            changingTimer.start();
+    }
+    emit thumbnailMade(answer);
+    makeCompleteAgain();
+}
+
+/// A few at a time: in a folder that is being filled there may be many.
+void FolderLoad::makeCompleteAgain()
+{
+    while (!complete.isEmpty() && mayMakeAgain())
+        makeAgain(complete.takeFirst(), ThumbnailStoring::Add);
+}
+
+void FolderLoad::forgetChanging()
+{
+    changing.clear();
+    complete.clear();
 }
 
 /// Gives threads that were told to stop a second to end.

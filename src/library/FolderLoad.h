@@ -68,7 +68,9 @@ public:
     /// Tells what the user is looking at: see `VistamoLoadThumbnailThread::setScrollPosition`.
     void setScrollPosition(float ratio, int files);
 
-    /// Makes a thumbnail again whose picture was dropped; no more in flight than there are processors.
+    /// Makes a thumbnail again whose picture was dropped; no more in flight than there are processors. Those
+    /// of files that were being written are made again by themselves, every two seconds until they are
+    /// complete.
     [[nodiscard]] bool mayMakeAgain() const { return madeAgain < thumbnailMaker->processorCount(); }
     void makeAgain(const TThumbnailRequest &request, ThumbnailStoring storing);
 
@@ -101,6 +103,9 @@ private:
     void startWalk();
     void waitForStoppedThreads();
     void walkHasEnded();
+    void onThumbnailMade(const ThumbnailAnswer &answer);
+    void makeCompleteAgain();
+    void forgetChanging();
     void goOn();
 
     Generation currentGeneration;
@@ -109,8 +114,11 @@ private:
     std::function<void()> pendingFolderRemoval; ///< as soon as the walk has ended
     bool reloadWanted = false;                  ///< as soon as both threads have ended
     bool againAfterWalk = false;
-    QTimer refreshTimer; ///< runs while the threads are ending
-    int madeAgain = 0;   ///< in flight
+    QTimer refreshTimer;               ///< runs while the threads are ending
+    int madeAgain = 0;                 ///< in flight
+    QList<TThumbnailRequest> changing; ///< files of the folder on show that were being written
+    QList<TThumbnailRequest> complete; ///< those that may be complete by now
+    QTimer changingTimer;              ///< runs while there are changing ones
     std::unique_ptr<ThumbnailMaker> thumbnailMaker;
     Worker<VistamoLoadThumbnailThread> loadThumbnailThread; ///< uses the maker
     Worker<VistamoLoadFolderThread> loadFolderThread;

@@ -48,7 +48,9 @@ ThumbnailAnswer answerTo(Generation generation, const TThumbnailRequest &request
     answer.row = request.row;
     answer.fileName = request.info.fileName();
     answer.key = ThumbnailDatabase::keyOf(request.info);
-    const auto [image, resolution, jpeg, stored] = makeThumbnail(answer.key, thumbnailSide, storing);
+    const auto [image, resolution, jpeg, stored, changing] =
+        makeThumbnail(answer.key, thumbnailSide, storing);
+    answer.changing = changing;
     if (image.isNull())
         return answer;
 

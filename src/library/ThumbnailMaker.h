@@ -24,7 +24,8 @@ struct ThumbnailAnswer
     QSize size;            ///< of the thumbnail, pixels; empty where the file gives no picture
     bool stored = false;   ///< the database gives the picture
     QByteArray encoded; ///< the picture where the database does not: a JPEG, or a PNG if it has transparency
-    bool again = false; ///< asked for by `makeAgain`
+    bool changing = false; ///< the file is being written: to be made again when it is complete
+    bool again = false;    ///< asked for by `makeAgain`
 };
 Q_DECLARE_METATYPE(ThumbnailAnswer)
 
@@ -48,7 +49,8 @@ public:
     void make(Generation generation, const TThumbnailRequest &request, ThumbnailStoring storing,
               const std::atomic_bool &stopped);
 
-    /// Makes a thumbnail again whose picture was dropped, without back-pressure: the caller keeps them few.
+    /// Makes a thumbnail again, whose picture was dropped or not complete, without back-pressure: the caller
+    /// keeps them few.
     void makeAgain(Generation generation, const TThumbnailRequest &request, ThumbnailStoring storing);
 
     /// Waits until nothing is in flight for this load, or `stopped` is set.

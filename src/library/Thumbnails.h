@@ -23,13 +23,15 @@ enum class ThumbnailStoring
 /// The thumbnail of a file.
 struct FileThumbnail
 {
-    QImage image;        ///< null if there is none
-    QString resolution;  ///< of the full picture, as "4032x3024"; empty where it is not known
-    QByteArray jpeg;     ///< what the database keeps of it; empty if it was to be left alone
-    bool stored = false; ///< the database gives it
+    QImage image;          ///< null if there is none
+    QString resolution;    ///< of the full picture, as "4032x3024"; empty where it is not known
+    QByteArray jpeg;       ///< what the database keeps of it; empty if it was to be left alone
+    bool stored = false;   ///< the database gives it
+    bool changing = false; ///< the file is being written: it may hold only a part, and nothing was stored
 };
 
-/// Made from the file of `key`, its longer side `side` pixels. Any thread.
+/// Made from the file of `key`, its longer side `side` pixels. A file that has changed in the last two
+/// seconds, or changes meanwhile, gives what there is of it, whatever `storing` says. Any thread.
 [[nodiscard]] FileThumbnail makeThumbnail(const TThumbnailRecord &key, int side, ThumbnailStoring storing);
 
 /// From the database as it is there, or made: then `storing` says whether it goes there. Any thread.

@@ -95,7 +95,7 @@ void VistamoLoadThumbnailThread::processRequestThumbnail(const TThumbnailRequest
                     stopRequested);
         return;
     }
-    found.append({generation, request.row, request.info.fileName(), key, size, true, {}, false});
+    found.append({generation, request.row, request.info.fileName(), key, size, true, {}, false, false});
     if (found.size() >= answersTogether || sincePublished.hasExpired(longestDelayMs))
         publish();
 }

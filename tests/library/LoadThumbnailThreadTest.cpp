@@ -95,6 +95,7 @@ private slots:
         image.fill(Qt::transparent);
         QPainter(&image).fillRect(0, 0, 128, 256, Qt::red);
         QVERIFY(image.save(path("half.png")));
+        Pictures::age(path("half.png"));
         const QImage first = squareOf(loadAll({"half.png"})[0]);
         QCOMPARE(first.pixelColor(20, 20), QColor(Qt::red));
         QCOMPARE(first.pixelColor(200, 20), base());
@@ -116,6 +117,18 @@ private slots:
         QVERIFY(!again.stored && again.image.size() == QSize(48, 32));
         QVERIFY(!findOrMakeThumbnail(record, 48, ThumbnailStoring::Leave).image.isNull());
         QCOMPARE(query("SELECT count(*) FROM FileData"), "3");
+    }
+
+    void justChangedPictureIsNotStored()
+    {
+        for (const int age : {-3600, 0, 3600}) {
+            Pictures::save(path("a.jpg"), QSize(60, 40));
+            Pictures::age(path("a.jpg"), age);
+            const ThumbnailAnswer answer = loadAll({"a.jpg"})[0];
+            QCOMPARE(quartersOf(answer), "red green blue yellow");
+            QCOMPARE(answer.stored, age != 0);
+            QSqlQuery(VistamoGlobal::thumbnailDatabase).exec("DELETE FROM FileData");
+        }
     }
 
     void cachesStayWithinTheirBounds()

@@ -164,6 +164,19 @@ private slots:
         QTRY_VERIFY(last().top() < top);
     }
 
+    void pictureThatIsBeingWrittenIsMadeAgain()
+    {
+        Pictures::save(path("c/slow.jpg"), QSize(600, 400));
+        const QByteArray whole = read("c/slow.jpg");
+        write("c/slow.jpg", whole.first(whole.size() / 2));
+        start({path("c")}, 1);
+        QCOMPARE(VistamoGlobal::fileDataList[0].imageRect.size(), QSize(256, 171));
+        QVERIFY(made("c").isEmpty());
+        write("c/slow.jpg", whole);
+        QTRY_COMPARE_WITH_TIMEOUT(made("c").size(), 1, 20000);
+        checkList("c");
+    }
+
     void lastOfSeveralFoldersIsLoaded()
     {
         for (int i = 0; i < 3000; ++i)

@@ -1,6 +1,7 @@
 #include "support/Pictures.h"
 
 #include <QBuffer>
+#include <QDateTime>
 #include <QFile>
 #include <QImageReader>
 #include <QImageWriter>
@@ -89,23 +90,33 @@ QImage Pictures::decoded(QByteArray bytes, QSize scaled)
     return image;
 }
 
+void Pictures::age(const QString &path, int seconds)
+{
+    QFile file(path);
+    QVERIFY2(file.open(QIODevice::ReadWrite), qPrintable(path));
+    QVERIFY(file.setFileTime(QDateTime::currentDateTime().addSecs(-seconds), QFile::FileModificationTime));
+}
+
 void Pictures::save(const QString &path, QSize size, int orientation, const QColorSpace &colours)
 {
     QImage image = asStored(quarters(size), orientation);
     image.setColorSpace(colours);
     QVERIFY2(image.save(path, nullptr, 95), qPrintable(path));
-    if (orientation == 1)
-        return;
-    const auto file = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString());
-    file->readMetadata();
-    file->exifData()["Exif.Image.Orientation"] = static_cast<uint16_t>(orientation);
-    file->writeMetadata();
+    if (orientation != 1) {
+        const auto file = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString());
+        file->readMetadata();
+        file->exifData()["Exif.Image.Orientation"] = static_cast<uint16_t>(orientation);
+        file->writeMetadata();
+    }
+    age(path);
 }
 
 void Pictures::saveMany(const QString &folder, int count, QSize size)
 {
     save(folder + QStringLiteral("/0000.jpg"), size);
-    for (int i = 1; i < count; ++i)
-        QVERIFY(QFile::copy(folder + QStringLiteral("/0000.jpg"),
-                            folder + QStringLiteral("/%1.jpg").arg(i, 4, 10, QLatin1Char('0'))));
+    for (int i = 1; i < count; ++i) {
+        const QString path = folder + QStringLiteral("/%1.jpg").arg(i, 4, 10, QLatin1Char('0'));
+        QVERIFY(QFile::copy(folder + QStringLiteral("/0000.jpg"), path));
+        age(path);
+    }
 }

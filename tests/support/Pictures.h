@@ -30,8 +30,12 @@ QByteArray encoded(const QImage &image, const QByteArray &format, int quality = 
 /// size or less depth before.
 QImage decoded(QByteArray bytes, QSize scaled = {});
 
-/// `quarters` in a file, stored so that the given EXIF orientation (1 to 8) shows it upright. The format is
-/// that of the suffix, the profile that of the colour space, if any.
+/// Lets a file look as if it had been written so many seconds ago: one that was just now is taken for one
+/// that still is.
+void age(const QString &path, int seconds = 3600);
+
+/// `quarters` in a file, written long ago, stored so that the given EXIF orientation (1 to 8) shows it
+/// upright. The format is that of the suffix, the profile that of the colour space, if any.
 void save(const QString &path, QSize size = QSize(60, 40), int orientation = 1,
           const QColorSpace &colours = {});
 
