@@ -6,11 +6,13 @@
 #include <QDate>
 #include <QDeadlineTimer>
 #include <QDir>
+#include <QLocale>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QStandardPaths>
 #include <QtDebug>
 #include <QThreadStorage>
+#include <QTimeZone>
 
 #include <atomic>
 #include <map>
@@ -24,6 +26,7 @@ constexpr int workerBusyTimeoutMs = 500;
 constexpr int pauseAfterFailureMs = 5000;
 
 Guarded<QString> sharedFileName;
+Guarded<QList<QTimeZone>> formerZones;
 
 QString lookupStatement(const QString &tableName)
 {
@@ -60,10 +63,25 @@ bool isBusy(const QSqlError &error)
     return code == 5 || code == 6;
 }
 
-void bindSizeAndTime(QSqlQuery &query, const TThumbnailRecord &record)
+void bindSizeAndTime(QSqlQuery &query, qint64 size, const QString &time)
 {
-    query.bindValue(QStringLiteral(":size"), static_cast<quint64>(record.size));
-    query.bindValue(QStringLiteral(":creationTime"), record.creationTime.toString(Qt::TextDate));
+    query.bindValue(QStringLiteral(":size"), static_cast<quint64>(size));
+    query.bindValue(QStringLiteral(":creationTime"), time);
+}
+
+/// A birth time as the table has it: local text of the present zone, then of those before.
+QStringList textsOf(const QDateTime &time)
+{
+    QStringList texts(time.toString(Qt::TextDate));
+    const auto zones = formerZones.lock();
+    for (const QTimeZone &zone : std::as_const(*zones)) {
+        // Qt::TextDate names the zone, unless it is the present one.
+        const QString there =
+            QLocale::c().toString(time.toTimeZone(zone), QStringLiteral("ddd MMM d HH:mm:ss yyyy"));
+        if (!texts.contains(there))
+            texts.append(there);
+    }
+    return texts;
 }
 
 /// The statements that the calling thread has prepared.
@@ -109,7 +127,7 @@ QSqlQuery *prepared(const QSqlDatabase &db, const QString &statement, QSqlError 
     const QDate today = QDate::currentDate();
     query->bindValue(QStringLiteral(":fullPath"), record.fullPath);
     query->bindValue(QStringLiteral(":resolution"), record.resolution);
-    bindSizeAndTime(*query, record);
+    bindSizeAndTime(*query, record.size, record.creationTime.toString(Qt::TextDate));
     query->bindValue(QStringLiteral(":image"), jpeg);
     query->bindValue(QStringLiteral(":date"), today.year() * 100 + today.month());
     if (!run(*query, error))
@@ -219,6 +237,16 @@ QString ThumbnailDatabase::folder()
     return folder;
 }
 
+void ThumbnailDatabase::setFormerTimeZones(const QStringList &names)
+{
+    const auto zones = formerZones.lock();
+    zones->clear();
+    for (const QString &name : names) {
+        if (const QTimeZone zone(name.toUtf8()); zone.isValid())
+            zones->append(zone);
+    }
+}
+
 void ThumbnailDatabase::setFileName(const QString &fileName)
 {
     *sharedFileName.lock() = fileName;
@@ -273,15 +301,19 @@ ThumbnailDatabase::Outcome ThumbnailDatabase::find(const TThumbnailRecord &recor
     QSqlQuery *const query = prepared(db, lookupStatement(tableName), &error);
     if (!query)
         return failure(error);
-    query->bindValue(QStringLiteral(":fullPath"), record.fullPath);
-    bindSizeAndTime(*query, record);
-    if (!run(*query, &error))
-        return failure(error);
-    const bool hasRow = query->next();
-    if (hasRow)
-        found = {query->value(0).toByteArray(), query->value(1).toString()};
-    query->finish(); // so that it holds no lock
-    return hasRow ? Outcome::Found : Outcome::Missing;
+    for (const QString &time : textsOf(record.creationTime)) {
+        query->bindValue(QStringLiteral(":fullPath"), record.fullPath);
+        bindSizeAndTime(*query, record.size, time);
+        if (!run(*query, &error))
+            return failure(error);
+        const bool hasRow = query->next();
+        if (hasRow)
+            found = {query->value(0).toByteArray(), query->value(1).toString()};
+        query->finish(); // so that it holds no lock
+        if (hasRow)
+            return Outcome::Found;
+    }
+    return Outcome::Missing;
 }
 
 bool ThumbnailDatabase::complete(TThumbnailRecord &record, const QString &tableName, const QSqlDatabase &db)

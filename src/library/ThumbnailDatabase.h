@@ -37,6 +37,10 @@ enum class Outcome
 /// The file that the connections of all threads open. Said once, before the workers start.
 void setFileName(const QString &fileName);
 
+/// The names of the time zones that were in use before the present one: what was stored then is found by the
+/// text that a birth time had there. Said once, before the workers start.
+void setFormerTimeZones(const QStringList &names);
+
 /// Opens `db` on its file: write-ahead log, so that readers and a writer don't wait for each other and being
 /// killed never damages the file. Waits `busyTimeout` milliseconds for a lock. False if it cannot be opened.
 [[nodiscard]] bool open(QSqlDatabase &db, int busyTimeout);

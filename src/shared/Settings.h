@@ -5,6 +5,7 @@
 #include <QColor>
 #include <QSettings>
 #include <QString>
+#include <QStringList>
 
 /// A stored value: its key with the group, and what it is as long as nothing is stored.
 template <typename T>
@@ -51,6 +52,9 @@ inline const Setting<int> folderListCount = {"General/folderListCount", 0};
 {
     return {QStringLiteral("General/folderList%1").arg(index), {}};
 }
+
+/// Names of the time zones in which the program has run, the latest first.
+inline const Setting<QStringList> timeZones = {"Thumbnails/timeZones", {}};
 
 [[nodiscard]] inline Setting<QString> exportImagePath()
 {

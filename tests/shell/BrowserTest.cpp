@@ -164,6 +164,20 @@ private slots:
         QTRY_VERIFY(last().top() < top);
     }
 
+    void thumbnailsAreFoundInAnotherTimeZone()
+    {
+        const QByteArray before = qgetenv("TZ");
+        Program::setFolders({path("b")});
+        for (const char *const zone : {"Europe/Berlin", "Asia/Tokyo", "Asia/Tokyo", "Etc/GMT+5"}) {
+            qputenv("TZ", zone);
+            program = std::make_unique<Program>();
+            checkList("b");
+            QCOMPARE(made("b").size(), 5);
+            program.reset();
+        }
+        before.isNull() ? qunsetenv("TZ") : qputenv("TZ", before);
+    }
+
     void pictureThatIsBeingWrittenIsMadeAgain()
     {
         Pictures::save(path("c/slow.jpg"), QSize(600, 400));

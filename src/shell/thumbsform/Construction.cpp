@@ -4,6 +4,7 @@
 #include "library/ThumbnailDatabase.h"
 #include "library/ThumbnailDelegate.h"
 #include "shared/image/DecodeGuard.h"
+#include "shared/Settings.h"
 #include "shell/thumbsform/PageLayouts.h"
 #include "slideshow/SlideShowForm.h"
 #include "ui_ThumbsForm.h"
@@ -11,12 +12,32 @@
 #include <QDeadlineTimer>
 #include <QHeaderView>
 #include <QStackedLayout>
+#include <QTimeZone>
+
+#include <algorithm>
 
 namespace {
 
 constexpr int stripIconSize = 96;
 // At the end of the program the workers get this long altogether.
 constexpr int longestExitMs = 2000;
+// What was stored in other zones costs a lookup each for every new file.
+constexpr qsizetype mostTimeZones = 4;
+
+/// Notes the present time zone, and lets thumbnails be found that were stored in others.
+void tellTimeZones()
+{
+    QSettings store = programSettings();
+    const QStringList known = BrowserSettings::timeZones.read(store);
+    const QString present = QString::fromUtf8(QTimeZone::systemTimeZoneId());
+    QStringList zones = known;
+    zones.removeAll(present);
+    zones.prepend(present);
+    zones = zones.first(std::min(zones.size(), mostTimeZones));
+    if (zones != known)
+        BrowserSettings::timeZones.write(store, zones);
+    ThumbnailDatabase::setFormerTimeZones(zones.mid(1));
+}
 
 /// Opens the GUI thread's connection.
 void openThumbnailDatabase()
@@ -25,6 +46,7 @@ void openThumbnailDatabase()
     DecodeGuard::start(folder);
     const QString thumbnailDatabasePath = folder + QStringLiteral("/thumbnail.db");
     ThumbnailDatabase::setFileName(thumbnailDatabasePath);
+    tellTimeZones();
 
     VistamoGlobal::thumbnailDatabase = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
     VistamoGlobal::thumbnailDatabase.setDatabaseName(thumbnailDatabasePath);
