@@ -21,8 +21,8 @@ public:
     explicit MainWindow(QWidget *parent = nullptr);
     ~MainWindow() override;
 
-    /// Takes a folder or image that was named when the program was started as though it had been dropped on the
-    /// window. Anything else is ignored.
+    /// Takes a folder or image that was named when the program was started as though it had been dropped on
+    /// the window. Anything else is ignored.
     void open(const QString &path);
 
 public slots:

@@ -29,7 +29,11 @@ QByteArray JxlFiles::make(const Kind &kind)
     check(JxlEncoderSetBasicInfo(encoder.get(), &info));
     JxlColorEncoding srgb;
     JxlColorEncodingSetToSRGB(&srgb, JXL_FALSE);
-    check(JxlEncoderSetColorEncoding(encoder.get(), &srgb));
+    check(kind.profile.isEmpty()
+              ? JxlEncoderSetColorEncoding(encoder.get(), &srgb)
+              : JxlEncoderSetICCProfile(encoder.get(),
+                                        reinterpret_cast<const uint8_t *>(kind.profile.constData()),
+                                        static_cast<size_t>(kind.profile.size())));
     for (uint32_t i = 0; i < channels; ++i) {
         JxlExtraChannelInfo channel;
         JxlEncoderInitExtraChannelInfo(kind.more[i], &channel);

@@ -17,6 +17,7 @@ struct Kind
     int frames = 1;
     quint32 duration = 0; ///< of a frame; one of nothing belongs to the same picture as the next
     bool lossy = false;
+    QByteArray profile = {}; ///< sRGB if empty
 };
 
 constexpr int colours[] = {200, 100, 50}; // of 255

@@ -55,6 +55,8 @@ void TiffFiles::make(const QString &path, const Kind &kind)
                  kind.cmyk             ? PHOTOMETRIC_SEPARATED
                  : kind.colours() == 3 ? PHOTOMETRIC_RGB
                                        : PHOTOMETRIC_MINISBLACK);
+    if (!kind.profile.isEmpty())
+        TIFFSetField(file, TIFFTAG_ICCPROFILE, uint32_t(kind.profile.size()), kind.profile.constData());
     const uint16_t alpha = EXTRASAMPLE_UNASSALPHA;
     if (kind.hasAlpha())
         TIFFSetField(file, TIFFTAG_EXTRASAMPLES, 1, &alpha);

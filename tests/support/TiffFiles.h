@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QSize>
 #include <QString>
 
@@ -19,6 +20,7 @@ struct Kind
     int sampleFormat = SAMPLEFORMAT_UINT;
     bool cmyk = false;
     double factor = 1; ///< of floats, which are from 0 to 1 otherwise
+    QByteArray profile = {};
 
     int colours() const { return cmyk ? 4 : samples > 2 ? 3 : 1; }
     bool hasAlpha() const { return samples == colours() + 1; } ///< straight

@@ -1,8 +1,8 @@
 #include "formats/jxl/JxlReader.h"
 
-#include "formats/BlackInk.h"
 #include "formats/jxl/JxlColour.h"
 #include "formats/jxl/ProcessorShare.h"
+#include "shared/image/ColourConversion.h"
 
 #include <QImageIOHandler>
 #include <QIODevice>
@@ -75,19 +75,6 @@ bool hasFewFrames(QIODevice &device)
     return true;
 }
 
-/// Darkens the picture by a plane of black ink; in both, 0 is the darkest.
-template <typename Sample>
-void darken(QImage &image, const QImage &black)
-{
-    const auto samples = image.depth() / static_cast<int>(8 * sizeof(Sample));
-    for (int y = 0; y < image.height(); ++y) {
-        const auto *ink = reinterpret_cast<const Sample *>(black.constScanLine(y));
-        auto *pixel = reinterpret_cast<Sample *>(image.scanLine(y));
-        for (int x = 0; x < image.width(); ++x, ++ink, pixel += samples)
-            std::transform(pixel, pixel + 3, pixel, [ink](Sample s) { return underBlack(s, *ink); });
-    }
-}
-
 /// The black of a CMYK picture: a channel beside the colours, which are the other three inks. Lossy files
 /// have colours that are mixed already.
 class BlackInk
@@ -119,12 +106,10 @@ public:
                == JXL_DEC_SUCCESS;
     }
 
-    void printOn(QImage &image) const
+    /// The picture printed with it as well.
+    QImage printedOn(const QImage &inked, const QByteArray &profile) const
     {
-        if (plane.depth() == 16)
-            darken<quint16>(image, plane);
-        else
-            darken<quint8>(image, plane);
+        return Colour::fromInks(inked, plane, profile);
     }
 
 private:
@@ -233,9 +218,8 @@ QImage JxlReader::read()
         case JXL_DEC_FULL_IMAGE:
             decoder.reset(); // it keeps writing into the picture as long as it lives
             if (black.isThere())
-                black.printOn(image); // without the inks' profile, which would not fit the mixture
-            else
-                image.setColorSpace(colourSpace);
+                return black.printedOn(image, colourSpace.iccProfile()).convertToFormat(layout.format);
+            image.setColorSpace(colourSpace);
             return image;
         default:
             return {};

@@ -1,5 +1,4 @@
 #include "formats/psd/PsdPixels.h"
-#include "formats/BlackInk.h"
 #include "formats/Packing.h"
 
 #include <QDataStream>
@@ -123,13 +122,6 @@ QRgba64 fromRgb(const quint16 *samples)
     return QRgba64::fromRgba64(samples[0], samples[1], samples[2], full);
 }
 
-QRgba64 fromCmyk(const quint16 *samples)
-{
-    // The inks are stored as what they leave of the paper's white.
-    const auto inked = [paper = samples[3]](quint16 ink) { return underBlack(ink, paper); };
-    return QRgba64::fromRgba64(inked(samples[0]), inked(samples[1]), inked(samples[2]), full);
-}
-
 QRgba64 fromLab(const quint16 *samples)
 {
     // From CIE Lab with D50 white to linear sRGB with its D65 white, by Bradford's adaptation.
@@ -187,9 +179,26 @@ void convertRow(const Rows &rows, const Header header, Transparency transparency
     }
 }
 
+/// What black ink leaves of the paper's white in a row of CMYK.
+void putBlack(const Rows &rows, const Header &header, Transparency transparency, QImage &black, int y)
+{
+    for (int x = 0; x < black.width(); ++x) {
+        const quint16 value = sampleAt(rows[3], x, header.depth);
+        QRgba64 grey = fromGrey(&value);
+        if (transparency == Transparency::OnWhite) {
+            grey.setAlpha(sampleAt(rows[4], x, header.depth));
+            grey = withoutWhite(grey);
+        }
+        if (black.depth() == 16)
+            reinterpret_cast<quint16 *>(black.scanLine(y))[x] = grey.red();
+        else
+            black.scanLine(y)[x] = grey.red8();
+    }
+}
+
 } // namespace
 
-int readRows(QImage &image, const Header &header, Transparency transparency, QIODevice &device)
+int readRows(QImage &image, QImage &black, const Header &header, Transparency transparency, QIODevice &device)
 {
     const int channels = header.colours + (transparency == Transparency::None ? 0 : 1);
     const QByteArray samples = readSamples(device, header, channels);
@@ -197,7 +206,7 @@ int readRows(QImage &image, const Header &header, Transparency transparency, QIO
     const qsizetype last = samples.size() / rowLength(header) - height * (channels - 1);
     const auto convert = header.mode == Mode::Lab    ? convertRow<fromLab, 3>
                          : header.mode == Mode::Rgb  ? convertRow<fromRgb, 3>
-                         : header.mode == Mode::Cmyk ? convertRow<fromCmyk, 4>
+                         : header.mode == Mode::Cmyk ? convertRow<fromRgb, 4> // black comes by itself
                                                      : convertRow<fromGrey, 1>;
     int y = 0;
     for (; y < std::min(last, height); ++y) {
@@ -210,6 +219,8 @@ int readRows(QImage &image, const Header &header, Transparency transparency, QIO
             joinBytes(rows, image.width(), reinterpret_cast<QRgb *>(image.scanLine(y)));
         else
             convert(rows, header, transparency, image.depth(), image.scanLine(y));
+        if (!black.isNull())
+            putBlack(rows, header, transparency, black, y);
     }
     return y;
 }

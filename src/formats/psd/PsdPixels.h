@@ -17,8 +17,10 @@ enum class Transparency
     return header.depth == 32 || header.mode == Mode::Lab;
 }
 
-/// Fills `image` from above with the merged picture, whose compression is what comes next from the device.
-/// Ends before a row that is not there in every channel: the number of rows.
-[[nodiscard]] int readRows(QImage &image, const Header &header, Transparency transparency, QIODevice &device);
+/// Fills `image` from above with the merged picture, whose compression is what comes next from the device,
+/// and `black`, if it is not null, with what black ink leaves of its white. Ends before a row that is not
+/// there in every channel: the number of rows.
+[[nodiscard]] int readRows(QImage &image, QImage &black, const Header &header, Transparency transparency,
+                           QIODevice &device);
 
 } // namespace PsdReader

@@ -1,6 +1,7 @@
 #include "formats/psd/PsdReader.h"
 #include "formats/Packing.h"
 #include "formats/psd/PsdPixels.h"
+#include "shared/image/ColourConversion.h"
 
 #include <QColorSpace>
 #include <QDataStream>
@@ -138,7 +139,7 @@ QImage::Format imageFormat(const Header &header, Transparency transparency)
 void setColourSpace(QImage &image, const Header &header, const QByteArray &profile)
 {
     QColorSpace space;
-    if (!profile.isEmpty() && header.mode != Mode::Cmyk && header.mode != Mode::Lab)
+    if (!profile.isEmpty() && header.mode != Mode::Lab)
         space = QColorSpace::fromIccProfile(profile);
     if (!isLinear(header)) {
         image.setColorSpace(space);
@@ -205,14 +206,25 @@ QImage read(QIODevice &device)
     if (!QImageIOHandler::allocateImage(header->size, imageFormat(*header, transparency), &image))
         return {};
     image.setColorTable(colourTable(*header, table));
-    const int rows = readRows(image, *header, transparency, device);
+    QImage black;
+    const bool deep = image.depth() == 64;
+    if (header->mode == Mode::Cmyk
+        && !QImageIOHandler::allocateImage(
+            header->size, deep ? QImage::Format_Grayscale16 : QImage::Format_Grayscale8, &black))
+        return {};
+    black.fill(Qt::white);
+    const int rows = readRows(image, black, *header, transparency, device);
     if (rows == 0)
         return {};
     const bool blankIsZero = transparency != Transparency::None || image.colorCount() > 0;
     for (int y = rows; y < image.height(); ++y)
         std::memset(image.scanLine(y), blankIsZero ? 0 : 0xff, image.bytesPerLine());
 
-    setColourSpace(image, *header, resources.value(IccProfile));
+    if (black.isNull())
+        setColourSpace(image, *header, resources.value(IccProfile));
+    else
+        image = Colour::fromInks(std::move(image), black, resources.value(IccProfile))
+                    .convertToFormat(imageFormat(*header, transparency));
     if (resources.contains(Resolution))
         setResolution(image, resources[Resolution]);
     return image;

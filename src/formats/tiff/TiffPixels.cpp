@@ -1,8 +1,8 @@
 #include "formats/tiff/TiffPixels.h"
 
-#include "formats/BlackInk.h"
 #include "formats/ClampToAlpha.h"
 #include "formats/tiff/TiffTags.h"
+#include "shared/image/ColourConversion.h"
 
 #include <QFloat16>
 #include <QImageIOHandler>
@@ -147,6 +147,10 @@ private:
         if (putFormat == QImage::Format_Mono || putFormat == QImage::Format_Indexed8)
             image.setColorTable(colourTable());
         image.fill(Qt::black);
+        const auto ofBlack = deep ? QImage::Format_Grayscale16 : QImage::Format_Grayscale8;
+        if (colours == 4 && !QImageIOHandler::allocateImage(size, ofBlack, &black))
+            return {};
+        black.fill(Qt::white);
         alphaSample = alpha == Alpha::None ? -1 : colours;
         if (separate) // what else the file has is not looked at
             planes = std::max(colours, 1) + (alphaSample > 0);
@@ -166,6 +170,8 @@ private:
             clampToAlpha<uint16_t>(image);
         else if (alpha == Alpha::Premultiplied)
             clampToAlpha<uint8_t>(image);
+        if (colours == 4)
+            image = Colour::fromInks(std::move(image), black, Tiff::profile(file));
         image.convertTo(format());
         return found ? image : QImage();
     }
@@ -360,11 +366,9 @@ private:
                 });
             else if (sample < 3)
                 each([=](Sample *to, Sample value) { to[sample] = value ^ invert; });
-            else // black ink
-                each([=](Sample *to, Sample value) {
-                    for (int colour = 0; colour < 3; ++colour)
-                        to[colour] = underBlack(to[colour], Sample(value ^ invert));
-                });
+            else
+                each([invert, key = reinterpret_cast<Sample *>(black.scanLine(at.y()))
+                                    + at.x()](Sample *, Sample value) mutable { *key++ = value ^ invert; });
         }
     }
 
@@ -385,6 +389,7 @@ private:
     double lowest = 0;
     double highest = 1;
     QImage image;
+    QImage black; ///< what black ink leaves of white
     int alphaSample = -1;
     int planes = 1;
 };

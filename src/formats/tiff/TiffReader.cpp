@@ -90,16 +90,6 @@ int resolution(TIFF *file, uint32_t name)
     return dots > 0 && dots < 1e9 ? qRound(dots) : 0;
 }
 
-QColorSpace profileOf(TIFF *file)
-{
-    uint32_t length = 0;
-    void *profile = nullptr;
-    const bool isCmyk = Tiff::tag<uint16_t>(file, TIFFTAG_PHOTOMETRIC) == PHOTOMETRIC_SEPARATED;
-    if (isCmyk || TIFFGetField(file, TIFFTAG_ICCPROFILE, &length, &profile) != 1 || length == 0)
-        return {};
-    return QColorSpace::fromIccProfile(QByteArray(static_cast<const char *>(profile), int(length)));
-}
-
 } // namespace
 
 TiffReader::TiffReader(QIODevice &device)
@@ -135,6 +125,8 @@ QImage TiffReader::read() const
     QImage image = Tiff::readPixels(file.get());
     image.setDotsPerMeterX(resolution(file.get(), TIFFTAG_XRESOLUTION));
     image.setDotsPerMeterY(resolution(file.get(), TIFFTAG_YRESOLUTION));
-    image.setColorSpace(profileOf(file.get()));
+    const QByteArray profile = Tiff::profile(file.get());
+    if (!profile.isEmpty() && Tiff::tag<uint16_t>(file.get(), TIFFTAG_PHOTOMETRIC) != PHOTOMETRIC_SEPARATED)
+        image.setColorSpace(QColorSpace::fromIccProfile(profile));
     return image;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QSize>
 
 #include <tiffio.h>
@@ -12,6 +13,16 @@ template <typename Value>
 {
     TIFFGetFieldDefaulted(file, name, &value);
     return value;
+}
+
+/// The ICC profile; empty if the file has none.
+[[nodiscard]] inline QByteArray profile(TIFF *file)
+{
+    uint32_t length = 0;
+    void *bytes = nullptr;
+    return TIFFGetField(file, TIFFTAG_ICCPROFILE, &length, &bytes) == 1
+               ? QByteArray(static_cast<const char *>(bytes), int(length))
+               : QByteArray();
 }
 
 /// Pixels of the picture as it is stored; empty if it is too long.

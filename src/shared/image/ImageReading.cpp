@@ -1,6 +1,7 @@
 #include "shared/image/ImageReading.h"
 
 #include "shared/image/ColourConversion.h"
+#include "shared/image/ColourJpeg.h"
 #include "shared/image/ColourPng.h"
 #include "shared/image/DecodeGuard.h"
 #include "shared/image/DecodingNeed.h"
@@ -105,7 +106,7 @@ public:
         QImage image = withoutMetadataTexts(decoded(need.decoder > 0));
         image = oriented(oriented(std::move(image), reader.transformation()), ignored);
         image.setDevicePixelRatio(1); // which Qt reads out of names like "a@2x.png"
-        if (QFile file(reader.fileName()); format == "png" && file.open(QIODevice::ReadOnly))
+        if (QFile file(path); format == "png" && file.open(QIODevice::ReadOnly))
             image.setColorSpace(pngColourSpace(file, image.colorSpace()));
         return {std::move(image), std::move(share)};
     }
@@ -144,7 +145,9 @@ private:
         QList<qint64> scans;
         if (isInScans)
             scans = JpegMarkers::scanEnds(file, mostScans);
-        QImage image = scans.size() < mostScans ? reader.read() : QImage();
+        QImage image = scans.size() < mostScans ? readInkJpeg(file, reader.scaledSize()) : QImage();
+        if (image.isNull() && scans.size() < mostScans)
+            image = reader.read();
         if (image.isNull() && scans.isEmpty())
             scans = JpegMarkers::scanEnds(file, mostScans);
         if (image.isNull() && !scans.isEmpty())

@@ -1,11 +1,17 @@
 #include "shared/image/ImageReading.h"
 #include "support/ColourProfiles.h"
 #include "support/Files.h"
+#include "support/JxlFiles.h"
+#include "support/LayeredFiles.h"
 #include "support/Pictures.h"
+#include "support/TiffFiles.h"
 
 #include <QtGui>
 #include <QtTest>
 
+#include <cstdio>
+
+#include <jpeglib.h>
 #include <zlib.h>
 
 /// Colours as the files mean them, come out as sRGB.
@@ -72,6 +78,79 @@ private slots:
             expected.setColorSpace(space);
             expected.convertToColorSpace(QColorSpace::SRgb);
             QVERIFY2(Pictures::difference(ImageReading::read(path("chunks.png")), expected) < 1, name);
+        }
+    }
+
+    /// A file of inks that leave these shares of white, of 255; black the fourth.
+    static QByteArray inkJpeg(const std::array<JSAMPLE, 4> &left, const QByteArray &profile)
+    {
+        jpeg_compress_struct info{};
+        jpeg_error_mgr errors{};
+        info.err = jpeg_std_error(&errors);
+        jpeg_create_compress(&info);
+        uchar *bytes = nullptr;
+        unsigned long length = 0;
+        jpeg_mem_dest(&info, &bytes, &length);
+        info.image_width = info.image_height = 40;
+        info.input_components = 4;
+        info.in_color_space = JCS_CMYK;
+        jpeg_set_defaults(&info);
+        jpeg_set_colorspace(&info, JCS_YCCK); // as Adobe's programs do, with their marker
+        jpeg_start_compress(&info, TRUE);
+        jpeg_write_icc_profile(&info, reinterpret_cast<const JOCTET *>(profile.constData()),
+                               static_cast<unsigned>(profile.size()));
+        std::vector<JSAMPLE> row;
+        for (int x = 0; x < 40; ++x)
+            row.insert(row.end(), left.begin(), left.end());
+        JSAMPLE *line = row.data();
+        for (int y = 0; y < 40; ++y)
+            jpeg_write_scanlines(&info, &line, 1);
+        jpeg_finish_compress(&info);
+        jpeg_destroy_compress(&info);
+        const QByteArray file(reinterpret_cast<const char *>(bytes), static_cast<qsizetype>(length));
+        std::free(bytes);
+        return file;
+    }
+
+    void profilesOfInks()
+    {
+        const QByteArray profile = ColourProfiles::rotatedInks();
+        const auto shown = [](int cyan, int magenta, int yellow, int black) {
+            const auto on = [black](int left) { return left * black / 255; };
+            return QColor::fromRgb(ColourProfiles::rotate(qRgb(on(cyan), on(magenta), on(yellow))));
+        };
+        const std::array<JSAMPLE, 4> left{200, 100, 50, 128};
+        write("inks.jpg", inkJpeg(left, profile));
+        LayeredFiles::Picture psd{LayeredFiles::Psd, QSize(4, 4), LayeredFiles::Cmyk, 4};
+        psd.profile = profile;
+        psd.sample = [=](int channel, int, int) { return left[channel]; };
+        write("inks.psd", LayeredFiles::make(psd));
+        JxlFiles::Kind jxl;
+        jxl.more = {JXL_CHANNEL_BLACK};
+        jxl.profile = profile;
+        write("inks.jxl", JxlFiles::make(jxl));
+        TiffFiles::Kind tiff;
+        tiff.samples = 4;
+        tiff.cmyk = true;
+        tiff.profile = profile;
+        TiffFiles::make(path("inks.tif"), tiff);
+        const auto stored = [](int sample) { return 255 - TiffFiles::value(2, 2, sample) / 257; };
+        const QColor ofAll = shown(left[0], left[1], left[2], left[3]);
+        for (const auto &[format, colour] : {std::pair("jpg", ofAll),
+                                             {"psd", ofAll},
+                                             {"jxl", ofAll},
+                                             {"tif", shown(stored(0), stored(1), stored(2), stored(3))}}) {
+            const QString file = path(QStringLiteral("inks.") + format);
+            QList<QImage> images{ImageReading::read(file)};
+            if (format != QByteArray("tif")) // of one colour
+                images.append(ImageReading::readThumbnail(file, 10).image);
+            for (const QImage &image : images) {
+                const QColor found = image.pixelColor(2, 2);
+                const int most =
+                    std::max({qAbs(found.red() - colour.red()), qAbs(found.green() - colour.green()),
+                              qAbs(found.blue() - colour.blue())});
+                QVERIFY2(most < 8, qPrintable(format + found.name() + colour.name()));
+            }
         }
     }
 
