@@ -8,6 +8,8 @@
 #include <QImageReader>
 #include <QtTest>
 
+#include <array>
+
 #include <tiffio.h>
 
 /// TIFF files as scanners, raw converters and laboratories write them, made by libtiff and read as the
@@ -24,6 +26,7 @@ private slots:
                                            {12, whole},
                                            {16, whole},
                                            {32, whole},
+                                           {32, SAMPLEFORMAT_INT},
                                            {16, floating},
                                            {32, floating},
                                            {64, floating}})
@@ -37,6 +40,55 @@ private slots:
                                         {tile, planes, samples, compression, 1, bits, format, cmyk});
         for (int orientation = 2; orientation <= 8; ++orientation)
             showsWhatIsStored({0, PLANARCONFIG_SEPARATE, 3, COMPRESSION_NONE, orientation});
+    }
+
+    void labOfEveryKindIsRead()
+    {
+        // The primaries of sRGB, seen under D50.
+        const std::pair<std::array<double, 3>, QColor> colours[] = {{{54.29, 80.81, 69.89}, Qt::red},
+                                                                    {{87.82, -79.27, 80.99}, Qt::green},
+                                                                    {{29.57, 68.30, -112.03}, Qt::blue},
+                                                                    {{50, 0, 0}, QColor(119, 119, 119)},
+                                                                    {{100, 0, 0}, Qt::white}};
+        for (const auto &[photometric, bits] : {std::pair(PHOTOMETRIC_CIELAB, 32),
+                                                {PHOTOMETRIC_CIELAB, 16},
+                                                {PHOTOMETRIC_CIELAB, 8},
+                                                {PHOTOMETRIC_ICCLAB, 16},
+                                                {PHOTOMETRIC_ICCLAB, 8}}) {
+            QByteArray row;
+            for (const auto &[lab, colour] : colours) {
+                for (size_t i = 0; i < 3; ++i) {
+                    const double shifted = photometric == PHOTOMETRIC_ICCLAB && i > 0 ? lab[i] + 128 : lab[i];
+                    const int whole = qRound(i > 0                               ? shifted * (1 << (bits - 8))
+                                             : bits == 8                         ? lab[0] * 2.55
+                                             : photometric == PHOTOMETRIC_ICCLAB ? lab[0] * 652.8
+                                                                                 : lab[0] * 655.35);
+                    const auto number = float(lab[i]);
+                    row += bits == 32 ? QByteArray(reinterpret_cast<const char *>(&number), 4)
+                                      : QByteArray(reinterpret_cast<const char *>(&whole), bits / 8);
+                }
+            }
+            TIFF *const file = TIFFOpen(qPrintable(path("a.tif")), "w");
+            for (const auto &[tag, value] : {std::pair(TIFFTAG_IMAGEWIDTH, int(std::size(colours))),
+                                             {TIFFTAG_IMAGELENGTH, 1},
+                                             {TIFFTAG_BITSPERSAMPLE, bits},
+                                             {TIFFTAG_SAMPLESPERPIXEL, 3},
+                                             {TIFFTAG_SAMPLEFORMAT, bits == 32 ? floating : whole},
+                                             {TIFFTAG_PHOTOMETRIC, photometric}})
+                TIFFSetField(file, tag, value);
+            TIFFWriteScanline(file, row.data(), 0);
+            TIFFClose(file);
+            const QImage image = ImageReading::read(path("a.tif"));
+            for (int x = 0; x < int(std::size(colours)); ++x) {
+                const QColor shown = image.pixelColor(x, 0), meant = colours[x].second;
+                const int tolerance = bits == 8 ? 12 : 3; // eight are coarse near the edge
+                const auto isNear = [=](int a, int b) { return std::abs(a - b) <= tolerance; };
+                QVERIFY2(
+                    isNear(shown.red(), meant.red()) && isNear(shown.green(), meant.green())
+                        && isNear(shown.blue(), meant.blue()),
+                    qPrintable(QStringLiteral("%1 of %2 bits: ").arg(photometric).arg(bits) + shown.name()));
+            }
+        }
     }
 
     void whatQtWritesComesBack()

@@ -1,4 +1,5 @@
 #include "formats/psd/PsdPixels.h"
+#include "formats/LabColour.h"
 #include "formats/Packing.h"
 
 #include <QDataStream>
@@ -124,15 +125,9 @@ QRgba64 fromRgb(const quint16 *samples)
 
 QRgba64 fromLab(const quint16 *samples)
 {
-    // From CIE Lab with D50 white to linear sRGB with its D65 white, by Bradford's adaptation.
-    const auto inverse = [](float t) { return t > 6.0f / 29 ? t * t * t : (t - 4.0f / 29) * 108 / 841; };
-    const float fy = (samples[0] * 100.0f / full + 16) / 116;
-    const float x = 0.9642f * inverse(fy + (samples[1] - 32896) / 257.0f / 500);
-    const float y = inverse(fy);
-    const float z = 0.8249f * inverse(fy - (samples[2] - 32896) / 257.0f / 200);
-    return QRgba64::fromRgba64(fromFloat(3.1339f * x - 1.6169f * y - 0.4906f * z),
-                               fromFloat(-0.9788f * x + 1.9161f * y + 0.0335f * z),
-                               fromFloat(0.0719f * x - 0.2290f * y + 1.4052f * z), full);
+    const auto linear = linearSrgbOfLab(samples[0] * 100.0f / full, (samples[1] - 32896) / 257.0f,
+                                        (samples[2] - 32896) / 257.0f);
+    return QRgba64::fromRgba64(fromFloat(linear[0]), fromFloat(linear[1]), fromFloat(linear[2]), full);
 }
 
 /// What the colour was before it was blended with white.

@@ -1,14 +1,15 @@
 #include "formats/tiff/TiffPixels.h"
 
 #include "formats/ClampToAlpha.h"
+#include "formats/LabColour.h"
+#include "formats/tiff/TiffSamples.h"
 #include "formats/tiff/TiffTags.h"
 #include "shared/image/ColourConversion.h"
 
-#include <QFloat16>
+#include <QColorSpace>
 #include <QImageIOHandler>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -16,8 +17,6 @@
 using Tiff::sizeOf, Tiff::tag;
 
 namespace {
-
-constexpr uint16_t unknown = 0xffff; ///< in place of a photometric interpretation
 
 /// What the sample behind the colours means.
 uint16_t alphaKind(TIFF *file)
@@ -31,11 +30,13 @@ uint16_t alphaKind(TIFF *file)
 /// How many of a pixel's samples make its colour; 0 if they are an index, or their meaning is not known.
 int coloursOf(TIFF *file)
 {
-    switch (tag<uint16_t>(file, TIFFTAG_PHOTOMETRIC, unknown)) {
+    switch (tag<uint16_t>(file, TIFFTAG_PHOTOMETRIC, Tiff::unknownPhotometric)) {
     case PHOTOMETRIC_MINISBLACK:
     case PHOTOMETRIC_MINISWHITE:
         return 1;
     case PHOTOMETRIC_RGB:
+    case PHOTOMETRIC_CIELAB:
+    case PHOTOMETRIC_ICCLAB:
         return 3;
     case PHOTOMETRIC_SEPARATED:
         return tag<uint16_t>(file, TIFFTAG_INKSET) == INKSET_CMYK ? 4 : 0;
@@ -67,9 +68,7 @@ public:
         : file(file)
         , size(sizeOf(file))
         , samples(tag<uint16_t>(file, TIFFTAG_SAMPLESPERPIXEL))
-        , bits(tag<uint16_t>(file, TIFFTAG_BITSPERSAMPLE))
-        , sampleFormat(tag<uint16_t>(file, TIFFTAG_SAMPLEFORMAT))
-        , photometric(tag<uint16_t>(file, TIFFTAG_PHOTOMETRIC, unknown))
+        , kind(file)
         , separate(tag<uint16_t>(file, TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE)
     {
     }
@@ -100,7 +99,7 @@ public:
         QImage stored;
         if (samples == 1 && depth == bits && depth <= 8)
             stored = readWith(&StoredPicture::copy, format());
-        else if (sampled && bits == 8 && colours == 3 && !separate)
+        else if (sampled && !deep && colours == 3 && !separate)
             stored = readWith(&StoredPicture::putRgb, format());
         else if (sampled)
             stored = readWith(deep ? &StoredPicture::put<uint16_t> : &StoredPicture::put<uint8_t>,
@@ -118,15 +117,6 @@ private:
     };
 
     using Put = void (StoredPicture::*)(const uchar *row, QPoint at, int count, int plane);
-
-    /// True if its samples are read one by one. Of 8 and 16 bits the sign is passed over.
-    bool isSampled() const
-    {
-        const bool floating = sampleFormat == SAMPLEFORMAT_IEEEFP && (bits == 16 || bits == 32 || bits == 64);
-        const bool whole = sampleFormat != SAMPLEFORMAT_IEEEFP && (bits == 8 || bits == 16);
-        const bool other = sampleFormat == SAMPLEFORMAT_UINT && ((bits > 8 && bits < 16) || bits == 32);
-        return (floating || whole || other) && colours > 0 && samples >= colours;
-    }
 
     Alpha alphaOf() const
     {
@@ -154,11 +144,11 @@ private:
         alphaSample = alpha == Alpha::None ? -1 : colours;
         if (separate) // what else the file has is not looked at
             planes = std::max(colours, 1) + (alphaSample > 0);
-        if (sampleFormat == SAMPLEFORMAT_IEEEFP && colours == 1 && deep) {
+        if (kind.isFloating() && colours == 1 && deep) {
             // Measurements have ranges of their own.
             readAll([this](const uchar *row, QPoint, int count, int plane) {
                 if (plane == 0)
-                    measure(row, count);
+                    kind.measure(row, count, samplesTogether());
             });
         }
         bool found = false;
@@ -172,8 +162,28 @@ private:
             clampToAlpha<uint8_t>(image);
         if (colours == 4)
             image = Colour::fromInks(std::move(image), black, Tiff::profile(file));
+        if (kind.isLab())
+            showLab();
         image.convertTo(format());
         return found ? image : QImage();
+    }
+
+    /// Makes colours of samples of Lab.
+    void showLab()
+    {
+        const auto to16 = [](float share) { return uint16_t(std::clamp(share, 0.F, 1.F) * 65535 + 0.5F); };
+        for (int y = 0; y < image.height(); ++y) {
+            auto *const line = reinterpret_cast<QRgba64 *>(image.scanLine(y));
+            for (int x = 0; x < image.width(); ++x) {
+                const auto centred = [](uint16_t sample) { return sample / 257.F - 128; };
+                const auto linear = linearSrgbOfLab(line[x].red() / 655.35F, centred(line[x].green()),
+                                                    centred(line[x].blue()));
+                line[x] =
+                    QRgba64::fromRgba64(to16(linear[0]), to16(linear[1]), to16(linear[2]), line[x].alpha());
+            }
+        }
+        image.setColorSpace(QColorSpace::SRgbLinear);
+        image.convertToColorSpace(QColorSpace::SRgb);
     }
 
     /// Anything else, as libtiff makes 8 bits of it.
@@ -228,8 +238,8 @@ private:
     template <typename Take>
     void readRows(Take take)
     {
-        std::vector<uchar> row(static_cast<size_t>(TIFFScanlineSize(file)) + spareBytes);
-        if (static_cast<qint64>(row.size() - spareBytes) * 8
+        std::vector<uchar> row(static_cast<size_t>(TIFFScanlineSize(file)) + Tiff::Samples::spareBytes);
+        if (static_cast<qint64>(row.size() - Tiff::Samples::spareBytes) * 8
             < static_cast<qint64>(size.width()) * samplesTogether() * bits)
             return;
         const auto stripHeight = static_cast<int>(std::clamp<uint32_t>(
@@ -256,7 +266,7 @@ private:
             || rowBytes * 8 < static_cast<qint64>(width) * samplesTogether() * bits
             || TIFFTileSize(file) < rowBytes * height)
             return;
-        std::vector<uchar> tile(static_cast<size_t>(TIFFTileSize(file)) + spareBytes);
+        std::vector<uchar> tile(static_cast<size_t>(TIFFTileSize(file)) + Tiff::Samples::spareBytes);
         for (int plane = 0; plane < planes; ++plane) {
             for (int top = 0; top < size.height(); top += height) {
                 for (int left = 0; left < size.width(); left += width) {
@@ -266,54 +276,6 @@ private:
                         take(tile.data() + y * rowBytes, QPoint(left, top + y),
                              std::min(width, size.width() - left), plane);
                 }
-            }
-        }
-    }
-
-    /// A number that stands in a row in the machine's own order, as libtiff leaves it.
-    template <typename Number>
-    static Number numberAt(const uchar *row, qsizetype index)
-    {
-        Number number;
-        std::memcpy(&number, row + index * static_cast<qsizetype>(sizeof number), sizeof number);
-        return number;
-    }
-
-    double floatAt(const uchar *row, qsizetype index) const
-    {
-        return bits == 16   ? static_cast<double>(float(numberAt<qfloat16>(row, index)))
-               : bits == 32 ? static_cast<double>(numberAt<float>(row, index))
-                            : numberAt<double>(row, index);
-    }
-
-    /// A sample brought to 16 bits, one of a colour out of the range that was measured.
-    uint16_t sampleAt(const uchar *row, qsizetype index, bool isColour) const
-    {
-        if (sampleFormat == SAMPLEFORMAT_IEEEFP) {
-            const double value = floatAt(row, index);
-            const double share = isColour ? (value - lowest) / (highest - lowest) : value;
-            return share > 0 ? static_cast<uint16_t>(std::min(share, 1.0) * 65535 + 0.5)
-                             : 0; // 0 for no number
-        }
-        if (bits == 16)
-            return numberAt<uint16_t>(row, index);
-        if (bits == 32)
-            return static_cast<uint16_t>(numberAt<uint32_t>(row, index) >> 16);
-        const uchar *const from = row + index * bits / 8; // packed, the highest bit first
-        const uint32_t three = from[0] << 16 | from[1] << 8 | from[2];
-        const uint32_t value = three >> (24 - bits - index * bits % 8) & ((1U << bits) - 1);
-        return static_cast<uint16_t>(value << (16 - bits) | value >> (2 * bits - 16));
-    }
-
-    /// Widens the range of grey floats, which is from 0 to 1 unless a number is beyond. The largest floats of
-    /// all mark places that were not measured.
-    void measure(const uchar *row, int count)
-    {
-        for (int i = 0; i < count; ++i) {
-            const double value = floatAt(row, static_cast<qsizetype>(i) * samplesTogether());
-            if (std::abs(value) < noMeasurement) {
-                lowest = std::min(lowest, value);
-                highest = std::max(highest, value);
             }
         }
     }
@@ -355,7 +317,9 @@ private:
                 Sample *to = line;
                 for (int i = 0; i < count; ++i, to += stride) {
                     const qsizetype index = static_cast<qsizetype>(i) * together + offset;
-                    set(to, sizeof(Sample) == 1 ? row[index] : sampleAt(row, index, sample != alphaSample));
+                    set(to, sizeof(Sample) == 1     ? row[index]
+                            : sample == alphaSample ? kind.alphaAt(row, index)
+                                                    : kind.colourAt(row, index, sample));
                 }
             };
             if (sample == alphaSample)
@@ -372,22 +336,17 @@ private:
         }
     }
 
-    static constexpr double noMeasurement = 1e30;
-    static constexpr size_t spareBytes = 2; // behind the last sample, which is read by three bytes
-
     TIFF *const file;
     const QSize size;
     const int samples;
-    const int bits;
-    const uint16_t sampleFormat;
-    const uint16_t photometric;
+    Tiff::Samples kind;
+    const int bits = kind.bits;
+    const uint16_t photometric = kind.photometric;
     const bool separate;
     const int colours = coloursOf(file); ///< how many of the samples make the colour
-    const bool sampled = isSampled();
-    const bool deep = sampled && bits > 8;
+    const bool sampled = kind.isKnown() && colours > 0 && samples >= colours;
+    const bool deep = sampled && (bits > 8 || kind.isLab());
     const Alpha alpha = alphaOf();
-    double lowest = 0;
-    double highest = 1;
     QImage image;
     QImage black; ///< what black ink leaves of white
     int alphaSample = -1;

@@ -126,7 +126,10 @@ QImage TiffReader::read() const
     image.setDotsPerMeterX(resolution(file.get(), TIFFTAG_XRESOLUTION));
     image.setDotsPerMeterY(resolution(file.get(), TIFFTAG_YRESOLUTION));
     const QByteArray profile = Tiff::profile(file.get());
-    if (!profile.isEmpty() && Tiff::tag<uint16_t>(file.get(), TIFFTAG_PHOTOMETRIC) != PHOTOMETRIC_SEPARATED)
+    const auto photometric = Tiff::tag<uint16_t>(file.get(), TIFFTAG_PHOTOMETRIC);
+    const bool isConverted = photometric == PHOTOMETRIC_SEPARATED || photometric == PHOTOMETRIC_CIELAB
+                             || photometric == PHOTOMETRIC_ICCLAB;
+    if (!profile.isEmpty() && !isConverted)
         image.setColorSpace(QColorSpace::fromIccProfile(profile));
     return image;
 }
