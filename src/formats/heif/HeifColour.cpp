@@ -10,7 +10,9 @@ namespace {
 
 using Transfer = QColorSpace::TransferFunction;
 
-/// Light by signal, in 16 bits, of the camera transfer that BT.601, BT.709 and BT.2020 share.
+/// Light by signal, in 16 bits, of the camera transfer that BT.601, BT.709 and BT.2020 share (ITU-T H.273,
+/// table 3). It is undone as it stands, as for every other transfer of the table; a screen's gamma of 2.4
+/// (BT.1886) belongs to video seen in the dark.
 QList<uint16_t> cameraTransfer()
 {
     constexpr int entries = 1024;
@@ -59,7 +61,8 @@ QColorSpace fromCodePoints(const heif_color_profile_nclx &nclx)
     case heif_transfer_characteristic_ITU_R_BT_601_6:
     case heif_transfer_characteristic_ITU_R_BT_2020_2_10bit:
     case heif_transfer_characteristic_ITU_R_BT_2020_2_12bit:
-        return withTransfer(nclx, cameraTransfer());
+        // Qt 6.4 makes no valid space of a white, primaries and a table at once.
+        return withTransfer(nclx, Transfer::Linear).withTransferFunction(cameraTransfer());
     default:
         return {};
     }

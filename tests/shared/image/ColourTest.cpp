@@ -154,6 +154,46 @@ private slots:
         }
     }
 
+    /// The colour, a grey or of 16 bits, as an AVIF file with these code points.
+    static QByteArray avif(const QColor &colour, char primaries, char transfer)
+    {
+        QImage image(64, 64, QImage::Format_RGBX64);
+        image.fill(colour);
+        QByteArray file = Pictures::encoded(image, "avif", 100);
+        const qsizetype at = file.indexOf("nclx") + 4;
+        file[at + 1] = primaries;
+        file[at + 3] = transfer;
+        return file;
+    }
+
+    void codePointsOfWidePrimaries()
+    {
+        const QColor stored = QColor::fromRgbF(0.6F, 0.4F, 0.3F);
+        // To the primaries of sRGB (ITU-R BT.2407, 2.2, and for those of Display P3 from their
+        // chromaticities).
+        const QList<double> fromBt2020{1.6605,  -0.5876, -0.0728, -0.1246, 1.1329,
+                                       -0.0083, -0.0182, -0.1006, 1.1187};
+        const QList<double> fromP3{1.2249, -0.2247, 0, -0.0420, 1.0419, 0, -0.0196, -0.0786, 1.0979};
+        const auto undone = [](double signal) {
+            return signal < 0.081 ? signal / 4.5 : std::pow((signal + 0.099) / 1.099, 1 / 0.45);
+        };
+        const auto shown = [](double light) {
+            return light <= 0.0031308 ? light * 12.92 : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
+        };
+        for (const auto &[primaries, matrix] : {std::pair('\x09', fromBt2020), {'\x0c', fromP3}})
+            for (const char transfer : {1, 6, 14, 15}) {
+                write("camera.avif", avif(stored, primaries, transfer));
+                const QColor found = ImageReading::read(path("camera.avif")).pixelColor(30, 30);
+                const double light[]{undone(stored.redF()), undone(stored.greenF()), undone(stored.blueF())};
+                for (int i = 0; i < 3; ++i) {
+                    const double expected = shown(matrix[3 * i] * light[0] + matrix[3 * i + 1] * light[1]
+                                                  + matrix[3 * i + 2] * light[2]);
+                    const float channels[]{found.redF(), found.greenF(), found.blueF()};
+                    QVERIFY2(std::abs(channels[i] - expected) * 255 < 2, qPrintable(found.name()));
+                }
+            }
+    }
+
     void profilesMadeOfTables()
     {
         QImage image = Pictures::quarters(QSize(80, 60));
