@@ -1,6 +1,7 @@
 #include "shared/image/ImageReading.h"
 
 #include "shared/image/ColourConversion.h"
+#include "shared/image/ColourExif.h"
 #include "shared/image/ColourJpeg.h"
 #include "shared/image/ColourPng.h"
 #include "shared/image/DecodeGuard.h"
@@ -106,8 +107,7 @@ public:
         QImage image = withoutMetadataTexts(decoded(need.decoder > 0));
         image = oriented(oriented(std::move(image), reader.transformation()), ignored);
         image.setDevicePixelRatio(1); // which Qt reads out of names like "a@2x.png"
-        if (QFile file(path); format == "png" && file.open(QIODevice::ReadOnly))
-            image.setColorSpace(pngColourSpace(file, image.colorSpace()));
+        image.setColorSpace(colourSpaceOf(image, format));
         return {std::move(image), std::move(share)};
     }
 
@@ -123,9 +123,10 @@ public:
             || !file.open(QIODevice::ReadOnly))
             return {};
         const MemoryBudget::Share share(file.size() + 8LL * eighth.width() * eighth.height());
-        const QImage image = readJpegEighth(file.readAll());
+        QImage image = readJpegEighth(file.readAll());
         if (image.isNull())
             return {};
+        image.setColorSpace(colourSpaceOf(image, "jpeg"));
         return oriented(image.scaled(scaled, Qt::IgnoreAspectRatio, Qt::SmoothTransformation),
                         reader.transformation());
     }
@@ -155,6 +156,20 @@ private:
         if (image.isNull() && scans.size() > 1)
             image = decodedUntil(scans.first(), file);
         return image;
+    }
+
+    /// The colour space of the picture that was read, or what else the file says of it.
+    QColorSpace colourSpaceOf(const QImage &image, const QByteArray &format) const
+    {
+        QFile file(path);
+        QColorSpace space = image.colorSpace();
+        const bool isPlain = space.iccProfile().isEmpty() && !image.isNull();
+        if ((format != "png" && !isPlain) || !file.open(QIODevice::ReadOnly))
+            return space;
+        if (format == "png")
+            space = pngColourSpace(file, space);
+        return isPlain && space.iccProfile().isEmpty() && exifMeansAdobeRgb(file) ? QColorSpace::AdobeRgb
+                                                                                  : space;
     }
 
     /// What the first bytes of a JPEG file show.

@@ -11,6 +11,7 @@
 
 #include <cstdio>
 
+#include <exiv2/exiv2.hpp>
 #include <jpeglib.h>
 #include <zlib.h>
 
@@ -192,6 +193,28 @@ private slots:
                     QVERIFY2(std::abs(channels[i] - expected) * 255 < 2, qPrintable(found.name()));
                 }
             }
+    }
+
+    void adobeRgbByExifAlone()
+    {
+        const QImage image = Pictures::quarters(QSize(240, 160));
+        QImage adobe = image;
+        adobe.setColorSpace(QColorSpace::AdobeRgb);
+        adobe.convertToColorSpace(QColorSpace::SRgb);
+        for (const auto &[colourSpace, index, expected] :
+             {std::tuple(0xffff, "R03", adobe), {0xffff, "R98", image}, {1, "R03", image}}) {
+            for (const char *const format : {"jpg", "webp", "tiff"}) {
+                const QString file = path(QStringLiteral("camera.") + format);
+                write(QFileInfo(file).fileName(), Pictures::encoded(image, format, 100));
+                const auto camera = Exiv2::ImageFactory::open(file.toStdString());
+                camera->exifData()["Exif.Photo.ColorSpace"] = uint16_t(colourSpace);
+                camera->exifData()["Exif.Iop.InteroperabilityIndex"] = index;
+                camera->writeMetadata();
+                const QImage fromEighth = ImageReading::readThumbnail(file, 30).image; // of a JPEG file
+                for (const QImage &read : {ImageReading::read(file), fromEighth})
+                    QVERIFY2(Pictures::difference(read, expected.scaled(read.size())) < 4, format);
+            }
+        }
     }
 
     void profilesMadeOfTables()
