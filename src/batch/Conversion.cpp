@@ -6,7 +6,6 @@
 #include "shared/platform/ReplacementFile.h"
 
 #include <QFileInfo>
-#include <QImageWriter>
 #include <QtDebug>
 #include <QThread>
 
@@ -27,18 +26,14 @@ void saveGif(const QImage &image, const QString &target, bool overwrite)
         qDebug() << "Cannot write: " << target << " " << file.errorString();
 }
 
-void save(const QImage &image, const QByteArray &format, const QString &target, const BatchRun &run)
+void save(const QImage &image, const QByteArray &format, const QString &source, const QString &target,
+          const BatchRun &run)
 {
     ReplacementFile file(target);
-    QImageWriter writer(&file, format);
-    if (format == "jpg")
-        writer.setQuality(run.options.targeFileQuality);
-    writer.setOptimizedWrite(true);
-    writer.setProgressiveScanWrite(true);
-    if (!file.create() || !writer.write(image) || !commit(file, run.overwrite)) {
-        qDebug() << "Cannot write: " << target << " " << writer.errorString() << file.errorString();
-        qDebug() << QImageWriter::supportedImageFormats();
-    }
+    const int quality = format == "jpg" ? run.options.targeFileQuality : -1;
+    if (!file.create() || !ImageWriting::write(image, format, quality, source, file)
+        || !commit(file, run.overwrite))
+        qDebug() << "Cannot write: " << target << " " << file.errorString();
 }
 
 void convert(const QString &source, const QString &target, const BatchRun &run)
@@ -52,7 +47,7 @@ void convert(const QString &source, const QString &target, const BatchRun &run)
     if (gif)
         saveGif(ImageWriting::fitted(picture.image, format), target, run.overwrite);
     else
-        save(ImageWriting::fitted(picture.image, format), format, target, run);
+        save(ImageWriting::fitted(picture.image, format), format, source, target, run);
 }
 
 } // namespace

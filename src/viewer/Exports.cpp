@@ -1,8 +1,8 @@
 #include "viewer/Exports.h"
 
-void Exports::add(const QPixmap &picture, const QString &path)
+void Exports::add(const QPixmap &picture, const QString &path, const QString &source)
 {
-    write({{picture, path}});
+    write({{picture, path, source}});
 }
 
 /// Hands requests to the thread that writes, or to a new one.
@@ -13,7 +13,7 @@ void Exports::write(const QList<TSaveImageRequest> &requests)
     if (!running)
         saveImageThread.set(std::make_unique<Thread>());
     for (const TSaveImageRequest &request : requests)
-        saveImageThread->addRequest(request.pixmap, request.fileName);
+        saveImageThread->addRequest(request.pixmap, request.fileName, request.source);
     if (running)
         return;
     saveImageThread.start(QThread::InheritPriority, [this](Thread &ended) {

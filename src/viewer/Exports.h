@@ -14,7 +14,8 @@ public:
     ~Exports() override { finish(); }
 
     /// Starts writing a picture; the suffix of the path says the format. What stands there stays if it fails.
-    void add(const QPixmap &picture, const QString &path);
+    /// @param source the file that it was made from, whose metadata go along
+    void add(const QPixmap &picture, const QString &path, const QString &source = {});
 
     /// True until `finished`.
     [[nodiscard]] bool saveImageThreadRunning() const { return saveImageThread.isActive(); }

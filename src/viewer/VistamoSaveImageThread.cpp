@@ -3,8 +3,8 @@
 #include "shared/image/ImageWriting.h"
 #include "shared/platform/ReplacementFile.h"
 
+#include <QColorSpace>
 #include <QFileInfo>
-#include <QImageWriter>
 #include <QtDebug>
 
 namespace {
@@ -15,13 +15,12 @@ void save(const TSaveImageRequest &request)
     if (!file.create())
         return;
     const QByteArray format = QFileInfo(request.fileName).suffix().toLower().toLatin1();
-    QImageWriter writer(&file, format);
-    writer.setOptimizedWrite(true);
-    writer.setProgressiveScanWrite(true);
-    if (writer.write(ImageWriting::fitted(request.pixmap.toImage(), format)))
+    QImage image = request.pixmap.toImage();
+    image.setColorSpace(QColorSpace::SRgb); // in which pictures are on show
+    if (ImageWriting::write(ImageWriting::fitted(image, format), format, -1, request.source, file))
         static_cast<void>(file.commit()); // it tells of a failure itself
     else
-        qDebug() << "Cannot encode" << request.fileName << writer.errorString();
+        qDebug() << "Cannot write" << request.fileName;
 }
 
 } // namespace
@@ -32,9 +31,9 @@ VistamoSaveImageThread::VistamoSaveImageThread(QObject *parent)
     setObjectName(QStringLiteral("SaveImage"));
 }
 
-void VistamoSaveImageThread::addRequest(QPixmap pixmap, QString fileName)
+void VistamoSaveImageThread::addRequest(QPixmap pixmap, QString fileName, QString source)
 {
-    requestList.push({pixmap, fileName});
+    requestList.push({pixmap, fileName, source});
 }
 
 void VistamoSaveImageThread::writeRequests()

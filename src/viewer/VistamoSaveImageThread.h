@@ -12,6 +12,7 @@ struct TSaveImageRequest
 {
     QPixmap pixmap;
     QString fileName; ///< the path; its suffix says the format
+    QString source;   ///< the file that it was made from, whose metadata go along
 };
 
 /// Writes exported pictures, in the order in which they were asked for.
@@ -26,7 +27,7 @@ class VistamoSaveImageThread : public StoppableThread
 public:
     explicit VistamoSaveImageThread(QObject *parent = nullptr);
 
-    void addRequest(QPixmap pixmap, QString fileName);
+    void addRequest(QPixmap pixmap, QString fileName, QString source = {});
 
     /// Writes what is left on the calling thread. For a thread that does not run.
     void writeRequests();

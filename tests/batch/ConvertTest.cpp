@@ -5,11 +5,14 @@
 #include "support/Failures.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
+#include "viewer/Exports.h"
 
 #include <QColorSpace>
 #include <QImageReader>
 #include <QPainter>
 #include <QtTest>
+
+#include <exiv2/exiv2.hpp>
 
 /// Runs of the worker on real files: what is converted, and what is left on the disk when it fails.
 class ConvertTest : public FolderTest
@@ -212,6 +215,53 @@ private slots:
         }
     }
 
+    /// What is told of the photo, by every target that can hold it, and again out of that into a JPEG file.
+    void metadataGoAlong()
+    {
+        photographed("in/a.jpg");
+        const QString photo = "Camera, 1, 2020:02:29 12:00:00, 50/1 27/1 0/1, %1, %2, ?, holiday, 1, Kyiv";
+        for (const QString format : {"jpg", "png", "webp", "tiff", "heic", "heif", "avif", "jxl"}) {
+            QVERIFY(convert({"in/a.jpg"}, '.' + format, true).isEmpty());
+            const QString converted = "out/a." + format;
+            QCOMPARE(toldOf(converted), photo.arg("60, 40", "65535, ?"));
+            QCOMPARE(ImageReading::read(path(converted), ImageReading::Colours::AsStored).colorSpace(),
+                     QColorSpace(QColorSpace::DisplayP3));
+
+            Exports exports;
+            const QRect crop(0, 0, 30, 20);
+            exports.add(QPixmap::fromImage(ImageReading::read(path(converted)).copy(crop)),
+                        path("out/exported.jpg"), path(converted));
+            exports.finish();
+            QCOMPARE(toldOf("out/exported.jpg"), photo.arg("30, 20", "1, R98"));
+            QCOMPARE(
+                ImageReading::read(path("out/exported.jpg"), ImageReading::Colours::AsStored).colorSpace(),
+                QColorSpace(QColorSpace::SRgb));
+        }
+    }
+
+    void hostileMetadataCostNoPicture()
+    {
+        const QByteArray exif = QByteArray("Exif\0\0", 6);
+        const QByteArray tags(
+            "II*\0\x08\0\0\0\2\0\x0f\1\2\0\xff\xff\xff\x7f\x10\0\0\0i\x87\4\0\1\0\0\0\x08\0\0\0", 36);
+        const QByteArray deep = "http://ns.adobe.com/xap/1.0/" + QByteArray(1, 0)
+                                + QByteArray("<x:xmpmeta xmlns:x='adobe:ns:meta/'>")
+                                + QByteArray("<a>").repeated(21'000);
+        for (const QByteArray &block : {exif + tags, exif + QByteArray(60'000, '\xff'), exif, deep,
+                                        QByteArray("Photoshop 3.0\0008BIM\4\4", 20)}) {
+            Pictures::save(path("in/a.jpg"));
+            QByteArray file = read("in/a.jpg");
+            QByteArray length(2, 0);
+            qToBigEndian(static_cast<quint16>(block.size() + 2), length.data());
+            file.insert(2, (block.startsWith("Photo") ? "\xff\xed" : "\xff\xe1") + length + block);
+            write("in/a.jpg", file);
+            for (const QString format : {"jpg", "heic"}) {
+                QVERIFY(convert({"in/a.jpg"}, '.' + format, true).isEmpty());
+                QCOMPARE(QImage(path("out/a." + format)).size(), QSize(60, 40));
+            }
+        }
+    }
+
     void aStoppedRunReplacesNothing()
     {
         QStringList sources;
@@ -257,16 +307,72 @@ private:
                             + relative(completed[0][1].toStringList().value(existing.size())));
         return existing;
     }
+    /// A portrait with a profile and with what a camera and its user say, a preview among it.
+    void photographed(const QString &name) const
+    {
+        Pictures::save(path(name), QSize(60, 40), 6, QColorSpace::DisplayP3);
+        const auto file = Exiv2::ImageFactory::open(QFile::encodeName(path(name)).toStdString());
+        file->readMetadata();
+        Exiv2::ExifData &exif = file->exifData();
+        exif["Exif.Image.Make"] = "Camera";
+        exif["Exif.Photo.DateTimeOriginal"] = "2020:02:29 12:00:00";
+        exif["Exif.Photo.ColorSpace"] = uint16_t(65535);
+        exif["Exif.Photo.PixelXDimension"] = 40U;
+        exif["Exif.GPSInfo.GPSLatitude"] = "50/1 27/1 0/1";
+        const QByteArray preview = Pictures::encoded(Pictures::quarters({16, 16}), "jpg");
+        Exiv2::ExifThumb(exif).setJpegThumbnail(reinterpret_cast<const Exiv2::byte *>(preview.constData()),
+                                                preview.size());
+        file->xmpData()["Xmp.dc.subject"] = "holiday";
+        file->xmpData()["Xmp.tiff.Orientation"] = "6";
+        file->iptcData()["Iptc.Application2.City"] = "Kyiv";
+        file->writeMetadata();
+    }
+
+    /// What a file says of its picture, the place in either form; "?" stands for what it does not say.
+    QString toldOf(const QString &name) const
+    {
+        QString readable = path(name);
+        if (name.contains(QRegularExpression("he..$|avif$"))) { // exiv2 reads but some of these
+            readable = path("read.jpg");
+            QProcess::execute("heif-convert", {path(name), readable});
+        }
+#if !EXIV2_TEST_VERSION(0, 28, 0)
+        Exiv2::enableBMFF();
+#endif
+        const auto file = Exiv2::ImageFactory::open(QFile::encodeName(readable).toStdString());
+        file->readMetadata();
+        QStringList told;
+        const auto tell = [&told](const auto &data, const auto &key) {
+            const auto datum = data.findKey(key);
+            told.append(datum == data.end() ? "?" : QString::fromStdString(datum->toString()));
+        };
+        for (const char *const key :
+             {"Image.Make", "Image.Orientation", "Photo.DateTimeOriginal", "GPSInfo.GPSLatitude",
+              "Photo.PixelXDimension", "Photo.PixelYDimension", "Photo.ColorSpace",
+              "Iop.InteroperabilityIndex", "Thumbnail.Compression"})
+            tell(file->exifData(), Exiv2::ExifKey(std::string("Exif.") + key));
+        for (const char *const key : {"dc.subject", "tiff.Orientation"})
+            tell(file->xmpData(), Exiv2::XmpKey(std::string("Xmp.") + key));
+        if (file->iptcData().empty())
+            tell(file->xmpData(), Exiv2::XmpKey("Xmp.photoshop.City"));
+        else
+            tell(file->iptcData(), Exiv2::IptcKey("Iptc.Application2.City"));
+        return told.join(", ");
+    }
+
     void setPermissions(int permissions) const
     {
         for (const char *const name : {".", "in", "out"})
             QVERIFY(QFile::setPermissions(path(name), QFile::Permissions(permissions)));
     }
-    QString relative(const QString &name) const { return QDir(folder->path()).relativeFilePath(name); }
+    QString relative(const QString &name) const
+    {
+        return QDir(folder->path()).relativeFilePath(name);
+    }
 
     QStringList names; ///< as they were announced
     int stopAfter = -1;
 };
 
-QTEST_GUILESS_MAIN(ConvertTest)
+QTEST_MAIN(ConvertTest)
 #include "ConvertTest.moc"

@@ -33,12 +33,13 @@ public:
     bool write(const QImage &image) override
     {
         const auto coding = format() == "avif" ? HeifWriter::Coding::Av1 : HeifWriter::Coding::Hevc;
-        return HeifWriter::write(image, *device(), coding, quality);
+        return HeifWriter::write(image, *device(), coding, quality, metadata);
     }
 
     bool supportsOption(ImageOption option) const override
     {
-        return option == Size || option == ImageFormat || option == ScaledSize || option == Quality;
+        return option == Size || option == ImageFormat || option == ScaledSize || option == Quality
+               || option == Description;
     }
 
     QVariant option(ImageOption option) const override
@@ -52,6 +53,8 @@ public:
             return scaledSize;
         case Quality:
             return quality;
+        case Description:
+            return canRead() ? source().metadata().description() : QVariant();
         default:
             return {};
         }
@@ -63,6 +66,8 @@ public:
             scaledSize = value.toSize();
         else if (option == Quality)
             quality = value.toInt();
+        else if (option == Description)
+            metadata = MetadataBlocks::of(value.toString());
     }
 
 private:
@@ -76,6 +81,7 @@ private:
     mutable std::optional<HeifReader> reader;
     QSize scaledSize;
     int quality = -1;
+    MetadataBlocks metadata;
     bool done = false;
 };
 

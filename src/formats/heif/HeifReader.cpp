@@ -6,6 +6,7 @@
 
 #include <QImageReader>
 #include <QSysInfo>
+#include <QtEndian>
 #include <QTransform>
 
 #include <algorithm>
@@ -58,6 +59,8 @@ constexpr int headerBytes = 256;         // room for more brands than any writer
 constexpr qint64 megabyte = 1024 * 1024; // unit of QImageReader's limit
 constexpr int leastBytesPerPixel = 4;    // as Qt counts: most pictures take as much sooner or later
 constexpr int mostThumbnails = 16;
+constexpr int mostMetadataBlocks = 16;
+constexpr size_t mostMetadataBytes = 16 * 1024 * 1024;
 
 /// How the pixels of a picture are asked for, so that they need no further copy.
 struct Layout
@@ -287,6 +290,31 @@ QImage HeifReader::readThumbnail(QSize scaled) const
             return image;
     }
     return {};
+}
+
+MetadataBlocks HeifReader::metadata()
+{
+    MetadataBlocks blocks;
+    if (!open())
+        return blocks;
+    std::vector<heif_item_id> ids(mostMetadataBlocks);
+    ids.resize(heif_image_handle_get_list_of_metadata_block_IDs(primary.get(), nullptr, ids.data(),
+                                                                mostMetadataBlocks));
+    for (const heif_item_id id : ids) {
+        const QByteArray type = heif_image_handle_get_metadata_type(primary.get(), id);
+        const QByteArray content = heif_image_handle_get_metadata_content_type(primary.get(), id);
+        const size_t size = heif_image_handle_get_metadata_size(primary.get(), id);
+        if (size > mostMetadataBytes || (type != "Exif" && content != "application/rdf+xml"))
+            continue;
+        QByteArray block(static_cast<qsizetype>(size), 0);
+        if (!Heif::isOk(heif_image_handle_get_metadata(primary.get(), id, block.data())))
+            continue;
+        if (type != "Exif")
+            blocks.xmp = block;
+        else if (block.size() > 4) // the first four bytes say how many follow before the TIFF header
+            blocks.exif = block.mid(4 + qFromBigEndian<quint32>(block.constData()));
+    }
+    return blocks;
 }
 
 QImage HeifReader::read(QSize scaled)

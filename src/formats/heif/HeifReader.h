@@ -2,6 +2,7 @@
 
 #include "formats/heif/HeifItems.h"
 #include "formats/heif/HeifTypes.h"
+#include "shared/image/MetadataBlocks.h"
 
 #include <QBuffer>
 #include <QByteArray>
@@ -26,6 +27,9 @@ public:
 
     /// The format in which the picture is read in its full size. Invalid if the file is broken.
     [[nodiscard]] QImage::Format imageFormat();
+
+    /// What the file says of the picture beside its pixels.
+    [[nodiscard]] MetadataBlocks metadata();
 
     /// The upright picture, in the size asked for if one is given: from the thumbnail in the file if that is
     /// large enough. In its full size where that is not what the header made of it. Null if the file is

@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <QIODevice>
 #include <QSysInfo>
+#include <QtDebug>
 
 #include <algorithm>
 #include <exception>
@@ -77,7 +78,7 @@ void chooseSpeed(heif_encoder &encoder)
 }
 
 [[nodiscard]] bool encode(heif_context &context, const QImage &source, HeifWriter::Coding coding, int quality,
-                          int bits)
+                          int bits, const MetadataBlocks &metadata)
 {
     heif_encoder *found = nullptr;
     const heif_compression_format format =
@@ -91,7 +92,18 @@ void chooseSpeed(heif_encoder &encoder)
         heif_encoder_set_lossy_quality(found, std::min(quality, 100));
     const Heif::EncodingOptions options(heif_encoding_options_alloc());
     options->macOS_compatibility_workaround_no_nclx_profile = 0; // or an sRGB picture would not say so
-    return Heif::isOk(heif_context_encode_image(&context, image.get(), found, options.get(), nullptr));
+    heif_image_handle *handle = nullptr;
+    if (!Heif::isOk(heif_context_encode_image(&context, image.get(), found, options.get(), &handle)))
+        return false;
+    const Heif::Handle picture(handle);
+    // A picture without them is better than none.
+    const auto add = [&](const auto &function, const QByteArray &block) {
+        if (!block.isEmpty() && !Heif::isOk(function(&context, handle, block.constData(), int(block.size()))))
+            qDebug() << "Metadata left out";
+    };
+    add(heif_context_add_exif_metadata, metadata.exif);
+    add(heif_context_add_XMP_metadata, metadata.xmp);
+    return true;
 }
 
 heif_error writeToDevice(heif_context *, const void *data, size_t size, void *device)
@@ -104,7 +116,8 @@ heif_error writeToDevice(heif_context *, const void *data, size_t size, void *de
 
 } // namespace
 
-bool HeifWriter::write(const QImage &source, QIODevice &device, Coding coding, int quality)
+bool HeifWriter::write(const QImage &source, QIODevice &device, Coding coding, int quality,
+                       const MetadataBlocks &metadata)
 {
     if (source.isNull())
         return false;
@@ -115,10 +128,10 @@ bool HeifWriter::write(const QImage &source, QIODevice &device, Coding coding, i
         const bool deep = std::max({format.redSize(), format.greenSize(), format.blueSize()}) > 8
                           || image.format() == QImage::Format_Grayscale16;
         Heif::Context context(heif_context_alloc());
-        bool encoded = deep && encode(*context, image, coding, quality, deepBits(coding));
+        bool encoded = deep && encode(*context, image, coding, quality, deepBits(coding), metadata);
         if (!encoded) {
             context.reset(heif_context_alloc());
-            encoded = encode(*context, image, coding, quality, 8);
+            encoded = encode(*context, image, coding, quality, 8, metadata);
         }
         heif_writer writer{};
         writer.writer_api_version = 1;

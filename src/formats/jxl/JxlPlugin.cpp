@@ -1,3 +1,4 @@
+#include "formats/jxl/JxlMetadata.h"
 #include "formats/jxl/JxlReader.h"
 #include "formats/jxl/JxlWriter.h"
 
@@ -30,11 +31,11 @@ public:
         return !image->isNull();
     }
 
-    bool write(const QImage &image) override { return JxlWriter::write(image, *device(), quality); }
+    bool write(const QImage &image) override { return JxlWriter::write(image, *device(), quality, metadata); }
 
     bool supportsOption(ImageOption option) const override
     {
-        return option == Size || option == ImageFormat || option == Quality;
+        return option == Size || option == ImageFormat || option == Quality || option == Description;
     }
 
     QVariant option(ImageOption option) const override
@@ -46,6 +47,8 @@ public:
             return canRead() ? QVariant(source().imageFormat()) : QVariant();
         case Quality:
             return quality;
+        case Description:
+            return canRead() ? Jxl::readMetadata(*device()).description() : QVariant();
         default:
             return {};
         }
@@ -55,6 +58,8 @@ public:
     {
         if (option == Quality)
             quality = value.toInt();
+        else if (option == Description)
+            metadata = MetadataBlocks::of(value.toString());
     }
 
 private:
@@ -67,6 +72,7 @@ private:
 
     mutable std::optional<JxlReader> reader;
     int quality = -1;
+    MetadataBlocks metadata;
     bool done = false;
 };
 

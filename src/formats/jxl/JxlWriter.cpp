@@ -7,6 +7,7 @@
 
 #include <QByteArray>
 #include <QIODevice>
+#include <QtDebug>
 
 #include <jxl/encode.h>
 #include <jxl/resizable_parallel_runner.h>
@@ -85,6 +86,21 @@ QImage withProfile(const QImage &image)
            == JXL_ENC_SUCCESS;
 }
 
+/// A picture without them is better than none.
+void addMetadata(JxlEncoder &encoder, const MetadataBlocks &metadata)
+{
+    const auto add = [&encoder](const char *type, const QByteArray &contents) {
+        if (JxlEncoderAddBox(&encoder, type, reinterpret_cast<const uint8_t *>(contents.constData()),
+                             contents.size(), JXL_FALSE)
+            != JXL_ENC_SUCCESS)
+            qDebug() << "Metadata left out" << type;
+    };
+    if (!metadata.exif.isEmpty())
+        add("Exif", QByteArray(4, 0) + metadata.exif); // behind the way to the TIFF header
+    if (!metadata.xmp.isEmpty())
+        add("xml ", metadata.xmp);
+}
+
 [[nodiscard]] bool writeOutput(JxlEncoder &encoder, QIODevice &device)
 {
     std::array<uint8_t, outputBytes> buffer{};
@@ -108,7 +124,7 @@ float JxlWriter::distanceOf(int quality)
     return quality >= 30 ? 0.1F + (100 - q) * 0.09F : 53 / 3000.F * q * q - 23 / 20.F * q + 25;
 }
 
-bool JxlWriter::write(const QImage &source, QIODevice &device, int quality)
+bool JxlWriter::write(const QImage &source, QIODevice &device, int quality, const MetadataBlocks &metadata)
 {
     if (source.isNull())
         return false;
@@ -129,6 +145,8 @@ bool JxlWriter::write(const QImage &source, QIODevice &device, int quality)
         runner.get(), share.threads(JxlResizableParallelRunnerSuggestThreads(image.width(), image.height())));
     JxlEncoderSetParallelRunner(encoder, JxlResizableParallelRunner, runner.get());
 
+    if (!metadata.exif.isEmpty() || !metadata.xmp.isEmpty())
+        JxlEncoderUseBoxes(encoder);
     JxlBasicInfo info;
     JxlEncoderInitBasicInfo(&info);
     info.xsize = image.width();
@@ -142,7 +160,7 @@ bool JxlWriter::write(const QImage &source, QIODevice &device, int quality)
         return false;
     if (!setColours(*encoder, image)) {
         const QColorSpace srgb(QColorSpace::SRgb);
-        return spaceOf(image) != srgb && write(Colour::inSrgb(image), device, quality);
+        return spaceOf(image) != srgb && write(Colour::inSrgb(image), device, quality, metadata);
     }
 
     JxlEncoderFrameSettings *const settings = JxlEncoderFrameSettingsCreate(encoder, nullptr);
@@ -156,6 +174,7 @@ bool JxlWriter::write(const QImage &source, QIODevice &device, int quality)
     if (JxlEncoderAddImageFrame(settings, &format, pixels.image.constBits(), pixels.image.sizeInBytes())
         != JXL_ENC_SUCCESS)
         return false;
+    addMetadata(*encoder, metadata);
     JxlEncoderCloseInput(encoder);
     return writeOutput(*encoder, device);
 }

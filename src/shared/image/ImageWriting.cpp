@@ -1,14 +1,37 @@
 #include "shared/image/ImageWriting.h"
 
 #include "shared/image/ColourConversion.h"
+#include "shared/image/EmbeddedMetadata.h"
 #include "shared/image/ImageMetadata.h"
+#include "shared/image/MetadataBlocks.h"
 
+#include <QBuffer>
 #include <QColorSpace>
+#include <QImageWriter>
 #include <QPainter>
+#include <QtDebug>
 
 #include <utility>
 
 namespace {
+
+// A larger picture of a format whose files may be as large is written without metadata, for which the whole
+// file has to be in memory.
+constexpr qint64 mostInMemory = 512LL * 1024 * 1024;
+
+/// Whether the encoder of the format takes metadata.
+bool encodesMetadata(const QByteArray &format)
+{
+    return format == "heic" || format == "heif" || format == "avif" || format == "jxl";
+}
+
+/// Whether metadata can be put into what the encoder has made.
+bool takesMetadata(const QImage &image, const QByteArray &format)
+{
+    static const QList<QByteArray> packed = {"jpg", "jpeg", "jfif", "webp"};
+    static const QList<QByteArray> large = {"png", "tif", "tiff"};
+    return packed.contains(format) || (large.contains(format) && image.sizeInBytes() <= mostInMemory);
+}
 
 bool holdsAlpha(const QByteArray &format)
 {
@@ -68,4 +91,31 @@ QImage ImageWriting::fitted(QImage image, const QByteArray &format)
     if (format == "tif" || format == "tiff")
         image = withoutPalette(std::move(image));
     return withWritableProfile(std::move(image), format);
+}
+
+bool ImageWriting::write(const QImage &image, const QByteArray &format, int quality, const QString &source,
+                         QIODevice &device)
+{
+    const bool afterwards = takesMetadata(image, format);
+    EmbeddedMetadata metadata;
+    if (!image.isNull() && (afterwards || encodesMetadata(format)))
+        metadata =
+            metadataForCopy(source, image.size(), image.colorSpace() == QColorSpace(QColorSpace::SRgb));
+    QBuffer buffer;
+    const bool inMemory = afterwards && !metadata.isEmpty();
+    QImageWriter writer(inMemory ? &buffer : &device, format);
+    writer.setQuality(quality);
+    writer.setOptimizedWrite(true);
+    writer.setProgressiveScanWrite(true);
+    if (encodesMetadata(format))
+        MetadataBlocks{metadata.exif, metadata.xmpWithIptc()}.handTo(writer);
+    if (!writer.write(image)) {
+        qDebug() << "Cannot encode" << format << writer.errorString()
+                 << QImageWriter::supportedImageFormats();
+        return false;
+    }
+    if (!inMemory)
+        return true;
+    const QByteArray whole = withMetadata(buffer.data(), metadata);
+    return device.write(whole) == whole.size();
 }

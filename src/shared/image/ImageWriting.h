@@ -2,8 +2,11 @@
 
 #include <QByteArray>
 #include <QImage>
+#include <QString>
 
-/// What becomes of a picture before it is written to a file.
+class QIODevice;
+
+/// The one way in which the program writes a picture of the user's, but for PDF and GIF files.
 namespace ImageWriting {
 
 /// The picture as files of a format can hold it.
@@ -11,5 +14,13 @@ namespace ImageWriting {
 /// Transparency is laid on white where there is none, palettes become colours where they would lose some, and
 /// a profile that writers refuse or drop gives way to sRGB, which is what a reader assumes.
 [[nodiscard]] QImage fitted(QImage image, const QByteArray &format);
+
+/// Encodes a picture, with the metadata of the file that it was made from where the format can hold them.
+/// @param format the suffix of such files, in lower case
+/// @param quality 0 to 100; below 0: the format's own choice
+/// @param source may be gone or have no metadata
+/// False, after a line in the debug output, if there is no encoder or the device fails.
+[[nodiscard]] bool write(const QImage &image, const QByteArray &format, int quality, const QString &source,
+                         QIODevice &device);
 
 } // namespace ImageWriting

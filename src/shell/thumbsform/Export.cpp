@@ -26,11 +26,12 @@ void ThumbsForm::pasteboardActionMenuClicked(bool)
 /// show before the question: arrow keys in the dialog step the viewer too.
 void ThumbsForm::exportImage(QPixmap picture)
 {
+    const QString source = pictureLoader.shown();
     const QString path = FileDialog::saveFileNameWithSuffix(
         tr("Save to Image File"), VistamoGlobal::exportImagePath,
         tr("PNG file (*.png);;JPG file (*.jpg);;TIFF file (*.tiff);;GIF file (*.gif)"));
     if (path.isEmpty())
         return;
     VistamoGlobal::exportImagePath = path;
-    exports.add(picture, path);
+    exports.add(picture, path, source);
 }

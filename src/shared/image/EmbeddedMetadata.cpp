@@ -1,0 +1,258 @@
+#include "shared/image/EmbeddedMetadata.h"
+
+#include "shared/image/MetadataBlocks.h"
+#include "shared/image/MetadataFile.h"
+
+#include <QFile>
+#include <QImageReader>
+#include <QtDebug>
+
+#include <exiv2/exiv2.hpp>
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <string>
+
+namespace {
+
+constexpr qint64 mostJpegHead = 16LL * 1024 * 1024;
+constexpr qint64 mostFile = 512LL * 1024 * 1024; // of formats that may have metadata anywhere
+constexpr qsizetype mostExif = 65'527;           // as all of these, what a segment of JPEG has room for
+constexpr qsizetype mostXmp = 65'502;
+constexpr qsizetype mostIptc = 65'000;
+
+const Exiv2::byte *bytesOf(const QByteArray &bytes)
+{
+    return reinterpret_cast<const Exiv2::byte *>(bytes.constData());
+}
+
+/// Runs what may meet anything in a file: what fails is left out.
+void tolerant(const char *what, const std::function<void()> &step)
+{
+    try {
+        step();
+    } catch (const std::exception &error) {
+        qDebug() << "Metadata left out:" << what << error.what();
+    }
+}
+
+QByteArray fileForReading(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    if (const QByteArray pixelless = MetadataFile::withoutPixels(file); !pixelless.isEmpty())
+        return pixelless;
+    file.seek(0);
+    if (file.peek(2) == "\xFF\xD8")
+        return file.read(mostJpegHead);
+    return file.size() <= mostFile ? file.readAll() : QByteArray();
+}
+
+struct Metadata
+{
+    Exiv2::ExifData exif;
+    Exiv2::ByteOrder order = Exiv2::invalidByteOrder;
+    Exiv2::XmpData xmp;
+    Exiv2::IptcData iptc;
+};
+
+Metadata readMetadata(const QString &path)
+{
+    Metadata found;
+    const QImageReader reader(path);
+    static const QList<QByteArray> ours = {"heic", "heif", "avif", "jxl"};
+    const auto blocks = ours.contains(reader.format()) ? MetadataBlocks::of(reader) : MetadataBlocks{};
+    tolerant("EXIF", [&] {
+        found.order = Exiv2::ExifParser::decode(found.exif, bytesOf(blocks.exif),
+                                                static_cast<uint32_t>(blocks.exif.size()));
+    });
+    tolerant("XMP", [&] { Exiv2::XmpParser::decode(found.xmp, blocks.xmp.toStdString()); });
+    if (!blocks.isEmpty())
+        return found;
+    tolerant("file", [&] {
+        const QByteArray bytes = fileForReading(path);
+        const auto image = Exiv2::ImageFactory::open(bytesOf(bytes), static_cast<long>(bytes.size()));
+        tolerant("some of file", [&] { image->readMetadata(); });
+        found = {image->exifData(), image->byteOrder(), image->xmpData(), image->iptcData()};
+    });
+    return found;
+}
+
+bool contains(const std::string &text, const char *part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+/// Whether a tag says something of the photograph rather than of the file it stood in.
+bool goesAlong(const Exiv2::Exifdatum &datum)
+{
+    static constexpr std::array described{
+        "ImageDescription", "Make",         "Model",          "Software",      "DateTime",
+        "Artist",           "HostComputer", "Copyright",      "Rating",        "RatingPercent",
+        "XPTitle",          "XPComment",    "XPAuthor",       "XPKeywords",    "XPSubject",
+        "XResolution",      "YResolution",  "ResolutionUnit", "TimeZoneOffset"};
+    static constexpr std::array stale{"InteroperabilityTag", "SubjectArea", "SubjectLocation"};
+    const std::string group = datum.groupName();
+    const std::string tag = datum.tagName();
+    const auto isTag = [&](const char *name) { return tag == name; };
+    if (group == "Image")
+        return std::any_of(described.begin(), described.end(), isTag);
+    if (contains(tag, "Preview") || contains(tag, "Thumbnail") || group == "NikonPreview"
+        || std::any_of(stale.begin(), stale.end(), isTag))
+        return false;
+    return group == "Photo" || group == "GPSInfo" || group == "Iop" || group == "MakerNote"
+           || Exiv2::ExifTags::isMakerGroup(group);
+}
+
+template <typename Data, typename Condition>
+void eraseUnless(Data &data, const Condition &goesAlong)
+{
+    for (auto datum = data.begin(); datum != data.end();)
+        datum = goesAlong(*datum) ? std::next(datum) : data.erase(datum);
+}
+
+QByteArray encoded(const Exiv2::ExifData &exif, Exiv2::ByteOrder order)
+{
+    Exiv2::Blob blob;
+    Exiv2::ExifParser::encode(blob, order, exif);
+    return {reinterpret_cast<const char *>(blob.data()), static_cast<qsizetype>(blob.size())};
+}
+
+QByteArray exifFor(Exiv2::ExifData exif, Exiv2::ByteOrder order, QSize size, bool srgb)
+{
+    eraseUnless(exif, goesAlong);
+    if (exif.empty() && !srgb)
+        return {};
+    exif["Exif.Image.Orientation"] = uint16_t(1);
+    exif["Exif.Photo.PixelXDimension"] = static_cast<uint32_t>(size.width());
+    exif["Exif.Photo.PixelYDimension"] = static_cast<uint32_t>(size.height());
+    if (exif.findKey(Exiv2::ExifKey("Exif.Photo.ExifVersion")) == exif.end())
+        exif["Exif.Photo.ExifVersion"] = "48 50 51 50"; // "0232", as characters
+    if (srgb) {
+        exif["Exif.Photo.ColorSpace"] = uint16_t(1);
+        exif["Exif.Iop.InteroperabilityIndex"] = "R98";
+        exif["Exif.Iop.InteroperabilityVersion"] = "48 49 48 48";
+    }
+    if (order == Exiv2::invalidByteOrder)
+        order = Exiv2::littleEndian;
+    QByteArray block = encoded(exif, order);
+    if (block.size() > mostExif) { // what only the camera's maker understands goes first
+        eraseUnless(exif, [](const Exiv2::Exifdatum &datum) {
+            return Exiv2::ExifTags::isExifGroup(datum.groupName()) && datum.tagName() != "MakerNote";
+        });
+        block = encoded(exif, order);
+    }
+    return block.size() <= mostExif ? block : QByteArray();
+}
+
+QByteArray encoded(const Exiv2::XmpData &xmp)
+{
+    std::string packet;
+    if (!xmp.empty())
+        Exiv2::XmpParser::encode(packet, xmp, Exiv2::XmpParser::useCompactFormat);
+    return packet.size() <= mostXmp ? QByteArray::fromStdString(packet) : QByteArray();
+}
+
+QByteArray xmpFor(Exiv2::XmpData xmp, QSize size, bool srgb)
+{
+    const auto set = [&xmp](const char *key, int value) {
+        if (const auto datum = xmp.findKey(Exiv2::XmpKey(key)); datum != xmp.end())
+            datum->setValue(std::to_string(value));
+    };
+    eraseUnless(xmp, [](const Exiv2::Xmpdatum &datum) {
+        // Previews, and what goes with further pictures or a film in the file.
+        static constexpr std::array stale{"Xmp.xmp.Thumbnails", "Xmp.xmpNote.",   "Xmp.photoshop.ICCProfile",
+                                          "Xmp.GCamera.Mi",     "Xmp.GCamera.Mo", "Xmp.Container.",
+                                          "Xmp.GContainer.",    "Xmp.hdrgm."};
+        const std::string key = datum.key();
+        return std::none_of(stale.begin(), stale.end(),
+                            [&key](const char *start) { return key.rfind(start, 0) == 0; });
+    });
+    set("Xmp.tiff.Orientation", 1);
+    set("Xmp.tiff.ImageWidth", size.width());
+    set("Xmp.tiff.ImageLength", size.height());
+    set("Xmp.exif.PixelXDimension", size.width());
+    set("Xmp.exif.PixelYDimension", size.height());
+    if (srgb)
+        set("Xmp.exif.ColorSpace", 1);
+    return encoded(xmp);
+}
+
+QByteArray iptcFor(Exiv2::IptcData iptc)
+{
+    eraseUnless(iptc, [](const Exiv2::Iptcdatum &datum) { return !contains(datum.tagName(), "Preview"); });
+    if (iptc.empty())
+        return {};
+    const Exiv2::DataBuf block = Exiv2::IptcParser::encode(iptc);
+#if EXIV2_TEST_VERSION(0, 28, 0)
+    const QByteArray bytes(reinterpret_cast<const char *>(block.c_data()), block.size());
+#else
+    const QByteArray bytes(reinterpret_cast<const char *>(block.pData_), block.size_);
+#endif
+    return bytes.size() <= mostIptc ? bytes : QByteArray();
+}
+
+} // namespace
+
+QByteArray EmbeddedMetadata::xmpWithIptc() const
+{
+    QByteArray all = xmp;
+    if (!iptc.isEmpty())
+        tolerant("IPTC", [&] {
+            Exiv2::IptcData sets;
+            Exiv2::IptcParser::decode(sets, bytesOf(iptc), static_cast<uint32_t>(iptc.size()));
+            Exiv2::XmpData merged;
+            Exiv2::copyIptcToXmp(sets, merged);
+            Exiv2::XmpData own;
+            Exiv2::XmpParser::decode(own, xmp.toStdString());
+            for (const Exiv2::Xmpdatum &datum : merged)
+                if (own.findKey(Exiv2::XmpKey(datum.key())) == own.end())
+                    own.add(datum);
+            all = encoded(own);
+        });
+    return all;
+}
+
+EmbeddedMetadata metadataForCopy(const QString &path, QSize size, bool srgb)
+{
+    MetadataFile::prepareLibrary();
+    EmbeddedMetadata copy;
+    const Metadata found = readMetadata(path);
+    tolerant("EXIF", [&] { copy.exif = exifFor(found.exif, found.order, size, srgb); });
+    if (srgb && copy.exif.isEmpty())
+        tolerant("EXIF", [&] { copy.exif = exifFor({}, found.order, size, srgb); });
+    tolerant("XMP", [&] { copy.xmp = xmpFor(found.xmp, size, srgb); });
+    tolerant("IPTC", [&] { copy.iptc = iptcFor(found.iptc); });
+    return copy;
+}
+
+QByteArray withMetadata(const QByteArray &file, const EmbeddedMetadata &metadata)
+{
+    MetadataFile::prepareLibrary();
+    QByteArray whole = file;
+    tolerant("all", [&] {
+        const auto image = Exiv2::ImageFactory::open(bytesOf(file), static_cast<long>(file.size()));
+        image->readMetadata();
+        Exiv2::ExifData exif;
+        image->setByteOrder(Exiv2::ExifParser::decode(exif, bytesOf(metadata.exif),
+                                                      static_cast<uint32_t>(metadata.exif.size())));
+        for (const Exiv2::Exifdatum &datum : exif) // beside what a TIFF file has as its structure
+            if (image->exifData().findKey(Exiv2::ExifKey(datum.key())) == image->exifData().end())
+                image->exifData().add(datum);
+        const bool holdsIptc = image->checkMode(Exiv2::mdIptc) & Exiv2::amWrite;
+        const QByteArray xmp = holdsIptc ? metadata.xmp : metadata.xmpWithIptc();
+        if (!xmp.isEmpty())
+            Exiv2::XmpParser::decode(image->xmpData(), xmp.toStdString());
+        if (holdsIptc && !metadata.iptc.isEmpty())
+            Exiv2::IptcParser::decode(image->iptcData(), bytesOf(metadata.iptc),
+                                      static_cast<uint32_t>(metadata.iptc.size()));
+        image->writeMetadata();
+        Exiv2::BasicIo &written = image->io();
+        if (written.open() == 0)
+            whole = QByteArray(reinterpret_cast<const char *>(written.mmap()),
+                               static_cast<qsizetype>(written.size()));
+    });
+    return whole;
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QByteArray>
+#include <QSize>
+#include <QString>
+
+/// What a file says of when, where and how its picture was taken, made true for a new picture of it.
+struct EmbeddedMetadata
+{
+    QByteArray exif; ///< TIFF header and directories, within the 64 KB that a JPEG file can hold
+    QByteArray xmp;  ///< XML
+    QByteArray iptc; ///< data sets
+
+    [[nodiscard]] bool isEmpty() const { return exif.isEmpty() && xmp.isEmpty() && iptc.isEmpty(); }
+
+    /// XMP for files that hold no IPTC: with what IPTC alone says.
+    [[nodiscard]] QByteArray xmpWithIptc() const;
+};
+
+/// The metadata of a file for a picture of `size` pixels that was made from it: upright, without previews,
+/// and of sRGB colours if `srgb` says so, which is said even of a file without metadata. What is broken or
+/// too large is left out. Safe to call from any thread.
+[[nodiscard]] EmbeddedMetadata metadataForCopy(const QString &path, QSize size, bool srgb);
+
+/// An encoded JPEG, PNG, WebP or TIFF file with the metadata in it; as it was if they do not go into it.
+[[nodiscard]] QByteArray withMetadata(const QByteArray &file, const EmbeddedMetadata &metadata);
