@@ -2,9 +2,7 @@
 #include "support/Files.h"
 #include "support/Pictures.h"
 
-#include <QBuffer>
 #include <QDataStream>
-#include <QImageWriter>
 #include <QRandomGenerator>
 #include <QtTest>
 
@@ -32,7 +30,7 @@ private slots:
             {"png with a bit wrong", pngWithBadByte(), "red green blue yellow"},
             {"jpeg with a wrong marker for its end", jpeg.chopped(2) + noJpeg, "red green blue yellow"},
             {"jpeg with a wrong marker in its middle", jpeg.left(jpeg.size() * 7 / 10) + noJpeg, upper},
-            {"jpeg whose last scan is none", progressive(picture).chopped(2) + noJpeg,
+            {"jpeg whose last scan is none", Pictures::progressiveJpeg(picture).chopped(2) + noJpeg,
              "red green blue yellow"},
             {"cut bmp", Pictures::encoded(picture.mirrored(false, true), "bmp").left(400 * 1200 * 7 / 10),
              "? ? red green"},
@@ -122,14 +120,6 @@ private:
         QByteArray bytes = png();
         bytes[bytes.size() - 13] = char(bytes[bytes.size() - 13] ^ 1); // of the last checksum
         return bytes;
-    }
-
-    static QByteArray progressive(const QImage &image)
-    {
-        QBuffer buffer;
-        QImageWriter writer(&buffer, "jpg");
-        writer.setProgressiveScanWrite(true);
-        return buffer.open(QIODevice::WriteOnly) && writer.write(image) ? buffer.data() : QByteArray();
     }
 };
 

@@ -1,4 +1,5 @@
 #include "formats/tiff/TiffReader.h"
+#include "shared/image/DecodingNeed.h"
 #include "shared/image/ImageReading.h"
 #include "support/Files.h"
 #include "support/Memory.h"
@@ -40,6 +41,13 @@ private slots:
                                         {tile, planes, samples, compression, 1, bits, format, cmyk});
         for (int orientation = 2; orientation <= 8; ++orientation)
             showsWhatIsStored({0, PLANARCONFIG_SEPARATE, 3, COMPRESSION_NONE, orientation});
+    }
+
+    void tilesCountAsMemory()
+    {
+        TiffFiles::make(path("a.tif"), {16, PLANARCONFIG_CONTIG, 3, COMPRESSION_LZW, 1, 64, floating});
+        const QImageReader reader(path("a.tif"), "orrelan-tiff");
+        QCOMPARE(decodingNeed(reader, path("a.tif")).decoder, 2 * 16 * 16 * 3 * 8); // stored and decoded
     }
 
     void labOfEveryKindIsRead()

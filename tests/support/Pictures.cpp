@@ -72,6 +72,14 @@ QByteArray Pictures::encoded(const QImage &image, const QByteArray &format, int 
     return writer.write(image) ? buffer.data() : QByteArray();
 }
 
+QByteArray Pictures::progressiveJpeg(const QImage &image)
+{
+    QBuffer buffer;
+    QImageWriter writer(&buffer, "jpg");
+    writer.setProgressiveScanWrite(true);
+    return buffer.open(QIODevice::WriteOnly) && writer.write(image) ? buffer.data() : QByteArray();
+}
+
 QImage Pictures::decoded(QByteArray bytes, QSize scaled)
 {
     QBuffer buffer(&bytes);

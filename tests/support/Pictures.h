@@ -26,6 +26,9 @@ double difference(const QImage &one, const QImage &other);
 /// The bytes of a file in the format of this name; empty if it cannot be written.
 QByteArray encoded(const QImage &image, const QByteArray &format, int quality = -1);
 
+/// The bytes of a JPEG file that is decoded in several scans.
+QByteArray progressiveJpeg(const QImage &image);
+
 /// What the image plug-ins make of a file's bytes, told nothing of their format. Fails if they tell another
 /// size or less depth before.
 QImage decoded(QByteArray bytes, QSize scaled = {});

@@ -20,7 +20,8 @@ public:
 
     bool supportsOption(ImageOption option) const override
     {
-        return option == Size || option == ImageFormat || option == ImageTransformation;
+        return option == Size || option == ImageFormat || option == ImageTransformation
+               || option == Description;
     }
 
     QVariant option(ImageOption option) const override
@@ -32,6 +33,8 @@ public:
             return source().imageFormat();
         case ImageTransformation:
             return int(source().transformation());
+        case Description: // for who keeps account of memory
+            return QStringLiteral("DecodingBytes: %1").arg(source().bufferBytes());
         default:
             return {};
         }

@@ -118,6 +118,15 @@ QImageIOHandler::Transformations TiffReader::transformation() const
                 : QImageIOHandler::TransformationNone;
 }
 
+qint64 TiffReader::bufferBytes() const
+{
+    if (!file)
+        return 0;
+    return 2
+           * static_cast<qint64>(TIFFIsTiled(file.get()) ? TIFFTileSize(file.get())
+                                                         : TIFFStripSize(file.get()));
+}
+
 QImage TiffReader::read() const
 {
     if (!file)

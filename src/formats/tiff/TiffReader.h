@@ -27,6 +27,9 @@ public:
     /// How the picture is to be turned, from the header.
     [[nodiscard]] QImageIOHandler::Transformations transformation() const;
 
+    /// Memory that reading takes beside the picture, for a strip or tile as it is stored and decoded.
+    [[nodiscard]] qint64 bufferBytes() const;
+
     /// The picture as it is stored, with its colour profile and resolution. What cannot be decoded of it
     /// stays black, or white in a fax. Null if nothing can, or if it is above QImageReader's allocation
     /// limit.

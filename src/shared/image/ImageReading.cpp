@@ -179,6 +179,10 @@ private:
             return {};
         QByteArray bytes = JpegMarkers::cutAt(file, end);
         QBuffer buffer(&bytes);
+        QImage image = buffer.open(QIODevice::ReadOnly) ? readInkJpeg(buffer, reader.scaledSize()) : QImage();
+        if (!image.isNull())
+            return image;
+        buffer.seek(0);
         QImageReader cut(&buffer, "jpeg");
         cut.setScaledSize(reader.scaledSize());
         return cut.read();

@@ -1,7 +1,10 @@
 #include "shared/image/ImageReading.h"
+#include "shared/image/DecodingNeed.h"
 #include "shared/image/ExifOrientation.h"
+#include "shared/image/JpegMarkers.h"
 #include "shared/image/MemoryBudget.h"
 #include "support/Files.h"
+#include "support/Memory.h"
 #include "support/Pictures.h"
 
 #include <QtGui>
@@ -115,6 +118,60 @@ private slots:
         MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
     }
 
+    void whatTheDecoderKeepsIsCounted()
+    {
+        const QImage picture = Pictures::quarters(QSize(400, 300));
+        const qint64 blocks = 50 * 38 + 2 * 25 * 19; // colours are halved both ways
+        const std::tuple<QByteArray, bool, qint64> files[] = {
+            {Pictures::encoded(picture, "jpg"), false, 0},
+            {Pictures::progressiveJpeg(picture), false, blocks * 128},
+            {Pictures::encoded(picture, "webp", 50), true, 0},
+            {Pictures::encoded(picture, "webp", 100), true, 400 * 300 * 4}};
+        for (const auto &[bytes, scaled, kept] : files) {
+            write("a", bytes);
+            QImageReader reader(path("a"));
+            if (scaled)
+                reader.setScaledSize(QSize(40, 30));
+            QCOMPARE(decodingNeed(reader, path("a")).decoder, kept);
+        }
+    }
+
+    void claimsOfSmallFilesAreTakenWithCare()
+    {
+        const QImage small = Pictures::quarters(QSize(64, 64));
+        MemoryBudget::setBytes(150'000'000);
+        write("claim.jpg", claiming(Pictures::progressiveJpeg(small), 8000)); // 192 MB of coefficients
+        const qint64 before = peakKilobytes();
+        QVERIFY(ImageReading::readThumbnail(path("claim.jpg"), 256).image.isNull());
+        QVERIFY(peakKilobytes() - before < 50'000);
+
+        MemoryBudget::setBytes(1'000'000'000); // has room for it, but for nothing else beside it
+        auto other = std::make_unique<const MemoryBudget::Share>(1);
+        write("claim.jpg", claiming(Pictures::encoded(small, "jpg"), 5000));
+        auto size =
+            std::async(std::launch::async, [this] { return ImageReading::read(path("claim.jpg")).size(); });
+        QTRY_COMPARE(MemoryBudget::waiting(), 1);
+        other.reset();
+        QCOMPARE(size.get(), QSize(5000, 5000));
+        MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
+    }
+
+    void scansWithoutEndAreCutOff()
+    {
+        QImage picture = Pictures::quarters(QSize(400, 400));
+        for (int x = 0; x < 400; ++x) // detail for the last scan
+            picture.setPixelColor(x, x * x % 400, Qt::white);
+        const QByteArray bytes = Pictures::progressiveJpeg(picture);
+        const qsizetype last = bytes.lastIndexOf("\xff\xda");
+        const QByteArray emptyScan = bytes.mid(last, bytes[last + 3] + 2);
+        write("a.jpg", bytes.left(last) + emptyScan.repeated(3000) + bytes.mid(last));
+        QFile file(path("a.jpg"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(JpegMarkers::scanEnds(file, 5000).size(), 3000 + bytes.count("\xff\xda"));
+        write("b.jpg", JpegMarkers::cutAt(file, JpegMarkers::scanEnds(file, 100).last()));
+        QCOMPARE(ImageReading::read(path("a.jpg")), ImageReading::read(path("b.jpg")));
+    }
+
     void pictureIsDecodedOnceItHasItsShare()
     {
         const QImage picture = Pictures::quarters(QSize(400, 400));
@@ -133,6 +190,16 @@ private slots:
             QCOMPARE(Pictures::quartersOf(image.get()), "yellow blue green red");
         }
         MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
+    }
+
+private:
+    /// A JPEG file whose header says that its sides are this long.
+    static QByteArray claiming(QByteArray jpeg, quint16 side)
+    {
+        const qsizetype frame = std::max(jpeg.indexOf("\xff\xc0"), jpeg.indexOf("\xff\xc2"));
+        qToBigEndian(side, jpeg.data() + frame + 5);
+        qToBigEndian(side, jpeg.data() + frame + 7);
+        return jpeg;
     }
 };
 
