@@ -9,7 +9,13 @@
 #include <QFileInfo>
 #include <QtDebug>
 
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
 namespace {
+
+using FileCopy::Existing;
 
 constexpr qint64 chunkBytes = 1 << 20;
 
@@ -45,24 +51,50 @@ bool isSeenBeside(const QString &source, const QString &fileName)
     return removed;
 }
 
+/// True if something stands at the target, or is not there, as it is meant to be.
+bool standsAsExpected(const QString &target, Existing existing)
+{
+    const QFileInfo old(target);
+    return (old.exists() || old.isSymLink()) == (existing == Existing::Replace);
+}
+
+/// Moves within a file system: one step that keeps all that belongs to the file. What a link points to may be
+/// another thing at the target, so no link goes this way.
+[[nodiscard]] bool rename(const QString &source, const QString &target, Existing existing)
+{
+    const QFileInfo from(source);
+    const QFileInfo to(target);
+    if (!from.isFile() || from.isSymLink() || !standsAsExpected(target, existing)
+        || isOneFile(source, target))
+        return false;
+    std::error_code failure;
+    if (existing == Existing::Replace)
+        std::filesystem::rename(from.filesystemFilePath(), to.filesystemFilePath(), failure);
+    else if (!Platform::renameToNew(source, target))
+        return false;
+    if (failure)
+        return false;
+    Platform::flushFolder(to.path());
+    Platform::flushFolder(from.path());
+    return true;
+}
+
 } // namespace
 
 bool FileCopy::copy(const QString &source, const QString &target, Existing existing, Progress &progress)
 {
-    const QFileInfo old(target);
-    const bool standsThere = old.exists() || old.isSymLink();
-    if (standsThere != (existing == Existing::Replace))
-        return false;
     const QFileInfo before(source);
     QFile from(source);
-    if (!before.isFile() || isOneFile(source, target) || !from.open(QIODevice::ReadOnly))
+    if (!standsAsExpected(target, existing) || !before.isFile() || isOneFile(source, target)
+        || !from.open(QIODevice::ReadOnly))
         return false;
     progress.done = 0;
     progress.total = before.size();
 
     using Link = ReplacementFile::Link;
     ReplacementFile to(target, Link::Replace);
-    if (!to.create() || (before.fileName() == old.fileName() && isSeenBeside(source, to.fileName()))
+    if (!to.create()
+        || (before.fileName() == QFileInfo(target).fileName() && isSeenBeside(source, to.fileName()))
         || !copyContents(from, to, progress))
         return false;
     const QFileInfo after(source);
@@ -72,29 +104,37 @@ bool FileCopy::copy(const QString &source, const QString &target, Existing exist
         return false;
     }
     to.setPermissions(before.permissions());
+    Platform::copyAttributes(source, to);
     to.flush();
     to.setFileTime(before.lastModified(), QFileDevice::FileModificationTime);
     return existing == Existing::Keep ? to.commitAsNew() : to.commit();
 }
 
-bool FileCopy::removeCopied(const QString &source, const QString &target)
+FileCopy::Moved FileCopy::move(const QString &source, const QString &target, Existing existing,
+                               Progress &progress)
 {
-    const QFileInfo from(source);
+    if (rename(source, target, existing))
+        return Moved::Yes;
+    // Not every file system lets the copy have the same times: the source is compared with what it was.
+    const QFileInfo info(source);
+    const std::pair before(info.size(), info.lastModified());
+    if (!copy(source, target, existing, progress))
+        return Moved::No;
+    const QFileInfo now(source);
+    const bool isSame = before == std::pair(now.size(), now.lastModified());
     const QFileInfo to(target);
-    // Some file systems keep times by two seconds.
-    constexpr qint64 coarsestMs = 2000;
-    return to.isFile() && from.size() == to.size() && !isOneFile(source, target)
-           && qAbs(from.lastModified().msecsTo(to.lastModified())) <= coarsestMs && removeFile(source);
+    const bool stands = to.isFile() && to.size() == before.first && !isOneFile(source, target);
+    return stands && isSame && !progress.cancelled && removeFile(source) ? Moved::Yes : Moved::Copied;
 }
 
 bool FileCopy::moveToTrash(const QString &path, Progress &progress)
 {
     return Platform::moveToTrash(path, [&progress](const QString &from, const QString &to) {
-        if (!copy(from, to, Existing::Keep, progress))
-            return false;
-        const bool moved = removeCopied(from, to) || !QFileInfo::exists(from);
-        if (!moved)
+        const Moved moved = move(from, to, Existing::Keep, progress);
+        if (moved == Moved::Copied && QFileInfo::exists(from)) {
             QFile::remove(to);
-        return moved;
+            return false;
+        }
+        return moved != Moved::No;
     });
 }

@@ -24,14 +24,22 @@ struct Progress
     std::atomic_bool cancelled = false; ///< set by the user; the copy in flight is dropped
 };
 
-/// Copies `source` with its modification time and permissions. False if the copy does not stand at `target`
-/// then: what stood there is as it was, and `source` is always left. A file is never copied onto itself, by
-/// whatever path, and a source that changes while it is read is not copied.
+/// What has become of a file that was to be moved.
+enum class Moved
+{
+    No,     ///< all is as it was
+    Copied, ///< its copy stands at the target, and it could not be removed
+    Yes
+};
+
+/// Copies `source` with its modification time, permissions, extended attributes and access list. False if the
+/// copy does not stand at `target` then: what stood there is as it was, and `source` is always left. A file
+/// is never copied onto itself, by whatever path, and a source that changes while it is read is not copied.
 [[nodiscard]] bool copy(const QString &source, const QString &target, Existing existing, Progress &progress);
 
-/// Removes a source whose copy stands complete at `target`; nothing if it no longer looks like that copy, or
-/// if both are one file.
-[[nodiscard]] bool removeCopied(const QString &source, const QString &target);
+/// Moves `source` as it is, or where its file system ends, by a copy; it is removed when that stands
+/// complete, unless it has changed or the user has cancelled.
+[[nodiscard]] Moved move(const QString &source, const QString &target, Existing existing, Progress &progress);
 
 /// Moves a file to the user's trash: renamed, or where its own file system has none, copied and removed.
 /// False if no trash takes it; the file stays then.

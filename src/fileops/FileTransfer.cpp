@@ -79,16 +79,19 @@ bool FileTransfer::isTaken(const QString &target) const
 bool FileTransfer::transferFile(FileRunner &runner, const QString &source, const QString &target,
                                 FileCopy::Existing existing)
 {
-    const auto copy = [&](FileCopy::Progress &progress) {
-        return FileCopy::copy(source, target, existing, progress);
+    auto moved = FileCopy::Moved::Copied;
+    const auto work = [&](FileCopy::Progress &progress) {
+        if (moveMode == Mode::Copy)
+            return FileCopy::copy(source, target, existing, progress);
+        moved = FileCopy::move(source, target, existing, progress);
+        return moved != FileCopy::Moved::No;
     };
-    if (!runner.run(source, copy))
+    if (!runner.run(source, work))
         return false;
     ++copiedFileCount;
     written.insert(NativeCaselessPath(target), target);
-    const auto remove = [&](FileCopy::Progress &) { return FileCopy::removeCopied(source, target); };
     // A source that stays is one file too many, never one too few.
-    if (moveMode == Mode::Move && !runner.isCancelled() && runner.run(source, remove))
+    if (moved == FileCopy::Moved::Yes)
         surroundings.moved(source);
     return true;
 }

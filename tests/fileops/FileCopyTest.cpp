@@ -7,9 +7,11 @@
 
 #include <cstring>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <thread>
 
 using FileCopy::Existing;
+using FileCopy::Moved;
 
 /// In the C library's place: what lies below "again" seems to be on another device.
 extern "C" int stat(const char *path, struct stat *info) noexcept
@@ -17,6 +19,15 @@ extern "C" int stat(const char *path, struct stat *info) noexcept
     const int result = reinterpret_cast<decltype(&stat)>(dlsym(RTLD_NEXT, "stat"))(path, info);
     info->st_dev += std::strstr(path, "/again/") != nullptr;
     return result;
+}
+
+static bool timesCanBeSet = true;
+
+extern "C" int futimens(int file, const timespec times[2]) noexcept
+{
+    errno = EPERM;
+    return timesCanBeSet ? reinterpret_cast<decltype(&futimens)>(dlsym(RTLD_NEXT, "futimens"))(file, times)
+                         : -1;
 }
 
 /// Copies with every step failing: a file is complete in its old place, in its new place, or in both.
@@ -34,6 +45,8 @@ private slots:
 
     void cleanup()
     {
+        beforeSyscall() = nullptr;
+        timesCanBeSet = true;
         QFile::setPermissions(path("to"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         QCOMPARE(leftovers().size(), 0);
     }
@@ -65,7 +78,7 @@ private slots:
         QCOMPARE(::link(qPrintable(path("a.jpg")), qPrintable(path("to/hard.jpg"))), 0);
         for (const char *const target : {"a.jpg", "to/link.jpg", "to/hard.jpg", "to/../a.jpg"}) {
             QVERIFY(!copy("a.jpg", target, Existing::Replace));
-            QVERIFY(!FileCopy::removeCopied(path("a.jpg"), path(target)));
+            QCOMPARE(move("a.jpg", target, Existing::Replace), Moved::No);
             QCOMPARE(read("a.jpg"), "the picture");
         }
         // Nor by a second mount of its folder.
@@ -123,14 +136,46 @@ private slots:
             other.join();
         }
         QCOMPARE(read("to/old.jpg"), "what was there");
+    }
 
-        // A copy that is no longer what its source is does not cost the source.
-        write("a.jpg", "the picture");
-        QVERIFY(copy("a.jpg", "to/new.jpg"));
-        write("a.jpg", "another one");
-        setTime("a.jpg", QDateTime::currentDateTime().addSecs(9));
-        QVERIFY(!FileCopy::removeCopied(path("a.jpg"), path("to/new.jpg")));
-        QCOMPARE(read("a.jpg"), "another one");
+    void movedWithAllThatBelongsToIt()
+    {
+        const bool hasAttributes = setxattr(qPrintable(path("a.jpg")), "user.tag", "sea", 3, 0) == 0;
+        const auto inode = [&](const QString &name) {
+            struct stat info = {};
+            return stat(qPrintable(path(name)), &info) == 0 ? info.st_ino : 0;
+        };
+        const auto before = inode("a.jpg");
+        QCOMPARE(move("a.jpg", "to/old.jpg"), Moved::No);
+        QCOMPARE(move("a.jpg", "to/old.jpg", Existing::Replace), Moved::Yes);
+        QCOMPARE(inode("to/old.jpg"), before);
+        QCOMPARE(move("to/old.jpg", "a.jpg"), Moved::Yes);
+        QVERIFY(QFile::link("a.jpg", path("link.jpg"))); // which would point to nothing from there
+        QCOMPARE(move("link.jpg", "to/link.jpg"), Moved::Yes);
+        QCOMPARE(read("to/link.jpg"), "the picture");
+
+        // To another file system, where times cannot be set. What changes or is cancelled meanwhile stays.
+        const std::pair<std::function<void()>, Moved> cases[] = {
+            {[&] { write("a.jpg", "another picture"); }, Moved::Copied},
+            {[&] { progress.cancelled = true; }, Moved::Copied},
+            {[] {}, Moved::Yes}};
+        for (const auto &[meanwhile, moved] : cases) {
+            write("a.jpg", "the picture");
+            timesCanBeSet = true;
+            setTime("a.jpg", QDateTime(QDate(2001, 2, 3), QTime(4, 5, 6)));
+            timesCanBeSet = false;
+            beforeSyscall() = [&](const QString &call) {
+                if (!crossesVolumes(call) && call.endsWith("/to/new.jpg"))
+                    meanwhile();
+                return crossesVolumes(call);
+            };
+            QCOMPARE(move("a.jpg", "to/new.jpg"), moved);
+            QCOMPARE(QFile::exists(path("a.jpg")), moved == Moved::Copied);
+            char value[8] = {};
+            QVERIFY(!hasAttributes || getxattr(qPrintable(path("to/new.jpg")), "user.tag", value, 8) == 3);
+            QCOMPARE(read("to/new.jpg"), "the picture");
+            QVERIFY(QFile::remove(path("to/new.jpg")));
+        }
     }
 
     void isOnTheDiskBeforeItHasItsNameAndTheSourceGoes()
@@ -138,12 +183,13 @@ private slots:
         for (const QString target : {"to/old.jpg", "to/new.jpg"}) {
             write("a.jpg", "the picture");
             syscallLog().clear();
-            QVERIFY(copy("a.jpg", target, target == "to/new.jpg" ? Existing::Keep : Existing::Replace));
-            QVERIFY(FileCopy::removeCopied(path("a.jpg"), path(target)));
+            beforeSyscall() = crossesVolumes;
+            QCOMPARE(move("a.jpg", target, target == "to/new.jpg" ? Existing::Keep : Existing::Replace),
+                     Moved::Yes);
             QStringList calls = QStringList(syscallLog()).replaceInStrings(folder->path() + '/', QString());
             calls.replaceInStrings(QRegularExpression("\\.orrelan-\\w+"), QString());
-            QCOMPARE(calls,
-                     QStringList({"flush to/.tmp", "rename to/.tmp " + target, "flush to", "remove a.jpg"}));
+            QCOMPARE(calls, QStringList({"rename a.jpg " + target, "flush to/.tmp",
+                                         "rename to/.tmp " + target, "flush to", "remove a.jpg"}));
         }
         write("a.jpg", "the picture");
         for (const int error : {EINVAL, EIO}) { // not known there, failed
@@ -173,6 +219,16 @@ private slots:
     }
 
 private:
+    /// The error of a rename between what seems to be two file systems.
+    static int crossesVolumes(const QString &call)
+    {
+        return call.startsWith("rename") && !call.contains(".orrelan") ? EXDEV : 0;
+    }
+    Moved move(const QString &source, const QString &target, Existing existing = Existing::Keep)
+    {
+        progress.cancelled = false;
+        return FileCopy::move(path(source), path(target), existing, progress);
+    }
     bool copy(const QString &source, const QString &target, Existing existing = Existing::Keep) const
     {
         FileCopy::Progress progress;
@@ -187,6 +243,8 @@ private:
     {
         return QDir(path("to")).entryList({".orrelan*"}, QDir::Files | QDir::Hidden);
     }
+
+    FileCopy::Progress progress;
 };
 
 int main(int argc, char *argv[])

@@ -3,6 +3,8 @@
 #include <QFile>
 #include <QStringList>
 
+#include <functional>
+
 #include <dlfcn.h>
 #include <unistd.h>
 
@@ -14,10 +16,20 @@ inline QStringList &syscallLog()
     return *log;
 }
 
+/// What happens before each call, which fails with the error that it gives; 0 for none.
+inline std::function<int(const QString &call)> &beforeSyscall()
+{
+    static auto *const hook = new std::function<int(const QString &)>;
+    return *hook;
+}
+
 #define LOGGED(call, parameters, arguments, text)                                                            \
     extern "C" int call parameters noexcept                                                                  \
     {                                                                                                        \
         syscallLog().append(text);                                                                           \
+        errno = beforeSyscall() ? beforeSyscall()(syscallLog().last()) : 0;                                  \
+        if (errno != 0)                                                                                      \
+            return -1;                                                                                       \
         return reinterpret_cast<decltype(&call)>(dlsym(RTLD_NEXT, #call)) arguments;                         \
     }
 

@@ -23,8 +23,13 @@ void flushFolder(const QString &path);
 /// of their folder.
 [[nodiscard]] std::optional<QFileDevice::Permissions> privatePermissions();
 
-/// Renames a file within its file system. False, with both as they were, if something stands at `to`.
+/// Renames a file within its file system, also to a name that differs by case alone. False, with both as they
+/// were, if something else stands at `to`, a link to nothing too.
 [[nodiscard]] bool renameToNew(const QString &from, const QString &to);
+
+/// Gives an open file what belongs to another one beside its content, as far as both their file systems can:
+/// extended attributes and the access list; on Windows the further streams.
+void copyAttributes(const QString &from, QFileDevice &to);
 
 /// Moves one file, or leaves it as it is. False then, with nothing at `to` that was not there before.
 using Move = std::function<bool(const QString &from, const QString &to)>;

@@ -1,15 +1,22 @@
 #include "shared/platform/Platform.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <algorithm>
+#include <filesystem>
 #include <limits>
+#include <system_error>
 
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
+#ifdef Q_OS_LINUX
+#    include <sys/xattr.h>
+#endif
 
 namespace {
 
@@ -65,6 +72,29 @@ qint64 resourceLimit(decltype(RLIMIT_AS) resource)
     return static_cast<qint64>(std::min<rlim_t>(limit.rlim_cur, unlimited));
 }
 
+/// True if two names that differ by case alone are one file's, since its file system does not tell upper from
+/// lower case.
+bool isOneEntry(const QString &from, const QString &to)
+{
+    if (from == to || from.compare(to, Qt::CaseInsensitive) != 0)
+        return false;
+    struct stat one = {};
+    struct stat other = {};
+    if (lstat(QFile::encodeName(from).constData(), &one) != 0
+        || lstat(QFile::encodeName(to).constData(), &other) != 0 || one.st_dev != other.st_dev
+        || one.st_ino != other.st_ino)
+        return false;
+    // Hard links may have such names as well: then both are listed.
+    const auto path = QFileInfo(to).filesystemFilePath();
+    std::error_code failure;
+    std::filesystem::directory_iterator entry(path.parent_path(), failure);
+    for (; !failure && entry != std::filesystem::directory_iterator(); entry.increment(failure)) {
+        if (entry->path().filename() == path.filename())
+            return false;
+    }
+    return !failure;
+}
+
 } // namespace
 
 qint64 Platform::usableMemory()
@@ -101,14 +131,42 @@ std::optional<QFileDevice::Permissions> Platform::privatePermissions()
     return QFileDevice::ReadOwner | QFileDevice::WriteOwner;
 }
 
+void Platform::copyAttributes(const QString &from, QFileDevice &to)
+{
+#ifdef Q_OS_LINUX
+    const QByteArray path = QFile::encodeName(from);
+    const auto get = [](auto call) {
+        const ssize_t size = call(nullptr, 0);
+        QByteArray bytes(std::max<ssize_t>(size, 0), Qt::Uninitialized);
+        bytes.truncate(std::max<ssize_t>(call(bytes.data(), bytes.size()), 0));
+        return bytes;
+    };
+    const auto names = get([&](char *list, size_t size) { return listxattr(path.constData(), list, size); });
+    for (const QByteArray &name : names.split('\0')) {
+        // Those of others are the system's own affair.
+        if (!name.startsWith("user.") && name != "system.posix_acl_access" && name != "system.nfs4_acl")
+            continue;
+        const QByteArray value = get([&](void *bytes, size_t size) {
+            return getxattr(path.constData(), name.constData(), bytes, size);
+        });
+        fsetxattr(to.handle(), name.constData(), value.constData(), value.size(), 0);
+    }
+#else
+    Q_UNUSED(from)
+    Q_UNUSED(to)
+#endif
+}
+
 bool Platform::renameToNew(const QString &from, const QString &to)
 {
     const QByteArray source = QFile::encodeName(from);
     const QByteArray target = QFile::encodeName(to);
+    if (isOneEntry(from, to))
+        return rename(source.constData(), target.constData()) == 0;
 #ifdef RENAME_NOREPLACE
     if (renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE) == 0)
         return true;
-    if (errno == EEXIST)
+    if (errno != EINVAL && errno != ENOSYS && errno != ENOTSUP)
         return false;
 #endif
     // A file system that does not know this knows hard links, or else only asking first.
@@ -118,5 +176,7 @@ bool Platform::renameToNew(const QString &from, const QString &to)
         unlink(target.constData());
         return false;
     }
-    return errno != EEXIST && !QFile::exists(to) && rename(source.constData(), target.constData()) == 0;
+    struct stat other = {};
+    return errno != EEXIST && lstat(target.constData(), &other) != 0 && errno == ENOENT
+           && rename(source.constData(), target.constData()) == 0;
 }

@@ -6,7 +6,34 @@
 #include <limits>
 
 #include <io.h>
+#include <string>
 #include <windows.h>
+
+namespace {
+
+std::wstring native(const QString &path)
+{
+    return QDir::toNativeSeparators(path).toStdWString();
+}
+
+void copyStream(const std::wstring &from, const std::wstring &to)
+{
+    constexpr DWORD share = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE source = CreateFileW(from.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE target = CreateFileW(to.c_str(), GENERIC_WRITE, share, nullptr, CREATE_ALWAYS, 0, nullptr);
+    char bytes[1 << 16];
+    DWORD length = 0;
+    while (source != INVALID_HANDLE_VALUE && target != INVALID_HANDLE_VALUE
+           && ReadFile(source, bytes, sizeof(bytes), &length, nullptr) && length > 0
+           && WriteFile(target, bytes, length, &length, nullptr)) {
+    }
+    for (const HANDLE file : {source, target}) {
+        if (file != INVALID_HANDLE_VALUE)
+            CloseHandle(file);
+    }
+}
+
+} // namespace
 
 namespace {
 
@@ -53,8 +80,23 @@ std::optional<QFileDevice::Permissions> Platform::privatePermissions()
     return std::nullopt;
 }
 
+/// The access list of the copy stays that of its folder, as with any copy there.
+void Platform::copyAttributes(const QString &from, QFileDevice &to)
+{
+    WIN32_FIND_STREAM_DATA stream = {};
+    const HANDLE search = FindFirstStreamW(native(from).c_str(), FindStreamInfoStandard, &stream, 0);
+    if (search == INVALID_HANDLE_VALUE)
+        return;
+    do {
+        // ":name:$DATA", the name of the content itself being empty
+        const std::wstring name = stream.cStreamName;
+        if (name.rfind(L"::", 0) != 0)
+            copyStream(native(from) + name, native(to.fileName()) + name);
+    } while (FindNextStreamW(search, &stream));
+    FindClose(search);
+}
+
 bool Platform::renameToNew(const QString &from, const QString &to)
 {
-    const auto native = [](const QString &path) { return QDir::toNativeSeparators(path).toStdWString(); };
     return MoveFileExW(native(from).c_str(), native(to).c_str(), MOVEFILE_WRITE_THROUGH) != 0;
 }
