@@ -2,6 +2,7 @@
 #include "batch/PdfPageLayout.h"
 #include "shared/image/ImageReading.h"
 #include "shared/image/ImageWriting.h"
+#include "shared/platform/NewFileName.h"
 #include "shared/platform/Platform.h"
 #include "shared/platform/ReplacementFile.h"
 #include "shared/threads/OrderedWork.h"
@@ -37,17 +38,16 @@ QImage pageImage(const QString &path, QSize available, bool enlarge, bool smooth
                         smooth ? Qt::SmoothTransformation : Qt::FastTransformation);
 }
 
-/// Gives a file, or what a link points to, another name beside it. Its old and its new path, or
-/// nothing if that failed.
-std::optional<std::pair<QString, QString>> setAside(const QString &path)
+/// Gives a file another name beside it. Its new path, or nothing if that failed.
+std::optional<QString> setAside(const QString &path)
 {
-    const QFileInfo info(QFileInfo(path).canonicalFilePath());
+    const QFileInfo info(path);
     const QString base = info.path() + QLatin1Char('/') + info.completeBaseName();
     for (int i = 1; i < 1000; ++i) {
         const QString number = i == 1 ? QString() : QStringLiteral(" %1").arg(i);
         const QString aside = QStringLiteral("%1 (previous%2).%3").arg(base, number, info.suffix());
-        if (Platform::renameToNew(info.filePath(), aside))
-            return std::pair(info.filePath(), aside);
+        if (Platform::renameToNew(path, aside))
+            return aside;
         if (!QFileInfo::exists(aside))
             break;
     }
@@ -93,7 +93,7 @@ void createPdf(const BatchRun &run, const RunObserver &observer)
 {
     const QString path = run.options.outputFolder + QLatin1Char('/') + run.options.pdfFileName;
     ReplacementFile file(path);
-    if (!file.create()) {
+    if (!isNewFileName(run.options.pdfFileName) || !file.create()) {
         for (const QString &source : run.sourceFiles)
             observer.fileBegins(source);
         return;
@@ -107,11 +107,15 @@ void createPdf(const BatchRun &run, const RunObserver &observer)
     }
 
     // Where the user asked for another name, what stands at this one was not to be overwritten.
-    const bool keepsPrevious =
-        QFileInfo::exists(path) && QDir::cleanPath(run.targetPath) != QDir::cleanPath(path);
-    const auto aside = keepsPrevious ? setAside(path) : std::nullopt;
-    if (keepsPrevious && !aside)
-        qDebug() << "Cannot keep what stands at" << path;
-    else if (!file.commit() && aside && !Platform::renameToNew(aside->second, aside->first))
-        qDebug() << "Cannot put back" << aside->second;
+    const bool keepsPrevious = QDir::cleanPath(run.targetPath) != QDir::cleanPath(path);
+    std::optional<std::pair<QString, QString>> previous; // its path aside, and its place
+    const auto makeWay = [&previous](const QString &target) {
+        const auto aside = setAside(target);
+        if (aside)
+            previous = std::pair(*aside, target);
+        return aside.has_value();
+    };
+    const bool written = keepsPrevious ? file.commitAsNew(makeWay) : file.commit();
+    if (!written && previous && !Platform::renameToNew(previous->first, previous->second))
+        qDebug() << "Cannot put back" << previous->first;
 }

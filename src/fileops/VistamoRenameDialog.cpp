@@ -1,11 +1,10 @@
 #include "fileops/VistamoRenameDialog.h"
 
-#include "shared/platform/PathIdentity.h"
+#include "shared/platform/NewFileName.h"
 #include "shared/platform/Platform.h"
 #include "shared/VistamoGlobal.h"
 #include "ui_VistamoRenameDialog.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QtDebug>
 
@@ -31,15 +30,14 @@ void VistamoRenameDialog::setFile(const QString &filePath, const QString &folder
 
 void VistamoRenameDialog::on_renameButton_clicked()
 {
-    const QString newPath = folderPath + QLatin1Char('/') + ui->newNameLineEdit->text() + QLatin1Char('.')
-                            + QFileInfo(filePath).suffix();
+    const QString baseName = ui->newNameLineEdit->text();
+    const QString fileName = baseName + QLatin1Char('.') + QFileInfo(filePath).suffix();
+    const QString newPath = folderPath + QLatin1Char('/') + fileName;
     qDebug() << "newFilePath: " << newPath;
     VistamoGlobal::selectedFileName = QFileInfo(newPath).fileName();
-    // Never over another file; where upper and lower case are one, Qt knows how to change them.
-    if (ExactPath(filePath) != ExactPath(newPath) && CaselessPath(filePath) == CaselessPath(newPath))
-        QFile::rename(filePath, newPath);
-    else
-        static_cast<void>(Platform::renameToNew(filePath, newPath)); // a refused file keeps its name
+    // A file that is refused keeps its name.
+    if (isNewFileName(baseName, FileNameRules::Unix) && isNewFileName(fileName))
+        static_cast<void>(Platform::renameToNew(filePath, newPath));
     close();
 }
 

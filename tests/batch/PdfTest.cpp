@@ -3,6 +3,7 @@
 #include "shared/VistamoGlobal.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
+#include "support/SyscallLog.h"
 
 #include <QtTest>
 
@@ -122,6 +123,24 @@ private slots:
         create({"a.png"}, "elsewhere.pdf");
         QCOMPARE(read("real/all (previous).pdf"), "the third");
         QVERIFY(read("all.pdf").startsWith("%PDF-1.6"));
+
+        // Also what appears at the last moment.
+        QVERIFY(QFile::remove(path("all.pdf")));
+        beforeSyscall() = [this](const QString &call) {
+            if (call.endsWith("/all.pdf") && !QFile::exists(path("all (previous 3).pdf")))
+                write("all.pdf", "the fourth");
+            return 0;
+        };
+        create({"a.png"}, "elsewhere.pdf");
+        beforeSyscall() = nullptr;
+        QCOMPARE(read("all (previous 3).pdf"), "the fourth");
+        QVERIFY(read("all.pdf").startsWith("%PDF-1.6"));
+
+        // A name that leads to another folder is none.
+        VistamoGlobal::pdfFileName = "real/../../all.pdf";
+        const QStringList before = QDir(path("..")).entryList();
+        create({"a.png"});
+        QCOMPARE(QDir(path("..")).entryList(), before);
     }
 
 private:

@@ -1,5 +1,6 @@
 #include "library/FileNames.h"
 #include "library/ThumbnailRequestQueue.h"
+#include "shared/platform/NewFileName.h"
 #include "shared/platform/PathIdentity.h"
 #include "shared/Settings.h"
 #include "shell/WindowGeometry.h"
@@ -28,6 +29,22 @@ private slots:
         QCOMPARE(wrapFileName(line + line + "01234.jpg"), line + "\n" + line + "\n01234.jpg");
         const QString two = QString::fromUtf8("\U0001F305"); // two code units
         QCOMPARE(wrapFileName(line.chopped(1) + two + "."), line.chopped(1) + "\n" + two + ".");
+    }
+
+    void namesOfNewFiles()
+    {
+        using Row = std::tuple<QString, bool, bool>;
+        for (const auto &[name, onUnix, onWindows] :
+             {Row("a.jpg", true, true), Row(".a", true, true), Row("...", true, false), Row("", false, false),
+              Row(".", false, false), Row("..", false, false), Row("../a", false, false),
+              Row("a/b", false, false), Row("a\\b", true, false), Row("a.jpg:b", true, false),
+              Row("a?.jpg", true, false), Row("a\nb", true, false), Row("a.", true, false),
+              Row("a ", true, false), Row("Con.jpg", true, false), Row("lpt1", true, false),
+              Row("COM\u00b2 .jpg", true, false), Row("console.jpg", true, true),
+              Row(QString("a") + QChar(u'\0'), false, false)}) {
+            QVERIFY2(isNewFileName(name, FileNameRules::Unix) == onUnix, qPrintable(name));
+            QVERIFY2(isNewFileName(name, FileNameRules::Windows) == onWindows, qPrintable(name));
+        }
     }
 
     void pathsThatAreOne()

@@ -136,10 +136,20 @@ private slots:
             });
             program->call("onRenameAction");
         };
-        rename("b.png", "a"); // exists
+        QVERIFY(QFile::link(path("gone.png"), path("photos/B.png")));
+        // What exists, a link to nothing too; what is no name, or one in another folder.
+        for (const char *const name : {"a", "B", "", ".", "..", "../b", "/b"})
+            rename("b.png", name);
+        QCOMPARE(disk("."), QStringList());
+        QVERIFY(QFile::remove(path("photos/B.png")));
+        QCOMPARE(QDir(path("photos")).entryList(QDir::Files | QDir::Hidden),
+                 QStringList({"a.png", "b.png", "c.png"}));
         QCOMPARE(read("photos/a.png"), contents["photos/a.png"]);
+        rename("b.png", "B");
+        QCOMPARE(disk("photos"), QStringList({"B.png", "a.png", "c.png"}));
+        QTRY_VERIFY(program->settled() && program->fileNames().contains("B.png"));
         const QString odd = "new \"name\" %1";
-        rename("b.png", odd);
+        rename("B.png", odd);
         QCOMPARE(read("photos/" + odd + ".png"), contents["photos/b.png"]);
         QTRY_COMPARE(program->fileNames().value(program->list()->currentIndex().row()), odd + ".png");
     }

@@ -1,5 +1,6 @@
 #include "shared/platform/ReplacementFile.h"
 
+#include "shared/platform/NewFileName.h"
 #include "shared/platform/Platform.h"
 
 #include <QDir>
@@ -41,6 +42,8 @@ ReplacementFile::~ReplacementFile()
 bool ReplacementFile::create()
 {
     const QFileInfo info(target);
+    if (!isNewFileName(info.fileName()))
+        return false;
     const bool replacesLink = link == Link::Replace && info.isSymLink();
     if (info.exists() && !replacesLink && (!info.isFile() || (link == Link::Follow && !info.isWritable())))
         return false;
@@ -63,29 +66,38 @@ bool ReplacementFile::create()
 
 bool ReplacementFile::commit()
 {
-    if (const QFileInfo old(target); isOpen() && link == Link::Follow && old.exists())
+    if (const QFileInfo old(target); isOpen() && link == Link::Follow && old.exists()) {
         setPermissions(old.permissions());
-    return finish(true);
+        Platform::copyAttributes(target, *this);
+    }
+    return finish([this] {
+        std::error_code failure;
+        std::filesystem::rename(filesystemFileName(), QFileInfo(target).filesystemFilePath(), failure);
+        return !failure;
+    });
 }
 
-bool ReplacementFile::commitAsNew()
+bool ReplacementFile::commitAsNew(const MakeWay &makeWay)
 {
-    return finish(false);
+    return finish([&] {
+        for (int i = 0; i < attempts; ++i) {
+            if (Platform::renameToNew(fileName(), target))
+                return true;
+            if (!makeWay || !makeWay(target))
+                return false;
+        }
+        return false;
+    });
 }
 
-bool ReplacementFile::finish(bool replace)
+/// Flushes and closes the new file, and lets it take the target's place; drops it if any of that fails.
+bool ReplacementFile::finish(const std::function<bool()> &takePlace)
 {
     if (!isOpen())
         return false;
     bool complete = flush() && !writeFailed && Platform::flushToDisk(*this);
     close();
-    if (complete && replace) {
-        std::error_code failure;
-        std::filesystem::rename(filesystemFileName(), QFileInfo(target).filesystemFilePath(), failure);
-        complete = !failure;
-    } else if (complete) {
-        complete = Platform::renameToNew(fileName(), target);
-    }
+    complete = complete && takePlace();
     if (complete) {
         Platform::flushFolder(QFileInfo(target).path());
     } else {

@@ -3,6 +3,8 @@
 #include <QFile>
 #include <QString>
 
+#include <functional>
+
 /// A new file that takes the place of its target in one step, or not at all.
 ///
 /// It is written under a hidden temporary name beside the target, which stands as it is until `commit`. Of a
@@ -25,8 +27,8 @@ public:
     ~ReplacementFile() override;
 
     /// Opens the new file for writing and reading; while it may stand for a private one, it is open to the
-    /// user alone. False if the target is not a file, if the folder takes no new one, or, where links are
-    /// followed, if the target may not be written.
+    /// user alone. False if the target is not a file or has a name that no new one can have, if the folder
+    /// takes no new one, or, where links are followed, if the target may not be written.
     [[nodiscard]] bool create();
 
     /// Closes the new file and puts it in the target's place; where links are followed, with the old file's
@@ -34,14 +36,18 @@ public:
     /// was.
     [[nodiscard]] bool commit();
 
-    /// The same, but only where nothing stands in the target's place.
-    [[nodiscard]] bool commitAsNew();
+    /// Puts what stands at a path elsewhere. False if that failed.
+    using MakeWay = std::function<bool(const QString &target)>;
+
+    /// The same, but only where nothing stands in the target's place, or as soon as `makeWay` has put it
+    /// elsewhere.
+    [[nodiscard]] bool commitAsNew(const MakeWay &makeWay = {});
 
 protected:
     qint64 writeData(const char *data, qint64 length) override;
 
 private:
-    [[nodiscard]] bool finish(bool replace);
+    [[nodiscard]] bool finish(const std::function<bool()> &takePlace);
 
     const QString target;
     const Link link;
