@@ -42,7 +42,8 @@ void convert(const QString &source, const QString &target, const BatchRun &run)
     const bool gif = format == "gif";
     using ImageReading::Colours;
     // A GIF has no profile that would say what the colours mean.
-    const auto picture = ImageReading::readAndHold(source, gif ? Colours::Srgb : Colours::AsStored);
+    const auto picture = ImageReading::readAndHold(source, gif ? Colours::Srgb : Colours::AsStored,
+                                                   ImageWriting::bytesPerPixel(format));
     qDebug() << "targetFileName #2: " << target;
     if (gif)
         saveGif(ImageWriting::fitted(picture.image, format), target, run.overwrite);

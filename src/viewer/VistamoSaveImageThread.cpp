@@ -1,6 +1,7 @@
 #include "viewer/VistamoSaveImageThread.h"
 
 #include "shared/image/ImageWriting.h"
+#include "shared/image/MemoryBudget.h"
 #include "shared/platform/ReplacementFile.h"
 
 #include <QColorSpace>
@@ -15,6 +16,10 @@ void save(const TSaveImageRequest &request)
     if (!file.create())
         return;
     const QByteArray format = QFileInfo(request.fileName).suffix().toLower().toLatin1();
+    const QSize size = request.pixmap.size();
+    const MemoryBudget::Share share(static_cast<qint64>(size.width()) * size.height()
+                                        * ImageWriting::bytesPerPixel(format),
+                                    MemoryBudget::Patience::Long);
     QImage image = request.pixmap.toImage();
     image.setColorSpace(QColorSpace::SRgb); // in which pictures are on show
     if (ImageWriting::write(ImageWriting::fitted(image, format), format, -1, request.source, file))

@@ -1,5 +1,6 @@
 #include "batch/ImagesToPDFConvertThread.h"
 #include "shared/image/ImageReading.h"
+#include "shared/image/MemoryBudget.h"
 #include "shared/VistamoGlobal.h"
 #include "support/ColourProfiles.h"
 #include "support/Failures.h"
@@ -11,6 +12,8 @@
 #include <QImageReader>
 #include <QPainter>
 #include <QtTest>
+
+#include <future>
 
 #include <exiv2/exiv2.hpp>
 
@@ -237,6 +240,28 @@ private slots:
                 ImageReading::read(path("out/exported.jpg"), ImageReading::Colours::AsStored).colorSpace(),
                 QColorSpace(QColorSpace::SRgb));
         }
+    }
+
+    /// A share that is enough to decode the picture is not enough to encode it, too.
+    void encodersWaitForTheirMemory()
+    {
+        QVERIFY(Pictures::quarters({200, 200}).save(path("in/a.png")));
+        MemoryBudget::setBytes(1'000'000);
+        for (const bool exported : {false, true}) {
+            auto other = std::make_unique<const MemoryBudget::Share>(100'000);
+            Exports exports;
+            auto conversion = std::async(std::launch::async, [&] {
+                return exported ? QStringList() : convert({"in/a.png"}, ".jxl", true);
+            });
+            if (exported)
+                exports.add(QPixmap(200, 200), path("out/b.jxl"));
+            QTRY_COMPARE(MemoryBudget::waiting(), 1);
+            other.reset();
+            QVERIFY(conversion.get().isEmpty());
+            exports.finish();
+            QVERIFY(QFile::exists(path(exported ? "out/b.jxl" : "out/a.jxl")));
+        }
+        MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
     }
 
     void hostileMetadataCostNoPicture()

@@ -238,11 +238,11 @@ bool HeifReader::limitCost()
     heif_security_limits *const limits = heif_context_get_security_limits(context.get());
     if (const qint64 limit = QImageReader::allocationLimit(); limit > 0)
         limits->max_image_size_pixels = static_cast<uint64_t>(limit * megabyte / leastBytesPerPixel);
-#if LIBHEIF_HAVE_VERSION(1, 20, 0)
+#    if LIBHEIF_HAVE_VERSION(1, 20, 0)
     // Planes as coded, with alpha, and what becomes of them: twice as much as the picture.
     if (const qint64 limit = QImageReader::allocationLimit(); limit > 0 && limits->version >= 2)
         limits->max_total_memory = static_cast<uint64_t>(2 * limit * megabyte);
-#endif
+#    endif
     limits->max_number_of_tiles = Heif::mostParts;
     limits->max_items = Heif::mostItems;
     limits->max_iloc_extents_per_item = Heif::mostPlaces;

@@ -89,8 +89,8 @@ public:
         return true;
     }
 
-    /// The upright picture; null if there is none.
-    ImageReading::HeldPicture read()
+    /// The upright picture; null if there is none. Its share has room for what follows, too.
+    ImageReading::HeldPicture read(int bytesPerPixelAfterwards = 0)
     {
         if (!decoding)
             return {};
@@ -101,8 +101,11 @@ public:
         // A few bytes that claim a huge picture may be one, but are more likely to be broken.
         const bool isDoubtful =
             need.sum() > doubtfulBytes && need.sum() / doubtfulRatio > QFileInfo(path).size();
-        auto share = std::make_unique<const MemoryBudget::Share>(isDoubtful ? std::max(need.sum(), budget)
-                                                                            : need.sum());
+        const qint64 afterwards = need.pictures + need.pictures / 2 / 4 * bytesPerPixelAfterwards;
+        using MemoryBudget::Patience;
+        auto share = std::make_unique<const MemoryBudget::Share>(
+            std::max({need.sum(), afterwards, isDoubtful ? budget : 0}),
+            bytesPerPixelAfterwards > 0 ? Patience::Long : Patience::Short);
         const QByteArray format = reader.format();
         QImage image = withoutMetadataTexts(decoded(need.decoder > 0));
         image = oriented(oriented(std::move(image), reader.transformation()), ignored);
@@ -226,11 +229,11 @@ QImage ImageReading::read(const QString &path, Colours colours)
     return readAndHold(path, colours).image;
 }
 
-ImageReading::HeldPicture ImageReading::readAndHold(const QString &path, Colours colours)
+ImageReading::HeldPicture ImageReading::readAndHold(const QString &path, Colours colours, int bytesPerPixel)
 {
     if (!canBeOpened(path))
         return {};
-    HeldPicture picture = PictureFile(path).read();
+    HeldPicture picture = PictureFile(path).read(bytesPerPixel);
     if (colours == Colours::Srgb)
         picture.image = Colour::inSrgb(std::move(picture.image));
     return picture;

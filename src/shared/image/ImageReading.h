@@ -35,7 +35,10 @@ struct HeldPicture
 };
 
 /// The same for a worker that goes on with the picture while others decode.
-[[nodiscard]] HeldPicture readAndHold(const QString &path, Colours colours = Colours::Srgb);
+/// @param bytesPerPixel what the worker goes on to take, for each pixel of four bytes; of deep pixels more.
+/// Above 0 the share is waited for until other workers are done.
+[[nodiscard]] HeldPicture readAndHold(const QString &path, Colours colours = Colours::Srgb,
+                                      int bytesPerPixel = 0);
 
 /// A thumbnail, and the size of the picture it was made from.
 struct Thumbnail

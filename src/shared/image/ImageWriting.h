@@ -15,6 +15,11 @@ namespace ImageWriting {
 /// a profile that writers refuse or drop gives way to sRGB, which is what a reader assumes.
 [[nodiscard]] QImage fitted(QImage image, const QByteArray &format);
 
+/// Memory that `fitted` and `write` take for each pixel of four bytes, beside the picture; of deep pixels it
+/// is twice as much.
+/// @param format the suffix of such files, in lower case
+[[nodiscard]] int bytesPerPixel(const QByteArray &format);
+
 /// Encodes a picture, with the metadata of the file that it was made from where the format can hold them.
 /// @param format the suffix of such files, in lower case
 /// @param quality 0 to 100; below 0: the format's own choice

@@ -13,6 +13,7 @@ namespace {
 // A share that is never given back, since its file hangs on a dead drive, holds up nobody for longer than
 // this.
 constexpr int longestWaitMs = 10000;
+constexpr int longestWaitOfEncodersMs = 600000;
 
 constexpr qint64 mostBytes = std::numeric_limits<qint64>::max() / 1024; ///< so that no sum overflows
 
@@ -41,10 +42,10 @@ int MemoryBudget::waiting()
     return memory.lock()->waitingShares;
 }
 
-MemoryBudget::Share::Share(qint64 bytes)
+MemoryBudget::Share::Share(qint64 bytes, Patience patience)
     : bytes(std::min(bytes, mostBytes))
 {
-    const QDeadlineTimer deadline(longestWaitMs);
+    const QDeadlineTimer deadline(patience == Patience::Long ? longestWaitOfEncodersMs : longestWaitMs);
     auto access = memory.lock();
     ++access->waitingShares;
     while (access->inUse > 0 && bytes > access->budget - access->inUse && access.wait(deadline)) {

@@ -15,11 +15,18 @@ void setBytes(qint64 bytes);
 /// How many wait for their share at this moment.
 [[nodiscard]] int waiting();
 
-/// Held while one picture is decoded. One that needs more than the whole budget is decoded alone.
+/// How long a share is waited for.
+enum class Patience
+{
+    Short, ///< somebody looks on
+    Long   ///< until encoders, which take minutes, are done
+};
+
+/// Held while one picture is decoded or encoded. One that needs more than the whole budget has it alone.
 class Share
 {
 public:
-    [[nodiscard]] explicit Share(qint64 bytes);
+    [[nodiscard]] explicit Share(qint64 bytes, Patience patience = Patience::Short);
     ~Share();
     Q_DISABLE_COPY_MOVE(Share)
 
