@@ -5,6 +5,7 @@
 #include <QSize>
 
 #include <jxl/codestream_header.h>
+#include <jxl/color_encoding.h>
 
 /// JPEG XL files of kinds that the program does not write, made by libjxl: one colour.
 namespace JxlFiles {
@@ -18,6 +19,7 @@ struct Kind
     quint32 duration = 0; ///< of a frame; one of nothing belongs to the same picture as the next
     bool lossy = false;
     QByteArray profile = {}; ///< sRGB if empty
+    JxlTransferFunction transfer = JXL_TRANSFER_FUNCTION_SRGB;
 };
 
 constexpr int colours[] = {200, 100, 50}; // of 255

@@ -7,8 +7,7 @@
 namespace Heif {
 
 /// The colour space that is stored with a picture: its ICC profile, else its code points. Invalid if there is
-/// none, if Qt cannot express it (an ICC profile is in it all the same), and for the transfers of high
-/// dynamic range (PQ, HLG).
+/// none or if Qt cannot express it; then `iccProfile` says what it is.
 [[nodiscard]] QColorSpace colourSpace(const heif_image_handle &handle);
 
 /// Stores the colour space with a picture that is to be encoded: sRGB, and none at all, as code points, any

@@ -1,5 +1,7 @@
 #include "formats/jxl/JxlColour.h"
 
+#include "shared/image/ColourCodePoints.h"
+
 #include <QByteArray>
 
 #include <jxl/version.h>
@@ -8,6 +10,8 @@
 #include <array>
 
 namespace {
+
+constexpr int displayP3 = 12; ///< with its white of D65, which libjxl keeps apart
 
 using Primaries = QColorSpace::Primaries;
 using Transfer = QColorSpace::TransferFunction;
@@ -106,8 +110,12 @@ std::optional<QColorSpace> fromEncoding(const JxlColorEncoding &encoding)
 {
     const bool grey = encoding.color_space == JXL_COLOR_SPACE_GRAY;
     if (encoding.transfer_function == JXL_TRANSFER_FUNCTION_PQ
-        || encoding.transfer_function == JXL_TRANSFER_FUNCTION_HLG)
-        return QColorSpace();
+        || encoding.transfer_function
+               == JXL_TRANSFER_FUNCTION_HLG) // libjxl's numbers are those of code points
+        return Colour::colourSpace({grey                                     ? JXL_PRIMARIES_SRGB
+                                    : encoding.primaries == JXL_PRIMARIES_P3 ? displayP3
+                                                                             : int(encoding.primaries),
+                                    int(encoding.transfer_function)});
     const bool srgb = grey || encoding.primaries == JXL_PRIMARIES_SRGB;
     if (encoding.white_point != JXL_WHITE_POINT_D65 || (!srgb && encoding.primaries != JXL_PRIMARIES_P3))
         return std::nullopt;

@@ -1,5 +1,7 @@
 #include "shared/image/ColourConversion.h"
 
+#include "shared/image/ColourCodePoints.h"
+#include "shared/image/ColourToneMapping.h"
 #include "shared/image/ParallelRows.h"
 
 #include <QColorSpace>
@@ -123,6 +125,8 @@ QImage Colour::inSrgb(QImage image)
     if (space == QColorSpace(QColorSpace::SRgb))
         return image;
     const QByteArray profile = space.iccProfile();
+    if (const std::optional<CodePoints> points = highDynamicRange(profile))
+        return toneMapped(std::move(image), *points);
     if (!profile.isEmpty() && (!space.isValid() || hasTables(profile)))
         return convertedByTables(image, profile);
     if (space.isValid())

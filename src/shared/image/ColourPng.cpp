@@ -1,5 +1,7 @@
 #include "shared/image/ColourPng.h"
 
+#include "shared/image/ColourCodePoints.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QtEndian>
@@ -30,7 +32,7 @@ Chunks colourChunks(QIODevice &file)
         if (head.size() < 8 || type == "IDAT" || type == "IEND")
             break;
         const qint64 length = qFromBigEndian<quint32>(head.constData());
-        const bool isWanted = QByteArrayList{"iCCP", "sRGB", "gAMA", "cHRM"}.contains(type);
+        const bool isWanted = QByteArrayList{"cICP", "iCCP", "sRGB", "gAMA", "cHRM"}.contains(type);
         if (isWanted && length <= mostBytes)
             found.insert(type, file.read(length));
         if (file.skip(isWanted && length <= mostBytes ? checksum : length + checksum) < checksum)
@@ -87,6 +89,12 @@ QByteArray profileOf(const QByteArray &chunk)
 QColorSpace pngColourSpace(QIODevice &file, const QColorSpace &read)
 {
     const Chunks chunks = colourChunks(file);
+    if (const QByteArray points = chunks["cICP"]; points.size() == 4) { // counts before all others
+        const QColorSpace space =
+            Colour::colourSpace({static_cast<uchar>(points[0]), static_cast<uchar>(points[1])});
+        if (!space.iccProfile().isEmpty())
+            return space;
+    }
     if (const QByteArray profile = profileOf(chunks["iCCP"]); !profile.isEmpty())
         return QColorSpace::fromIccProfile(profile);
     return meansSrgb(chunks) ? QColorSpace(QColorSpace::SRgb) : read;

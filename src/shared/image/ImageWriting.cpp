@@ -1,5 +1,6 @@
 #include "shared/image/ImageWriting.h"
 
+#include "shared/image/ColourCodePoints.h"
 #include "shared/image/ColourConversion.h"
 #include "shared/image/EmbeddedMetadata.h"
 #include "shared/image/ImageMetadata.h"
@@ -79,7 +80,8 @@ QImage withWritableProfile(QImage image, const QByteArray &format)
     const QByteArray profile = image.colorSpace().iccProfile();
     const bool greyPixels = QImage::toPixelFormat(image.format()).colorModel() == QPixelFormat::Grayscale;
     const bool greyProfile = profile.mid(16, 4) == "GRAY"; // the header's field for the model
-    const bool isHeld = holdsProfile(format, image.colorSpace().isValid()) && greyPixels == greyProfile;
+    const bool isHeld = holdsProfile(format, image.colorSpace().isValid()) && greyPixels == greyProfile
+                        && !Colour::highDynamicRange(profile);
     return profile.isEmpty() || (isHeld && !(greyPixels && jpeg)) ? image : Colour::inSrgb(std::move(image));
 }
 

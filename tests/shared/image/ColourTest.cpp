@@ -1,4 +1,5 @@
 #include "shared/image/ImageReading.h"
+#include "shared/image/ImageWriting.h"
 #include "support/ColourProfiles.h"
 #include "support/Files.h"
 #include "support/JxlFiles.h"
@@ -21,6 +22,13 @@ class ColourTest : public FolderTest
     Q_OBJECT
 
 private:
+    /// The largest difference of a channel, of 255.
+    static int mostApart(QRgb one, QRgb other)
+    {
+        return std::max({qAbs(qRed(one) - qRed(other)), qAbs(qGreen(one) - qGreen(other)),
+                         qAbs(qBlue(one) - qBlue(other))});
+    }
+
     static QByteArray bigEndian(const QList<int> &numbers)
     {
         QByteArray bytes;
@@ -118,7 +126,7 @@ private slots:
         const QByteArray profile = ColourProfiles::rotatedInks();
         const auto shown = [](int cyan, int magenta, int yellow, int black) {
             const auto on = [black](int left) { return left * black / 255; };
-            return QColor::fromRgb(ColourProfiles::rotate(qRgb(on(cyan), on(magenta), on(yellow))));
+            return ColourProfiles::rotate(qRgb(on(cyan), on(magenta), on(yellow)));
         };
         const std::array<JSAMPLE, 4> left{200, 100, 50, 128};
         write("inks.jpg", inkJpeg(left, profile));
@@ -136,7 +144,7 @@ private slots:
         tiff.profile = profile;
         TiffFiles::make(path("inks.tif"), tiff);
         const auto stored = [](int sample) { return 255 - TiffFiles::value(2, 2, sample) / 257; };
-        const QColor ofAll = shown(left[0], left[1], left[2], left[3]);
+        const QRgb ofAll = shown(left[0], left[1], left[2], left[3]);
         for (const auto &[format, colour] : {std::pair("jpg", ofAll),
                                              {"psd", ofAll},
                                              {"jxl", ofAll},
@@ -146,20 +154,15 @@ private slots:
             if (format != QByteArray("tif")) // of one colour
                 images.append(ImageReading::readThumbnail(file, 10).image);
             for (const QImage &image : images) {
-                const QColor found = image.pixelColor(2, 2);
-                const int most =
-                    std::max({qAbs(found.red() - colour.red()), qAbs(found.green() - colour.green()),
-                              qAbs(found.blue() - colour.blue())});
-                QVERIFY2(most < 8, qPrintable(format + found.name() + colour.name()));
+                const QRgb found = image.pixel(2, 2);
+                QVERIFY2(mostApart(found, colour) < 8, qPrintable(format + QColor(found).name()));
             }
         }
     }
 
-    /// The colour, a grey or of 16 bits, as an AVIF file with these code points.
-    static QByteArray avif(const QColor &colour, char primaries, char transfer)
+    /// The picture as an AVIF file with these code points.
+    static QByteArray avif(const QImage &image, char primaries, char transfer)
     {
-        QImage image(64, 64, QImage::Format_RGBX64);
-        image.fill(colour);
         QByteArray file = Pictures::encoded(image, "avif", 100);
         const qsizetype at = file.indexOf("nclx") + 4;
         file[at + 1] = primaries;
@@ -170,6 +173,8 @@ private slots:
     void codePointsOfWidePrimaries()
     {
         const QColor stored = QColor::fromRgbF(0.6F, 0.4F, 0.3F);
+        QImage image(64, 64, QImage::Format_RGBX64);
+        image.fill(stored);
         // To the primaries of sRGB (ITU-R BT.2407, 2.2, and for those of Display P3 from their
         // chromaticities).
         const QList<double> fromBt2020{1.6605,  -0.5876, -0.0728, -0.1246, 1.1329,
@@ -183,7 +188,7 @@ private slots:
         };
         for (const auto &[primaries, matrix] : {std::pair('\x09', fromBt2020), {'\x0c', fromP3}})
             for (const char transfer : {1, 6, 14, 15}) {
-                write("camera.avif", avif(stored, primaries, transfer));
+                write("camera.avif", avif(image, primaries, transfer));
                 const QColor found = ImageReading::read(path("camera.avif")).pixelColor(30, 30);
                 const double light[]{undone(stored.redF()), undone(stored.greenF()), undone(stored.blueF())};
                 for (int i = 0; i < 3; ++i) {
@@ -214,6 +219,71 @@ private slots:
                 for (const QImage &read : {ImageReading::read(file), fromEighth})
                     QVERIFY2(Pictures::difference(read, expected.scaled(read.size())) < 4, format);
             }
+        }
+    }
+
+    /// Against what FFmpeg 5.1 with libplacebo 4.208 makes of the same patches on Mesa's lavapipe, from 16
+    /// bits by setparams=color_primaries=bt2020:color_trc=smpte2084 (or arib-std-b67),
+    /// zscale=m=2020_ncl:r=full, format=yuv444p16, hwupload,
+    /// libplacebo=color_primaries=bt709:color_trc=iec61966-2-1:range=pc:dithering=none, the tone mapping left
+    /// to it (BT.2446 A).
+    void highDynamicRange()
+    {
+        const QList<double> lights{100, 203, 450, 700}; // cd/m2, of HLG at the scene in 1/1000
+        const QList<QList<double>> hues{{1, 1, 1}, {0.7, 0.3, 0.15}, {0.15, 0.2, 0.7}, {0.8, 0.4, 0.7}};
+        const QList<QRgb> ofPq{0x818181, 0xa7a7a7, 0xd5d5d5, 0xececec, 0x894832, 0xb05f44,
+                               0xe9815f, 0xff9871, 0x2b4582, 0x3a5ba6, 0x517adc, 0x6290ff,
+                               0x895274, 0xb16c97, 0xe892c8, 0xffaae2};
+        const QList<QRgb> ofHlg{0x6f6f6f, 0x989898, 0xcfcfcf, 0xebebeb, 0x6f3a28, 0x975039,
+                                0xd37354, 0xfe8d67, 0x203566, 0x2f4a89, 0x4569be, 0x5580e5,
+                                0x724360, 0x9a5d83, 0xd885b8, 0xff9fdb};
+        const auto pq = [](double light) {
+            const double y = std::pow(light / 10000, 2610.0 / 16384);
+            return std::pow((0.8359375 + 18.8515625 * y) / (1 + 18.6875 * y), 78.84375);
+        };
+        const auto hlg = [](double light) {
+            return light < 1000 / 12.0 ? std::sqrt(3 * light / 1000)
+                                       : 0.17883277 * std::log(12 * light / 1000 - 0.28466892) + 0.55991073;
+        };
+        constexpr int side = 32;
+        for (const auto &[transfer, signal, expected] :
+             {std::tuple<char, std::function<double(double)>, QList<QRgb>>(16, pq, ofPq), {18, hlg, ofHlg}}) {
+            QImage image(side * 16, 2 * side, QImage::Format_RGBX64);
+            image.fill(QColor::fromRgbF(float(signal(1000)), float(signal(1000)), float(signal(1000))));
+            QPainter painter(&image);
+            for (int i = 0; i < 16; ++i) {
+                const auto of = [&](int channel) {
+                    return static_cast<quint16>(
+                        std::lround(65535 * signal(lights[i % 4] * hues[i / 4][channel])));
+                };
+                painter.fillRect(side * i, 0, side, side, QColor::fromRgba64(of(0), of(1), of(2)));
+            }
+            painter.end();
+            write("hdr.png",
+                  png(image, {{"cICP", QByteArray("\x09\0\0\1", 4).replace(1, 1, QByteArray(1, transfer))}}));
+            write("hdr.avif", avif(image, 9, transfer));
+            for (const char *const name : {"hdr.png", "hdr.avif"}) {
+                const QImage shown = ImageReading::read(path(name));
+                for (int i = 0; i < 16; ++i) {
+                    const QRgb found = shown.pixel(side * i + side / 2, side / 2);
+                    QVERIFY2(mostApart(found, expected[i]) <= 5,
+                             qPrintable(name + QString::number(i) + QColor(found).name()));
+                }
+            }
+            // From here on all is one: JPEG XL, the thumbnail, what a target gets that can't say it.
+            JxlFiles::Kind kind;
+            kind.transfer = static_cast<JxlTransferFunction>(transfer);
+            write("hdr.jxl", JxlFiles::make(kind));
+            QImage same(kind.size, QImage::Format_RGB32);
+            same.fill(qRgb(JxlFiles::colours[0], JxlFiles::colours[1], JxlFiles::colours[2]));
+            write("same.png",
+                  png(same, {{"cICP", QByteArray("\1\0\0\1", 4).replace(1, 1, QByteArray(1, transfer))}}));
+            const QRgb seen = ImageReading::read(path("same.png")).pixel(2, 2);
+            QVERIFY(mostApart(seen, same.pixel(2, 2)) > 8);
+            QVERIFY(mostApart(ImageReading::read(path("hdr.jxl")).pixel(2, 2), seen) < 3);
+            QVERIFY(mostApart(ImageReading::readThumbnail(path("same.png"), 5).image.pixel(2, 2), seen) < 3);
+            const QImage stored = ImageReading::read(path("same.png"), ImageReading::Colours::AsStored);
+            QVERIFY(mostApart(ImageWriting::fitted(stored, "png").pixel(2, 2), seen) < 3);
         }
     }
 
