@@ -8,6 +8,7 @@
 #include "shared/Settings.h"
 #include "shared/VistamoGlobal.h"
 #include "support/Files.h"
+#include "support/Tools.h"
 
 #include <QPainter>
 #include <QtTest>
@@ -60,16 +61,16 @@ private slots:
                  VistamoGlobal::pdfFileName, VistamoGlobal::targeFileType, VistamoGlobal::targeFileQuality});
         };
         QCOMPARE(options(), QVariantList({1, 0, 1, 20, false, true, 2, QString(), QString(), 6, 95}));
-        const QByteArray stored =
-            "[%General]\noutputFolder=/out\npageMargin=0\npageMarginSize=7\npageOrientation=0\npageSize=3\n"
-            "pdfFileName=all.pdf\npdfQuality=5\npdfSmoothEdges=false\nresizeImageToPaper=true\n"
-            "targeFileQuality=0\ntargeFileType=4\n";
-        write("ImageToPDF.ini", stored);
+        write("ImageToPDF.ini",
+              "[%General]\noutputFolder=/out\npageMargin=0\npageMarginSize=7\npageOrientation=0\npageSize=3\n"
+              "pdfFileName=all.pdf\npdfQuality=5\npdfSmoothEdges=false\nresizeImageToPaper=true\n"
+              "targeFileQuality=0\ntargeFileType=4\n");
+        const QStringList stored = lines("ImageToPDF.ini");
         loadBatchSettings();
         QCOMPARE(options(), QVariantList({0, 3, 0, 7, true, false, 5, "/out", "all.pdf", 4, 0}));
         QVERIFY(QFile::remove(path("ImageToPDF.ini")));
         saveBatchSettings();
-        QCOMPARE(read("ImageToPDF.ini"), stored);
+        QCOMPARE(lines("ImageToPDF.ini"), stored);
         setSettingsFolder({});
     }
 
@@ -140,10 +141,7 @@ private slots:
             QVERIFY(GifEncoder::write(picture, file));
             file.close();
             QVERIFY(!GifEncoder::write(picture, file)); // closed
-            QProcess giftext;
-            giftext.start("giftext", {file.fileName()});
-            QVERIFY(giftext.waitForFinished());
-            const QByteArray text = giftext.readAll();
+            const QByteArray text = Tools::run("giftext", {file.fileName()}).value_or("failed");
             QVERIFY2(text.contains("terminated normally"), text);
             const QString size =
                 QStringLiteral("Width = %1, Height = %2.").arg(picture.width()).arg(picture.height());

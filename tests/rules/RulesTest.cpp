@@ -76,8 +76,9 @@ private slots:
             flag.write(store, !flag.read(store));
         exportImagePath().write(store, "/d");
         store.sync();
-        QCOMPARE(read("Vistamo.ini"), "[%General]\nexportImagePath=/d\niconSize=130\nimageScale=2\n"
-                                      "showCheckbox=false\nshowGallery=false\n");
+        QCOMPARE(lines("Vistamo.ini"),
+                 QStringList({"[%General]", "exportImagePath=/d", "iconSize=130", "imageScale=2",
+                              "showCheckbox=false", "showGallery=false"}));
         setSettingsFolder({});
     }
 

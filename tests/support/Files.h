@@ -47,6 +47,13 @@ protected:
         QVERIFY(Files::write(path(name), content));
     }
     QByteArray read(const QString &name) const { return Files::read(path(name)); }
+    /// The lines of a text in an order of their own, whatever ends them.
+    QStringList lines(const QString &name) const
+    {
+        QStringList lines = QString::fromUtf8(read(name)).remove('\r').split('\n', Qt::SkipEmptyParts);
+        lines.sort();
+        return lines;
+    }
 
     std::unique_ptr<QTemporaryDir> folder;
 };

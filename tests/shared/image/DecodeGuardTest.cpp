@@ -3,8 +3,8 @@
 
 #include <QtTest>
 
+#include <cstdlib>
 #include <list>
-#include <unistd.h>
 
 namespace {
 
@@ -24,13 +24,21 @@ private slots:
     {
         newFolder({"notes"});
         notes = path("notes");
-        killer = path(QString::fromUtf8("killer 1 \n\u05d0.jpg"));
+        const QString oddName = QString::fromUtf8("killer 1 \n\u05d0.jpg");
+#ifdef Q_OS_WIN
+        killer = path(QString(oddName).remove('\n')); // no name there
+#else
+        killer = path(oddName);
+#endif
         other = path("other.jpg");
         for (const QString &file : {killer, other})
             QVERIFY(Files::write(file, "x"));
     }
 
-    void cleanup() { DecodeGuard::finish(); }
+    void cleanup()
+    {
+        DecodeGuard::finish();
+    }
     void fileOfTwoDeathsIsPassedOverUntilItChanges()
     {
         dieDecoding({killer});
@@ -113,7 +121,7 @@ int main(int argc, char *argv[])
     if (arguments.value(1) == "--die") {
         DecodeGuard::start(arguments[2]);
         const std::list<DecodeGuard::Decoding> inFlight(arguments.cbegin() + 3, arguments.cend());
-        _exit(7);
+        std::_Exit(7);
     }
     DecodeGuardTest test;
     return QTest::qExec(&test, argc, argv);
