@@ -1,5 +1,6 @@
 #include "library/FolderProbe.h"
 
+#include "shared/platform/Platform.h"
 #include "shared/threads/Guarded.h"
 
 #include <QDeadlineTimer>
@@ -13,19 +14,30 @@
 
 namespace {
 
-using Answers = Guarded<QHash<QString, bool>>;
+using Answers = Guarded<QHash<QString, FolderState>>;
+
+FolderState stateOf(const QString &path)
+{
+    const QFileInfo info(path);
+    if (info.exists())
+        return FolderState::There;
+    if (path.isEmpty())
+        return FolderState::Gone;
+    const bool isAway = Platform::isMountPlace(path) || !QFileInfo::exists(info.path());
+    return isAway ? FolderState::Away : FolderState::Gone;
+}
 
 } // namespace
 
-QHash<QString, bool> probeFolders(const QStringList &paths, int milliseconds)
+QHash<QString, FolderState> probeFolders(const QStringList &paths, int milliseconds)
 {
     // Shared with the threads, since one that hangs outlives the call.
     const auto answers = std::make_shared<Answers>();
     for (const QString &path : paths) {
         const auto look = [answers, path] {
-            const bool exists = QFileInfo::exists(path);
+            const FolderState state = stateOf(path);
             auto access = answers->lock();
-            access->insert(path, exists);
+            access->insert(path, state);
             access.wakeOne();
         };
         try {

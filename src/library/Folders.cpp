@@ -9,6 +9,7 @@
 
 Folders::Folders()
     : folderRoot(treeModel.invisibleRootItem())
+    , storedFolders([this] { return paths(); })
 {
 }
 
@@ -34,7 +35,7 @@ void Folders::add(const QString &path, const QIcon &icon)
     const QFileInfo info(path);
     folderList.prepend({info.fileName(), info.path(), path, icon});
     folderRoot->insertRow(0, new QStandardItem(icon, info.fileName()));
-    assertInStep();
+    changed();
 }
 
 bool Folders::move(int from, int to)
@@ -44,7 +45,7 @@ bool Folders::move(int from, int to)
         return false;
     treeModel.insertRow(to, treeModel.takeRow(from));
     folderList.move(from, to);
-    assertInStep();
+    changed();
     return true;
 }
 
@@ -59,12 +60,13 @@ bool Folders::remove(const QString &path)
     treeModel.removeRow(static_cast<int>(found - folderList.cbegin()));
     folderList.erase(found);
     qDebug() << "folderList.count(): " << folderList.count();
-    assertInStep();
+    changed();
     return true;
 }
 
-void Folders::assertInStep() const
+void Folders::changed()
 {
+    storedFolders.writeSoon();
     Q_ASSERT_X(treeModel.rowCount() == folderList.size(), "Folders",
                qPrintable(QStringLiteral("%1 rows, %2 entries").arg(treeModel.rowCount()).arg(count())));
     for (int row = 0; row < count(); ++row)

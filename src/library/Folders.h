@@ -1,18 +1,22 @@
 #pragma once
 
+#include "library/StoredFolders.h"
 #include "library/TFolderData.h"
 
 #include <QStandardItemModel>
 #include <QStringList>
 
 /// The user's list of folders, and the model of the side tree: entry n and row n are the same folder. The
-/// newest is on top. Looks at no disk. GUI thread.
+/// newest is on top. Looks at none of them. GUI thread.
 class Folders
 {
 public:
     Folders();
 
     QStandardItemModel &model() { return treeModel; }
+
+    /// The list in the settings, which follows this one.
+    StoredFolders &stored() { return storedFolders; }
     [[nodiscard]] bool isEmpty() const { return folderList.isEmpty(); }
     [[nodiscard]] int count() const { return static_cast<int>(folderList.size()); }
 
@@ -35,9 +39,10 @@ public:
     [[nodiscard]] bool remove(const QString &path);
 
 private:
-    void assertInStep() const;
+    void changed();
 
     QStandardItemModel treeModel;
     QStandardItem *const folderRoot;
     QList<TFolderData> folderList;
+    StoredFolders storedFolders;
 };

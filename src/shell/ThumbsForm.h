@@ -22,7 +22,6 @@
 #include <memory>
 
 class ImagesToPDFForm;
-class QSettings;
 class QStackedLayout;
 class QTimer;
 class SlideShowForm;
@@ -206,7 +205,7 @@ private:
 
     // Settings
     void loadSettings();
-    void loadFolderList(QSettings &settings);
+    void loadFolderList();
     void saveSettings();
 
     // Folder list

@@ -121,6 +121,41 @@ private slots:
         QCOMPARE(kept.last(), "1");
     }
 
+    void folderListIsStoredWhileOthersRun()
+    {
+        const auto store = [this](const QStringList &folders) {
+            QSettings settings = programSettings();
+            settings.setValue("General/folderListCount", folders.size());
+            for (qsizetype i = 0; i < folders.size(); ++i)
+                settings.setValue(QStringLiteral("General/folderList%1").arg(folders.size() - 1 - i),
+                                  path(folders[i]));
+        };
+        const auto stored = [this] {
+            const QSettings settings = programSettings();
+            QStringList folders;
+            for (int i = settings.value("General/folderListCount").toInt() - 1; i >= 0; --i) {
+                const QString folder =
+                    settings.value(QStringLiteral("General/folderList%1").arg(i)).toString();
+                folders.append(QDir(path("")).relativeFilePath(folder));
+            }
+            return folders;
+        };
+        // One is gone, the other away with its drive.
+        start({path("a"), path("drive/x"), path("gone")}, 30);
+        QCOMPARE(program->tree(), QStringList({"a", "x"}));
+        addFolder(path("b"));
+        QTRY_COMPARE(stored(), QStringList({"b", "a", "drive/x"}));
+        // Another program adds a folder, removes one, and ends.
+        store({"theirs", "b", "a"});
+        addFolder(path("c"));
+        const QStringList all = {"c", "b", "a", "theirs"};
+        QTRY_COMPARE(stored(), all);
+        program->click("openFileMinButton");
+        QTRY_COMPARE(stored(), all.mid(1));
+        program.reset();
+        QCOMPARE(stored(), all.mid(1));
+    }
+
     void listIsThatOfTheDisk()
     {
         write("a/broken.jpg", "broken");

@@ -38,6 +38,9 @@ using Move = std::function<bool(const QString &from, const QString &to)>;
 /// @param moveAcross moves a file to another file system, where its own has no trash
 [[nodiscard]] bool moveToTrash(const QString &path, const Move &moveAcross);
 
+/// True for a path at which nothing stands but the root of a drive, a share or a medium while it is there.
+[[nodiscard]] bool isMountPlace(const QString &path);
+
 /// Lowers the priority of the calling thread from now on.
 void lowerThreadPriority();
 

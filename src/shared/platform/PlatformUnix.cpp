@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <filesystem>
@@ -116,6 +117,14 @@ void Platform::flushFolder(const QString &path)
         return;
     fsync(folder);
     close(folder);
+}
+
+bool Platform::isMountPlace(const QString &path)
+{
+    // Where desktops mount what is plugged in.
+    static const QRegularExpression places(
+        QStringLiteral("^/(media(/[^/]+)?|run/media/[^/]+|mnt|Volumes)/[^/]+/?$"));
+    return places.match(path).hasMatch();
 }
 
 void Platform::lowerThreadPriority()

@@ -1,6 +1,7 @@
 #include "shared/platform/Platform.h"
 
 #include <QDir>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <limits>
@@ -69,6 +70,13 @@ bool Platform::flushToDisk(const QFileDevice &file)
 
 // The log of the file system keeps its names in order.
 void Platform::flushFolder(const QString &) {}
+
+bool Platform::isMountPlace(const QString &path)
+{
+    static const QRegularExpression places(
+        QStringLiteral("^([A-Za-z]:|[\\\\/]{2}[^\\\\/]+[\\\\/][^\\\\/]+)[\\\\/]?$"));
+    return places.match(path).hasMatch();
+}
 
 void Platform::lowerThreadPriority()
 {

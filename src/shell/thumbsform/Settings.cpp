@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr int mostFolders = 20;
 // Folders on a disk answer within a few of these; the start doesn't wait longer for those that don't.
 constexpr int folderAnswerMs = 300;
 // The size that the stored value gives to the view, until a button brings it into its own limits.
@@ -34,7 +33,7 @@ void ThumbsForm::loadSettings()
     ui->galleryTableView->setVisible(VistamoGlobal::showGallery);
     VistamoGlobal::exportImagePath = BrowserSettings::exportImagePath().read(store);
 
-    loadFolderList(store);
+    loadFolderList();
 
     ui->pathWidget->setVisible(!folders.isEmpty());
     if (!folders.isEmpty())
@@ -46,19 +45,17 @@ void ThumbsForm::loadSettings()
 }
 
 /// Restores the list in its order: each folder goes to the top. One that is gone is left out; one on a drive
-/// that doesn't answer stays.
-void ThumbsForm::loadFolderList(QSettings &store)
+/// that is away or doesn't answer stays.
+void ThumbsForm::loadFolderList()
 {
-    const int count = std::min(BrowserSettings::folderListCount.read(store), mostFolders);
-    QStringList paths;
-    for (int index = 0; index < count; ++index)
-        paths.append(BrowserSettings::folderList(index).read(store));
-
-    const QHash<QString, bool> exists = probeFolders(paths, folderAnswerMs);
-    for (const QString &path : paths) {
-        if (exists.contains(path))
+    QStringList paths = folders.stored().read();
+    std::reverse(paths.begin(), paths.end());
+    const QHash<QString, FolderState> states = probeFolders(paths, folderAnswerMs);
+    for (const QString &path : std::as_const(paths)) {
+        const FolderState state = states.value(path, FolderState::Away);
+        if (state == FolderState::There)
             addFolderToList(path);
-        else
+        else if (state == FolderState::Away)
             insertFolder(path, QFileIconProvider().icon(QFileIconProvider::Folder));
     }
 }
@@ -71,10 +68,5 @@ void ThumbsForm::saveSettings()
     BrowserSettings::showCheckbox.write(store, VistamoGlobal::showCheckbox);
     BrowserSettings::exportImagePath().write(store, VistamoGlobal::exportImagePath);
     BrowserSettings::iconSize.write(store, VistamoGlobal::iconSize);
-
-    const int count = std::min(folders.count(), mostFolders);
-    BrowserSettings::folderListCount.write(store, count);
-    // Last first, since each is put at the top when the list is restored.
-    for (int index = 0; index < count; ++index)
-        BrowserSettings::folderList(index).write(store, folders.pathAt(count - 1 - index));
+    folders.stored().write();
 }
