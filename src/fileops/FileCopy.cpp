@@ -92,10 +92,12 @@ bool FileCopy::copy(const QString &source, const QString &target, Existing exist
     progress.total = before.size();
 
     using Link = ReplacementFile::Link;
+    using Name = ReplacementFile::Name;
     ReplacementFile to(target, Link::Replace);
-    if (!to.create()
-        || (before.fileName() == QFileInfo(target).fileName() && isSeenBeside(source, to.fileName()))
-        || !copyContents(from, to, progress))
+    const bool mayBeOneFolder =
+        existing == Existing::Replace && before.fileName() == QFileInfo(target).fileName();
+    if (!to.create(mayBeOneFolder ? Name::Hidden : Name::None)
+        || (mayBeOneFolder && isSeenBeside(source, to.fileName())) || !copyContents(from, to, progress))
         return false;
     const QFileInfo after(source);
     if (to.size() != before.size() || after.size() != before.size()

@@ -50,4 +50,6 @@ extern "C" int fsync(int file)
 LOGGED(rename, (const char *from, const char *to), (from, to), QStringLiteral("rename %1 %2").arg(from, to))
 LOGGED(renameat2, (int a, const char *from, int b, const char *to, unsigned flags), (a, from, b, to, flags),
        QStringLiteral("rename %1 %2").arg(from, to))
+LOGGED(linkat, (int a, const char *from, int b, const char *to, int flags), (a, from, b, to, flags),
+       QStringLiteral("link %1").arg(to))
 LOGGED(unlink, (const char *path), (path), QStringLiteral("remove %1").arg(path))

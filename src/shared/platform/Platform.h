@@ -19,6 +19,14 @@ namespace Platform {
 /// The same for the names in a folder, where the system knows it.
 void flushFolder(const QString &path);
 
+/// Opens a new file in a folder, for reading and writing, that has no name and goes with its handle. Its
+/// number, or -1 where the system does not know such files.
+/// @param forUserAlone whether nobody else may open it
+[[nodiscard]] int openUnnamed(const QString &folder, bool forUserAlone);
+
+/// Gives an open file without a name one in its folder. False if that failed, or something stands there.
+[[nodiscard]] bool giveName(const QFileDevice &file, const QString &path);
+
 /// The permissions of a new file that the user alone may open; nothing where new files go by the access list
 /// of their folder.
 [[nodiscard]] std::optional<QFileDevice::Permissions> privatePermissions();

@@ -140,6 +140,28 @@ std::optional<QFileDevice::Permissions> Platform::privatePermissions()
     return QFileDevice::ReadOwner | QFileDevice::WriteOwner;
 }
 
+int Platform::openUnnamed(const QString &folder, bool forUserAlone)
+{
+#ifdef O_TMPFILE
+    // It gets its name by way of this folder.
+    if (access("/proc/self/fd", X_OK) == 0)
+        return open(QFile::encodeName(folder).constData(), O_TMPFILE | O_RDWR | O_CLOEXEC,
+                    forUserAlone ? 0600 : 0666);
+#else
+    Q_UNUSED(folder)
+    Q_UNUSED(forUserAlone)
+#endif
+    return -1;
+}
+
+bool Platform::giveName(const QFileDevice &file, const QString &path)
+{
+    const QByteArray unnamed = "/proc/self/fd/" + QByteArray::number(file.handle());
+    return linkat(AT_FDCWD, unnamed.constData(), AT_FDCWD, QFile::encodeName(path).constData(),
+                  AT_SYMLINK_FOLLOW)
+           == 0;
+}
+
 void Platform::copyAttributes(const QString &from, QFileDevice &to)
 {
 #ifdef Q_OS_LINUX

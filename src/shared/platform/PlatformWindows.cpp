@@ -83,6 +83,16 @@ void Platform::lowerThreadPriority()
     SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_BELOW_NORMAL);
 }
 
+int Platform::openUnnamed(const QString &, bool)
+{
+    return -1;
+}
+
+bool Platform::giveName(const QFileDevice &, const QString &)
+{
+    return false;
+}
+
 std::optional<QFileDevice::Permissions> Platform::privatePermissions()
 {
     return std::nullopt;

@@ -4,11 +4,16 @@
 #include "shared/platform/Platform.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QSet>
 #include <QtDebug>
 
+#include <algorithm>
 #include <filesystem>
+#include <mutex>
 #include <system_error>
 
 namespace {
@@ -23,6 +28,24 @@ QString targetOfLink(const QString &path)
     return file.exists() ? file.canonicalFilePath() : file.symLinkTarget();
 }
 
+QString hiddenPath(const QString &folder)
+{
+    const quint32 number = QRandomGenerator::global()->generate();
+    return QDir(folder).filePath(QStringLiteral(".orrelan-%1.tmp").arg(number, 8, 16, QLatin1Char('0')));
+}
+
+/// Sweeps a folder as the first file of this run is written there.
+void sweepOnce(const QString &folder)
+{
+    static std::mutex mutex;
+    static QSet<QString> swept;
+    const std::lock_guard lock(mutex);
+    if (swept.contains(folder))
+        return;
+    swept.insert(folder);
+    ReplacementFile::sweep(folder, QDateTime::currentDateTime());
+}
+
 } // namespace
 
 ReplacementFile::ReplacementFile(const QString &target, Link link)
@@ -33,13 +56,35 @@ ReplacementFile::ReplacementFile(const QString &target, Link link)
 
 ReplacementFile::~ReplacementFile()
 {
-    if (isOpen()) {
-        close();
+    if (isOpen())
+        drop();
+}
+
+void ReplacementFile::drop()
+{
+    close();
+    // Some systems remove nothing that is write-protected.
+    if (!fileName().isEmpty() && !remove()) {
+        setPermissions(ReadOwner | WriteOwner);
         remove();
     }
 }
 
-bool ReplacementFile::create()
+void ReplacementFile::sweep(const QString &folder, const QDateTime &now)
+{
+    static const QRegularExpression ours(QStringLiteral("^\\.orrelan-[0-9a-f]{8}\\.tmp$"));
+    QDirIterator files(folder, {QStringLiteral(".orrelan-*.tmp")},
+                       QDir::Files | QDir::Hidden | QDir::NoSymLinks);
+    while (files.hasNext()) {
+        const QFileInfo file(files.next());
+        // The time of the last change may be that of a file of which it is a copy.
+        const QDateTime latest = std::max({file.lastModified(), file.metadataChangeTime(), file.birthTime()});
+        if (ours.match(file.fileName()).hasMatch() && latest.addDays(1) < now)
+            QFile::remove(file.filePath());
+    }
+}
+
+bool ReplacementFile::create(Name name)
 {
     const QFileInfo info(target);
     if (!isNewFileName(info.fileName()))
@@ -50,11 +95,12 @@ bool ReplacementFile::create()
     // What replaces or copies another file may be as private as that, and gets its permissions in the end.
     const auto permissions =
         link == Link::Replace || info.exists() ? Platform::privatePermissions() : std::nullopt;
+    sweepOnce(info.path());
+    if (name == Name::None && openUnnamed(info.path(), permissions.has_value()))
+        return true;
     constexpr OpenMode mode = QIODevice::ReadWrite | QIODevice::NewOnly;
     for (int i = 0; i < attempts; ++i) {
-        const quint32 number = QRandomGenerator::global()->generate();
-        setFileName(
-            info.dir().filePath(QStringLiteral(".orrelan-%1.tmp").arg(number, 8, 16, QLatin1Char('0'))));
+        setFileName(hiddenPath(info.path()));
         if (permissions ? open(mode, *permissions) : open(mode))
             return true;
         if (!exists())
@@ -62,6 +108,12 @@ bool ReplacementFile::create()
     }
     qDebug() << "Cannot write beside" << target << errorString();
     return false;
+}
+
+bool ReplacementFile::openUnnamed(const QString &folder, bool forUserAlone)
+{
+    const int file = Platform::openUnnamed(folder, forUserAlone);
+    return file >= 0 && open(file, QIODevice::ReadWrite, AutoCloseHandle);
 }
 
 bool ReplacementFile::commit()
@@ -96,13 +148,20 @@ bool ReplacementFile::finish(const std::function<bool()> &takePlace)
     if (!isOpen())
         return false;
     bool complete = flush() && !writeFailed && Platform::flushToDisk(*this);
+    if (complete && fileName().isEmpty()) {
+        const QString path = hiddenPath(QFileInfo(target).path());
+        complete = Platform::giveName(*this, path);
+        close();
+        if (complete)
+            setFileName(path);
+    }
     close();
     complete = complete && takePlace();
     if (complete) {
         Platform::flushFolder(QFileInfo(target).path());
     } else {
         qDebug() << "Cannot write" << target << errorString();
-        remove();
+        drop();
     }
     return complete;
 }

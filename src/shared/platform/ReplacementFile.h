@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDateTime>
 #include <QFile>
 #include <QString>
 
@@ -7,8 +8,10 @@
 
 /// A new file that takes the place of its target in one step, or not at all.
 ///
-/// It is written under a hidden temporary name beside the target, which stands as it is until `commit`. Of a
-/// program that was killed a file named `.orrelan-*.tmp` may stay; it is never taken for a picture.
+/// It is written without a name, or where the system does not know that, under a hidden temporary one beside
+/// the target, which stands as it is until `commit`. Of a program that was killed a file named
+/// `.orrelan-*.tmp` may stay. It is never taken for a picture, and goes when it is a day old and something is
+/// written beside it.
 class ReplacementFile : public QFile
 {
     Q_OBJECT
@@ -21,6 +24,13 @@ public:
         Replace ///< the link itself is
     };
 
+    /// Whether the new file can be seen in its folder from the start.
+    enum class Name
+    {
+        None,  ///< not where the system can do without
+        Hidden ///< under a hidden name
+    };
+
     explicit ReplacementFile(const QString &target, Link link = Link::Follow);
 
     /// Drops the new file unless it was committed.
@@ -29,7 +39,7 @@ public:
     /// Opens the new file for writing and reading; while it may stand for a private one, it is open to the
     /// user alone. False if the target is not a file or has a name that no new one can have, if the folder
     /// takes no new one, or, where links are followed, if the target may not be written.
-    [[nodiscard]] bool create();
+    [[nodiscard]] bool create(Name name = Name::None);
 
     /// Closes the new file and puts it in the target's place; where links are followed, with the old file's
     /// permissions. False if anything that was written did not arrive on the disk; the target is then as it
@@ -43,10 +53,15 @@ public:
     /// elsewhere.
     [[nodiscard]] bool commitAsNew(const MakeWay &makeWay = {});
 
+    /// Removes what killed programs have left in a folder more than a day before `now`.
+    static void sweep(const QString &folder, const QDateTime &now);
+
 protected:
     qint64 writeData(const char *data, qint64 length) override;
 
 private:
+    [[nodiscard]] bool openUnnamed(const QString &folder, bool forUserAlone);
+    void drop();
     [[nodiscard]] bool finish(const std::function<bool()> &takePlace);
 
     const QString target;
