@@ -141,10 +141,11 @@ private slots:
         newFolder();
         for (int orientation = 1; orientation <= 8; ++orientation) {
             const QString jpeg = path(QString::number(orientation) + ".jpg");
-            Pictures::save(jpeg, {96, 64}, orientation);
+            Pictures::save(jpeg, {96, 64}, orientation, QColorSpace::DisplayP3);
             QCOMPARE(QProcess::execute("cjxl", {"--quiet", "--lossless_jpeg=1", jpeg, path("a.jxl")}), 0);
             QCOMPARE(decoded(read("a.jxl")).size(), QSize(96, 64));
             QCOMPARE(quartersOf(decoded(read("a.jxl"))), "red green blue yellow");
+            QCOMPARE(decoded(read("a.jxl")).colorSpace(), QColorSpace(QColorSpace::DisplayP3));
         }
     }
 

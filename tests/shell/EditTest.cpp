@@ -13,7 +13,11 @@ private slots:
     void init()
     {
         newFolder();
-        Pictures::save(path("a.png"), QSize(600, 400));
+        QImage photo = Pictures::quarters(QSize(600, 400));
+        const QByteArray exif("Exif\0\0II*\0\x08\0\0\0\1\0\x0f\1\2\0\x08\0\0\0\x1a\0\0\0\0\0\0\0Camera\0\0",
+                              40);
+        photo.setText("Raw profile type exif", "\nexif\n      40\n" + exif.toHex() + '\n');
+        QVERIFY(photo.save(path("a.png")));
         Pictures::save(path("same.png"), QSize(600, 400));
         Pictures::save(path("small.png"), QSize(300, 200));
         DialogSeam::setAnswerer([this](const DialogSeam::Question &question) {
@@ -184,6 +188,7 @@ private slots:
             choose("exportButton", "Export to Image File");
             QTRY_COMPARE(QImage(path("plain.png")).size(), QSize(600, 400));
             QCOMPARE(questions.mid(1), asked);
+            QVERIFY(read("plain.png").contains("Camera")); // from the file on show
         }
     }
 

@@ -6,13 +6,16 @@
 #include <QFile>
 #include <QImageReader>
 #include <QtDebug>
+#include <QtEndian>
 
 #include <exiv2/exiv2.hpp>
+#include <zlib.h>
 
 #include <algorithm>
 #include <array>
 #include <functional>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -194,6 +197,25 @@ QByteArray iptcFor(Exiv2::IptcData iptc)
     return bytes.size() <= mostIptc ? bytes : QByteArray();
 }
 
+bool isPng(const QByteArray &file)
+{
+    return file.startsWith("\x89PNG");
+}
+
+/// A PNG file with EXIF where the format has its place: exiv2 writes it as a text, which few others look for.
+QByteArray pngWithExif(QByteArray file, const QByteArray &exif)
+{
+    constexpr qsizetype afterHeader = 8 + 12 + 13; // the signature, and the first chunk
+    const QByteArray content = "eXIf" + exif;
+    QByteArray length(4, 0);
+    QByteArray checksum(4, 0);
+    qToBigEndian(static_cast<quint32>(exif.size()), length.data());
+    qToBigEndian(static_cast<quint32>(crc32(0, bytesOf(content), static_cast<uInt>(content.size()))),
+                 checksum.data());
+    file.insert(afterHeader, length + content + checksum);
+    return file;
+}
+
 } // namespace
 
 QByteArray EmbeddedMetadata::xmpWithIptc() const
@@ -239,7 +261,8 @@ QByteArray withMetadata(const QByteArray &file, const EmbeddedMetadata &metadata
         image->setByteOrder(Exiv2::ExifParser::decode(exif, bytesOf(metadata.exif),
                                                       static_cast<uint32_t>(metadata.exif.size())));
         for (const Exiv2::Exifdatum &datum : exif) // beside what a TIFF file has as its structure
-            if (image->exifData().findKey(Exiv2::ExifKey(datum.key())) == image->exifData().end())
+            if (!isPng(file)
+                && image->exifData().findKey(Exiv2::ExifKey(datum.key())) == image->exifData().end())
                 image->exifData().add(datum);
         const bool holdsIptc = image->checkMode(Exiv2::mdIptc) & Exiv2::amWrite;
         const QByteArray xmp = holdsIptc ? metadata.xmp : metadata.xmpWithIptc();
@@ -254,5 +277,5 @@ QByteArray withMetadata(const QByteArray &file, const EmbeddedMetadata &metadata
             whole = QByteArray(reinterpret_cast<const char *>(written.mmap()),
                                static_cast<qsizetype>(written.size()));
     });
-    return whole;
+    return isPng(file) && !metadata.exif.isEmpty() ? pngWithExif(std::move(whole), metadata.exif) : whole;
 }
