@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <limits>
 
 /// All that one run of a batch tool goes by.
 struct BatchRun
@@ -38,6 +39,13 @@ struct ExistingTargets
 /// written costs that picture alone.
 [[nodiscard]] ExistingTargets convertImages(const BatchRun &run, const RunObserver &observer);
 
-/// Writes all pictures to the PDF that the options name, a page each; one that cannot be read gives a blank
+/// The most bytes of a PDF file: Qt's writer counts them in an int, and beyond that the file's own table of
+/// contents is wrong.
+constexpr qint64 largestPdf = std::numeric_limits<int>::max();
+
+/// Writes the pictures to the PDF that the options name, a page each; one that cannot be read gives a blank
 /// page. Nothing is written by a run that is stopped or fails.
-void createPdf(const BatchRun &run, const RunObserver &observer);
+/// @param mostBytes the pages end before the first that might make the file larger
+/// @returns the pages of the file, or as many as there are pictures where there is none
+[[nodiscard]] qsizetype createPdf(const BatchRun &run, const RunObserver &observer,
+                                  qint64 mostBytes = largestPdf);

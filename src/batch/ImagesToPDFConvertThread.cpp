@@ -15,7 +15,7 @@ void ImagesToPDFConvertThread::run()
     if (!stopRequested && isConvertMode)
         existing = convertImages(*this, observer);
     else if (!stopRequested)
-        createPdf(*this, observer);
+        emit pagesWritten(createPdf(*this, observer));
     if (stopRequested)
         emit threadTerminated();
     else

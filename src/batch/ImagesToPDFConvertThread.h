@@ -22,6 +22,9 @@ signals:
     /// The file whose turn it is, in list order.
     void updateFileName(QString fileName);
 
+    /// Before the end of a run that makes a PDF: its pages, fewer than there are pictures if no more fit.
+    void pagesWritten(qsizetype pages);
+
     /// The end of a run that was stopped.
     void threadTerminated();
 

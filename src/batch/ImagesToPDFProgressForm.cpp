@@ -32,6 +32,7 @@ void ImagesToPDFProgressForm::startRun(QStringList files, int mode, QString path
                                        QString extension, bool overwrite)
 {
     fileList = files;
+    pages = files.size();
     isConvertMode = mode;
     targetPath = path;
     targetFormat = format;
@@ -49,6 +50,7 @@ void ImagesToPDFProgressForm::startRun(QStringList files, int mode, QString path
     convertThread->overwrite = overwrite;
     convertThread->isConvertMode = mode;
     convertThread.on(&Thread::updateFileName, [this](const QString &name) { handleUpdateFileName(name); });
+    convertThread.on(&Thread::pagesWritten, [this](qsizetype count) { pages = count; });
     convertThread.on(&Thread::threadTerminated, [this] { handleThreadTerminated(); });
     convertThread.on(&Thread::threadCompleted, [this](const QStringList &exist, const QStringList &sources) {
         handleThreadCompleted(exist, sources);
@@ -81,10 +83,19 @@ void ImagesToPDFProgressForm::handleThreadCompleted(QStringList fileExistsList, 
         askToOverwrite(fileExistsList, fileSourceList);
 }
 
+QString ImagesToPDFProgressForm::completedText(qsizetype files, qsizetype pages)
+{
+    const QString text = files < 2 ? tr("The conversion process is completed.")
+                                   : tr("The conversion processes are completed.");
+    if (pages == files)
+        return text;
+    return text + QLatin1Char('\n')
+           + tr("The PDF file has the first %1 of %2 pages: it cannot hold more.").arg(pages).arg(files);
+}
+
 void ImagesToPDFProgressForm::showCompleted()
 {
-    const QString text = fileList.size() < 2 ? tr("The conversion process is completed.")
-                                             : tr("The conversion processes are completed.");
+    const QString text = completedText(fileList.size(), pages);
     const QPointer<ImagesToPDFProgressForm> alive(this); // the program may end meanwhile
     const bool open = MessageBox::informWithAction(tr("Kestrix"), text, tr("Open PDF File"));
     if (!alive)

@@ -35,6 +35,10 @@ public:
     void startRun(QStringList files, int mode, QString path, QString format, QString extension,
                   bool overwrite);
 
+    /// What is said at the end of a run that was not stopped.
+    /// @param pages of the PDF, or the number of files
+    [[nodiscard]] static QString completedText(qsizetype files, qsizetype pages);
+
 signals:
     void startConvertSignal();
     void finishConvertSignal();
@@ -53,6 +57,7 @@ private:
 
     const std::unique_ptr<Ui::ImagesToPDFProgressForm> ui;
     QStringList fileList;
+    qsizetype pages = 0; ///< of the PDF; as many as there are files unless the run says otherwise
     QString targetPath;
     QString targetFormat;
     QString targetExtension;

@@ -15,7 +15,6 @@
 #include <QThread>
 
 #include <algorithm>
-#include <limits>
 #include <optional>
 #include <utility>
 
@@ -23,8 +22,8 @@ namespace {
 
 // Pages that are prepared in parallel may take this together; larger ones come one by one.
 constexpr qint64 pagesBytes = 512LL * 1024 * 1024;
-// Qt's writer counts bytes in an int: beyond that the file's own table of contents is wrong.
-constexpr qint64 largestPdf = std::numeric_limits<int>::max();
+// What each page has besides its picture: its description, and lines in the file's table of contents.
+constexpr qint64 bytesBesidePicture = 10 * 1024;
 
 /// The picture as it lies on the page; null if there is none.
 QImage pageImage(const QString &path, QSize available, bool enlarge, bool smooth)
@@ -54,7 +53,15 @@ std::optional<QString> setAside(const QString &path)
     return std::nullopt;
 }
 
-void writePages(ReplacementFile &file, const BatchRun &run, const RunObserver &observer)
+/// The most that a page may add to the file: the writer stores no picture larger than it is, with its alpha.
+qint64 mostBytesOf(const QImage &picture)
+{
+    return 4LL * picture.width() * picture.height();
+}
+
+/// Gives the number of pages that are in the file.
+qsizetype writePages(ReplacementFile &file, const BatchRun &run, const RunObserver &observer,
+                     qint64 mostBytes)
 {
     const QStringList &sources = run.sourceFiles;
     const BatchOptions &options = run.options;
@@ -74,37 +81,38 @@ void writePages(ReplacementFile &file, const BatchRun &run, const RunObserver &o
     const qint64 atOnce = std::min<qint64>(pagesBytes / pageBytes, QThread::idealThreadCount());
     OrderedWork<QImage> images(static_cast<int>(std::max<qint64>(atOnce, 1)));
     qsizetype started = 0;
-    for (qsizetype i = 0; i < sources.size() && !observer.isStopped() && file.size() <= largestPdf; ++i) {
+    qsizetype pages = 0;
+    for (; pages < sources.size() && !observer.isStopped(); ++pages) {
         for (; started < sources.size() && !images.isFull(); ++started) {
             observer.fileBegins(sources[started]);
             images.start(
                 [path = sources[started], available, enlarge = options.resizeImageToPaper,
                  smooth = options.pdfSmoothEdges] { return pageImage(path, available, enlarge, smooth); });
         }
-        painter.drawImage(margin, margin, images.takeNext());
-        if (i + 1 < sources.size())
+        const QImage picture = images.takeNext();
+        if (pages > 0 && file.size() + mostBytesOf(picture) + (pages + 1) * bytesBesidePicture > mostBytes)
+            break;
+        if (pages > 0)
             writer.newPage();
+        painter.drawImage(margin, margin, picture);
     }
+    return pages;
 }
 
 } // namespace
 
-void createPdf(const BatchRun &run, const RunObserver &observer)
+qsizetype createPdf(const BatchRun &run, const RunObserver &observer, qint64 mostBytes)
 {
     const QString path = run.options.outputFolder + QLatin1Char('/') + run.options.pdfFileName;
     ReplacementFile file(path);
     if (!isNewFileName(run.options.pdfFileName) || !file.create()) {
         for (const QString &source : run.sourceFiles)
             observer.fileBegins(source);
-        return;
+        return run.sourceFiles.size();
     }
-    writePages(file, run, observer);
+    const qsizetype pages = writePages(file, run, observer, mostBytes);
     if (observer.isStopped())
-        return;
-    if (file.size() > largestPdf) {
-        qDebug() << "Too large for a PDF" << path << file.size();
-        return;
-    }
+        return pages;
 
     // Where the user asked for another name, what stands at this one was not to be overwritten.
     const bool keepsPrevious = QDir::cleanPath(run.targetPath) != QDir::cleanPath(path);
@@ -118,4 +126,5 @@ void createPdf(const BatchRun &run, const RunObserver &observer)
     const bool written = keepsPrevious ? file.commitAsNew(makeWay) : file.commit();
     if (!written && previous && !Platform::renameToNew(previous->first, previous->second))
         qDebug() << "Cannot put back" << previous->first;
+    return pages;
 }

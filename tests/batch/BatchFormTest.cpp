@@ -1,5 +1,6 @@
 #include "batch/ImagesToPDFForm.h"
 #include "batch/ImagesToPDFFrame.h"
+#include "batch/ImagesToPDFProgressForm.h"
 #include "support/Program.h"
 
 #include <QtTest>
@@ -184,6 +185,8 @@ private slots:
 
     void aPdfIsMadeAndAskedAboutWhereItExists()
     {
+        QVERIFY(ImagesToPDFProgressForm::completedText(235, 212).endsWith(
+            "212 of 235 pages: it cannot hold more."));
         open("pdfButton", {"a.png", "b.png"});
         answers = {path("out/all"), false};
         tool("createPdfButton")->click();

@@ -107,6 +107,29 @@ private slots:
         QVERIFY(pictureOnPage(4).width() > 600);
     }
 
+    /// The real limit is two gigabytes.
+    void whatFitsIsFinished()
+    {
+        QImage noise(500, 500, QImage::Format_RGB32);
+        QRandomGenerator(1).fillRange(reinterpret_cast<quint32 *>(noise.bits()), noise.sizeInBytes() / 4);
+        BatchRun run;
+        run.options = BatchOptions::current();
+        for (int i = 0; i < 12; ++i) {
+            run.sourceFiles.append(path(QString::number(i) + ".png"));
+            QVERIFY(noise.save(run.sourceFiles.last()));
+        }
+        run.targetPath = path("all.pdf");
+        const RunObserver observer{[](const QString &) {}, [] { return false; }};
+        constexpr qint64 limit = 2'500'000;
+        const qsizetype pages = createPdf(run, observer, limit);
+        QVERIFY(pages > 1 && pages < 12 && QFileInfo(path("all.pdf")).size() <= limit);
+        QVERIFY(this->run("pdfinfo", {path("all.pdf")})
+                    .contains(QStringLiteral("Pages:           %1\n").arg(pages)));
+        QVERIFY(!pictureOnPage(int(pages)).isEmpty());
+        QCOMPARE(createPdf(run, observer), 12);
+        QCOMPARE(createPdf(run, observer, 1), 1); // the first one in any case
+    }
+
     void whatWasNotToBeOverwrittenIsKept()
     {
         write("all (previous).pdf", "the first");
