@@ -290,6 +290,21 @@ private slots:
         }
     }
 
+    void whatIsTooMuchForOneTargetReachesAnother()
+    {
+        photographed("in/a.jpg");
+        QVERIFY(convert({"in/a.jpg"}, ".tiff").isEmpty());
+        const auto file = Exiv2::ImageFactory::open(QFile::encodeName(path("out/a.tiff")).toStdString());
+        file->readMetadata();
+        file->xmpData()["Xmp.dc.description"] = std::string(100'000, 'x');
+        file->writeMetadata();
+        for (const QString format : {"jpg", "tiff"}) {
+            QVERIFY(convert({"out/a.tiff"}, '.' + format, true).isEmpty());
+            QVERIFY(toldOf("out/a." + format).startsWith("Camera"));
+            QCOMPARE(read("out/a." + format).contains(QByteArray(100'000, 'x')), format == "tiff");
+        }
+    }
+
     void aStoppedRunReplacesNothing()
     {
         QStringList sources;

@@ -21,9 +21,13 @@ namespace {
 
 constexpr qint64 mostJpegHead = 16LL * 1024 * 1024;
 constexpr qint64 mostFile = 512LL * 1024 * 1024; // of formats that may have metadata anywhere
-constexpr qsizetype mostExif = 65'527;           // as all of these, what a segment of JPEG has room for
-constexpr qsizetype mostXmp = 65'502;
+constexpr qsizetype mostXmp = 1024 * 1024;
+// What a segment of JPEG has room for.
+constexpr qsizetype mostExif = 65'527;
+constexpr qsizetype mostXmpOfJpeg = 65'502;
 constexpr qsizetype mostIptc = 65'000;
+
+const QByteArray jpegSignature("\xFF\xD8");
 
 const Exiv2::byte *bytesOf(const QByteArray &bytes)
 {
@@ -48,7 +52,7 @@ QByteArray fileForReading(const QString &path)
     if (const QByteArray pixelless = MetadataFile::withoutPixels(file); !pixelless.isEmpty())
         return pixelless;
     file.seek(0);
-    if (file.peek(2) == "\xFF\xD8")
+    if (file.peek(jpegSignature.size()) == jpegSignature)
         return file.read(mostJpegHead);
     return file.size() <= mostFile ? file.readAll() : QByteArray();
 }
@@ -266,7 +270,7 @@ QByteArray withMetadata(const QByteArray &file, const EmbeddedMetadata &metadata
                 image->exifData().add(datum);
         const bool holdsIptc = image->checkMode(Exiv2::mdIptc) & Exiv2::amWrite;
         const QByteArray xmp = holdsIptc ? metadata.xmp : metadata.xmpWithIptc();
-        if (!xmp.isEmpty())
+        if (!file.startsWith(jpegSignature) || xmp.size() <= mostXmpOfJpeg)
             Exiv2::XmpParser::decode(image->xmpData(), xmp.toStdString());
         if (holdsIptc && !metadata.iptc.isEmpty())
             Exiv2::IptcParser::decode(image->iptcData(), bytesOf(metadata.iptc),

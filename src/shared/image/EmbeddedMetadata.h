@@ -8,7 +8,7 @@
 struct EmbeddedMetadata
 {
     QByteArray exif; ///< TIFF header and directories, within the 64 KB that a JPEG file can hold
-    QByteArray xmp;  ///< XML
+    QByteArray xmp;  ///< XML, up to 1 MB
     QByteArray iptc; ///< data sets
 
     [[nodiscard]] bool isEmpty() const { return exif.isEmpty() && xmp.isEmpty() && iptc.isEmpty(); }
