@@ -81,7 +81,11 @@ void MainWindow::changeEvent(QEvent *event)
 void MainWindow::loadWindowGeometry()
 {
     const QSettings store = programSettings();
+    const bool isStored = store.contains(BrowserSettings::width.key);
     const StoredGeometry stored = {BrowserSettings::posX.read(store), BrowserSettings::posY.read(store),
                                    BrowserSettings::width.read(store), BrowserSettings::height.read(store)};
-    setGeometry(restoredGeometry(stored, QGuiApplication::primaryScreen()->size()));
+    const QScreen *const screen = QGuiApplication::primaryScreen();
+    setGeometry(restoredGeometry(stored, screen->size()));
+    if (!isStored)
+        move(screen->availableGeometry().topLeft()); // of the frame
 }

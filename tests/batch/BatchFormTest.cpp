@@ -82,6 +82,8 @@ private slots:
         select({0});
         QVERIFY(!tool("upButton")->isEnabled() && tool("downButton")->isEnabled());
         QVERIFY(find("previewImage")->isVisible());
+        QTest::qWait(0);
+        QCOMPARE(program->window->height(), 513); // the options scroll
         tool("downButton")->click();
         QCOMPARE(rows(), QStringList({"b", "a", "c"}));
         tool("downButton")->click();
@@ -91,6 +93,9 @@ private slots:
         select({1, 0});
         tool("upButton")->click();
         QCOMPARE(rows().size(), 3);
+        select({0, 1});
+        tool("downButton")->click();
+        QCOMPARE(view()->currentIndex().row(), 1);
         select({0, 1, 2});
         tool("removeButton")->click();
         QVERIFY(find("noItemFrame")->isVisible() && !find("previewImage")->isVisible());
@@ -231,6 +236,8 @@ private slots:
         tool("createPdfButton")->click();
         QTRY_COMPARE(find<QLabel>("label_2")->text().section('/', -2, -2), "photos");
         QTRY_VERIFY(disk("out").size() > 2);
+        QVERIFY(find("progressBar")->width() < form()->width() / 2);
+        QVERIFY(find("label_2")->minimumSizeHint().width() < 100);
         find<QPushButton>("cancelButton")->click();
         QVERIFY(!find("cancelButton")->isEnabled());
         QTRY_VERIFY(view()->isVisible());

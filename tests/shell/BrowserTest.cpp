@@ -156,6 +156,27 @@ private slots:
         QCOMPARE(stored(), all.mid(1));
     }
 
+    void longNamesLeaveTheWindowAsItIs()
+    {
+        const QString deep = path(QStringLiteral("c/%1/%1/%1").arg(QString(140, 'x')));
+        const QString name = "<b>" + QString(150, 'y');
+        QVERIFY(QDir().mkpath(deep));
+        Pictures::save(deep + '/' + name + ".jpg");
+        start({deep}, 1);
+        QCOMPARE(text("pathValueLabel"), "Total: 1   Path: " + deep);
+        QCOMPARE(program->find("pathValueLabel")->toolTip(), text("pathValueLabel"));
+        QCOMPARE(program->window->width(), 986);
+        program->list()->setCurrentIndex(program->list()->model()->index(0, 0));
+        whenDialog([&](QWidget *dialog) {
+            const auto *const label = program->find<QLabel>("oldNameValueLabel", dialog);
+            QCOMPARE(label->text(), name);
+            QVERIFY(!label->toolTip().startsWith("<b>"));
+            QVERIFY(dialog->width() < 500);
+        });
+        program->call("onRenameAction");
+        QTRY_COMPARE(dialogsSeen, 1);
+    }
+
     void listIsThatOfTheDisk()
     {
         write("a/broken.jpg", "broken");

@@ -89,6 +89,16 @@ private slots:
     }
 
     void cleanup() { end(); }
+
+    void firstStartShowsTheTitleBar()
+    {
+        programSettings().clear();
+        program = std::make_unique<Program>();
+        const auto *const window = program->window.get();
+        QTRY_VERIFY(window->frameGeometry().top() < window->geometry().top());
+        QVERIFY(window->screen()->availableGeometry().contains(window->frameGeometry()));
+    }
+
     void droppedFilesAndFoldersAreOpened()
     {
         start({}, 0);

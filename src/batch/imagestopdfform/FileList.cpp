@@ -158,7 +158,7 @@ void ImagesToPDFForm::on_downButton_clicked()
 }
 
 /// Moves row by row, in the order of the selection; a row at the end of the list stays there. Leaves one row
-/// selected: the neighbour of the outermost.
+/// selected: the neighbour of the topmost.
 void ImagesToPDFForm::moveSelectedRows(int step)
 {
     const QList<int> rows = selectedRows();
@@ -169,8 +169,8 @@ void ImagesToPDFForm::moveSelectedRows(int step)
         if (row + step >= 0 && row + step <= last)
             fileListModel.insertRow(row + step, fileListModel.takeRow(row));
     }
-    const auto [top, bottom] = std::minmax_element(rows.begin(), rows.end());
-    const int current = std::clamp((step < 0 ? *top : *bottom) + step, 0, last);
+    const int top = *std::min_element(rows.begin(), rows.end());
+    const int current = std::clamp(top + step, 0, last);
     ui->sourceTreeView->setCurrentIndex(fileListModel.index(current, 0));
 }
 

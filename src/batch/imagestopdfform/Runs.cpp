@@ -115,4 +115,5 @@ void ImagesToPDFForm::setConverting(bool busy)
     ui->downButton->setEnabled(!busy && itemSelected && canMoveDown);
     ui->optionsWidget->setVisible(!busy);
     ui->outputWidget->setVisible(!busy);
+    ui->optionsScrollArea->setVisible(!busy); // its width goes to the progress
 }
