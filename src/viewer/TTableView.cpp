@@ -6,6 +6,7 @@
 TTableView::TTableView(QWidget *parent)
     : QTableView(parent)
 {
+    setFocusPolicy(Qt::NoFocus); // or the Tab key would end here
 }
 
 void TTableView::keepInPlace(const std::function<void()> &change)

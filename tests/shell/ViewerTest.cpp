@@ -87,6 +87,31 @@ private slots:
         press(Qt::Key_Left);
         QVERIFY(isOn(1));
         QTRY_VERIFY((press(Qt::Key_Right), isOn(2)));
+
+        // They belong to a menu or a dialog that is up.
+        QMenu menu;
+        QDialog dialog(program->window.get());
+        dialog.setModal(true);
+        menu.addAction("entry");
+        menu.popup({});
+        for (QWidget *const above : {static_cast<QWidget *>(&menu), static_cast<QWidget *>(&dialog)}) {
+            above->show();
+            for (int i = 0; i < 3; ++i, QTest::qWait(20)) // longer than the debounce
+                QTest::keyClick(above, Qt::Key_Left);
+            QVERIFY(isOn(2));
+            above->hide();
+        }
+
+        // The Tab key goes round without the strip.
+        auto *const strip = program->find<QTableView>("galleryTableView");
+        QTest::mouseClick(strip->viewport(), Qt::LeftButton, {}, {5, 5});
+        QWidget *const first = program->find("fitVHButton");
+        first->setFocus();
+        const auto focused = [this] { return program->window->focusWidget(); };
+        for (int tabs = 0; tabs == 0 || focused() != first; ++tabs) {
+            QVERIFY(tabs < 50 && focused() && focused() != strip);
+            QTest::keyClick(focused(), Qt::Key_Tab);
+        }
     }
 
     void closedViewerTakesNothingIn()

@@ -5,6 +5,7 @@
 #include "ui_ThumbsForm.h"
 #include "viewer/VistamoFilterDialog.h"
 
+#include <QApplication>
 #include <QKeyEvent>
 #include <QStackedLayout>
 #include <QtDebug>
@@ -135,7 +136,9 @@ void ThumbsForm::on_back2Button_clicked()
 
 bool ThumbsForm::eventFilter(QObject *watched, QEvent *event)
 {
-    if (stackedLayout->currentIndex() == ViewerPage && event->type() == QEvent::KeyPress
+    // They belong to a dialog or a menu that is up.
+    const bool isOurs = !QApplication::activeModalWidget() && !QApplication::activePopupWidget();
+    if (stackedLayout->currentIndex() == ViewerPage && event->type() == QEvent::KeyPress && isOurs
         && !keyPressPending) {
         const int key = static_cast<QKeyEvent *>(event)->key();
         if (key == Qt::Key_Left || key == Qt::Key_Right) {
