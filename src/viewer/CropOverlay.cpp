@@ -27,8 +27,9 @@ QRegion changedByCrop(const QRect &from, const QRect &to)
     constexpr int reach = cropHandleSide / 2 + 1;
     QRegion changed = QRegion(withOutline(from)) ^ withOutline(to);
     for (const QRect &rect : {withOutline(from), withOutline(to)}) {
+        // The handles stand about the rectangle's last pixels, the outline's are one further.
         changed += QRegion(rect.adjusted(-reach, -reach, reach, reach))
-                   - rect.adjusted(reach, reach, -reach, -reach);
+                   - rect.adjusted(reach, reach, -reach - 1, -reach - 1);
     }
     return changed;
 }

@@ -1,6 +1,7 @@
 #include "library/FileNames.h"
 #include "library/ThumbnailDelegate.h"
 #include "support/Pictures.h"
+#include "viewer/CropOverlay.h"
 #include "viewer/TImageLabel.h"
 #include "viewer/TTableView.h"
 
@@ -99,6 +100,30 @@ private slots:
                 QCOMPARE(shot.pixelColor(place.bottomRight()), Pictures::quarterColours().last());
                 QCOMPARE(shot.pixelColor(place.bottomRight() + QPoint(1, 1)), background);
             }
+        }
+    }
+
+    void dragOfACropRectangleLeavesNothingBehind()
+    {
+        QRandomGenerator random(7);
+        const auto any = [&](int least, int most) { return random.bounded(least, most); };
+        const auto overlay = [](const QRect &crop) {
+            QImage image(90, 70, QImage::Format_RGB32);
+            image.fill(Qt::green);
+            QPainter painter(&image);
+            paintCropOverlay(painter, image.rect(), crop);
+            return image;
+        };
+        for (int i = 0; i < 200; ++i) {
+            const QRect from(any(0, 90), any(0, 70), any(-60, 60), any(-60, 60)); // also turned over
+            const QRect to = from.adjusted(any(-9, 9), any(-9, 9), any(-30, 30), any(-30, 30));
+            QImage shown = overlay(from);
+            const QImage wanted = overlay(to);
+            QPainter painter(&shown);
+            for (const QRect &part : changedByCrop(from, to))
+                painter.drawImage(part, wanted, part);
+            painter.end();
+            QCOMPARE(shown, wanted);
         }
     }
 
