@@ -52,9 +52,9 @@ void ImagesToPDFPreviewDialog::handleFullPreviewImageReady(QImage image)
 void ImagesToPDFPreviewDialog::showFitted()
 {
     ui->sizeInfoLabel->setText(QStringLiteral("%1x%2").arg(fullPixmap.width()).arg(fullPixmap.height()));
-    const QSize view = viewportOf(ui->scrollArea->size());
-    setContentsSize(view);
-    scaledPixmap = {viewLayout(ScaleMode::Fit, fullPixmap.size(), view, 0).image};
+    const Viewport view = {viewportOf(ui->scrollArea->size()), devicePixelRatio()};
+    setContentsSize(view.size);
+    scaledPixmap = {viewLayout(ScaleMode::Fit, fullPixmap.size(), view.pixels(), 0).image};
     showScale();
 }
 
@@ -80,7 +80,8 @@ void ImagesToPDFPreviewDialog::onNeedToResizeImage(int val)
         return;
     scaledPixmap = {scaledToWidth(fullPixmap.size(), *width)};
     showScale();
-    setContentsSize(scaledPixmap.size.expandedTo(viewportOf(ui->scrollArea->size())));
+    const Viewport view = {viewportOf(ui->scrollArea->size()), devicePixelRatio()};
+    setContentsSize(view.labelFor(scaledPixmap.size));
 }
 
 void ImagesToPDFPreviewDialog::onStartDragImage(QPoint point)

@@ -239,16 +239,16 @@ private:
     void showCropRect();
     void fitLabelToView(QSize label);
     void setImageScale(ScaleMode mode);
-    QSize viewport() const;
+    Viewport viewport() const;
     void placeNavigationButtons();
 
     // Rotate, flip and crop
-    void editPicture(const std::function<QImage(const QImage &)> &edit);
+    void editPicture(const PictureEdit &edit);
     void rotateImage(int angle);
     void initCropMode();
 
     // Export
-    void exportImage(QPixmap picture);
+    void exportImage(const std::function<QImage()> &picture);
 
     // File operations
     FileTransfer::Surroundings transferSurroundings();

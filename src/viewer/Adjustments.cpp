@@ -8,8 +8,10 @@ void Adjustments::start()
         return;
     using Thread = VistamoProcessImageThread;
     processImageThread.set(std::make_unique<Thread>());
-    processImageThread.on(&Thread::resultAvailable,
-                          [this](const QImage &image) { emit resultAvailable(image); });
+    processImageThread.on(&Thread::resultAvailable, [this](const QImage &image) {
+        if (adjustmentsActive)
+            emit resultAvailable(image);
+    });
     processImageThread.start(QThread::InheritPriority, [this](Thread &) {
         // The dialog was opened again while the thread was ending.
         if (adjustmentsActive)
@@ -32,18 +34,21 @@ void Adjustments::setFilter(int contrast, int brightness, int gamma, int invertC
     this->invertColours = invertColours;
 }
 
-void Adjustments::request(const QPixmap &picture, int width, bool highQuality, qreal ratio)
+void Adjustments::request(const QPixmap &picture, int width, bool highQuality)
 {
     Q_ASSERT_X(adjustmentsActive, Q_FUNC_INFO, "the dialog is closed");
     if (processImageThread.isActive())
         processImageThread->addRequest(
-            {picture, highQuality ? 1 : 0, width, contrast, brightness, gamma, invertColours, ratio});
+            {picture, highQuality ? 1 : 0, width, contrast, brightness, gamma, invertColours});
 }
 
-QImage Adjustments::apply(const QImage &picture)
+std::function<QImage(const QImage &)> Adjustments::apply()
 {
     cancel();
-    return ColourFilters::applyAdjustments(picture, contrast, brightness, gamma, invertColours);
+    return [contrast = contrast, brightness = brightness, gamma = gamma,
+            invertColours = invertColours](const QImage &picture) {
+        return ColourFilters::applyAdjustments(picture, contrast, brightness, gamma, invertColours);
+    };
 }
 
 void Adjustments::cancel()

@@ -3,7 +3,10 @@
 #include "shared/threads/Worker.h"
 #include "viewer/VistamoProcessImageThread.h"
 
+#include <QImage>
 #include <QObject>
+
+#include <functional>
 
 /// The settings of the adjustments dialog, and the view through them, which is computed in the background
 /// while the dialog is open. GUI thread.
@@ -25,12 +28,11 @@ public:
     /// The settings for the next request and for `apply`; they stay from one opening to the next.
     void setFilter(int contrast, int brightness, int gamma, int invertColours);
 
-    /// Asks for a view of `picture`, `width` device-independent pixels wide; nothing before `start`.
-    /// @param ratio the screen's pixels to a device-independent one
-    void request(const QPixmap &picture, int width, bool highQuality, qreal ratio);
+    /// Asks for a view of `picture`, `width` pixels of the screen wide; nothing before `start`.
+    void request(const QPixmap &picture, int width, bool highQuality);
 
-    /// The dialog closes: the picture with its settings applied.
-    [[nodiscard]] QImage apply(const QImage &picture);
+    /// The dialog closes: what applies its settings to a picture.
+    [[nodiscard]] std::function<QImage(const QImage &)> apply();
 
     /// The dialog closes, and the settings are dropped.
     void cancel();
@@ -40,7 +42,7 @@ public:
     void end(QDeadlineTimer deadline) { processImageThread.end(deadline); }
 
 signals:
-    /// The newest view that was asked for, as the thread gives it; one may still come after the dialog.
+    /// The newest view that was asked for, as the thread gives it; none comes after the dialog.
     void resultAvailable(QImage image);
 
     /// The thread has ended. If the dialog is open again a new one runs, which has no request yet.

@@ -40,7 +40,7 @@ void paintCropOverlay(QPainter &painter, const QRect &view, const QRect &display
     for (const QRect &shaded : QRegion(view) - hole)
         painter.fillRect(shaded, shade);
 
-    painter.setClipRect(view);
+    painter.setClipRect(view, Qt::IntersectClip);
     painter.setPen(Qt::white);
     painter.setBrush(Qt::NoBrush);
     painter.drawRect(hole.adjusted(0, 0, -1, -1));

@@ -16,27 +16,24 @@ constexpr qint64 area(QSize size)
     return qint64(size.width()) * size.height();
 }
 
-QPixmap scaledSmoothly(const QPixmap &full, QSize size)
-{
-    if (size == full.size())
-        return full;
-    return QPixmap::fromImage(full.toImage().scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
-}
-
 } // namespace
 
-DisplayedImage smoothImage(const QPixmap &full, QSize size, QSize viewport, qreal ratio)
+QImage smoothPixels(const QImage &full, QSize size, QSize viewport)
 {
-    DisplayedImage displayed = {size, true, {}};
     if (full.isNull() || size.isEmpty())
-        return displayed;
-    const QSize device = (QSizeF(size) * ratio).toSize().expandedTo(QSize(1, 1));
-    const int shrunk = std::min(full.width() / device.width(), full.height() / device.height());
+        return {};
+    const int shrunk = std::min(full.width() / size.width(), full.height() / size.height());
     if (area(size) <= viewportsKept * area(viewport))
-        displayed.pixels = scaledSmoothly(full, device);
-    else if (shrunk >= 2)
-        displayed.pixels = scaledSmoothly(full, full.size() / shrunk);
-    return displayed;
+        return full.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    if (shrunk >= 2)
+        return full.scaled(full.size() / shrunk, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    return {};
+}
+
+DisplayedImage smoothImage(const QPixmap &full, QSize size, QSize viewport)
+{
+    return {size, true,
+            size == full.size() ? full : QPixmap::fromImage(smoothPixels(full.toImage(), size, viewport))};
 }
 
 void paintImage(QPainter &painter, const QPixmap &full, const DisplayedImage &displayed, const QRect &exposed)

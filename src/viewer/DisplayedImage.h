@@ -12,7 +12,7 @@ class QPainter;
 /// that the painter need not shrink any further.
 struct DisplayedImage
 {
-    QSize size = {};     ///< device-independent pixels; empty for no picture
+    QSize size = {};     ///< pixels of the screen; empty for no picture
     bool smooth = false; ///< scaled smoothly, otherwise fast
     QPixmap pixels = {}; ///< what is painted in place of the full picture, or null
 
@@ -25,12 +25,16 @@ struct DisplayedImage
     }
 };
 
-/// `full` scaled smoothly to `size` for a device of `ratio` pixels per device-independent pixel. A view not
-/// much larger than `viewport` is scaled as a whole; of a larger one only a copy is made that is small enough
-/// for the painter's own filter, which looks at four pixels, and none if the view is not below half size.
-[[nodiscard]] DisplayedImage smoothImage(const QPixmap &full, QSize size, QSize viewport, qreal ratio);
+/// What `full` is painted from in a smooth view of `size`. A view not much larger than `viewport` is scaled
+/// as a whole; of a larger one only a copy is made that is small enough for the painter's own filter, which
+/// looks at four pixels, and none, which is null, if the view is not below half size. All are pixels of the
+/// screen.
+[[nodiscard]] QImage smoothPixels(const QImage &full, QSize size, QSize viewport);
 
-/// Paints the part `exposed` of the view, both in device-independent pixels from the view's upper left
+/// The same as a view.
+[[nodiscard]] DisplayedImage smoothImage(const QPixmap &full, QSize size, QSize viewport);
+
+/// Paints the part `exposed` of the view with a painter of the screen's pixels, from the view's upper left
 /// corner. Parts painted one by one fit together.
 void paintImage(QPainter &painter, const QPixmap &full, const DisplayedImage &displayed,
                 const QRect &exposed);

@@ -5,6 +5,21 @@ void Exports::add(const QPixmap &picture, const QString &path, const QString &so
     write({{picture, path, source}});
 }
 
+void Exports::add(const std::function<QImage()> &picture, const QString &path, const QString &source)
+{
+    write({{{}, path, source, picture}});
+}
+
+void Exports::make(const std::function<QImage()> &picture)
+{
+    const auto tell = [this, picture] {
+        QMetaObject::invokeMethod(
+            this, [this, image = picture()] { emit made(image); }, Qt::QueuedConnection);
+        return QImage(); // nothing is written
+    };
+    add(tell, {}, {});
+}
+
 /// Hands requests to the thread that writes, or to a new one.
 void Exports::write(const QList<TSaveImageRequest> &requests)
 {
@@ -13,7 +28,7 @@ void Exports::write(const QList<TSaveImageRequest> &requests)
     if (!running)
         saveImageThread.set(std::make_unique<Thread>());
     for (const TSaveImageRequest &request : requests)
-        saveImageThread->addRequest(request.pixmap, request.fileName, request.source);
+        saveImageThread->addRequest(request);
     if (running)
         return;
     saveImageThread.start(QThread::InheritPriority, [this](Thread &ended) {

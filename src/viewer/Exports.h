@@ -17,6 +17,12 @@ public:
     /// @param source the file that it was made from, whose metadata go along
     void add(const QPixmap &picture, const QString &path, const QString &source = {});
 
+    /// The same for a picture that is yet to be decoded, by a function for another thread.
+    void add(const std::function<QImage()> &picture, const QString &path, const QString &source);
+
+    /// Decodes a picture in its turn: `made` tells of it, unless the program ends.
+    void make(const std::function<QImage()> &picture);
+
     /// True until `finished`.
     [[nodiscard]] bool saveImageThreadRunning() const { return saveImageThread.isActive(); }
 
@@ -24,6 +30,8 @@ public:
     void finish();
 
 signals:
+    void made(const QImage &picture);
+
     /// Nothing is left to write.
     void finished();
 

@@ -1,7 +1,5 @@
 #include "viewer/PictureLoader.h"
 
-#include <utility>
-
 void PictureLoader::close()
 {
     viewerClosed = true;
@@ -11,7 +9,6 @@ void PictureLoader::close()
 void PictureLoader::show(const ImageRequest &file)
 {
     shownPath = file.path;
-    actionWhenLoaded = nullptr;
     prefetch.pause();
     if (loadImageThreadRunning() && loadImageThread->hangs())
         replaceHangingLoader();
@@ -43,25 +40,10 @@ void PictureLoader::start(const QList<ImageRequest> &requests)
         // What was asked for while the thread was ending goes to the next one.
         const QList<ImageRequest> waiting = ended.takeWaiting();
         if (waiting.isEmpty())
-            finish();
+            emit loadImageFinished();
         else
             start(waiting);
     });
-}
-
-void PictureLoader::finish()
-{
-    emit loadImageFinished();
-    if (const auto action = std::exchange(actionWhenLoaded, nullptr))
-        action();
-}
-
-void PictureLoader::whenLoaded(const std::function<void()> &action)
-{
-    if (loadImageThreadRunning())
-        actionWhenLoaded = action;
-    else
-        action();
 }
 
 void PictureLoader::prefetchNeighbours(const ImageRequest &next, const ImageRequest &previous,

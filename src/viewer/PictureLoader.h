@@ -6,10 +6,8 @@
 
 #include <QObject>
 
-#include <functional>
-
 /// Decodes in the background what the viewer shows, and prefetches what it is likely to show next. It knows
-/// which file is on show, and what waits for its picture. GUI thread.
+/// which file is on show. GUI thread.
 class PictureLoader : public QObject
 {
     Q_OBJECT
@@ -35,10 +33,6 @@ public:
     /// Path of the file last asked for.
     [[nodiscard]] const QString &shown() const { return shownPath; }
 
-    /// Does something with the picture in full: at once, or as soon as it has taken its thumbnail's place.
-    /// Another picture or another action takes the place of one that waits.
-    void whenLoaded(const std::function<void()> &action);
-
     /// Tells which way the user goes through the files.
     void setLastStep(Step step) { lastStep = step; }
 
@@ -54,18 +48,16 @@ signals:
     /// A picture, null if it could not be read; they come in the order in which they were asked for.
     void imageLoaded(QPixmap pixmap);
 
-    /// Nothing is left to decode; what waits for the picture comes after this.
+    /// Nothing is left to decode.
     void loadImageFinished();
 
 private:
     void start(const QList<ImageRequest> &requests);
     void replaceHangingLoader();
-    void finish();
 
     QString shownPath;
     bool viewerClosed = true;
     Step lastStep = Step::Forward;
     Worker<VistamoLoadImageThread> loadImageThread;
     Prefetch prefetch;
-    std::function<void()> actionWhenLoaded; ///< empty unless the loader runs
 };

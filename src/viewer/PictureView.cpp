@@ -1,7 +1,9 @@
 #include "viewer/PictureView.h"
 
+#include "shared/threads/Background.h"
 #include "viewer/PictureTurning.h"
 
+#include <chrono>
 #include <utility>
 
 namespace {
@@ -11,6 +13,13 @@ constexpr int ticksToHighQuality = 10;
 constexpr int highQualityTickMs = 100;
 // Debounce of the reduced copy of an edited picture: half of that time.
 constexpr int ticksToReducing = 5;
+// Scaled smoothly within a frame or so.
+constexpr qint64 mostAtOnce = 12'000'000;
+
+constexpr qint64 area(QSize size)
+{
+    return qint64(size.width()) * size.height();
+}
 
 } // namespace
 
@@ -20,9 +29,16 @@ PictureView::PictureView()
     connect(&highQualityTimer, &QTimer::timeout, this, &PictureView::highQualityTick);
 }
 
+QPixmap PictureView::standIn(const QPixmap &thumbnail)
+{
+    editsMade.clear();
+    return std::exchange(selectedImage, thumbnail);
+}
+
 QPixmap PictureView::exchange(const QPixmap &picture)
 {
-    return std::exchange(selectedImage, picture);
+    return std::exchange(selectedImage,
+                         editsMade.isEmpty() ? picture : QPixmap::fromImage(edits()(picture.toImage())));
 }
 
 void PictureView::turn(bool clockwise)
@@ -31,12 +47,23 @@ void PictureView::turn(bool clockwise)
     displayedImage.size.transpose();
 }
 
-void PictureView::edit(const std::function<QImage(const QImage &)> &change)
+PictureEdit PictureView::edits() const
 {
+    return [made = editsMade](QImage image) {
+        for (const PictureEdit &change : made)
+            image = change(image);
+        return image;
+    };
+}
+
+void PictureView::edit(const PictureEdit &change)
+{
+    editsMade.append(change);
     const bool same = displayedImage.pixels.cacheKey() == selectedImage.cacheKey();
     selectedImage = QPixmap::fromImage(change(selectedImage.toImage()));
-    displayedImage.pixels =
-        same ? selectedImage : QPixmap::fromImage(change(displayedImage.pixels.toImage()));
+    if (!displayedImage.pixels.isNull())
+        displayedImage.pixels =
+            same ? selectedImage : QPixmap::fromImage(change(displayedImage.pixels.toImage()));
 }
 
 void PictureView::setFiltered(QImage image)
@@ -62,9 +89,9 @@ bool PictureView::zoom(int step, double screenMm)
     return true;
 }
 
-QSize PictureView::refit(QSize viewport)
+QSize PictureView::refit(const Viewport &viewport)
 {
-    const ViewLayout layout = viewLayout(imageScale, selectedImage.size(), viewport, scaleFactor);
+    const ViewLayout layout = viewLayout(imageScale, selectedImage.size(), viewport.pixels(), scaleFactor);
     Q_ASSERT_X(layout.image.isEmpty() == selectedImage.isNull(), Q_FUNC_INFO,
                qPrintable(QStringLiteral("%1 x %2 for a picture of %3 x %4")
                               .arg(layout.image.width())
@@ -72,7 +99,7 @@ QSize PictureView::refit(QSize viewport)
                               .arg(selectedImage.width())
                               .arg(selectedImage.height())));
     displayedImage = {layout.image};
-    return layout.label;
+    return viewport.labelFor(layout.image);
 }
 
 double PictureView::measure()
@@ -81,29 +108,41 @@ double PictureView::measure()
     return scaleFactor;
 }
 
-const DisplayedImage &PictureView::redraw(bool highQuality, QSize viewport, qreal ratio)
+const DisplayedImage &PictureView::redraw(bool highQuality, const Viewport &viewport)
 {
-    if (highQuality)
-        displayedImage = smoothImage(pictureFor(ratio), displayedImage.size, viewport, ratio);
-    if (displayedImage.pixels.isNull())
-        displayedImage.pixels = pictureFor(ratio);
-    if (!highQuality) {
+    if (highQuality) {
+        smooth(viewport.pixels());
+    } else {
+        smoothing = {}; // of a view that has changed
         highQualityCountdown = ticksToHighQuality;
         if (!highQualityTimer.isActive())
             highQualityTimer.start();
     }
+    if (displayedImage.pixels.isNull())
+        displayedImage.pixels = reducedPicture.enoughFor(selectedImage, displayedImage.size);
     return displayedImage;
 }
 
-/// The picture in full, or its copy where that is enough for the present view.
-const QPixmap &PictureView::pictureFor(qreal ratio)
+/// Makes the view smooth, from all of the picture: that of a large one as soon as its pixels are ready.
+void PictureView::smooth(QSize viewport)
 {
-    return reducedPicture.enoughFor(selectedImage, (QSizeF(displayedImage.size) * ratio).toSize());
+    if (smoothing.valid()) {
+        displayedImage = {displayedImage.size, true, QPixmap::fromImage(smoothing.get())};
+    } else if (area(selectedImage.size()) <= mostAtOnce) {
+        displayedImage = smoothImage(selectedImage, displayedImage.size, viewport);
+    } else {
+        smoothing = Background::result([full = selectedImage.toImage(), size = displayedImage.size,
+                                        viewport] { return smoothPixels(full, size, viewport); });
+        highQualityTimer.start();
+    }
 }
 
 bool PictureView::countDown()
 {
-    if (highQualityCountdown >= 1) {
+    if (smoothing.valid()) {
+        if (smoothing.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+            return false;
+    } else if (highQualityCountdown >= 1) {
         if (--highQualityCountdown == ticksToReducing)
             reduce();
         return false;

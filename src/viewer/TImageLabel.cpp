@@ -5,7 +5,31 @@
 #include <QCursor>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QtMath>
 #include <QWheelEvent>
+
+#include <cmath>
+
+namespace {
+
+// A pixel's place that was worked out with fractions is off by less.
+constexpr qreal rounding = 0.001;
+
+bool isWhole(qreal ratio)
+{
+    return qFuzzyCompare(ratio, std::round(ratio));
+}
+
+/// The pixels that a region touches when it is moved by `way`, or by up to `more` further.
+QRegion onWholePixels(const QRegion &region, QPointF way, int more)
+{
+    QRegion touched;
+    for (const QRect &rect : region)
+        touched += QRectF(rect).translated(way).adjusted(0, 0, more, more).toAlignedRect();
+    return touched;
+}
+
+} // namespace
 
 void TImageLabel::showImage(const QPixmap &full, const DisplayedImage &displayed,
                             const std::optional<QRect> &crop)
@@ -14,7 +38,8 @@ void TImageLabel::showImage(const QPixmap &full, const DisplayedImage &displayed
         clear(); // what the label starts with
     const bool same = fullImage.cacheKey() == full.cacheKey() && displayedImage.isSameAs(displayed);
     if (same && crop && cropDisplayRect)
-        update(changedByCrop(*cropDisplayRect, *crop).translated(imageRect().topLeft()));
+        update(onWholePixels(changedByCrop(*cropDisplayRect, *crop), imageCorner(),
+                             isWhole(devicePixelRatio()) ? 0 : 1));
     else
         update();
     fullImage = full;
@@ -56,27 +81,47 @@ void TImageLabel::leaveEvent(QEvent *)
     emit mouseLeave();
 }
 
+/// Where the picture lies on the screen's pixels depends on where the label begins.
+void TImageLabel::moveEvent(QMoveEvent *event)
+{
+    QLabel::moveEvent(event);
+    if (!isWhole(devicePixelRatio()))
+        update();
+}
+
 void TImageLabel::paintEvent(QPaintEvent *event)
 {
     if (fullImage.isNull() || displayedImage.isNull()) {
         QLabel::paintEvent(event);
         return;
     }
-    const QRect image = imageRect();
     QPainter painter(this);
-    painter.translate(image.topLeft());
-    for (const QRect &exposed : (event->region() & image).translated(-image.topLeft())) {
-        painter.setClipRect(exposed); // or what has alpha would be painted twice at the edges
-        paintImage(painter, fullImage, displayedImage, exposed);
+    // What has all the pixels of the screen is to lie on them, wherever the label begins.
+    const QTransform toScreen = painter.deviceTransform();
+    const QPointF corner = toScreen.map(imageCorner()) - QPointF(rounding, rounding);
+    const QPoint screenCorner(qCeil(corner.x()), qCeil(corner.y()));
+    const QTransform fromScreen = toScreen.inverted();
+    QRegion exposed;
+    for (const QRect &rect : event->region())
+        exposed += toScreen.mapRect(QRectF(rect)).toAlignedRect().translated(-screenCorner);
+    painter.setTransform(QTransform::fromTranslate(screenCorner.x(), screenCorner.y()) * fromScreen);
+    for (const QRect &part : exposed &QRect(QPoint(), displayedImage.size)) {
+        painter.setClipRect(part); // or what has alpha would be painted twice at the edges
+        paintImage(painter, fullImage, displayedImage, part);
     }
-    painter.setClipping(false);
-    if (cropDisplayRect)
-        paintCropOverlay(painter, QRect(QPoint(), image.size()), *cropDisplayRect);
+    if (!cropDisplayRect)
+        return;
+    painter.setClipRect(QRect(QPoint(), displayedImage.size));
+    painter.resetTransform();
+    painter.translate(fromScreen.map(QPointF(screenCorner)));
+    const QSizeF view = QSizeF(displayedImage.size) / devicePixelRatio();
+    paintCropOverlay(painter, QRect(0, 0, qCeil(view.width()), qCeil(view.height())), *cropDisplayRect);
 }
 
 /// Where the picture lies in the label.
-QRect TImageLabel::imageRect() const
+QPointF TImageLabel::imageCorner() const
 {
-    return {QPoint((width() - displayedImage.width()) / 2, (height() - displayedImage.height()) / 2),
-            displayedImage.size};
+    const QSizeF room = (QSizeF(size()) * devicePixelRatio() - QSizeF(displayedImage.size)) / 2;
+    // On whole pixels where the label begins on one.
+    return QPointF(std::floor(room.width()), std::floor(room.height())) / devicePixelRatio();
 }

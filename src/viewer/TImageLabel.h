@@ -15,8 +15,9 @@ class TImageLabel : public QLabel
 public:
     using QLabel::QLabel;
 
-    /// Shows `full` as `displayed` says, with a crop rectangle over it if there is one, pixels of the view.
-    /// Nothing is scaled here; painting renders what is visible.
+    /// Shows `full` as `displayed` says, on whole pixels of the screen, with a crop rectangle over it if
+    /// there is one, device-independent pixels of the view. Nothing is scaled here; painting renders what is
+    /// visible.
     void showImage(const QPixmap &full, const DisplayedImage &displayed,
                    const std::optional<QRect> &crop = {});
 
@@ -36,10 +37,11 @@ protected:
     void mouseMoveEvent(QMouseEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
     void leaveEvent(QEvent *event) override;
+    void moveEvent(QMoveEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    [[nodiscard]] QRect imageRect() const;
+    [[nodiscard]] QPointF imageCorner() const;
 
     bool cropMode = false;
     QPixmap fullImage;

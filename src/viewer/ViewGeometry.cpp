@@ -1,6 +1,9 @@
 #include "viewer/ViewGeometry.h"
 
+#include <QtMath>
+
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -12,6 +15,11 @@ constexpr int mostEnlarged = 4;
 constexpr int buttonMargin = 20;
 // What a widget can be, pixels.
 constexpr qreal largestSide = (1 << 24) - 1;
+
+bool isWhole(qreal ratio)
+{
+    return qFuzzyCompare(ratio, std::round(ratio));
+}
 
 int scaledSide(int from, int to, int otherSide)
 {
@@ -37,6 +45,21 @@ ScaleMode storedScaleMode(int value)
 QSize viewportOf(QSize scrollArea)
 {
     return (scrollArea - frame).expandedTo(QSize(1, 1));
+}
+
+QSize Viewport::pixels() const
+{
+    // Where a device-independent pixel is no whole number of them, it may begin and end within one.
+    const int cut = isWhole(ratio) ? 0 : 1;
+    const auto along = [&](int side) { return std::max(qFloor(side * ratio) - cut, 1); };
+    return {along(size.width()), along(size.height())};
+}
+
+QSize Viewport::labelFor(QSize needed) const
+{
+    const int added = isWhole(ratio) ? 0 : 1;
+    const auto along = [&](int side) { return qCeil((side + added) / ratio); };
+    return QSize(along(needed.width()), along(needed.height())).expandedTo(size);
 }
 
 QSize scaledToWidth(QSize full, int width)

@@ -23,6 +23,19 @@ enum class ScaleMode
 /// bar and the frame, at least 1.
 [[nodiscard]] QSize viewportOf(QSize scrollArea);
 
+/// The room for the picture on its screen.
+struct Viewport
+{
+    QSize size;      ///< device-independent pixels
+    qreal ratio = 1; ///< the screen's pixels to one of these
+
+    /// The whole pixels of the screen that lie in it, wherever among them it begins.
+    [[nodiscard]] QSize pixels() const;
+
+    /// Size of the label for so many pixels of the screen, device-independent; never below the viewport's.
+    [[nodiscard]] QSize labelFor(QSize pixels) const;
+};
+
 /// `full` scaled to a width or height in pixels, rounded as QPixmap rounds; at least one pixel. Empty for an
 /// empty size.
 [[nodiscard]] QSize scaledToWidth(QSize full, int width);
@@ -40,7 +53,7 @@ struct ViewLayout
 [[nodiscard]] ViewLayout viewLayout(ScaleMode mode, QSize full, QSize viewport, double scaleFactor);
 
 /// Next width in pixels for one wheel step, or nothing if the step is refused.
-/// @param shown    width of the picture as shown, pixels
+/// @param shown    width of the picture as shown, pixels of the screen
 /// @param full     width of the picture itself, pixels
 /// @param step     above 0: a tenth wider; below 0: a tenth narrower
 /// @param screenMm width that the screen reports; compared with pixels. A step is too wide only if it passes

@@ -11,12 +11,11 @@ namespace {
 // A view of a large picture in real size: 128 MB.
 constexpr qreal mostPixels = 32e6;
 
-/// The size in which a view is computed: the screen's pixels, but never more than the picture has to give.
-QSize workingSize(QSize view, qreal ratio, QSize full)
+/// The size in which a view is computed: never more than the picture has to give.
+QSize workingSize(QSize view, QSize full)
 {
     const qreal pixels = qreal(view.width()) * view.height();
-    const qreal factor =
-        std::min({ratio, qreal(full.width()) / view.width(), std::sqrt(mostPixels / pixels)});
+    const qreal factor = std::min({1.0, qreal(full.width()) / view.width(), std::sqrt(mostPixels / pixels)});
     return factor == 1.0 ? view : (QSizeF(view) * factor).toSize().expandedTo(QSize(1, 1));
 }
 
@@ -26,7 +25,7 @@ QImage filteredView(const TProcessImageRequest &request)
     const QSize view = scaledToWidth(full.size(), request.width);
     if (view.isEmpty())
         return {};
-    const QSize size = workingSize(view, request.ratio, full.size());
+    const QSize size = workingSize(view, full.size());
     const auto mode = request.transformationMode == 1 ? Qt::SmoothTransformation : Qt::FastTransformation;
     QImage image =
         VistamoGlobal().applyFilters(full.scaled(size, Qt::IgnoreAspectRatio, mode), request.contrast,

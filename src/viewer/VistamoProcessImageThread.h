@@ -13,12 +13,11 @@ struct TProcessImageRequest
 {
     QPixmap pixmap;             ///< the picture in full
     int transformationMode = 0; ///< 1 for smooth scaling, 0 for fast
-    int width = 0;              ///< of the view, device-independent pixels
+    int width = 0;              ///< of the view, pixels of the screen
     int contrast = 0;
     int brightness = 0;
     int gamma = 0;
     int invertColours = 0;
-    qreal ratio = 1; ///< the screen's pixels to a device-independent one
 };
 
 /// Filters the view while the adjustments dialog is open, the newest request alone, and sleeps in between.

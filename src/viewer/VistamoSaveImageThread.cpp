@@ -12,15 +12,14 @@ namespace {
 
 void save(const TSaveImageRequest &request)
 {
+    QImage image = request.late ? request.late() : request.pixmap.toImage();
     ReplacementFile file(request.fileName);
-    if (!file.create())
+    if (image.isNull() || !file.create())
         return;
     const QByteArray format = QFileInfo(request.fileName).suffix().toLower().toLatin1();
-    const QSize size = request.pixmap.size();
-    const MemoryBudget::Share share(static_cast<qint64>(size.width()) * size.height()
+    const MemoryBudget::Share share(static_cast<qint64>(image.width()) * image.height()
                                         * ImageWriting::bytesPerPixel(format),
                                     MemoryBudget::Patience::Long);
-    QImage image = request.pixmap.toImage();
     image.setColorSpace(QColorSpace::SRgb); // in which pictures are on show
     if (ImageWriting::write(ImageWriting::fitted(image, format), format, -1, request.source, file))
         static_cast<void>(file.commit()); // it tells of a failure itself
@@ -38,7 +37,7 @@ VistamoSaveImageThread::VistamoSaveImageThread(QObject *parent)
 
 void VistamoSaveImageThread::addRequest(QPixmap pixmap, QString fileName, QString source)
 {
-    requestList.push({pixmap, fileName, source});
+    addRequest({pixmap, fileName, source});
 }
 
 void VistamoSaveImageThread::writeRequests()

@@ -3,16 +3,20 @@
 #include "shared/threads/StoppableThread.h"
 #include "shared/threads/WorkQueue.h"
 
+#include <QImage>
 #include <QList>
 #include <QPixmap>
 #include <QString>
+
+#include <functional>
 
 /// A picture to be written.
 struct TSaveImageRequest
 {
     QPixmap pixmap;
-    QString fileName; ///< the path; its suffix says the format
-    QString source;   ///< the file that it was made from, whose metadata go along
+    QString fileName;                  ///< the path; its suffix says the format
+    QString source;                    ///< the file that it was made from, whose metadata go along
+    std::function<QImage()> late = {}; ///< gives the picture where there is no pixmap yet
 };
 
 /// Writes exported pictures, in the order in which they were asked for.
@@ -28,6 +32,7 @@ public:
     explicit VistamoSaveImageThread(QObject *parent = nullptr);
 
     void addRequest(QPixmap pixmap, QString fileName, QString source = {});
+    void addRequest(const TSaveImageRequest &request) { requestList.push(request); }
 
     /// Writes what is left on the calling thread. For a thread that does not run.
     void writeRequests();

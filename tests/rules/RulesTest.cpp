@@ -121,6 +121,16 @@ private slots:
             QCOMPARE(layout(mode, QSize(0, 0), 1), (Sizes{QSize(), view}));
         QCOMPARE(viewportOf(QSize(1000, 600)), QSize(984, 596));
         QCOMPARE(viewportOf(QSize(3, 3)), QSize(1, 1));
+        // On a screen with scaling.
+        for (const auto &[ratio, pixels, label] : {std::tuple(1.0, view, QSize(1200, 500)),
+                                                   {2.0, view * 2, view},
+                                                   {1.25, QSize(1249, 624), view},
+                                                   {1.5, QSize(1499, 749), view}}) {
+            const Viewport port = {view, ratio};
+            QCOMPARE(port.pixels(), pixels);
+            QCOMPARE(port.labelFor(QSize(1200, 10)), label);
+            QCOMPARE(port.labelFor(port.pixels()), view);
+        }
     }
 
     void scalingRoundsAsPixmapsDo()

@@ -1,35 +1,60 @@
 #include "support/Program.h"
 
+#include <QScrollArea>
 #include <QScrollBar>
 #include <QtTest>
 
-/// The program on a screen with two pixels to a device-independent one: stripes of one pixel stay stripes.
+#include <cmath>
+
+/// The program on a screen with two pixels to a device-independent one, or one and a fraction: stripes of one
+/// pixel stay stripes.
 class DenseScreenTest : public ProgramTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { QCOMPARE(qGuiApp->devicePixelRatio(), 2.0); } // QT_SCALE_FACTOR, from CTest
+    void initTestCase() { QVERIFY(ratio() > 1); } // QT_SCALE_FACTOR, from CTest
     void init() { newFolder(); }
     void cleanup() { end(); }
 
-    void viewerShowsEveryPixel()
+    void viewLiesOnThePixelsOfTheScreen() // at any scaling
+    {
+        const int cut = ratio() == 2 ? 0 : 1;
+        const auto stripesShown = [this] {
+            const QWidget *const area = program->find("scrollArea");
+            const QPoint middle = area->mapTo(program->window.get(), area->rect().center());
+            return stripes(program->window->grab().toImage(), qRound(middle.y() * ratio()));
+        };
+        for (const int width : {1000, 1001, 1002, 1003}) {
+            geometry = QRect(10, 10, width, 601);
+            open(QSize(3000, 2000));
+            auto *const area = program->find<QScrollArea>("scrollArea");
+            const QSizeF view = QSizeF(area->size() - QSize(16, 4)) * ratio();
+            program->click("fullButton");
+            for (const int scrolled : {0, 17}) {
+                area->horizontalScrollBar()->setValue(scrolled);
+                QVERIFY(stripesShown() > view.width() - 2);
+            }
+            QCOMPARE(area->widget()->width(), std::ceil((3000 + cut) / ratio()));
+
+            // Fitted to the view, which it has the pixels for.
+            const QSize pixels(int(view.width()) - cut, int(view.height()) - cut);
+            open(pixels);
+            QCOMPARE(text("percentResizeLabel"), "100%");
+            for (int tick = 0; tick < 11; ++tick) // the last brings the smooth pass
+                program->call("onLoadHighQualityTimer");
+            QVERIFY(stripesShown() >= pixels.width());
+        }
+    }
+
+    void adjustmentsShowEveryPixel()
     {
         const QSize view = open(QSize(500, 400));
         QCOMPARE(open(view * 2), view);
         const int all = view.width() * 2;
-        QTRY_COMPARE(stripes(grabbed("imageLabel")), all);
-        QObject *const form = program->find("ThumbsForm");
-        program->click("fitVHButton");
-        for (int tick = 0; tick < 11; ++tick) // the last brings the smooth pass
-            QMetaObject::invokeMethod(form, "onLoadHighQualityTimer");
-        QCOMPARE(stripes(grabbed("imageLabel")), all);
-
         const QRgb corner = grabbed("imageLabel").pixel(0, 0);
-        QMetaObject::invokeMethod(form, "onBrightnessAction");
-        QMetaObject::invokeMethod(form, "on_adjustmentsVisible", Q_ARG(bool, true));
-        QMetaObject::invokeMethod(form, "on_setFilter", Q_ARG(int, 0), Q_ARG(int, 20), Q_ARG(int, 100),
-                                  Q_ARG(int, 0));
+        program->call("onBrightnessAction");
+        program->call("on_setFilter", Q_ARG(int, 0), Q_ARG(int, 20), Q_ARG(int, 100), Q_ARG(int, 0));
         QTRY_VERIFY(grabbed("imageLabel").pixel(0, 0) != corner);
         QCOMPARE(stripes(grabbed("imageLabel")), all);
     }
@@ -78,7 +103,7 @@ private:
     {
         program.reset();
         save(size);
-        start({folder->path()}, 1);
+        start({folder->path()}, 1, geometry);
         program->open(0);
         if (cropping)
             program->click("cropButton");
@@ -86,6 +111,7 @@ private:
         [&] { QTRY_COMPARE(text("sizeInfoLabel"), expected); }();
         return program->find("imageLabel")->size();
     }
+    static qreal ratio() { return qGuiApp->devicePixelRatio(); }
     QImage grabbed(const char *widget) { return program->find(widget)->grab().toImage(); }
 
     /// The most pixels in a row, at this height or in the middle, that are dark and light in turn.
@@ -102,6 +128,8 @@ private:
         }
         return most;
     }
+
+    QRect geometry;
 };
 
 QTEST_MAIN(DenseScreenTest)

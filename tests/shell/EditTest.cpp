@@ -65,7 +65,9 @@ private slots:
         QCOMPARE(slider("gamma")->value(), 255);
         slider("gamma")->setValue(50);
         slider("contrast")->setValue(60);
+        choose("adjustButton", "Contrast"); // open already
         spin("brightness")->setValue(100);
+        QTRY_COMPARE(colourShown(), filtered(before, 60, 100, 50, 128));
         dialog->findChild<QPushButton *>("applyButton")->click();
         QVERIFY(!dialog->isVisible());
         QImage expected = before;
@@ -177,6 +179,28 @@ private slots:
         QTRY_COMPARE(text("sizeInfoLabel"), "90x60");
     }
 
+    void editsOfTheThumbnailAreMadeOnThePicture()
+    {
+        Pictures::save(path("a.png"), QSize(4000, 3000));
+        const auto reset = [this] { choose("adjustButton", "Reset Image"); };
+        untilOpened([&] {
+            reset();
+            program->click("rotateRightButton");
+            choose("adjustButton", "Invert Colors");
+            auto *const dialog = program->window->findChild<QDialog *>("VistamoFilterDialog");
+            dialog->findChild<QSlider *>("invertColorsSlider")->setValue(128);
+            dialog->findChild<QPushButton *>("applyButton")->click();
+            program->click("flipHButton");
+        });
+        const QImage turned = QImage(path("a.png")).transformed(QTransform().rotate(90));
+        const QImage expected = VistamoGlobal().applyFilter(turned, 4, 128).mirrored(true, false);
+        QCOMPARE(Pictures::difference(exported("edited.png"), expected), 0.0);
+        reset();
+        program->click("flipVButton");
+        untilOpened(reset);
+        QCOMPARE(program->shown(QSize(4000, 3000)), "red green blue yellow");
+    }
+
     void exportGetsTheSuffixOfItsFilter()
     {
         answer = path("plain");
@@ -192,27 +216,41 @@ private slots:
         }
     }
 
-    void exportsAreFinishedAtTheEnd()
+    void exportsAreFinishedWhateverFollows()
     {
-        // Large enough to be still on its way at the end. At once, it waits for the picture itself.
+        // Large enough to be still on its way at the end. At once, the picture itself is still to come.
         Pictures::save(path("a.png"), QSize(4000, 3000));
+        program->click("cropButton");
         choose("adjustButton", "Reset Image");
+        program->click("flipVButton");
+        const QString early = path("early.png");
+        answer = early;
         choose("exportButton", "Export to Image File");
-        untilOpened([&] { program->click("forwardButton"); }); // drops the one that waits
-        QTest::qWait(300);                                     // no question may come of it
-        program->click("backButton");
+        program->click("flipHButton");
+        answer = path("crop.png");
+        program->click("exportCropImageButton");
+        choose("exportButton", "Copy to Clipboard");
+        program->click("forwardButton");
+        program->click("closeButton");
+        const auto copied = [] { return QGuiApplication::clipboard()->image(); };
+        QTRY_COMPARE(copied().size(), QSize(4000, 3000));
+        QCOMPARE(Pictures::quartersOf(QImage(early)), "blue yellow red green");
+        const QImage part = copied().copy(QRect(1000, 750, 2000, 1500));
+        QCOMPARE(Pictures::difference(QImage(answer), part), 0.0);
+        program->open(rowOf("a.png"));
+        questions.clear();
         const QString first = path("first.png");
         const QString second = path("second.png");
         answer = first;
         choose("exportButton", "Export to Image File");
-        QTRY_COMPARE(VistamoGlobal::exportImagePath, first);
+        QCOMPARE(VistamoGlobal::exportImagePath, first);
         program->click("flipHButton"); // does not reach what is being written
         answer = second;
         choose("exportButton", "Export to Image File");
         answer.clear(); // cancelled
         choose("exportButton", "Export to Image File");
-        QCOMPARE(questions, QStringList({"Save to Image File|", "Save to Image File|" + first,
-                                         "Save to Image File|" + second}));
+        QCOMPARE(questions, QStringList({"Save to Image File|" + path("crop.png"),
+                                         "Save to Image File|" + first, "Save to Image File|" + second}));
         QVERIFY(!QFile::exists(second));
         program.reset();
         QCOMPARE(QImage(first).size(), QSize(4000, 3000));

@@ -6,7 +6,30 @@
 
 #include <QFileInfo>
 #include <QGuiApplication>
+#include <QSemaphore>
 #include <QSignalSpy>
+
+#include <atomic>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+QSemaphore readsToHang; ///< the next of them
+QSemaphore readsGoOn;
+std::atomic_int readsGoneOn = 0;
+
+} // namespace
+
+/// In the C library's place: a drive that does not answer any more, within a picture of several blocks.
+ssize_t read(int file, void *bytes, size_t count)
+{
+    if (lseek(file, 0, SEEK_CUR) > 16000 && readsToHang.tryAcquire()) {
+        readsGoOn.acquire();
+        ++readsGoneOn;
+    }
+    return syscall(SYS_read, file, bytes, count);
+}
 
 /// Pictures that are decoded in parallel, by threads that the viewer starts and leaves.
 class LoadImageThreadTest : public FolderTest
@@ -64,22 +87,44 @@ private slots:
         MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
     }
 
-    void whatWaitsComesAfterThePictureOnShow()
+    void neighbourThatHangsIsLeftBehind()
     {
+        const auto file = [this](const char *name) {
+            const QFileInfo info(path(name));
+            return ImageRequest{info.filePath(), info.size(), info.lastModified()};
+        };
+        for (const int width : {6, 7, 8, 9})
+            Pictures::save(path(QString::number(width) + ".bmp"), QSize(width, 4000));
+        const qint64 usual = VistamoLoadImageThread::deadAfterMs;
         PictureLoader loader;
-        QStringList heard;
+        QList<int> widths;
         connect(&loader, &PictureLoader::imageLoaded, this,
-                [&](const QPixmap &pixmap) { heard.append(QString::number(pixmap.width())); });
-        connect(&loader, &PictureLoader::loadImageFinished, this, [&] { heard.append("end"); });
-        const auto await = [&](const char *name) { loader.whenLoaded([&, name] { heard.append(name); }); };
-        await("at once");
-        loader.show({path("slow.png")});
-        await("forgotten");
-        loader.show({path("7.jpg")});
-        QTRY_COMPARE(heard, QStringList({"at once", "8000", "7", "end"}));
-        loader.show({path("8.jpg")});
-        await("last");
-        QTRY_COMPARE(heard.mid(4), QStringList({"8", "end", "last"}));
+                [&](const QPixmap &pixmap) { widths.append(pixmap.width()); });
+        const auto hang = [](const auto &request) {
+            readsToHang.release();
+            request();
+            QTRY_COMPARE(readsToHang.available(), 0);
+        };
+        loader.open();
+        hang([&] { loader.prefetchNeighbours(file("7.bmp"), {}, QPixmap(10, 10)); });
+        hang([&] { loader.show(file("8.bmp")); });
+        loader.show(file("7.bmp"));
+        VistamoLoadImageThread::deadAfterMs = 0;
+        loader.show(file("9.bmp")); // leaves both behind
+        VistamoLoadImageThread::deadAfterMs = usual;
+        QTRY_COMPARE(widths, QList({7, 9}));
+
+        Prefetch prefetch;
+        hang([&] { prefetch.want({file("7.bmp")}, QPixmap(10, 10)); });
+        VistamoLoadImageThread::deadAfterMs = 0;
+        prefetch.pause();
+        VistamoLoadImageThread::deadAfterMs = usual;
+        QVERIFY(!prefetch.request(file("7.bmp")).prefetched);
+        prefetch.want({file("6.bmp")}, QPixmap(10, 10)); // by another thread
+        QVERIFY(prefetch.request(file("6.bmp")).prefetched);
+        readsGoOn.release(3);
+        QTRY_COMPARE(readsGoneOn, 3);
+        StoppableThread::someLeftBehind = false;
     }
 
     void pictureThatIsBeingPrefetchedIsWaitedFor()

@@ -17,9 +17,9 @@ private slots:
         PictureView view;
         const QSize port(300, 300);
         view.exchange(QPixmap::fromImage(Pictures::quarters(QSize(600, 400))));
-        QVERIFY(view.refit(port) == port && view.measure() == 0.5);
-        QCOMPARE(view.redraw(false, port, 1).pixels.cacheKey(), view.picture().cacheKey()); // not scaled
-        QCOMPARE(view.redraw(true, port, 1).pixels.size(), QSize(300, 200));
+        QVERIFY(view.refit({port}) == port && view.measure() == 0.5);
+        QCOMPARE(view.redraw(false, {port}).pixels.cacheKey(), view.picture().cacheKey()); // not scaled
+        QCOMPARE(view.redraw(true, {port}).pixels.size(), QSize(300, 200));
         // A turned picture keeps its scale. The view has pixels of its own by now.
         view.turn(true);
         QCOMPARE(view.displayed().size, QSize(200, 300));
@@ -32,17 +32,47 @@ private slots:
         QCOMPARE(view.displayed().size, QSize(200, 300));
         // Free zoom: its scale holds for the next picture, whatever the room.
         QVERIFY(view.zoom(1, 0) && view.measure() == 0.55);
-        QCOMPARE(view.exchange(QPixmap(1000, 100)).size(), QSize(400, 600));
-        QCOMPARE(view.refit(port), QSize(550, 300));
+        QCOMPARE(view.standIn(QPixmap(1000, 100)).size(), QSize(400, 600)); // not turned
+        QCOMPARE(view.refit({port}), QSize(550, 300));
 
         // The smooth view is due eleven ticks after the last fast one, and is the last itself.
         QSignalSpy ticks(&view, &PictureView::highQualityTick);
         QVERIFY(ticks.wait() && !view.countDown());
-        view.redraw(false, port, 1);
+        view.redraw(false, {port});
         for (int tick = 1; tick <= 11; ++tick)
             QCOMPARE(view.countDown(), tick == 11);
-        view.redraw(true, port, 1);
+        view.redraw(true, {port});
         QVERIFY(!ticks.wait(300));
+    }
+
+    void smoothViewOfALargePictureHasAllOfItsDetail()
+    {
+        QImage noise(5000, 4000, QImage::Format_RGB32);
+        QRandomGenerator(7).fillRange(reinterpret_cast<quint32 *>(noise.bits()), noise.sizeInBytes() / 4);
+        noise = noise.convertToFormat(QImage::Format_RGB16).convertToFormat(QImage::Format_RGB32); // opaque
+        const Viewport port = {QSize(1000, 800)};
+        PictureView view;
+        view.exchange(QPixmap::fromImage(noise));
+        view.reduce();
+        const auto fastWidth = [&] {
+            static_cast<void>(view.refit(port));
+            return view.redraw(false, port).pixels.width();
+        };
+        QTRY_VERIFY(fastWidth() < 5000);
+        const auto isDue = [&] {
+            int ticks = 0;
+            QTRY_VERIFY(++ticks && view.countDown());
+        };
+        isDue();
+        QVERIFY(!view.redraw(true, port).smooth); // it is being made
+        view.redraw(false, port);                 // the view has changed: it is not wanted any more
+        for (int tick = 0; tick < 10; ++tick)
+            QVERIFY(!view.countDown());
+        isDue();
+        QVERIFY(!view.redraw(true, port).smooth);
+        isDue();
+        QCOMPARE(view.redraw(true, port).pixels.toImage(),
+                 noise.scaled(1000, 800, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
     }
 
     void adjustmentsGiveTheNewestViewAndTheWholePicture()
@@ -55,7 +85,7 @@ private slots:
         QSignalSpy finished(&adjustments, &Adjustments::finished);
         const auto ask = [&](int width) {
             adjustments.setFilter(20, width, 50, 90);
-            adjustments.request(QPixmap::fromImage(picture), width, false, 1);
+            adjustments.request(QPixmap::fromImage(picture), width, false);
             return VistamoGlobal().applyFilters(picture.scaledToWidth(width), 20, width, 50, 90);
         };
         adjustments.setActive(true);
@@ -63,10 +93,15 @@ private slots:
         ask(33);
         QTRY_COMPARE(view, ask(60));
         // Opened again while the thread ends: there is another one by the time that this is heard of.
-        QCOMPARE(adjustments.apply(picture), ColourFilters::applyAdjustments(picture, 20, 60, 50, 90));
+        QCOMPARE(adjustments.apply()(picture), ColourFilters::applyAdjustments(picture, 20, 60, 50, 90));
         adjustments.setActive(true);
         QVERIFY(finished.wait());
         QTRY_COMPARE(view, ask(30));
+        // A view that comes after the dialog is not shown.
+        view = QImage();
+        ask(80);
+        adjustments.cancel();
+        QVERIFY(finished.wait() && view.isNull());
     }
 };
 

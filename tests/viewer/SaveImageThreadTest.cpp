@@ -84,12 +84,17 @@ private slots:
     void askedForWhileTheThreadEnds()
     {
         Exports exports;
-        exports.add(QPixmap(20, 10), path("a.png"));
-        while (!QFile::exists(path("a.png")))
-            QThread::msleep(100);
-        exports.add(QPixmap(30, 10), path("a.png"));
-        QTRY_VERIFY(!exports.saveImageThreadRunning());
-        QCOMPARE(QImage(path("a.png")).width(), 30);
+        for (const bool programEnds : {false, true}) {
+            QFile::remove(path("a.png"));
+            exports.add(QPixmap(20, 10), path("a.png"));
+            while (!QFile::exists(path("a.png")))
+                QThread::msleep(100);
+            exports.add(QPixmap(30, 10), path("a.png"));
+            if (programEnds)
+                exports.finish();
+            QTRY_VERIFY(!exports.saveImageThreadRunning());
+            QCOMPARE(QImage(path("a.png")).width(), 30);
+        }
     }
 
 private:

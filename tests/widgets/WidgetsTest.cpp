@@ -89,8 +89,7 @@ private slots:
         label.resize(400, 300);
         const QColor background = label.palette().color(QPalette::Window);
         for (const QSize size : {QSize(120, 80), QSize(36, 24), QSize(300, 200)}) {
-            for (const DisplayedImage &view :
-                 {DisplayedImage{size}, smoothImage(full, size, label.size(), 1.0)}) {
+            for (const DisplayedImage &view : {DisplayedImage{size}, smoothImage(full, size, label.size())}) {
                 label.showImage(full, view);
                 const QImage shot = label.grab().toImage();
                 const QRect place(QPoint((400 - size.width()) / 2, (300 - size.height()) / 2), size);
@@ -139,7 +138,7 @@ private slots:
             for (const bool smooth : {false, true}) {
                 const QSize size(width, width / 2);
                 const DisplayedImage view =
-                    smooth ? smoothImage(full, size, QSize(10, 10), 1.0) : DisplayedImage{size};
+                    smooth ? smoothImage(full, size, QSize(10, 10)) : DisplayedImage{size};
                 const auto painted = [&](QSize piece, Qt::GlobalColor background) {
                     QImage image(size, QImage::Format_RGB32);
                     image.fill(background);
@@ -173,7 +172,7 @@ private slots:
         label->setFixedSize(size);
         area.show();
         for (const bool smooth : {false, true}) {
-            label->showImage(full, smooth ? smoothImage(full, size, area.size(), 1.0) : DisplayedImage{size});
+            label->showImage(full, smooth ? smoothImage(full, size, area.size()) : DisplayedImage{size});
             for (int i = 0; i < 4; ++i) {
                 area.ensureVisible(i % 2 * 59000 + 250, i / 2 * 39000 + 200, 250, 200);
                 QCOMPARE(area.viewport()->grab().toImage().pixelColor(200, 200),

@@ -97,8 +97,9 @@ void ThumbsForm::on_setFilter(int contrast, int brightness, int gamma, int inver
 void ThumbsForm::on_filterDialogApplyChanges()
 {
     qDebug() << "on_applyChanges";
-    pictureView.exchange(QPixmap::fromImage(adjustments.apply(pictureView.picture().toImage())));
-    redraw();
+    const PictureEdit edit = adjustments.apply();
+    pictureView.dropFiltered();
+    editPicture(edit);
 }
 
 void ThumbsForm::on_filterDialogCancelChanges()

@@ -9,7 +9,9 @@
 #include "slideshow/SlideShowForm.h"
 #include "ui_ThumbsForm.h"
 
+#include <QClipboard>
 #include <QDeadlineTimer>
+#include <QGuiApplication>
 #include <QHeaderView>
 #include <QStackedLayout>
 #include <QTimeZone>
@@ -217,6 +219,8 @@ void ThumbsForm::connectViews()
     connect(&adjustments, SIGNAL(resultAvailable(QImage)), SLOT(on_filterResultAvailable(QImage)));
     connect(&adjustments, SIGNAL(finished()), SLOT(on_filterFinished()));
     connect(&exports, SIGNAL(finished()), SLOT(onSaveImageFinished()));
+    connect(&exports, &Exports::made, this,
+            [](const QImage &picture) { QGuiApplication::clipboard()->setImage(picture); });
 
     connect(&folderWatch, SIGNAL(directoryChanged(QString)), SLOT(showDirModified(QString)));
     connect(&folderWatch, &FolderWatch::changed, &folderLoad, &FolderLoad::showChanged);

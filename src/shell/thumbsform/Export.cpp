@@ -5,26 +5,46 @@
 #include <QClipboard>
 #include <QGuiApplication>
 
+namespace {
+
+/// What gives the picture on show, on any thread: where a thumbnail stands in for it, by decoding it again
+/// and editing it as the thumbnail was.
+std::function<QImage()> shownPicture(const PictureLoader &loader, const PictureView &view)
+{
+    if (!loader.loadImageThreadRunning())
+        return [picture = view.picture()] { return picture.toImage(); };
+    return [path = loader.shown(), edit = view.edits()] { return edit(DecodedOnce().get(path).toImage()); };
+}
+
+} // namespace
+
 void ThumbsForm::imageFileActionClicked(bool)
 {
-    pictureLoader.whenLoaded([this] { exportImage(pictureView.picture()); });
+    exportImage(shownPicture(pictureLoader, pictureView));
 }
 
 void ThumbsForm::on_exportCropImageButton_clicked()
 {
-    pictureLoader.whenLoaded(
-        [this] { exportImage(QPixmap::fromImage(pictureView.picture().toImage().copy(cropTool.rect()))); });
+    const bool isStandIn = pictureLoader.loadImageThreadRunning();
+    exportImage([=, tool = cropTool, picture = shownPicture(pictureLoader, pictureView)]() mutable {
+        const QImage image = picture();
+        if (isStandIn)
+            tool.init(image.size()); // as when the picture comes
+        return image.copy(tool.rect());
+    });
 }
 
 void ThumbsForm::pasteboardActionMenuClicked(bool)
 {
-    pictureLoader.whenLoaded(
-        [this] { QGuiApplication::clipboard()->setImage(pictureView.picture().toImage()); });
+    if (pictureLoader.loadImageThreadRunning())
+        exports.make(shownPicture(pictureLoader, pictureView));
+    else
+        QGuiApplication::clipboard()->setImage(pictureView.picture().toImage());
 }
 
-/// Asks for a path, at which the next dialog starts, and exports the picture there. It is the one that was on
-/// show before the question: arrow keys in the dialog step the viewer too.
-void ThumbsForm::exportImage(QPixmap picture)
+/// Asks for a path, at which the next dialog starts, and exports a picture there, whatever is on show by
+/// then.
+void ThumbsForm::exportImage(const std::function<QImage()> &picture)
 {
     const QString source = pictureLoader.shown();
     const QString path = FileDialog::saveFileNameWithSuffix(

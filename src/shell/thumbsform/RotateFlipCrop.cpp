@@ -4,7 +4,7 @@
 #include "viewer/PictureTurning.h"
 
 /// Makes a change to the picture and to its view.
-void ThumbsForm::editPicture(const std::function<QImage(const QImage &)> &edit)
+void ThumbsForm::editPicture(const PictureEdit &edit)
 {
     pictureView.edit(edit);
     redraw();
@@ -25,7 +25,7 @@ void ThumbsForm::rotateImage(int angle)
 {
     pictureView.turn(angle > 0);
     redraw();
-    fitLabelToView(pictureView.displayed().size.expandedTo(viewport()));
+    fitLabelToView(viewport().labelFor(pictureView.displayed().size));
 }
 
 void ThumbsForm::on_flipHButton_clicked()

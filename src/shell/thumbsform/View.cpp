@@ -6,10 +6,11 @@
 #include <QScreen>
 #include <QStackedLayout>
 #include <QtDebug>
+#include <QtMath>
 
-QSize ThumbsForm::viewport() const
+Viewport ThumbsForm::viewport() const
 {
-    return viewportOf(ui->scrollArea->size());
+    return {viewportOf(ui->scrollArea->size()), devicePixelRatio()};
 }
 
 void ThumbsForm::setImageScale(ScaleMode mode)
@@ -24,7 +25,7 @@ void ThumbsForm::setImageScale(ScaleMode mode)
 /// Scales the view by the mode, as after a change of the picture or of the room for it, and draws it.
 void ThumbsForm::refit()
 {
-    qDebug() << "resizeSelectedImage: " << viewport();
+    qDebug() << "resizeSelectedImage: " << viewport().size;
     fitLabelToView(pictureView.refit(viewport()));
     qDebug() << "resizeSelectedImage: displayedImage Size" << pictureView.displayed().size;
     redraw();
@@ -38,8 +39,7 @@ void ThumbsForm::redraw(bool highQuality)
     ui->percentResizeLabel->setText(percentText(pictureView.measure()));
     qDebug() << "drawSelectedImage: " << highQuality;
     if (adjustments.isActive())
-        adjustments.request(pictureView.picture(), pictureView.displayed().width(), highQuality,
-                            devicePixelRatio());
+        adjustments.request(pictureView.picture(), pictureView.displayed().width(), highQuality);
     else
         showView(highQuality);
 }
@@ -53,9 +53,9 @@ void ThumbsForm::showView(bool highQuality)
     std::optional<QRect> crop;
     if (cropping) {
         showCropRect();
-        crop = cropTool.draw(pictureView.scale());
+        crop = cropTool.draw(pictureView.scale() / devicePixelRatio());
     }
-    const DisplayedImage &view = pictureView.redraw(highQuality, viewport(), devicePixelRatio());
+    const DisplayedImage &view = pictureView.redraw(highQuality, viewport());
     ui->imageLabel->showImage(pictureView.picture(), view, crop);
 }
 
@@ -130,7 +130,7 @@ void ThumbsForm::onNeedToResizeImage(int val)
         return;
     setImageScale(pictureView.mode());
     redraw();
-    fitLabelToView(pictureView.displayed().size.expandedTo(viewport()));
+    fitLabelToView(viewport().labelFor(pictureView.displayed().size));
 }
 
 void ThumbsForm::onStartDragImage(QPoint point)
@@ -145,13 +145,12 @@ void ThumbsForm::onStartDragImage(QPoint point)
 void ThumbsForm::onMouseMove(QPoint point, QPoint localPoint)
 {
     if (ui->cropButton->isChecked()) {
-        const DisplayedImage &view = pictureView.displayed();
-        const QPoint at = localPoint
-                          - QPoint((ui->imageLabel->width() - view.width()) / 2,
-                                   (ui->imageLabel->height() - view.height()) / 2);
+        const QSizeF view = QSizeF(pictureView.displayed().size) / devicePixelRatio();
+        const QSizeF around = (QSizeF(ui->imageLabel->size()) - view) / 2;
+        const QPoint at = localPoint - QPoint(qFloor(around.width()), qFloor(around.height()));
         if (const auto shape = cropTool.cursorAt(at))
             setCursor(*shape);
-        if (cropTool.drag(point, at, pictureView.picture().size(), pictureView.scale()))
+        if (cropTool.drag(point, at, pictureView.picture().size(), pictureView.scale() / devicePixelRatio()))
             redraw();
     }
     panning.moveTo(point, *ui->scrollArea);

@@ -73,7 +73,7 @@ void ThumbsForm::loadSelectedImage(const QString &path)
     const TFileRecord *const record = fileList.at(selectedImageIndex);
     const bool listed = record && ExactPath(record->fullPath) == ExactPath(path);
     cropTool.setPreviousImageSize(pictureView.picture().size());
-    QPixmap previous = pictureView.exchange(listed ? fileList.thumbnail(selectedImageIndex) : QPixmap());
+    QPixmap previous = pictureView.standIn(listed ? fileList.thumbnail(selectedImageIndex) : QPixmap());
     refit();
     Background::free(std::move(previous));
     pictureLoader.show(listed ? fileOf(*record) : ImageRequest{path});
