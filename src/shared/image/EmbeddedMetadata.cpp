@@ -44,6 +44,7 @@ void tolerant(const char *what, const std::function<void()> &step)
     }
 }
 
+/// What exiv2 needs of a file; empty if it cannot be opened, is too large or of a format without metadata.
 QByteArray fileForReading(const QString &path)
 {
     QFile file(path);
@@ -52,9 +53,12 @@ QByteArray fileForReading(const QString &path)
     if (const QByteArray pixelless = MetadataFile::withoutPixels(file); !pixelless.isEmpty())
         return pixelless;
     file.seek(0);
-    if (file.peek(jpegSignature.size()) == jpegSignature)
+    const QByteArray head = file.peek(4096);
+    if (head.startsWith(jpegSignature))
         return file.read(mostJpegHead);
-    return file.size() <= mostFile ? file.readAll() : QByteArray();
+    const auto type = Exiv2::ImageFactory::getType(bytesOf(head), static_cast<long>(head.size()));
+    const bool holdsExif = Exiv2::ImageFactory::checkMode(type, Exiv2::mdExif) & Exiv2::amRead;
+    return holdsExif && file.size() <= mostFile ? file.readAll() : QByteArray();
 }
 
 struct Metadata
@@ -80,6 +84,8 @@ Metadata readMetadata(const QString &path)
         return found;
     tolerant("file", [&] {
         const QByteArray bytes = fileForReading(path);
+        if (bytes.isEmpty())
+            return;
         const auto image = Exiv2::ImageFactory::open(bytesOf(bytes), static_cast<long>(bytes.size()));
         tolerant("some of file", [&] { image->readMetadata(); });
         found = {image->exifData(), image->byteOrder(), image->xmpData(), image->iptcData()};
