@@ -89,39 +89,38 @@ private slots:
 
     void neighbourThatHangsIsLeftBehind()
     {
-        const auto file = [this](const char *name) {
-            const QFileInfo info(path(name));
-            return ImageRequest{info.filePath(), info.size(), info.lastModified()};
-        };
-        for (const int width : {6, 7, 8, 9})
-            Pictures::save(path(QString::number(width) + ".bmp"), QSize(width, 4000));
-        const qint64 usual = VistamoLoadImageThread::deadAfterMs;
-        PictureLoader loader;
-        QList<int> widths;
-        connect(&loader, &PictureLoader::imageLoaded, this,
-                [&](const QPixmap &pixmap) { widths.append(pixmap.width()); });
+        QList<ImageRequest> files;
+        for (const int width : {0, 1, 2, 3, 4}) {
+            const QFileInfo file(path(QString::number(width) + ".bmp"));
+            Pictures::save(file.filePath(), QSize(width + 1, 5000));
+            files.append({file.filePath(), file.size(), file.lastModified()});
+        }
         const auto hang = [](const auto &request) {
             readsToHang.release();
             request();
             QTRY_COMPARE(readsToHang.available(), 0);
         };
+        const auto giveUp = [](const auto &request) {
+            const qint64 usual = std::exchange(VistamoLoadImageThread::deadAfterMs, 0);
+            request();
+            VistamoLoadImageThread::deadAfterMs = usual;
+        };
+        PictureLoader loader;
+        QList<int> widths;
+        connect(&loader, &PictureLoader::imageLoaded, this,
+                [&](const QPixmap &pixmap) { widths.append(pixmap.width()); });
         loader.open();
-        hang([&] { loader.prefetchNeighbours(file("7.bmp"), {}, QPixmap(10, 10)); });
-        hang([&] { loader.show(file("8.bmp")); });
-        loader.show(file("7.bmp"));
-        VistamoLoadImageThread::deadAfterMs = 0;
-        loader.show(file("9.bmp")); // leaves both behind
-        VistamoLoadImageThread::deadAfterMs = usual;
-        QTRY_COMPARE(widths, QList({7, 9}));
+        hang([&] { loader.prefetchNeighbours(files[1], {}, QPixmap(10, 10)); });
+        hang([&] { loader.show(files[0]); });
+        loader.show(files[1]);
+        giveUp([&] { loader.show(files[2]); });
+        QTRY_COMPARE(widths, QList({2, 3}));
 
         Prefetch prefetch;
-        hang([&] { prefetch.want({file("7.bmp")}, QPixmap(10, 10)); });
-        VistamoLoadImageThread::deadAfterMs = 0;
-        prefetch.pause();
-        VistamoLoadImageThread::deadAfterMs = usual;
-        QVERIFY(!prefetch.request(file("7.bmp")).prefetched);
-        prefetch.want({file("6.bmp")}, QPixmap(10, 10)); // by another thread
-        QVERIFY(prefetch.request(file("6.bmp")).prefetched);
+        hang([&] { prefetch.want({files[3]}, QPixmap(10, 10)); });
+        giveUp([&] { prefetch.pause(); });
+        prefetch.want({files[4]}, QPixmap(10, 10)); // by another thread
+        QVERIFY(!prefetch.request(files[3]).prefetched && prefetch.request(files[4]).prefetched);
         readsGoOn.release(3);
         QTRY_COMPARE(readsGoneOn, 3);
         StoppableThread::someLeftBehind = false;
