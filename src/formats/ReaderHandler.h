@@ -25,7 +25,7 @@ public:
     {
         if (!canRead())
             return false;
-        *image = picture();
+        *image = picture(source());
         done = true;
         return !image->isNull();
     }
@@ -42,15 +42,14 @@ public:
     }
 
 protected:
+    virtual QImage picture(Reader &from) { return from.read(); }
+
     Reader &source() const
     {
         if (!reader)
             reader.emplace(*device());
         return *reader;
     }
-
-    /// The picture, once.
-    virtual QImage picture() { return source().read(); }
 
 private:
     mutable std::optional<Reader> reader;

@@ -1,35 +1,15 @@
 #include "formats/heif/HeifReader.h"
 #include "formats/heif/HeifWriter.h"
+#include "formats/ReaderHandler.h"
 
 #include <QImageIOPlugin>
 #include <QVariant>
 
-#include <optional>
-
 namespace {
 
-class HeifHandler : public QImageIOHandler
+class HeifHandler : public ReaderHandler<HeifReader>
 {
 public:
-    bool canRead() const override
-    {
-        if (reader)
-            return !done;
-        const QByteArray found = device() ? HeifReader::format(*device()) : QByteArray();
-        if (!found.isEmpty())
-            setFormat(found);
-        return !found.isEmpty();
-    }
-
-    bool read(QImage *image) override
-    {
-        if (!canRead())
-            return false;
-        *image = source().read(scaledSize);
-        done = true;
-        return !image->isNull();
-    }
-
     bool write(const QImage &image) override
     {
         const auto coding = format() == "avif" ? HeifWriter::Coding::Av1 : HeifWriter::Coding::Hevc;
@@ -38,17 +18,13 @@ public:
 
     bool supportsOption(ImageOption option) const override
     {
-        return option == Size || option == ImageFormat || option == ScaledSize || option == Quality
-               || option == Description;
+        return option == ScaledSize || option == Quality || option == Description
+               || ReaderHandler::supportsOption(option);
     }
 
     QVariant option(ImageOption option) const override
     {
         switch (option) {
-        case Size:
-            return canRead() ? QVariant(source().size()) : QVariant();
-        case ImageFormat:
-            return canRead() ? QVariant(source().imageFormat()) : QVariant();
         case ScaledSize:
             return scaledSize;
         case Quality:
@@ -56,7 +32,7 @@ public:
         case Description:
             return canRead() ? source().metadata().description() : QVariant();
         default:
-            return {};
+            return ReaderHandler::option(option);
         }
     }
 
@@ -71,18 +47,11 @@ public:
     }
 
 private:
-    HeifReader &source() const
-    {
-        if (!reader)
-            reader.emplace(*device());
-        return *reader;
-    }
+    QImage picture(HeifReader &from) override { return from.read(scaledSize); }
 
-    mutable std::optional<HeifReader> reader;
     QSize scaledSize;
     int quality = -1;
     MetadataBlocks metadata;
-    bool done = false;
 };
 
 } // namespace

@@ -1,56 +1,32 @@
 #include "formats/jxl/JxlMetadata.h"
 #include "formats/jxl/JxlReader.h"
 #include "formats/jxl/JxlWriter.h"
+#include "formats/ReaderHandler.h"
 
 #include <QImageIOPlugin>
 #include <QVariant>
 
-#include <optional>
-
 namespace {
 
-class JxlHandler : public QImageIOHandler
+class JxlHandler : public ReaderHandler<JxlReader>
 {
 public:
-    bool canRead() const override
-    {
-        if (reader)
-            return !done;
-        const bool found = device() && JxlReader::canRead(*device());
-        if (found)
-            setFormat("jxl");
-        return found;
-    }
-
-    bool read(QImage *image) override
-    {
-        if (!canRead())
-            return false;
-        *image = source().read();
-        done = true;
-        return !image->isNull();
-    }
-
     bool write(const QImage &image) override { return JxlWriter::write(image, *device(), quality, metadata); }
 
     bool supportsOption(ImageOption option) const override
     {
-        return option == Size || option == ImageFormat || option == Quality || option == Description;
+        return option == Quality || option == Description || ReaderHandler::supportsOption(option);
     }
 
     QVariant option(ImageOption option) const override
     {
         switch (option) {
-        case Size:
-            return canRead() ? QVariant(source().size()) : QVariant();
-        case ImageFormat:
-            return canRead() ? QVariant(source().imageFormat()) : QVariant();
         case Quality:
             return quality;
         case Description:
             return canRead() ? Jxl::readMetadata(*device()).description() : QVariant();
         default:
-            return {};
+            return ReaderHandler::option(option);
         }
     }
 
@@ -63,17 +39,8 @@ public:
     }
 
 private:
-    JxlReader &source() const
-    {
-        if (!reader)
-            reader.emplace(*device());
-        return *reader;
-    }
-
-    mutable std::optional<JxlReader> reader;
     int quality = -1;
     MetadataBlocks metadata;
-    bool done = false;
 };
 
 } // namespace
@@ -91,7 +58,7 @@ public:
             return CanRead | CanWrite;
         if (!format.isEmpty() || !device || !device->isReadable())
             return {};
-        return JxlReader::canRead(*device) ? CanRead : Capabilities();
+        return JxlReader::format(*device).isEmpty() ? Capabilities() : CanRead;
     }
 
     QImageIOHandler *create(QIODevice *device, const QByteArray &format) const override

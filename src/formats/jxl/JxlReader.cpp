@@ -124,12 +124,12 @@ JxlReader::JxlReader(QIODevice &source)
 {
 }
 
-bool JxlReader::canRead(QIODevice &device)
+QByteArray JxlReader::format(QIODevice &device)
 {
     const QByteArray start = device.peek(signatureBytes);
     const JxlSignature signature =
         JxlSignatureCheck(reinterpret_cast<const uint8_t *>(start.constData()), start.size());
-    return signature == JXL_SIG_CODESTREAM || signature == JXL_SIG_CONTAINER;
+    return signature == JXL_SIG_CODESTREAM || signature == JXL_SIG_CONTAINER ? "jxl" : QByteArray();
 }
 
 /// The decoder's next event; asks for more bytes only at the end of all. It is not told of the end: it would

@@ -18,8 +18,8 @@ public:
     /// Reads from the current position of `device`, which stays the caller's and must live as long.
     explicit JxlReader(QIODevice &device);
 
-    /// True if the bytes ahead begin a JPEG XL file.
-    [[nodiscard]] static bool canRead(QIODevice &device);
+    /// "jxl" if the bytes ahead begin a JPEG XL file, otherwise empty.
+    [[nodiscard]] static QByteArray format(QIODevice &device);
 
     /// Pixels of the upright picture, from the header. Empty if the file is broken.
     [[nodiscard]] QSize size();

@@ -46,5 +46,7 @@ DecodingNeed decodingNeed(const QImageReader &reader, const QString &path)
     // Only what is coded with loss is scaled row by row.
     if (format == "webp" && scaled.isValid())
         return {2 * bytesOf(scaled), isOpen && file.peek(16).endsWith("VP8 ") ? 0 : bytesOf(full)};
-    return {2 * bytesOf(full), reader.text(QStringLiteral("DecodingBytes")).toLongLong()};
+    if (format == "orrelan-tiff")
+        return {2 * bytesOf(full), reader.text(QStringLiteral("DecodingBytes")).toLongLong()};
+    return {2 * bytesOf(full), 0};
 }

@@ -4,8 +4,6 @@
 #include <QMutex>
 #include <QWaitCondition>
 
-#include <utility>
-
 /// A value that threads share. It can be reached only with its lock held, and waited on for a change.
 template <typename Value>
 class Guarded
@@ -36,12 +34,6 @@ public:
         Guarded &guarded;
         const QMutexLocker<QMutex> locker;
     };
-
-    Guarded() = default;
-    explicit Guarded(Value value)
-        : value(std::move(value))
-    {
-    }
 
     [[nodiscard]] Access lock() { return Access(*this); }
 
