@@ -11,6 +11,7 @@ public:
     explicit VistamoOverwriteFileDialog(QWidget *parent)
         : OverwriteFileDialog(parent)
     {
+        setObjectName(QStringLiteral("VistamoOverwriteFileDialog"));
     }
 
     /// Targets and their sources, in pairs; all are ticked.

@@ -257,10 +257,9 @@ void FileList::clear()
 bool FileList::remove(const QString &path)
 {
     const QString fileName = QFileInfo(path).fileName();
-    const NativeCaselessPath wanted(path);
     const int row = firstRow([&](const TFileRecord &file) {
         return file.fileName.compare(fileName, Qt::CaseInsensitive) == 0
-               && NativeCaselessPath(file.fullPath) == wanted;
+               && isOneDespiteCase(file.fullPath, path);
     });
     if (row < 0)
         return false;
@@ -304,11 +303,15 @@ int FileList::placeOf(const QString &path) const
 
 int FileList::lastRowNamed(const QString &fileName) const
 {
+    int caseless = -1;
     for (int row = count() - 1; row >= 0; --row) {
-        if (records()[row].fileName.compare(fileName, Qt::CaseInsensitive) == 0)
+        const QString &name = records()[row].fileName;
+        if (name == fileName)
             return row;
+        if (caseless < 0 && name.compare(fileName, Qt::CaseInsensitive) == 0)
+            caseless = row;
     }
-    return -1;
+    return caseless;
 }
 
 QPixmap FileList::thumbnail(int row) const

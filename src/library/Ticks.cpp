@@ -2,37 +2,42 @@
 
 #include <QtDebug>
 
-namespace {
+#include <algorithm>
 
-NativeCaselessPath keyOf(const QString &path, const QString &fileName)
+/// The path under which a file is ticked; null if it is not.
+QString Ticks::find(const QString &file) const
 {
-    return NativeCaselessPath(path + QLatin1Char('/') + fileName);
+    if (tickedFiles.isEmpty())
+        return {};
+    const auto [begin, end] = tickedFiles.equal_range(NativeCaselessPath(file));
+    const auto found =
+        std::find_if(begin, end, [&](const QString &other) { return isOneDespiteCase(other, file); });
+    return found == end ? QString() : *found;
 }
-
-} // namespace
 
 bool Ticks::contains(const QString &path, const QString &fileName) const
 {
-    return !tickedFiles.isEmpty() && tickedFiles.contains(keyOf(path, fileName));
+    return !find(path + QLatin1Char('/') + fileName).isNull();
 }
 
 void Ticks::set(const QString &path, const QString &fileName, bool ticked)
 {
     QList<TCheckedItem> &items = VistamoGlobal::checkedItemList;
-    const NativeCaselessPath key = keyOf(path, fileName);
+    const QString file = path + QLatin1Char('/') + fileName;
+    const QString found = find(file);
     if (!ticked) {
         qDebug() << "removeItemFromCheckedItemList: ";
         qDebug() << "path: " << path;
         qDebug() << "fileName: " << fileName;
     }
-    if (ticked && !tickedFiles.contains(key)) {
-        tickedFiles.insert(key);
+    if (ticked && found.isNull()) {
+        tickedFiles.insert(NativeCaselessPath(file), file);
         items.append({path, fileName, true});
-    } else if (!ticked && tickedFiles.remove(key)) {
+    } else if (!ticked && !found.isNull()) {
+        tickedFiles.remove(NativeCaselessPath(found), found);
         items.removeIf([&](const TCheckedItem &item) {
-            // The name alone first: a key for each of many is costly.
-            return item.fileName.compare(fileName, Qt::CaseInsensitive) == 0
-                   && keyOf(item.path, item.fileName) == key;
+            // The end alone first: a joined path for each of many is costly.
+            return found.endsWith(item.fileName) && item.path + QLatin1Char('/') + item.fileName == found;
         });
     }
     assertInStep();

@@ -3,13 +3,14 @@
 #include "shared/platform/PathIdentity.h"
 #include "shared/VistamoGlobal.h"
 
-#include <QSet>
+#include <QMultiHash>
 #include <QString>
 #include <QStringList>
 
 /// The ticked files of all folders, in the order in which they were ticked. It alone writes
 /// `VistamoGlobal::checkedItemList`, and keeps a set beside it, so that a lookup costs the same however many
-/// there are. Two paths are one file whatever their case and the kind of their separators. GUI thread.
+/// there are. Two paths are one file whatever the kind of their separators, and whatever their case unless
+/// the disk tells them apart. GUI thread.
 class Ticks
 {
 public:
@@ -29,7 +30,8 @@ public:
     [[nodiscard]] QStringList filesOf(const QString &folder) const;
 
 private:
+    [[nodiscard]] QString find(const QString &file) const;
     void assertInStep() const;
 
-    QSet<NativeCaselessPath> tickedFiles;
+    QMultiHash<NativeCaselessPath, QString> tickedFiles; ///< with their paths
 };

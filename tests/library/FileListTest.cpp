@@ -1,6 +1,7 @@
 #include "library/FileList.h"
 #include "library/Folders.h"
 #include "library/Ticks.h"
+#include "support/Files.h"
 
 #include <QtGui>
 #include <QtTest>
@@ -105,6 +106,27 @@ private slots:
         readAgain({"f.jpg", "c.jpg"}, false); // another order, as of no walk
         list->begin({1}, "/other");
         QVERIFY(list->count() == 0 && !selected.isValid());
+    }
+
+    void filesWhoseNamesDifferByCaseAlone()
+    {
+        const QTemporaryDir folder;
+        FoundFiles files = batch(0, {"A.jpg", "a.jpg"}, true);
+        for (TFileRecord &file : files.records) {
+            file.path = folder.path();
+            file.fullPath = folder.filePath(file.fileName);
+            QVERIFY(Files::write(file.fullPath, {}));
+            ticks->set(folder.path(), file.fileName, true);
+        }
+        if (QFile::remove(folder.filePath("a.jpg")) && !QFile::exists(folder.filePath("A.jpg")))
+            QSKIP("They are one here.");
+        list->begin({1}, folder.path());
+        QVERIFY(list->take(files, true));
+        QCOMPARE(list->lastRowNamed("A.jpg"), 0);
+        ticks->set(folder.path(), "a.jpg", false);
+        QVERIFY(list->remove(folder.filePath("a.jpg")) && !list->remove(folder.filePath("a.jpg")));
+        QCOMPARE(VistamoGlobal::fileDataList.value(0).fileName, "A.jpg");
+        QCOMPARE(ticks->files(), QStringList(folder.filePath("A.jpg")));
     }
 
     void answersFindTheirFile()

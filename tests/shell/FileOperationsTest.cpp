@@ -51,6 +51,7 @@ private slots:
             write(name, "old");
         select({"a.png", "b.png", "c.png"});
         whenDialog([&](QWidget *dialog) {
+            QCOMPARE(dialog->objectName(), "VistamoOverwriteFileDialog");
             auto *const tree = dialog->findChild<QTreeWidget *>("treeWidget");
             QCOMPARE(tree->topLevelItemCount(), 3);
             for (const char *const name : {"a.png", "b.png", "c.png"})

@@ -43,3 +43,10 @@ bool isOneFile(const QString &a, const QString &b)
     return std::filesystem::equivalent(QFileInfo(a).filesystemFilePath(), QFileInfo(b).filesystemFilePath(),
                                        ignored);
 }
+
+bool isOneDespiteCase(const QString &a, const QString &b)
+{
+    return QDir::toNativeSeparators(a) == QDir::toNativeSeparators(b)
+           || (NativeCaselessPath(a) == NativeCaselessPath(b)
+               && (isOneFile(a, b) || (!QFileInfo::exists(a) && !QFileInfo::exists(b))));
+}

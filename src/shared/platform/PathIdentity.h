@@ -47,3 +47,7 @@ using ResolvedCaselessPath = PathIdentity<PathRule::ResolvedCaseless>;
 
 /// True if both lead to one file on the disk, by device and inode; false if either is not there.
 [[nodiscard]] bool isOneFile(const QString &a, const QString &b);
+
+/// True if two paths are one but for their case and the kind of their separators, and the disk does not tell
+/// them apart: both lead to one file, or neither to any. Looks at the disk only where they differ.
+[[nodiscard]] bool isOneDespiteCase(const QString &a, const QString &b);
