@@ -2,6 +2,7 @@
 ;   makensis -DVERSION=1.0.0 -DFILES=FOLDER -DOUTPUT=FILE installer.nsi
 ; Settings, thumbnails and photos are the user's, and stay when the program goes.
 
+Target amd64-unicode ; which a Wine without its 32-bit part runs as well
 Unicode true
 ManifestDPIAware true
 SetCompressor /SOLID lzma
