@@ -3,8 +3,11 @@
 #include <QDir>
 #include <QFileInfo>
 
-#include <shlobj.h>
 #include <string>
+#include <windows.h>
+
+#include <shellapi.h>
+#include <shlobj.h>
 
 namespace {
 
