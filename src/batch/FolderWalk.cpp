@@ -14,9 +14,9 @@ struct Pending
 };
 
 /// What has a dot in its name, and all folders: the last first.
-QList<Pending> entriesInReverse(const QString &folder)
+QList<Pending> entriesInReverse(const QString &folder, const std::function<bool()> &isStopped)
 {
-    QList<FolderEntry> entries = folderEntries(folder, [] { return false; });
+    QList<FolderEntry> entries = folderEntries(folder, isStopped);
     std::sort(entries.rbegin(), entries.rend(), comesBefore);
     QList<Pending> pending;
     for (const FolderEntry &entry : std::as_const(entries)) {
@@ -28,13 +28,14 @@ QList<Pending> entriesInReverse(const QString &folder)
 
 } // namespace
 
-void walkFolder(const QString &folder, const std::function<bool(const QString &)> &visit)
+void walkFolder(const QString &folder, const std::function<bool(const QString &)> &visit,
+                const std::function<bool()> &isStopped)
 {
-    QList<Pending> pending = entriesInReverse(folder);
+    QList<Pending> pending = entriesInReverse(folder, isStopped);
     while (!pending.isEmpty()) {
         const Pending entry = pending.takeLast();
         if (entry.isFolder)
-            pending.append(entriesInReverse(entry.path));
+            pending.append(entriesInReverse(entry.path, isStopped));
         else if (!visit(entry.path))
             return;
     }

@@ -70,10 +70,13 @@ void ImagesToPDFAddUrlsThread::addUrl(const QString &path)
         addFile(path);
         return;
     }
-    walkFolder(path, [this](const QString &file) {
-        addFile(file);
-        return !stopRequested;
-    });
+    walkFolder(
+        path,
+        [this](const QString &file) {
+            addFile(file);
+            return !stopRequested;
+        },
+        [this] { return isStopping(); });
 }
 
 void ImagesToPDFAddUrlsThread::addFile(const QString &path)

@@ -1,5 +1,6 @@
 #include "library/FolderWatch.h"
 
+#include "library/FolderProbe.h"
 #include "shared/platform/PathIdentity.h"
 
 #include <algorithm>
@@ -10,6 +11,9 @@ namespace {
 // Debounce: a storm of changes costs one reload after this much quiet, or this long after it began.
 constexpr int debounceMs = 200;
 constexpr int longestDebounceMs = 2000;
+constexpr int lookForMissingMs = 2000;
+// Of a drive that hangs there is no answer; it is not asked again.
+constexpr int longestLookMs = 50;
 
 } // namespace
 
@@ -17,14 +21,32 @@ FolderWatch::FolderWatch(QObject *parent)
     : QObject(parent)
 {
     connect(&directoryWatcher, &QFileSystemWatcher::directoryChanged, this, &FolderWatch::directoryChanged);
+    missingTimer.setInterval(lookForMissingMs);
+    connect(&missingTimer, &QTimer::timeout, this, &FolderWatch::lookForMissing);
     debounceTimer.setSingleShot(true);
     connect(&debounceTimer, &QTimer::timeout, this, [this] { emit changed(changedPath); });
 }
 
-void FolderWatch::watch(const QString &path)
+bool FolderWatch::watch(const QString &path)
 {
-    if (!directoryWatcher.directories().contains(path))
-        directoryWatcher.addPath(path);
+    missingTimer.stop();
+    missing.clear();
+    if (directoryWatcher.directories().contains(path))
+        return false;
+    if (directoryWatcher.addPath(path))
+        return true;
+    missing = path;
+    missingTimer.start();
+    return false;
+}
+
+void FolderWatch::lookForMissing()
+{
+    const QHash<QString, FolderState> states = probeFolders({missing}, longestLookMs);
+    if (!states.contains(missing))
+        missingTimer.stop();
+    else if (const QString path = missing; states.value(path) == FolderState::There && watch(path))
+        reportSoon(path);
 }
 
 void FolderWatch::directoryModified(const QString &path, const QString &askedFor)

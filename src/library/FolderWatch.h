@@ -14,8 +14,12 @@ class FolderWatch : public QObject
 public:
     explicit FolderWatch(QObject *parent = nullptr);
 
-    /// Watches a folder, from now to the end of the program.
-    void watch(const QString &path);
+    /// Watches a folder from now on. One that is not there is looked for, until another is to be watched, and
+    /// reported when it has come. False if it was watched already, or is missing.
+    bool watch(const QString &path);
+
+    /// True for the folder that is looked for.
+    [[nodiscard]] bool isMissing(const QString &path) const { return !path.isEmpty() && missing == path; }
 
     /// Ignores the next change, since it is the program's own: one signal, however long it takes to come.
     void skipNext() { skipDirModified = true; }
@@ -36,7 +40,11 @@ signals:
 
 private:
     QFileSystemWatcher directoryWatcher;
+    void lookForMissing();
+
     bool skipDirModified = false;
+    QString missing;
+    QTimer missingTimer;  ///< runs while a folder is missing
     QTimer debounceTimer; ///< runs while the folder on show changes
     QElapsedTimer firstChange;
     QString changedPath;

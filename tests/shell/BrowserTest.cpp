@@ -449,6 +449,9 @@ private slots:
         emit program->find<QAbstractItemView>("galleryTableView")->clicked(QModelIndex());
         program->click("closeButton");
         QTRY_COMPARE(program->text("pathValueLabel"), "Total: 0   Path: " + path("b"));
+        QVERIFY(QDir().mkdir(path("b"))); // it comes back
+        Pictures::saveMany(path("b"), 2);
+        QTRY_COMPARE_WITH_TIMEOUT(program->rows(), 2, 20000);
     }
 
 private:

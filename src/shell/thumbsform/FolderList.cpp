@@ -93,7 +93,10 @@ void ThumbsForm::on_openFileAddButton_clicked()
 void ThumbsForm::on_sideTreeView_clicked(QModelIndex index)
 {
     qDebug() << "on_sideTreeView_clicked";
-    loadFolder(folders.pathAt(index.row()));
+    const QString path = folders.pathAt(index.row());
+    if (folderWatch.isMissing(path))
+        folderLoad.showChanged(path); // it may have come back
+    loadFolder(path);
 }
 
 void ThumbsForm::onNeedToMoveitem(int oldPos, int newPos)

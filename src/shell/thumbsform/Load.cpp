@@ -38,7 +38,8 @@ void ThumbsForm::onFilesFound(const FoundFiles &files)
         return;
     if (files.complete) {
         // A folder on a drive that did not answer at the start is watched from its first walk on.
-        folderWatch.watch(files.path);
+        if (folderWatch.watch(files.path))
+            folderWatch.reportSoon(files.path); // it may have changed since the walk
         if (readAgain && !VistamoGlobal::selectedFileName.isEmpty())
             onCurrentColumnChanged(fileList.lastRowNamed(VistamoGlobal::selectedFileName));
         followShownFile();
