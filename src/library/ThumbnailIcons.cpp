@@ -2,7 +2,9 @@
 
 #include "library/ThumbnailDatabase.h"
 #include "library/ThumbnailIconEngine.h"
+#include "shared/image/ColourScreens.h"
 
+#include <QGuiApplication>
 #include <QPalette>
 
 #include <utility>
@@ -28,6 +30,10 @@ ThumbnailIcons::ThumbnailIcons(QObject *parent)
     repaintTimer.setSingleShot(true);
     repaintTimer.setInterval(repaintAfterMs);
     connect(&repaintTimer, &QTimer::timeout, this, &ThumbnailIcons::repaintNeeded);
+    connect(&Colour::Screens::all(), &Colour::Screens::changed, this, [this] {
+        squares.clear();
+        emit repaintNeeded();
+    });
 }
 
 QIcon ThumbnailIcons::blank()
@@ -54,7 +60,8 @@ QPixmap ThumbnailIcons::square(const Source &source, int side)
     if (const QPixmap *const ready = squares.object(key))
         return *ready;
 
-    const QImage thumbnail = source.id ? picture(source) : QImage();
+    const QImage thumbnail = Colour::Screens::all().shown(source.id ? picture(source) : QImage(),
+                                                          QGuiApplication::primaryScreen());
     QImage canvas =
         squareAround(thumbnail, thumbnailSide, QPalette().color(QPalette::Active, QPalette::Base));
     if (side != thumbnailSide)

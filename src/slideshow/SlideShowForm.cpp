@@ -1,5 +1,6 @@
 #include "slideshow/SlideShowForm.h"
 
+#include "shared/image/ColourScreens.h"
 #include "shared/platform/PathIdentity.h"
 #include "shared/VistamoGlobal.h"
 #include "ui_SlideShowForm.h"
@@ -150,7 +151,7 @@ void SlideShowForm::composeImage()
                        scaled);
     painter.end();
     image.setDevicePixelRatio(ratio);
-    composedImage = image;
+    composedImage = Colour::Screens::all().shown(image, QGuiApplication::primaryScreen());
     drawCountdown();
 }
 

@@ -1,5 +1,6 @@
 #include "viewer/TImageLabel.h"
 
+#include "shared/image/ColourScreens.h"
 #include "viewer/CropOverlay.h"
 
 #include <QCursor>
@@ -107,7 +108,10 @@ void TImageLabel::paintEvent(QPaintEvent *event)
     painter.setTransform(QTransform::fromTranslate(screenCorner.x(), screenCorner.y()) * fromScreen);
     for (const QRect &part : exposed &QRect(QPoint(), displayedImage.size)) {
         painter.setClipRect(part); // or what has alpha would be painted twice at the edges
-        paintImage(painter, fullImage, displayedImage, part);
+        if (Colour::Screens::all().changes(screen()))
+            paintInScreenColours(painter, part);
+        else
+            paintImage(painter, fullImage, displayedImage, part);
     }
     if (!cropDisplayRect)
         return;
@@ -116,6 +120,20 @@ void TImageLabel::paintEvent(QPaintEvent *event)
     painter.translate(fromScreen.map(QPointF(screenCorner)));
     const QSizeF view = QSizeF(displayedImage.size) / devicePixelRatio();
     paintCropOverlay(painter, QRect(0, 0, qCeil(view.width()), qCeil(view.height())), *cropDisplayRect);
+}
+
+/// The same as `paintImage`, in the colours of the screen.
+void TImageLabel::paintInScreenColours(QPainter &painter, const QRect &exposed) const
+{
+    QImage part(exposed.size(),
+                fullImage.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
+    part.fill(Qt::transparent);
+    QPainter onPart(&part);
+    onPart.translate(-exposed.topLeft());
+    paintImage(onPart, fullImage, displayedImage, exposed);
+    onPart.end();
+    painter.setRenderHint(QPainter::SmoothPixmapTransform, false); // pixel on pixel
+    painter.drawImage(exposed.topLeft(), Colour::Screens::all().shown(part, screen()));
 }
 
 /// Where the picture lies in the label.

@@ -42,6 +42,7 @@ protected:
 
 private:
     [[nodiscard]] QPointF imageCorner() const;
+    void paintInScreenColours(QPainter &painter, const QRect &exposed) const;
 
     bool cropMode = false;
     QPixmap fullImage;

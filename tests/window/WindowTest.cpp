@@ -1,8 +1,11 @@
+#include "shared/image/ColourScreens.h"
 #include "support/Program.h"
 #include "viewer/TImageLabel.h"
 
 #include <QtTest>
 #include <QtWidgets>
+
+#include <xcb/xcb.h>
 
 namespace {
 
@@ -117,6 +120,40 @@ private slots:
         QTRY_VERIFY(program->find("widget2")->isVisible());
         QTRY_COMPARE(text("sizeInfoLabel"), "1500x1000");
         QCOMPARE(program->tree(), QStringList({"second", "first"})); // known already
+    }
+
+    void picturesAreDrawnInTheScreensColours()
+    {
+        nameScreenProfile(QColorSpace(QColorSpace::AdobeRgb).iccProfile());
+        const QColor stored = Pictures::quarterColours()[0];
+        QImage pixel(1, 1, QImage::Format_RGB32);
+        pixel.fill(stored);
+        pixel.setColorSpace(QColorSpace::SRgb);
+        const QColor shown = pixel.convertedToColorSpace(QColorSpace::AdobeRgb).pixelColor(0, 0);
+        const auto count = [](const QWidget *widget, const QColor &colour) {
+            const QPoint place = widget->mapToGlobal(QPoint());
+            const QImage seen = widget->screen()
+                                    ->grabWindow(0, place.x(), place.y(), widget->width(), widget->height())
+                                    .toImage();
+            int found = 0;
+            for (int y = 0; y < seen.height(); ++y)
+                for (int x = 0; x < seen.width(); ++x) {
+                    const QColor at = seen.pixelColor(x, y);
+                    found += qAbs(at.red() - colour.red()) < 4 && qAbs(at.green() - colour.green()) < 4
+                             && qAbs(at.blue() - colour.blue()) < 4;
+                }
+            return found;
+        };
+        start({path("first")}, 6);
+        QTRY_VERIFY(count(program->list(), shown) > 500); // icons
+        QCOMPARE(count(program->list(), stored), 0);
+        QMetaObject::invokeMethod(program->list(), "doubleClicked",
+                                  Q_ARG(QModelIndex, program->list()->model()->index(0, 0)));
+        QTRY_COMPARE(text("sizeInfoLabel"), "1500x1000");
+        QTRY_VERIFY(count(program->window.get(), shown) > 20000);
+        QCOMPARE(count(program->window.get(), stored), 0);
+        nameScreenProfile({});
+        QTRY_VERIFY(count(program->window.get(), stored) > 20000); // as the file has it
     }
 
     void batchListIsFilledByDroppingAndOrderedByDragging()
@@ -427,6 +464,25 @@ private:
         ProgramTest::start(folders, rows, geometry);
         QVERIFY(QTest::qWaitForWindowActive(program->window.get()));
         QTRY_COMPARE(QRect(program->window->mapToGlobal(QPoint()), program->window->size()), geometry);
+    }
+
+    /// Puts a profile where programs look for the screen's, and has it read.
+    void nameScreenProfile(const QByteArray &profile)
+    {
+        xcb_connection_t *const connection = xcb_connect(nullptr, nullptr);
+        const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+        auto *const atom =
+            xcb_intern_atom_reply(connection, xcb_intern_atom(connection, 0, 12, "_ICC_PROFILE"), nullptr);
+        xcb_change_property(connection, XCB_PROP_MODE_REPLACE, root, atom->atom, XCB_ATOM_CARDINAL, 8,
+                            static_cast<uint32_t>(profile.size()), profile.constData());
+        free(atom);
+        free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr)); // all is done
+        xcb_disconnect(connection);
+        QSignalSpy changed(&Colour::Screens::all(), &Colour::Screens::changed);
+        Colour::Screens::all().read();
+        QVERIFY(changed.wait());
+        for (QWidget *widget : QApplication::allWidgets())
+            widget->update();
     }
 
     int awaited = 0; ///< actions of `when`

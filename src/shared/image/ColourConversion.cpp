@@ -8,6 +8,8 @@
 
 #include <lcms2.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <limits>
 #include <memory>
 #include <type_traits>
@@ -149,4 +151,43 @@ QImage Colour::fromInks(QImage inked, const QImage &black, const QByteArray &byt
         print<quint8>(inked, black, transform);
     inked.setColorSpace(transform ? QColorSpace(QColorSpace::SRgb) : QColorSpace());
     return inked;
+}
+
+Colour::ScreenTransform::ScreenTransform(const QByteArray &bytes)
+{
+    const Profile profile = opened(bytes);
+    if (!profile || cmsGetColorSpace(profile.get()) != cmsSigRgbData)
+        return;
+    const Profile srgb(cmsCreate_sRGBProfile(), cmsCloseProfile);
+    transform.reset(cmsCreateTransform(srgb.get(), TYPE_RGBA_8, profile.get(), TYPE_RGBA_8,
+                                       INTENT_RELATIVE_COLORIMETRIC, cmsFLAGS_NOCACHE),
+                    [](void *made) {
+                        if (made)
+                            cmsDeleteTransform(made);
+                    });
+    // Many screens have the profile of sRGB itself.
+    QImage colours(9 * 9, 9, QImage::Format_RGBX8888);
+    for (int x = 0; x < colours.width(); ++x)
+        for (int y = 0; y < colours.height(); ++y)
+            colours.setPixel(x, y, qRgb(x / 9 * 255 / 8, x % 9 * 255 / 8, y * 255 / 8));
+    const QImage shown = applied(colours);
+    const auto same = [](uchar one, uchar other) { return std::abs(one - other) <= 1; };
+    if (std::equal(shown.constBits(), shown.constBits() + shown.sizeInBytes(), colours.constBits(), same))
+        transform.reset();
+}
+
+QImage Colour::ScreenTransform::applied(const QImage &image) const
+{
+    if (!transform || image.isNull())
+        return image;
+    QImage shown =
+        image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_RGBA8888 : QImage::Format_RGBX8888);
+    uchar *const pixels = shown.bits();
+    const qsizetype stride = shown.bytesPerLine();
+    parallelRows(shown.size(), [&](int first, int last) {
+        for (int y = first; y < last; ++y)
+            cmsDoTransform(transform.get(), pixels + y * stride, pixels + y * stride,
+                           static_cast<cmsUInt32Number>(shown.width()));
+    });
+    return shown;
 }

@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QImage>
 
+#include <memory>
+
 /// What pictures mean by their colours, brought to sRGB. Qt does that for profiles made of primaries and
 /// curves, littlecms for all others. Safe to call from any thread.
 namespace Colour {
@@ -16,5 +18,21 @@ namespace Colour {
 /// ink leaves of it. Without a CMYK profile that can be read, colours are a plain product. The picture has no
 /// profile then.
 [[nodiscard]] QImage fromInks(QImage inked, const QImage &black, const QByteArray &profile);
+
+/// The way from sRGB to a screen.
+class ScreenTransform
+{
+public:
+    ScreenTransform() = default;
+    /// None if the profile is empty, cannot be used for showing, or is as good as sRGB.
+    explicit ScreenTransform(const QByteArray &profile);
+
+    [[nodiscard]] bool isNeeded() const { return transform != nullptr; }
+    /// The picture, in 8 bits, as the screen is to be given it; itself if no transform is needed.
+    [[nodiscard]] QImage applied(const QImage &image) const;
+
+private:
+    std::shared_ptr<void> transform;
+};
 
 } // namespace Colour

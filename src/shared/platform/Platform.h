@@ -49,6 +49,11 @@ using Move = std::function<bool(const QString &from, const QString &to)>;
 /// True for a path at which nothing stands but the root of a drive, a share or a medium while it is there.
 [[nodiscard]] bool isMountPlace(const QString &path);
 
+/// The ICC profile of a screen; empty if the system names none. May wait for the display.
+/// @param index the screen's place in the application's list
+/// @param name  as the system calls it
+[[nodiscard]] QByteArray screenProfile(int index, const QString &name);
+
 /// Lowers the priority of the calling thread from now on.
 void lowerThreadPriority();
 
