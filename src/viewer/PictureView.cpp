@@ -119,7 +119,9 @@ const DisplayedImage &PictureView::redraw(bool highQuality, const Viewport &view
             highQualityTimer.start();
     }
     if (displayedImage.pixels.isNull())
-        displayedImage.pixels = reducedPicture.enoughFor(selectedImage, displayedImage.size);
+        displayedImage.pixels = displayedImage.smooth
+                                    ? selectedImage
+                                    : reducedPicture.enoughFor(selectedImage, displayedImage.size);
     return displayedImage;
 }
 

@@ -65,6 +65,17 @@ private slots:
         QTRY_VERIFY(view.countDown());
         QCOMPARE(view.redraw(true, port).pixels.toImage(),
                  noise.scaled(port.size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+
+        // More than half as large and than two viewports: painted out of the picture, not out of its copy.
+        const Viewport low = {QSize(2700, 100)};
+        view.setMode(ScaleMode::FitWidth);
+        QCOMPARE(view.refit(low), QSize(2700, 2160));
+        QVERIFY(view.redraw(false, low).pixels.width() < 5000);
+        for (int pass = 0; pass < 2; ++pass) {
+            QTRY_VERIFY(view.countDown());
+            view.redraw(true, low);
+        }
+        QCOMPARE(view.displayed().pixels.cacheKey(), view.picture().cacheKey());
     }
 
     void adjustmentsGiveTheNewestViewAndTheWholePicture()
