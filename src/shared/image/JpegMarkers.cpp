@@ -33,7 +33,8 @@ public:
                     return {};
                 byte = static_cast<uchar>(chunk[at++]);
             }
-            if (byte != 0 && (byte < 0xd0 || byte > 0xd7)) // a stuffed byte, a restart
+            // Not a stuffed byte, one that arithmetic coding may use, or a restart.
+            if (byte > 1 && (byte < 0xd0 || byte > 0xd7))
                 return byte;
         }
         return {};
@@ -42,12 +43,15 @@ public:
     /// Where the last marker stands, if one 0xff begins it.
     qint64 markerPosition() const { return chunkStart + at - 2; }
 
-    /// The bytes of the segment behind a marker; nothing if it is none, or reaches beyond the file.
+    /// The bytes of the segment behind a marker; nothing if it reaches beyond the file. A length that does
+    /// not even count itself is that of an empty one, as decoders have it.
     std::optional<QByteArray> segment()
     {
         const QByteArray length = take(2);
-        const int bytes = length.size() == 2 ? qFromBigEndian<quint16>(length.constData()) - 2 : -1;
-        QByteArray data = bytes > 0 ? take(bytes) : QByteArray();
+        if (length.size() < 2)
+            return {};
+        const int bytes = std::max(qFromBigEndian<quint16>(length.constData()) - 2, 0);
+        QByteArray data = take(bytes);
         return bytes == data.size() ? std::optional(data) : std::nullopt;
     }
 
