@@ -50,7 +50,8 @@ QByteArray fileForReading(const QString &path)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return {};
-    if (const QByteArray pixelless = MetadataFile::withoutPixels(file); !pixelless.isEmpty())
+    const QByteArray pixelless = MetadataFile::withoutPixels(file, MetadataFile::Wanted::All);
+    if (!pixelless.isEmpty())
         return pixelless;
     file.seek(0);
     const QByteArray head = file.peek(4096);

@@ -11,8 +11,9 @@ QImageIOHandler::Transformations exifOrientation(const QString &path)
 {
     MetadataFile::prepareLibrary();
     QFile file(path);
-    const QByteArray bytes =
-        file.open(QIODevice::ReadOnly) ? MetadataFile::withoutPixels(file) : QByteArray();
+    const QByteArray bytes = file.open(QIODevice::ReadOnly)
+                                 ? MetadataFile::withoutPixels(file, MetadataFile::Wanted::Exif)
+                                 : QByteArray();
     if (bytes.isEmpty())
         return QImageIOHandler::TransformationNone;
     try {

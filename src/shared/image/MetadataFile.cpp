@@ -11,9 +11,12 @@
 namespace {
 
 constexpr qint64 mostMetadata = 16 * 1024 * 1024;
+constexpr qint64 mostOfExif = 256 * 1024; ///< with its preview, or in the digits of a text
+constexpr qint64 mostOfChunk = 1024 * 1024;
 constexpr int mostChunks = 100'000;
 
 const QByteArray pngSignature("\x89PNG\r\n\x1a\n");
+const QByteArray pngEnd("\0\0\0\0IEND\xae\x42\x60\x82", 12);
 
 /// How a format divides its files into chunks: a head, then the data, padded.
 struct ChunkLayout
@@ -25,7 +28,7 @@ struct ChunkLayout
 };
 
 /// The chunks that may hold metadata, and nothing of the pixels.
-QByteArray metadataChunks(QIODevice &file, const ChunkLayout &layout)
+QByteArray metadataChunks(QIODevice &file, const ChunkLayout &layout, qint64 mostOfOne)
 {
     QByteArray kept;
     for (int chunk = 0; chunk < mostChunks; ++chunk) {
@@ -37,14 +40,14 @@ QByteArray metadataChunks(QIODevice &file, const ChunkLayout &layout)
             layout.lengthFirst ? qFromBigEndian<quint32>(length) : qFromLittleEndian<quint32>(length);
         const qint64 bytes =
             (stated + layout.alignment - 1) / layout.alignment * layout.alignment + layout.trailer;
-        if (!layout.metadata.contains(head.mid(layout.lengthFirst ? 4 : 0, 4))) {
-            if (file.skip(bytes) < bytes)
-                break;
-        } else if (kept.size() + bytes <= mostMetadata) {
-            kept += head + file.read(bytes);
-        } else {
+        const bool isKept = layout.metadata.contains(head.mid(layout.lengthFirst ? 4 : 0, 4))
+                            && bytes <= mostOfOne && kept.size() + bytes <= mostMetadata;
+        const QByteArray data = isKept ? file.read(bytes) : QByteArray();
+        const qint64 got = isKept ? data.size() : file.skip(bytes);
+        if (got < stated + layout.trailer) // cut off; only the padding may be missing
             break;
-        }
+        if (isKept)
+            kept += head + data;
     }
     return kept;
 }
@@ -58,15 +61,20 @@ void lockXmp(void *mutex, bool lock)
 
 } // namespace
 
-QByteArray MetadataFile::withoutPixels(QIODevice &file)
+QByteArray MetadataFile::withoutPixels(QIODevice &file, Wanted wanted)
 {
+    const bool all = wanted == Wanted::All;
+    const qint64 mostOfOne = all ? mostOfChunk : mostOfExif;
     const QByteArray start = file.read(8);
-    if (start == pngSignature)
-        return start + metadataChunks(file, {true, 4, 1, {"IHDR", "eXIf", "tEXt", "zTXt", "iTXt", "IEND"}});
+    if (start == pngSignature) {
+        const QList<QByteArray> types = {"IHDR", "eXIf", "tEXt", "zTXt", all ? "iTXt" : "eXIf"};
+        return start + metadataChunks(file, {true, 4, 1, types}, mostOfOne) + pngEnd;
+    }
     const QByteArray form = file.read(4);
     if (!start.startsWith("RIFF") || form != "WEBP")
         return {};
-    const QByteArray chunks = form + metadataChunks(file, {false, 0, 2, {"VP8X", "EXIF", "XMP "}});
+    const QList<QByteArray> types = {"VP8X", "EXIF", all ? "XMP " : "EXIF"};
+    const QByteArray chunks = form + metadataChunks(file, {false, 0, 2, types}, mostOfOne);
     QByteArray length(4, 0);
     qToLittleEndian(static_cast<quint32>(chunks.size()), length.data());
     return "RIFF" + length + chunks;

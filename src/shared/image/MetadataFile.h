@@ -11,7 +11,14 @@ namespace MetadataFile {
 /// Makes the library ready for all threads. Called before each use.
 void prepareLibrary();
 
-/// A PNG or WebP file without its pixels; empty if it is neither.
-[[nodiscard]] QByteArray withoutPixels(QIODevice &file);
+enum class Wanted
+{
+    Exif, ///< alone: the library parses XMP slowly, and one file after the other
+    All
+};
+
+/// A PNG or WebP file with its metadata and without its pixels, whole even if that one is cut off; empty if
+/// it is neither. Without blocks that are far longer than metadata are.
+[[nodiscard]] QByteArray withoutPixels(QIODevice &file, Wanted wanted);
 
 } // namespace MetadataFile

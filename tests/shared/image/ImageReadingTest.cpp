@@ -51,6 +51,22 @@ private slots:
         }
     }
 
+    /// A long text before it and a file cut off at its end don't matter, in whichever format.
+    void orientationIsFoundInDamagedFiles()
+    {
+        constexpr qsizetype afterHeader = 8 + 25;
+        constexpr quint32 textBytes = 17 << 20;
+        Pictures::save(path("a.png"), QSize(60, 40), 6);
+        QByteArray text(4 + 4 + textBytes + 4, 'x');
+        qToBigEndian(textBytes, text.data());
+        const QByteArray whole = read("a.png");
+        write("a.png", whole.left(afterHeader) + text.replace(4, 4, "tEXt") + whole.mid(afterHeader));
+        write("cut.png", whole.chopped(20));
+        for (const char *const name : {"a.png", "cut.png"})
+            QCOMPARE(exifOrientation(path(name)), QImageIOHandler::TransformationRotate90);
+        QCOMPARE(ImageReading::read(path("cut.png")).size(), QSize(60, 40));
+    }
+
     void thumbnailsHaveTheirSizeInEveryFormat()
     {
         QCOMPARE(ImageReading::thumbnailSize(QSize(4000, 3000), 256), QSize(256, 192));
@@ -116,6 +132,11 @@ private slots:
         threads.clear();     // waits for them
         QCOMPARE(most, 500); // decoded alone
         MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
+        const auto all = std::async(std::launch::async, [] {
+            for (int i = 0; i < 2; ++i) // the first leaves nothing behind
+                const MemoryBudget::Share share(MemoryBudget::bytes());
+        });
+        QTRY_COMPARE(all.wait_for(std::chrono::seconds(0)), std::future_status::ready);
     }
 
     void whatTheDecoderKeepsIsCounted()
