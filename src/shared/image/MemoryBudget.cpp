@@ -42,8 +42,8 @@ int MemoryBudget::waiting()
     return memory.lock()->waitingShares;
 }
 
-MemoryBudget::Share::Share(qint64 bytes, Patience patience)
-    : bytes(std::min(bytes, mostBytes))
+MemoryBudget::Share::Share(qint64 wanted, Patience patience)
+    : bytes(std::min(wanted, mostBytes))
 {
     const QDeadlineTimer deadline(patience == Patience::Long ? longestWaitOfEncodersMs : longestWaitMs);
     auto access = memory.lock();

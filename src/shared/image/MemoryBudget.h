@@ -26,7 +26,7 @@ enum class Patience
 class Share
 {
 public:
-    [[nodiscard]] explicit Share(qint64 bytes, Patience patience = Patience::Short);
+    [[nodiscard]] explicit Share(qint64 wanted, Patience patience = Patience::Short);
     ~Share();
     Q_DISABLE_COPY_MOVE(Share)
 
