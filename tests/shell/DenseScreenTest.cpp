@@ -31,9 +31,14 @@ private slots:
             auto *const area = program->find<QScrollArea>("scrollArea");
             const QSizeF view = QSizeF(area->size() - QSize(16, 4)) * ratio();
             program->click("fullButton");
-            for (const int scrolled : {0, 17}) {
+            for (const int scrolled : {0, 17, 18}) { // by halves of a pixel, too
                 area->horizontalScrollBar()->setValue(scrolled);
                 QVERIFY(stripesShown() > view.width() - 2);
+                // A part that is painted alone fits in.
+                const QRect part(400, 320, 40, 20);
+                const QRect onScreen(part.topLeft() * ratio(), part.size() * ratio());
+                QCOMPARE(program->window->grab(part).toImage(),
+                         program->window->grab().toImage().copy(onScreen));
             }
             QCOMPARE(area->widget()->width(), std::ceil((3000 + cut) / ratio()));
 
