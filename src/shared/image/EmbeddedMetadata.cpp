@@ -80,7 +80,8 @@ Metadata readMetadata(const QString &path)
         found.order = Exiv2::ExifParser::decode(found.exif, bytesOf(blocks.exif),
                                                 static_cast<uint32_t>(blocks.exif.size()));
     });
-    tolerant("XMP", [&] { Exiv2::XmpParser::decode(found.xmp, blocks.xmp.toStdString()); });
+    if (blocks.xmp.size() <= mostXmp)
+        tolerant("XMP", [&] { Exiv2::XmpParser::decode(found.xmp, blocks.xmp.toStdString()); });
     if (!blocks.isEmpty())
         return found;
     tolerant("file", [&] {
@@ -123,8 +124,11 @@ bool goesAlong(const Exiv2::Exifdatum &datum)
 template <typename Data, typename Condition>
 void eraseUnless(Data &data, const Condition &goesAlong)
 {
-    for (auto datum = data.begin(); datum != data.end();)
-        datum = goesAlong(*datum) ? std::next(datum) : data.erase(datum);
+    Data kept; // each that is erased would move all behind it
+    for (const auto &datum : std::as_const(data))
+        if (goesAlong(datum))
+            kept.add(datum);
+    data = std::move(kept);
 }
 
 QByteArray encoded(const Exiv2::ExifData &exif, Exiv2::ByteOrder order)
