@@ -110,12 +110,13 @@ qsizetype createPdf(const BatchRun &run, const RunObserver &observer, qint64 mos
             observer.fileBegins(source);
         return run.sourceFiles.size();
     }
+    // Where the user was not asked, or asked for another name, what stands there in the end is kept.
+    const bool keepsPrevious =
+        !QFileInfo::exists(path) || QDir::cleanPath(run.targetPath) != QDir::cleanPath(path);
     const qsizetype pages = writePages(file, run, observer, mostBytes);
     if (observer.isStopped())
         return pages;
 
-    // Where the user asked for another name, what stands at this one was not to be overwritten.
-    const bool keepsPrevious = QDir::cleanPath(run.targetPath) != QDir::cleanPath(path);
     std::optional<std::pair<QString, QString>> previous; // its path aside, and its place
     const auto makeWay = [&previous](const QString &target) {
         const auto aside = setAside(target);

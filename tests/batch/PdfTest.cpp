@@ -147,17 +147,20 @@ private slots:
         QCOMPARE(read("real/all (previous).pdf"), "the third");
         QVERIFY(read("all.pdf").startsWith("%PDF-1.6"));
 
-        // Also what appears at the last moment.
-        QVERIFY(QFile::remove(path("all.pdf")));
-        beforeSyscall() = [this](const QString &call) {
-            if (call.endsWith("/all.pdf") && !QFile::exists(path("all (previous 3).pdf")))
-                write("all.pdf", "the fourth");
-            return 0;
-        };
-        create({"a.png"}, "elsewhere.pdf");
-        beforeSyscall() = nullptr;
-        QCOMPARE(read("all (previous 3).pdf"), "the fourth");
-        QVERIFY(read("all.pdf").startsWith("%PDF-1.6"));
+        // Also what appears at the last moment, whether or not another name was asked for.
+        for (const QString target : {"elsewhere.pdf", "all.pdf"}) {
+            QFile::remove(path("all (previous 3).pdf"));
+            QVERIFY(QFile::remove(path("all.pdf")));
+            beforeSyscall() = [this](const QString &call) {
+                if (call.endsWith("/all.pdf") && !QFile::exists(path("all (previous 3).pdf")))
+                    write("all.pdf", "the fourth");
+                return 0;
+            };
+            create({"a.png"}, target);
+            beforeSyscall() = nullptr;
+            QCOMPARE(read("all (previous 3).pdf"), "the fourth");
+            QVERIFY(read("all.pdf").startsWith("%PDF-1.6"));
+        }
 
         // A name that leads to another folder is none.
         VistamoGlobal::pdfFileName = "real/../other.pdf";
