@@ -24,9 +24,16 @@ bool FileTransfer::transfer(Mode mode, const QStringList &sources)
     copiedFileCount = 0;
 
     std::unique_ptr<FileRunner> runner = surroundings.makeRunner();
+    const auto targetOf = [&folder](const QString &source) {
+        return folder + QLatin1Char('/') + QFileInfo(source).fileName();
+    };
     for (const QString &source : sources) {
-        const QString target = folder + QLatin1Char('/') + QFileInfo(source).fileName();
-        if (isTaken(target))
+        if (const QString target = targetOf(source); isOneFile(source, target))
+            written.insert(NativeCaselessPath(target), target);
+    }
+    for (const QString &source : sources) {
+        const QString target = targetOf(source);
+        if (isTaken(source, target))
             continue;
         if (!transferFile(*runner, source, target, FileCopy::Existing::Keep) && !runner->isCancelled()) {
             fileExistsList.append(target);
@@ -52,7 +59,7 @@ void FileTransfer::overwrite(const QStringList &targets, const QStringList &sour
         qDebug() << "fileExistsList: " << targets[i];
         qDebug() << "fileSourceList: " << sources.value(i);
         // What cannot be transferred stays as it was.
-        if (!isTaken(targets[i]))
+        if (!isTaken(sources.value(i), targets[i]))
             static_cast<void>(
                 transferFile(*runner, sources.value(i), targets[i], FileCopy::Existing::Replace));
     }
@@ -67,12 +74,12 @@ void FileTransfer::finish() const
 }
 
 /// True if another file of this move stands at the target.
-bool FileTransfer::isTaken(const QString &target) const
+bool FileTransfer::isTaken(const QString &source, const QString &target) const
 {
     const QStringList others = written.values(NativeCaselessPath(target));
-    return moveMode == Mode::Move && std::any_of(others.begin(), others.end(), [&](const QString &other) {
-               return isOneFile(target, other);
-           });
+    return moveMode == Mode::Move && !isOneFile(source, target)
+           && std::any_of(others.begin(), others.end(),
+                          [&](const QString &other) { return isOneFile(target, other); });
 }
 
 /// Copies one file, or moves it. False if that failed.

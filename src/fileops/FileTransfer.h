@@ -54,7 +54,7 @@ public:
     void finish() const;
 
 private:
-    [[nodiscard]] bool isTaken(const QString &target) const;
+    [[nodiscard]] bool isTaken(const QString &source, const QString &target) const;
     [[nodiscard]] bool transferFile(FileRunner &runner, const QString &source, const QString &target,
                                     FileCopy::Existing existing);
 
@@ -62,7 +62,7 @@ private:
     Mode moveMode = Mode::Copy;
     QStringList fileExistsList; ///< targets that did not come about, with their sources
     QStringList fileSourceList;
-    QMultiHash<NativeCaselessPath, QString> written; ///< targets that have come about
+    QMultiHash<NativeCaselessPath, QString> written; ///< targets that have come about, or stand there
     QString copyTargetFolder;
     int copiedFileCount = 0;
 };

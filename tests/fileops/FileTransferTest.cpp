@@ -51,9 +51,16 @@ private slots:
             QCOMPARE(read(QString("to/") + name), QByteArray("from/") + name);
             QCOMPARE(read(QString("from/other/") + name), QByteArray("from/other/") + name);
         }
+        // Nor over one that is to be moved to where it is.
+        write("to/c", "was there");
+        const QStringList both = {path("from/c"), path("to/c")};
+        QVERIFY(!transfer.transfer(Mode::Move, both));
+        QCOMPARE(events.last(), "offer to/c from to/c");
+        transfer.overwrite({path("to/c"), path("to/c")}, both);
+        QVERIFY(read("from/c") == "from/c" && read("to/c") == "was there");
         // Nothing is lost by copies: the second one is offered.
         QVERIFY(!transfer.transfer(Mode::Copy, sources({"c", "other/b"})));
-        QCOMPARE(events.last(), "offer to/b from from/other/b");
+        QCOMPARE(events.last(), "offer to/c to/b from from/c from/other/b");
     }
 
     void sourceThatCannotGoStays()
