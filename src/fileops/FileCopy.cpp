@@ -105,8 +105,7 @@ bool FileCopy::copy(const QString &source, const QString &target, Existing exist
         qDebug() << "Changed while it was copied:" << source;
         return false;
     }
-    to.setPermissions(before.permissions());
-    Platform::copyAttributes(source, to);
+    to.takeAttributes(source);
     to.flush();
     to.setFileTime(before.lastModified(), QFileDevice::FileModificationTime);
     return existing == Existing::Keep ? to.commitAsNew() : to.commit();

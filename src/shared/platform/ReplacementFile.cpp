@@ -6,9 +6,9 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
+#include <QHash>
 #include <QRandomGenerator>
 #include <QRegularExpression>
-#include <QSet>
 #include <QtDebug>
 
 #include <algorithm>
@@ -34,16 +34,27 @@ QString hiddenPath(const QString &folder)
     return QDir(folder).filePath(QStringLiteral(".orrelan-%1.tmp").arg(number, 8, 16, QLatin1Char('0')));
 }
 
-/// Sweeps a folder as the first file of this run is written there.
-void sweepOnce(const QString &folder)
+/// True if a new file can do without a name in this folder: some file systems have such files, but let none
+/// of them have a name later. Tried as the first file of this run is written there, and the folder swept.
+bool takesUnnamed(const QString &folder)
 {
     static std::mutex mutex;
-    static QSet<QString> swept;
-    const std::lock_guard lock(mutex);
-    if (swept.contains(folder))
-        return;
-    swept.insert(folder);
+    static QHash<QString, bool> known;
+    {
+        const std::lock_guard lock(mutex);
+        if (const auto found = known.constFind(folder); found != known.cend())
+            return *found;
+    }
+    // Outside the lock: a drive that is away holds up those alone who write there.
     ReplacementFile::sweep(folder, QDateTime::currentDateTime());
+    QFile file;
+    const int handle = Platform::openUnnamed(folder, true);
+    const QString path = hiddenPath(folder);
+    const bool takes = handle >= 0 && file.open(handle, QIODevice::ReadWrite, QFileDevice::AutoCloseHandle)
+                       && Platform::giveName(file, path) && QFile::remove(path);
+    const std::lock_guard lock(mutex);
+    known.insert(folder, takes);
+    return takes;
 }
 
 } // namespace
@@ -95,8 +106,8 @@ bool ReplacementFile::create(Name name)
     // What replaces or copies another file may be as private as that, and gets its permissions in the end.
     const auto permissions =
         link == Link::Replace || info.exists() ? Platform::privatePermissions() : std::nullopt;
-    sweepOnce(info.path());
-    if (name == Name::None && openUnnamed(info.path(), permissions.has_value()))
+    const bool mayBeUnnamed = takesUnnamed(info.path());
+    if (name == Name::None && mayBeUnnamed && openUnnamed(info.path(), permissions.has_value()))
         return true;
     constexpr OpenMode mode = QIODevice::ReadWrite | QIODevice::NewOnly;
     for (int i = 0; i < attempts; ++i) {
@@ -116,12 +127,18 @@ bool ReplacementFile::openUnnamed(const QString &folder, bool forUserAlone)
     return file >= 0 && open(file, QIODevice::ReadWrite, AutoCloseHandle);
 }
 
+void ReplacementFile::takeAttributes(const QString &file)
+{
+    Platform::copyAttributes(file, *this); // first: what is write-protected takes none
+    // What this process may do, which Qt adds, is no permission of the file.
+    constexpr Permissions ofProcess = ReadUser | WriteUser | ExeUser;
+    setPermissions(QFile::permissions(file) & ~ofProcess);
+}
+
 bool ReplacementFile::commit()
 {
-    if (const QFileInfo old(target); isOpen() && link == Link::Follow && old.exists()) {
-        setPermissions(old.permissions());
-        Platform::copyAttributes(target, *this);
-    }
+    if (isOpen() && link == Link::Follow && QFileInfo::exists(target))
+        takeAttributes(target);
     return finish([this] {
         std::error_code failure;
         std::filesystem::rename(filesystemFileName(), QFileInfo(target).filesystemFilePath(), failure);

@@ -41,6 +41,9 @@ public:
     /// takes no new one, or, where links are followed, if the target may not be written.
     [[nodiscard]] bool create(Name name = Name::None);
 
+    /// Gives the new file the permissions of another one, its extended attributes and its access list.
+    void takeAttributes(const QString &file);
+
     /// Closes the new file and puts it in the target's place; where links are followed, with the old file's
     /// permissions. False if anything that was written did not arrive on the disk; the target is then as it
     /// was.
