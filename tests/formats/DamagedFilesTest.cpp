@@ -67,6 +67,11 @@ private slots:
              {0xff, 0xff00, 0xff0000, 0xff000000},
              words({0x80ff00ffU, 0xff332211U}),
              {0x80ff00ff, 0xff112233}},
+            {32,
+             6,
+             {0xff, 0xff00, 0xff0000, 0xff000000},
+             words({0x000000ff, 0x00332211}), // alpha that was left out
+             {0xffff0000, 0xff112233}},
             {32, 0, {}, words({0x00112233, 0x80445566}), {0xff112233, 0xff445566}}, // the fourth byte is none
             {16, 3, {0xf00, 0xf0, 0xf}, words({0x0f00 | 0x00f1 << 16}), {0xffff0000, 0xff00ff11}},
             {24, 0, {}, QByteArray("\1\2\3\4\5\6\0\0", 8), {0xff030201, 0xff060504}},

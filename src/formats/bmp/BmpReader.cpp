@@ -198,6 +198,8 @@ QImage BmpReader::read()
         image.fill(Qt::black);
     if (!(isRuns(compression) ? readRuns(image) : readRows(image)))
         return {};
+    if (channels[3].mask && !hasAlpha) // left out by a program that named a place for it
+        image.convertTo(isDeep ? QImage::Format_RGBX64 : QImage::Format_RGB32);
     if (dotsPerMetreX > 0 && dotsPerMetreY > 0) {
         image.setDotsPerMeterX(dotsPerMetreX);
         image.setDotsPerMeterY(dotsPerMetreY);
@@ -222,7 +224,7 @@ bool BmpReader::readRows(QImage &image)
     return true;
 }
 
-void BmpReader::putRow(QImage &image, int y, const uchar *row) const
+void BmpReader::putRow(QImage &image, int y, const uchar *row)
 {
     uchar *const line = image.scanLine(y);
     if (bits == 1 || bits == 8) {
@@ -236,7 +238,7 @@ void BmpReader::putRow(QImage &image, int y, const uchar *row) const
     }
 }
 
-void BmpReader::putPixels(uchar *line, const uchar *row) const
+void BmpReader::putPixels(uchar *line, const uchar *row)
 {
     const int bytes = bits / 8;
     auto *const to = reinterpret_cast<QRgb *>(line);
@@ -253,6 +255,7 @@ void BmpReader::putPixels(uchar *line, const uchar *row) const
             pixel |= row[2] << 16 | uint32_t(row[3]) << 24;
         const auto value = [&](int i) { return static_cast<uint32_t>(channels[i].of(pixel) + 0.5); };
         const bool isOpaque = channels[3].mask == 0;
+        hasAlpha |= !isOpaque && value(3) > 0;
         if (isDeep)
             deep[x] = qRgba64(quint16(value(0)), quint16(value(1)), quint16(value(2)),
                               isOpaque ? 65535 : quint16(value(3)));

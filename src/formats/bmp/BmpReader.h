@@ -10,8 +10,8 @@
 class QIODevice;
 
 /// Reads Windows and OS/2 bitmaps of all headers: 1, 2, 4 and 8 bits with a palette, 16, 24 and 32 bits with
-/// masks of any width, run lengths, and a JPEG or PNG picture inside. Of a file that ends early there is what
-/// it has, and black.
+/// masks of any width, run lengths, and a JPEG or PNG picture inside. Where no pixel has any alpha, all are
+/// opaque. Of a file that ends early there is what it has, and black.
 class BmpReader
 {
 public:
@@ -47,8 +47,8 @@ private:
     [[nodiscard]] qint64 rowBytes() const;
     [[nodiscard]] bool readRows(QImage &image);
     [[nodiscard]] bool readRuns(QImage &image);
-    void putRow(QImage &image, int y, const uchar *row) const;
-    void putPixels(uchar *line, const uchar *row) const;
+    void putRow(QImage &image, int y, const uchar *row);
+    void putPixels(uchar *line, const uchar *row);
     [[nodiscard]] int lineOf(int row) const { return isTopDown ? row : pixels.height() - 1 - row; }
 
     QIODevice *device;
@@ -63,6 +63,7 @@ private:
     int dotsPerMetreY = 0;
     qint64 profileOffset = 0;
     qint64 profileBytes = 0;
+    bool hasAlpha = false;           ///< of any pixel, once they are read
     std::array<Channel, 4> channels; ///< red, green, blue and alpha
     QList<QRgb> palette;
 };
