@@ -68,42 +68,28 @@ private slots:
         QCOMPARE(Sayer::gone, 2);
     }
 
-    void nothingArrivesAfterParting_data()
-    {
-        QTest::addColumn<int>("way");
-        QTest::addRow("waited for") << 0;
-        QTest::addRow("released") << 1;
-        QTest::addRow("replaced") << 2;
-        QTest::addRow("given away") << 3;
-    }
-
     void nothingArrivesAfterParting()
     {
-        QFETCH(int, way);
-        start(1);
-        worker->letGo.release();
-        QVERIFY(worker->wait(5000)); // what it said is on its way, and so is its end
         std::unique_ptr<Sayer> taken;
-        switch (way) {
-        case 0:
+        const std::pair<std::function<void()>, int> ways[] = {
+            {[&] { worker.end(QDeadlineTimer::Forever); }, 1},
+            {[&] { worker.release(); }, 1},
+            {[&] { taken = worker.part(); }, 1},
+            {[&] { start(2); }, 2}};
+        for (const auto &[part, threads] : ways) {
+            init();
+            start(1);
+            worker->letGo.release();
+            QVERIFY(worker->wait(5000)); // what it said is on its way, and so is its end
+            part();
+            QCOMPARE(worker.isActive(), threads == 2);
+            QCoreApplication::processEvents();
+            QCOMPARE(heard, QList<int>());
             worker.end(QDeadlineTimer::Forever);
-            break;
-        case 1:
-            worker.release();
-            break;
-        case 2:
-            start(2);
-            break;
-        case 3:
-            taken = worker.part();
+            taken.reset();
+            QCOMPARE(Sayer::gone, threads);
+            QVERIFY(!StoppableThread::someLeftBehind);
         }
-        QCOMPARE(worker.isActive(), way == 2);
-        QCoreApplication::processEvents();
-        QCOMPARE(heard, QList<int>());
-        worker.end(QDeadlineTimer::Forever);
-        taken.reset();
-        QCOMPARE(Sayer::gone, way == 2 ? 2 : 1);
-        QVERIFY(!StoppableThread::someLeftBehind);
     }
 
     void oneThatHangsIsLeftBehind()
