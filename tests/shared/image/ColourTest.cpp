@@ -6,14 +6,12 @@
 #include "support/LayeredFiles.h"
 #include "support/Pictures.h"
 #include "support/TiffFiles.h"
+#include "support/Tools.h"
 
 #include <QtGui>
 #include <QtTest>
 
-#include <cstdio>
-
 #include <exiv2/exiv2.hpp>
-#include <jpeglib.h>
 #include <zlib.h>
 
 /// Colours as the files mean them, come out as sRGB.
@@ -52,6 +50,10 @@ private:
         }
         return file;
     }
+    static std::pair<QByteArray, QByteArray> profileChunk(const QByteArray &profile)
+    {
+        return {"iCCP", QByteArray("p\0\0", 3) + qCompress(profile).mid(4)};
+    }
 
 private slots:
     void init() { newFolder(); }
@@ -70,6 +72,7 @@ private slots:
         nearly[2] -= 10; // as programs round
         const QColorSpace adobe = QColorSpace::AdobeRgb;
         const QColorSpace srgb = QColorSpace::SRgb;
+        const QColorSpace ofGamma(QColorSpace::Primaries::SRgb, 2.2F);
         using Chunks = QList<std::pair<QByteArray, QByteArray>>;
         QImage image(3, 1, QImage::Format_RGB32);
         image.setPixel(0, 0, qRgb(12, 8, 4));
@@ -80,6 +83,7 @@ private slots:
               {"nearly", Chunks{primaries(nearly), gamma(45454)}, srgb},
               {"gamma alone", Chunks{gamma(45455)}, srgb},
               {"sRGB itself", Chunks{primaries(ofSrgb), gamma(45455), {"sRGB", QByteArray(1, 0)}}, srgb},
+              {"profile of a gamma", Chunks{profileChunk(ofGamma.iccProfile())}, ofGamma},
               {"linear", Chunks{gamma(100000)}, QColorSpace(QColorSpace::SRgbLinear)},
               {"wider", Chunks{primaries(ofAdobe), gamma(45455)}, adobe}}) {
             write("chunks.png", png(image, chunks));
@@ -90,37 +94,6 @@ private slots:
         }
     }
 
-    /// A file of inks that leave these shares of white, of 255; black the fourth.
-    static QByteArray inkJpeg(const std::array<JSAMPLE, 4> &left, const QByteArray &profile)
-    {
-        jpeg_compress_struct info{};
-        jpeg_error_mgr errors{};
-        info.err = jpeg_std_error(&errors);
-        jpeg_create_compress(&info);
-        uchar *bytes = nullptr;
-        unsigned long length = 0;
-        jpeg_mem_dest(&info, &bytes, &length);
-        info.image_width = info.image_height = 40;
-        info.input_components = 4;
-        info.in_color_space = JCS_CMYK;
-        jpeg_set_defaults(&info);
-        jpeg_set_colorspace(&info, JCS_YCCK); // as Adobe's programs do, with their marker
-        jpeg_start_compress(&info, TRUE);
-        jpeg_write_icc_profile(&info, reinterpret_cast<const JOCTET *>(profile.constData()),
-                               static_cast<unsigned>(profile.size()));
-        std::vector<JSAMPLE> row;
-        for (int x = 0; x < 40; ++x)
-            row.insert(row.end(), left.begin(), left.end());
-        JSAMPLE *line = row.data();
-        for (int y = 0; y < 40; ++y)
-            jpeg_write_scanlines(&info, &line, 1);
-        jpeg_finish_compress(&info);
-        jpeg_destroy_compress(&info);
-        const QByteArray file(reinterpret_cast<const char *>(bytes), static_cast<qsizetype>(length));
-        std::free(bytes);
-        return file;
-    }
-
     void profilesOfInks()
     {
         const QByteArray profile = ColourProfiles::rotatedInks();
@@ -128,12 +101,16 @@ private slots:
             const auto on = [black](int left) { return left * black / 255; };
             return ColourProfiles::rotate(qRgb(on(cyan), on(magenta), on(yellow)));
         };
-        const std::array<JSAMPLE, 4> left{200, 100, 50, 128};
-        write("inks.jpg", inkJpeg(left, profile));
+        const std::array left{200, 100, 50, 128};
         LayeredFiles::Picture psd{LayeredFiles::Psd, QSize(4, 4), LayeredFiles::Cmyk, 4};
         psd.profile = profile;
         psd.sample = [=](int channel, int, int) { return left[channel]; };
         write("inks.psd", LayeredFiles::make(psd));
+        // As YCCK with the marker of Adobe's programs.
+        write("inks.icc", profile);
+        QVERIFY(Tools::run("convert", {"-size", "40x40", "xc:cmyk(55,155,205,127)", "-profile",
+                                       path("inks.icc"), path("inks.jpg")}));
+        QVERIFY(read("inks.jpg").contains(QByteArray("Adobe\0d\0\0\0\0\2", 12)));
         JxlFiles::Kind jxl;
         jxl.more = {JXL_CHANNEL_BLACK};
         jxl.profile = profile;
@@ -295,8 +272,7 @@ private slots:
             for (int x = 0; x < image.width(); ++x)
                 expected.setPixel(x, y, ColourProfiles::rotate(image.pixel(x, y)));
         const QByteArray profile = ColourProfiles::rotated();
-        write("tables.png",
-              png(image, {{"iCCP", QByteArray("\0\0", 2).prepend('p') + qCompress(profile).mid(4)}}));
+        write("tables.png", png(image, {profileChunk(profile)}));
         image.setColorSpace(QColorSpace::fromIccProfile(profile));
         for (const char *const format : {"jpg", "heic", "avif", "jxl"})
             write(QStringLiteral("tables.") + format, Pictures::encoded(image, format, 90));

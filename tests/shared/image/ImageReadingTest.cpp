@@ -99,22 +99,6 @@ private slots:
         }
     }
 
-    void profileIsConvertedToSrgb()
-    {
-        QImage image(300, 300, QImage::Format_RGB32);
-        image.fill(QColor(200, 100, 50));
-        image.setColorSpace(QColorSpace::AdobeRgb);
-        const QColor expected = image.convertedToColorSpace(QColorSpace::SRgb).pixelColor(5, 5);
-        QVERIFY(image.save(path("adobe.png")));
-        QImage gamma = image;
-        gamma.setColorSpace(
-            QColorSpace(QColorSpace::Primaries::SRgb, 2.2F)); // a profile, not PNG's own gamma
-        QVERIFY(gamma.save(path("gamma.png")));
-        QVERIFY(ImageReading::read(path("gamma.png")).pixelColor(5, 5) != gamma.pixelColor(5, 5));
-        QCOMPARE(ImageReading::read(path("adobe.png")).pixelColor(5, 5), expected);
-        QCOMPARE(ImageReading::readThumbnail(path("adobe.png"), 256).image.pixelColor(5, 5), expected);
-    }
-
     void picturesWaitForTheirShareOfMemory()
     {
         MemoryBudget::setBytes(100);
