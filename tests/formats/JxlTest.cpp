@@ -1,3 +1,4 @@
+#include "shared/image/MetadataBlocks.h"
 #include "support/Files.h"
 #include "support/JxlFiles.h"
 #include "support/Pictures.h"
@@ -44,6 +45,18 @@ private slots:
                                             {{{9, 7}, 8, channels}, false},
                                             {{{800, 800}, 8, channels}, true}})
             QCOMPARE(Pictures::decoded(JxlFiles::make(kind)).isNull(), refused);
+    }
+
+    void longMetadataKeepNoOthersBack()
+    {
+        newFolder();
+        const QByteArray bytes = JxlFiles::make({});
+        const QByteArray longXmp = QByteArray("\0\x18\0\x08xml ", 8) + QByteArray(0x180000, ' ');
+        const QByteArray exif = QByteArray("\0\0\0\x10"
+                                           "Exif\0\0\0\0MM\0*",
+                                           16);
+        write("a.jxl", bytes.left(32) + longXmp + exif + bytes.mid(32));
+        QCOMPARE(MetadataBlocks::of(QImageReader(path("a.jxl"))).exif, exif.mid(12));
     }
 
     void boxesOutOfProportionTakeNoTime()

@@ -13,7 +13,7 @@ constexpr int mostBoxes = 1000;
 constexpr qint64 mostFile = 64 << 20;    // bytes read of a file; metadata stand before a long picture
 constexpr qsizetype mostBlock = 1 << 20; // bytes of metadata taken
 
-/// The contents of the box that the decoder has come to; empty if there are too many.
+/// The contents of the box that the decoder has come to; empty if there are too many. The decoder goes on.
 QByteArray boxContents(JxlDecoder &decoder, JxlDecoderStatus &status)
 {
     QByteArray contents(mostBlock, 0);
@@ -22,7 +22,10 @@ QByteArray boxContents(JxlDecoder &decoder, JxlDecoderStatus &status)
         return {};
     status = JxlDecoderProcessInput(&decoder);
     const auto unused = static_cast<qsizetype>(JxlDecoderReleaseBoxBuffer(&decoder));
-    return status == JXL_DEC_BOX_NEED_MORE_OUTPUT ? QByteArray() : contents.left(contents.size() - unused);
+    if (status != JXL_DEC_BOX_NEED_MORE_OUTPUT)
+        return contents.left(contents.size() - unused);
+    status = JxlDecoderProcessInput(&decoder);
+    return {};
 }
 
 } // namespace
