@@ -26,7 +26,7 @@ private slots:
     void init()
     {
         newFolder({"in", "out"});
-        names.clear();
+        stops = false;
         VistamoGlobal::outputFolder = path("out");
         VistamoGlobal::pdfFileName = "all.pdf";
     }
@@ -150,7 +150,7 @@ private slots:
                                         "target is a folder", "no folder", "no such format"})
             for (const char *const extension : {".png", ".gif"})
                 QTest::addRow("%s %s", fault, extension) << fault << extension;
-        for (const char *const fault : {"read-only folder", "full disk", "no folder"})
+        for (const char *const fault : {"read-only folder", "full disk", "no folder", "stopped"})
             QTest::addRow("%s .pdf", fault) << fault << QStringLiteral(".pdf");
     }
     void whatFailsLeavesTheDiskAsItWas()
@@ -178,14 +178,16 @@ private slots:
             extension = ".xyz";
         else if (fault == "read-only folder")
             setPermissions(0x5005);
-        const auto run = [&] { convert({"in/a.bmp"}, extension, true, extension != ".pdf"); };
+        stops = fault == "stopped";
+        const QStringList sources(stops ? 40 : 1, "in/a.bmp");
+        const auto run = [&] { convert(sources, extension, true, extension != ".pdf"); };
         if (fault == "read-only folder")
             Failures::asNobody(run);
         else if (fault == "full disk")
             Failures::onFullDisk(2'000, run);
         else
             run();
-        QCOMPARE(names, QStringList("in/a.bmp"));
+        QVERIFY(names.size() == 1 || (stops && names.size() < 20));
         if (fault != "target is a folder")
             QCOMPARE(read(target), "the old one");
         QCOMPARE(QDir(path("out")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
@@ -196,24 +198,19 @@ private slots:
     /// Whatever a format makes of them, the colours are seen as before.
     void profilesGoAlong()
     {
-        for (const auto pixels : {QImage::Format_RGB32, QImage::Format_Grayscale8}) {
-            QImage image(60, 40, QImage::Format_RGB32);
-            image.fill(qRgb(100, 100, 100));
-            image.convertTo(pixels);
-            image.setColorSpace(QColorSpace(QColorSpace::Primaries::DciP3D65, 1.5F));
-            QVERIFY(image.save(path("in/a.tiff")));
-            QVERIFY(ImageReading::read(path("in/a.tiff")).pixelColor(5, 5).red() > 115);
-            image = Pictures::quarters(QSize(60, 40)).convertToFormat(pixels);
-            image.setColorSpace(QColorSpace::fromIccProfile(ColourProfiles::rotated()));
-            QVERIFY(image.save(path("in/b.jxl")));
-            for (const QString source : {"a.tiff", "b.jxl"}) {
-                const QImage seen = ImageReading::read(path("in/" + source));
-                for (const QString extension : {".png", ".jpg", ".webp", ".tiff", ".bmp", ".heic", ".jxl"}) {
-                    QVERIFY(convert({"in/" + source}, extension, true).isEmpty());
-                    const QImage after = ImageReading::read(path("out/" + source.left(1) + extension));
-                    QVERIFY2(Pictures::difference(after, seen) <= 4,
-                             qPrintable(source + extension + QString::number(pixels)));
-                }
+        const QImage quarters = Pictures::quarters(QSize(60, 40));
+        const QImage greys = quarters.convertToFormat(QImage::Format_Grayscale8);
+        for (auto [image, space, source] :
+             {std::tuple(quarters, QColorSpace::fromIccProfile(ColourProfiles::rotated()), "in/a.jxl"),
+              {greys, QColorSpace(QColorSpace::Primaries::DciP3D65, 1.5F), "in/a.tiff"}}) {
+            image.setColorSpace(space);
+            QVERIFY(image.save(path(source)));
+            const QImage seen = ImageReading::read(path(source));
+            QVERIFY(Pictures::difference(seen, image) > 8);
+            for (const QString extension : {".png", ".jpg", ".webp", ".tiff", ".bmp", ".heic", ".jxl"}) {
+                QVERIFY(convert({source}, extension, true).isEmpty());
+                const QImage after = ImageReading::read(path("out/a" + extension));
+                QVERIFY2(Pictures::difference(after, seen) <= 4, qPrintable(source + extension));
             }
         }
     }
@@ -305,21 +302,6 @@ private slots:
         }
     }
 
-    void aStoppedRunReplacesNothing()
-    {
-        QStringList sources;
-        for (int i = 0; i < 40; ++i) {
-            sources.append(QStringLiteral("in/%1.jpg").arg(i));
-            Pictures::save(path(sources.last()), QSize(1500, 1000));
-        }
-        write("out/all.pdf", "the old one");
-        stopAfter = 3;
-        convert(sources, ".pdf", false, false);
-        stopAfter = -1;
-        QVERIFY(names.size() < 20);
-        QCOMPARE(read("out/all.pdf"), "the old one");
-    }
-
 private:
     /// Runs the worker; the targets that existed and their sources, as "target < source".
     QStringList convert(const QStringList &sources, const QString &extension, bool overwrite = false,
@@ -337,7 +319,7 @@ private:
             &thread, &ImagesToPDFConvertThread::updateFileName, &thread,
             [&](const QString &name) {
                 names.append(relative(name));
-                if (names.size() == stopAfter)
+                if (stops)
                     thread.stop();
             },
             Qt::DirectConnection);
@@ -413,8 +395,8 @@ private:
         return QDir(folder->path()).relativeFilePath(name);
     }
 
-    QStringList names; ///< as they were announced
-    int stopAfter = -1;
+    QStringList names;  ///< as they were announced
+    bool stops = false; ///< the run, at its first file
 };
 
 QTEST_MAIN(ConvertTest)
