@@ -1,5 +1,6 @@
 #include "library/FileNames.h"
 #include "library/ThumbnailRequestQueue.h"
+#include "shared/platform/FolderPicker.h"
 #include "shared/platform/NewFileName.h"
 #include "shared/platform/PathIdentity.h"
 #include "shared/Settings.h"
@@ -80,6 +81,10 @@ private slots:
                  QStringList({"[%General]", "exportImagePath=/d", "iconSize=130", "imageScale=2",
                               "showCheckbox=false", "showGallery=false"}));
         setSettingsFolder({});
+
+        QCOMPARE(FolderPicker().picturesFolder(), QDir::homePath());
+        QVERIFY(QDir::home().mkdir("Pictures"));
+        QCOMPARE(QDir(FolderPicker().picturesFolder()), QDir(QDir::homePath() + "/Pictures"));
     }
 
     void windowGeometry()

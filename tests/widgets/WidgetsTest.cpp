@@ -1,5 +1,6 @@
 #include "library/FileNames.h"
 #include "library/ThumbnailDelegate.h"
+#include "shared/dialogs/MessageBox.h"
 #include "support/Pictures.h"
 #include "viewer/CropOverlay.h"
 #include "viewer/TImageLabel.h"
@@ -33,6 +34,22 @@ class WidgetsTest : public QObject
     Q_OBJECT
 
 private slots:
+    void namesAreNoMarkup()
+    {
+        const QString name = "<b>a</b> & <i>b</i>";
+        QString shown;
+        QTimer::singleShot(0, [&] {
+            const auto *const box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+            for (const QLabel *const label : box->findChildren<QLabel *>())
+                shown += label->textFormat() != Qt::PlainText && Qt::mightBeRichText(label->text())
+                             ? QTextDocumentFragment::fromHtml(label->text()).toPlainText()
+                             : label->text();
+            QApplication::activeModalWidget()->close();
+        });
+        QVERIFY(!MessageBox::confirm(name, name));
+        QCOMPARE(shown, name + name);
+    }
+
     void sizesAreThoseOfTheDefaultDelegate()
     {
         QApplication::setStyle("Fusion");

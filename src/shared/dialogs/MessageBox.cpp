@@ -4,6 +4,7 @@
 
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTextDocument>
 
 void MessageBox::inform(const QString &title, const QString &text)
 {
@@ -21,6 +22,7 @@ bool MessageBox::informWithAction(const QString &title, const QString &text, con
     QMessageBox box(QMessageBox::Information, title, text, QMessageBox::Ok, nullptr,
                     Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
     const QPushButton *const actionButton = box.addButton(action, QMessageBox::ActionRole);
+    box.setTextFormat(Qt::PlainText);
     box.exec();
     return box.clickedButton() == actionButton;
 }
@@ -32,7 +34,9 @@ bool MessageBox::confirm(const QString &text, const QString &informativeText)
     QMessageBox box;
     box.setTextFormat(Qt::PlainText);
     box.setText(text);
-    box.setInformativeText(informativeText);
+    // This label guesses what it gets, and a path is no markup.
+    box.setInformativeText(Qt::mightBeRichText(informativeText) ? Qt::convertFromPlainText(informativeText)
+                                                                : informativeText);
     box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
     box.setDefaultButton(QMessageBox::No);
     return box.exec() == QMessageBox::Yes;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDir>
 #include <QStandardPaths>
 #include <QString>
 
@@ -11,13 +12,14 @@ public:
     /// the system writes it.
     [[nodiscard]] QString selectFolder(const QString &startFolder, const QString &title) const;
 
-    /// The user's documents and pictures folders; empty where the system has none.
+    /// The user's documents and pictures folders; home where there is none.
     [[nodiscard]] QString documentsFolder() const { return locate(QStandardPaths::DocumentsLocation); }
     [[nodiscard]] QString picturesFolder() const { return locate(QStandardPaths::PicturesLocation); }
 
 private:
     [[nodiscard]] static QString locate(QStandardPaths::StandardLocation folder)
     {
-        return QStandardPaths::locate(folder, QString(), QStandardPaths::LocateDirectory);
+        const QString path = QStandardPaths::locate(folder, QString(), QStandardPaths::LocateDirectory);
+        return path.isEmpty() ? QDir::homePath() : path;
     }
 };
