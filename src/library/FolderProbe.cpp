@@ -4,10 +4,12 @@
 #include "shared/threads/Guarded.h"
 
 #include <QDeadlineTimer>
+#include <QDir>
 #include <QFileInfo>
 #include <QSet>
 #include <QtDebug>
 
+#include <filesystem>
 #include <memory>
 #include <system_error>
 #include <thread>
@@ -16,6 +18,14 @@ namespace {
 
 using Answers = Guarded<QHash<QString, FolderState>>;
 
+/// True if there is none; false also where that cannot be told, as of a share whose server is away.
+bool isMissing(const QString &path)
+{
+    std::error_code failure;
+    const auto status = std::filesystem::status(QFileInfo(path).filesystemFilePath(), failure);
+    return status.type() == std::filesystem::file_type::not_found;
+}
+
 FolderState stateOf(const QString &path)
 {
     const QFileInfo info(path);
@@ -23,7 +33,9 @@ FolderState stateOf(const QString &path)
         return FolderState::There;
     if (path.isEmpty())
         return FolderState::Gone;
-    const bool isAway = Platform::isMountPlace(path) || !QFileInfo::exists(info.path());
+    const QString parent = info.path();
+    const bool isAway = Platform::isMountPlace(path) || !isMissing(path) || !QFileInfo::exists(parent)
+                        || (Platform::isMountPlace(parent) && QDir(parent).isEmpty());
     return isAway ? FolderState::Away : FolderState::Gone;
 }
 

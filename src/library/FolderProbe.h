@@ -8,7 +8,7 @@ enum class FolderState
 {
     There,
     Gone, ///< but the folder that it was in is there
-    Away  ///< with its drive, share or mount point
+    Away  ///< with its drive, share or mount point, or cannot be looked at
 };
 
 /// Looks at all paths at once in the background, and waits `milliseconds` at most for the answers. A path

@@ -1,10 +1,14 @@
 #include "library/FileList.h"
+#include "library/FolderProbe.h"
 #include "library/Folders.h"
 #include "library/Ticks.h"
+#include "support/Failures.h"
 #include "support/Files.h"
 
 #include <QtGui>
 #include <QtTest>
+
+#include <sys/stat.h>
 
 /// Folders, files and ticks as lists that never lose step with their models, without a window.
 class FileListTest : public QObject
@@ -45,6 +49,29 @@ private slots:
         QVERIFY(folders.remove("/photos/b"));
         QCOMPARE(folders.pathAt(2), "/");
         QCOMPARE(folders.pathAt(3), QString());
+    }
+
+    void foldersThatMayComeBackAreNoneThatAreGone()
+    {
+        const QTemporaryDir folder;
+        const QString closed = folder.filePath("closed");
+        QVERIFY(chmod(qPrintable(folder.path()), 0755) == 0 && mkdir(qPrintable(closed), 0) == 0);
+        QList<std::pair<QString, FolderState>> cases = {{folder.path(), FolderState::There},
+                                                        {folder.filePath("gone"), FolderState::Gone},
+                                                        {folder.filePath("drive/x"), FolderState::Away},
+                                                        {closed + "/x", FolderState::Away},
+                                                        {{}, FolderState::Gone}};
+        const QString mountPoint = "/mnt/orrelan-test"; // with nothing on it
+        if (mkdir(qPrintable(mountPoint), 0755) == 0)
+            cases.append({mountPoint + "/x", FolderState::Away});
+        QHash<QString, FolderState> states;
+        Failures::asNobody([&] {
+            for (const auto &[path, state] : cases)
+                states.insert(probeFolders({path}, 10'000));
+        });
+        rmdir(qPrintable(mountPoint));
+        for (const auto &[path, state] : cases)
+            QVERIFY2(states.contains(path) && states[path] == state, qPrintable(path));
     }
 
     void ticksKeepTheirOrder()
