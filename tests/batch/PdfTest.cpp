@@ -4,6 +4,7 @@
 #include "support/Files.h"
 #include "support/Pictures.h"
 #include "support/SyscallLog.h"
+#include "support/Tools.h"
 
 #include <QtTest>
 
@@ -87,7 +88,7 @@ private slots:
         for (const bool smooth : {false, true}) {
             VistamoGlobal::pdfSmoothEdges = smooth;
             create({"a.png"});
-            run("pdfimages", {"-png", path("all.pdf"), path("stored")});
+            Tools::run("pdfimages", {"-png", path("all.pdf"), path("stored")});
             const QImage stored(path("stored-000.png"));
             QCOMPARE(stored.width(), 1275);
             int gray = 0;
@@ -123,8 +124,7 @@ private slots:
         constexpr qint64 limit = 2'500'000;
         const qsizetype pages = createPdf(run, observer, limit);
         QVERIFY(pages > 1 && pages < 12 && QFileInfo(path("all.pdf")).size() <= limit);
-        QVERIFY(this->run("pdfinfo", {path("all.pdf")})
-                    .contains(QStringLiteral("Pages:           %1\n").arg(pages)));
+        QVERIFY(pdfInfo().contains(QStringLiteral("Pages:           %1\n").arg(pages)));
         QVERIFY(!pictureOnPage(int(pages)).isEmpty());
         QCOMPARE(createPdf(run, observer), 12);
         QCOMPARE(createPdf(run, observer, 1), 1); // the first one in any case
@@ -178,21 +178,18 @@ private:
         thread.targetPath = path(target);
         thread.start();
         thread.wait();
-        return run("pdfinfo", {path("all.pdf")});
+        return pdfInfo();
     }
-
-    QString run(const QString &program, const QStringList &arguments)
+    QString pdfInfo() const
     {
-        QProcess process;
-        process.start(program, arguments);
-        return process.waitForFinished() ? QString::fromUtf8(process.readAllStandardOutput()) : QString();
+        return QString::fromUtf8(Tools::run("pdfinfo", {path("all.pdf")}).value_or(""));
     }
 
     /// Where a page is not white, points from its upper left corner.
     QRectF pictureOnPage(int page)
     {
-        run("pdftoppm",
-            {"-r", "72", "-png", "-singlefile", "-f", QString::number(page), path("all.pdf"), path("page")});
+        Tools::run("pdftoppm", {"-r", "72", "-png", "-singlefile", "-f", QString::number(page),
+                                path("all.pdf"), path("page")});
         const QImage image(path("page.png"));
         QRect seen;
         for (int y = 0; y < image.height(); ++y)
