@@ -19,6 +19,9 @@ private slots:
         const QImage picture = Pictures::quarters({400, 400});
         const QByteArray jpeg = Pictures::encoded(picture, "jpg", 90);
         const QByteArray noJpeg("\xff\xc0\0\3\1\xff\xc4\0\3\1", 10); // a second frame, no table
+        const QByteArray cutPng = png().left(png().size() * 7 / 10);
+        QByteArray badPng = png();
+        badPng[badPng.size() - 13] ^= 1; // of the last checksum
         const QString upper = "red green ? ?";
         const struct
         {
@@ -26,8 +29,8 @@ private slots:
             QByteArray bytes;
             QString shown;
         } files[] = {
-            {"cut png", pngCutAt(0.7), upper},
-            {"png with a bit wrong", pngWithBadByte(), "red green blue yellow"},
+            {"cut png", cutPng, upper},
+            {"png with a bit wrong", badPng, "red green blue yellow"},
             {"jpeg with a wrong marker for its end", jpeg.chopped(2) + noJpeg, "red green blue yellow"},
             {"jpeg with a wrong marker in its middle", jpeg.left(jpeg.size() * 7 / 10) + noJpeg, upper},
             {"jpeg whose last scan is none", Pictures::progressiveJpeg(picture).chopped(2) + noJpeg,
@@ -47,6 +50,7 @@ private slots:
 
     void everyKindOfBitmapIsRead()
     {
+        const QList<quint32> uneven{0xffe00000, 0x1ffc00, 0x3ff}, swapped{0xff, 0xff00, 0xff0000, 0xff000000};
         const struct
         {
             int bits;
@@ -57,21 +61,9 @@ private slots:
         } kinds[] = {
             {2, 0, {}, QByteArray("\x1b\0\0\0", 4), {0xff000000, 0xff112233, 0xffff0000, 0xff00ff00}},
             {8, 1, {}, QByteArray("\2\2\0\0\0\1", 6), {0xffff0000, 0xffff0000, 0xff000000, 0xff000000}},
-            {32,
-             3,
-             {0xffe00000, 0x1ffc00, 0x3ff},
-             words({0xffe00000, 0x80000000 | 0x200}),
-             {0xffff0000, 0xff800080}},
-            {32,
-             6,
-             {0xff, 0xff00, 0xff0000, 0xff000000},
-             words({0x80ff00ffU, 0xff332211U}),
-             {0x80ff00ff, 0xff112233}},
-            {32,
-             6,
-             {0xff, 0xff00, 0xff0000, 0xff000000},
-             words({0x000000ff, 0x00332211}), // alpha that was left out
-             {0xffff0000, 0xff112233}},
+            {32, 3, uneven, words({0xffe00000, 0x80000000 | 0x200}), {0xffff0000, 0xff800080}},
+            {32, 6, swapped, words({0x80ff00ffU, 0xff332211U}), {0x80ff00ff, 0xff112233}},
+            {32, 6, swapped, words({0xff, 0x332211}), {0xffff0000, 0xff112233}},    // alpha that was left out
             {32, 0, {}, words({0x00112233, 0x80445566}), {0xff112233, 0xff445566}}, // the fourth byte is none
             {16, 3, {0xf00, 0xf0, 0xf}, words({0x0f00 | 0x00f1 << 16}), {0xffff0000, 0xff00ff11}},
             {24, 0, {}, QByteArray("\1\2\3\4\5\6\0\0", 8), {0xff030201, 0xff060504}},
@@ -118,13 +110,6 @@ private:
         for (int i = 0; i < 160000; ++i)
             image.setPixel(i % 400, i / 400, image.pixel(i % 400, i / 400) ^ noise.bounded(8U));
         return Pictures::encoded(image, "png");
-    }
-    static QByteArray pngCutAt(double share) { return png().left(qsizetype(double(png().size()) * share)); }
-    static QByteArray pngWithBadByte()
-    {
-        QByteArray bytes = png();
-        bytes[bytes.size() - 13] = char(bytes[bytes.size() - 13] ^ 1); // of the last checksum
-        return bytes;
     }
 };
 
