@@ -52,17 +52,15 @@ QByteArray boxOf(const QByteArray &file, const QByteArray &type)
     return file.mid(at, qFromBigEndian<quint32>(file.constData() + at));
 }
 
-Item coded(const QImage &image = Pictures::quarters({64, 64}))
-{
-    const QByteArray file = Pictures::encoded(image, "avif");
-    return {"av01", boxOf(file, "mdat").mid(8), {}, image.size(), boxOf(file, "av1C")};
-}
-
 /// An item with the same picture several times over.
-Item hevc(int pictures)
+Item coded(const QImage &image = Pictures::quarters({64, 64}), bool hevc = false, int times = 1)
 {
-    const QByteArray file = Pictures::encoded(Pictures::quarters({64, 64}), "heic");
-    return {"hvc1", boxOf(file, "mdat").mid(8).repeated(pictures), {}, QSize(64, 64), boxOf(file, "hvcC")};
+    const QByteArray file = Pictures::encoded(image, hevc ? "heic" : "avif");
+    return {hevc ? "hvc1" : "av01",
+            boxOf(file, "mdat").mid(8).repeated(times),
+            {},
+            image.size(),
+            boxOf(file, hevc ? "hvcC" : "av1C")};
 }
 
 /// How a file says that its pictures are to be shown.
@@ -129,7 +127,7 @@ private slots:
                                          {grid(64, {2}), grid(64, {1}), coded()},
                                          {overlay(32000, {2}), coded()},
                                          {grid(20000, QList<int>(250, 2)), coded()},
-                                         {hevc(2)},
+                                         {coded(Pictures::quarters({64, 64}), true, 2)},
                                          tree << coded()}) {
             const qint64 before = peakKilobytes();
             QElapsedTimer timer;
@@ -142,7 +140,7 @@ private slots:
     void readsPicturesOfPictures()
     {
         for (const QList<Item> &items : {QList<Item>{coded()},
-                                         {hevc(1)},
+                                         {coded(Pictures::quarters({64, 64}), true)},
                                          {{"iden", {}, {2}}, coded()},
                                          {overlay(64, {2, 3}), coded(), coded()},
                                          {grid(64, {2}), coded()},
