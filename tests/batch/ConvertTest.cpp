@@ -43,22 +43,19 @@ private slots:
     {
         QImage photo(301, 203, QImage::Format_RGB32);
         QImage gradient(128, 64, QImage::Format_ARGB32);
-        for (int y = 0; y < photo.height(); ++y)
-            for (int x = 0; x < photo.width(); ++x)
-                photo.setPixel(x, y, qRgb(128 + int(100 * std::sin(x / 30.0)), y, (x + y) / 2));
-        for (int y = 0; y < gradient.height(); ++y)
-            for (int x = 0; x < gradient.width(); ++x)
-                gradient.setPixel(x, y, qRgba(200, 40 + y, 90, 2 * x));
         QImage twoColours(64, 48, QImage::Format_Mono);
         twoColours.setColorTable({qRgb(200, 30, 30), qRgb(30, 60, 220)});
-        twoColours.fill(0);
         QImage palette(64, 48, QImage::Format_Indexed8);
         palette.setColorTable({qRgba(20, 20, 20, 0), qRgb(30, 180, 30), qRgba(30, 60, 220, 90)});
-        for (int y = 0; y < palette.height(); ++y)
-            for (int x = 0; x < palette.width(); ++x) {
-                twoColours.setPixel(x, y, x / 32);
-                palette.setPixel(x, y, y / 16);
-            }
+        const auto paint = [](QImage &image, const auto &pixel) {
+            for (int y = 0; y < image.height(); ++y)
+                for (int x = 0; x < image.width(); ++x)
+                    image.setPixel(x, y, pixel(x, y));
+        };
+        paint(photo, [](int x, int y) { return qRgb(128 + int(100 * std::sin(x / 30.0)), y, (x + y) / 2); });
+        paint(gradient, [](int x, int y) { return qRgba(200, 40 + y, 90, 2 * x); });
+        paint(twoColours, [](int x, int) { return x / 32; });
+        paint(palette, [](int, int y) { return y / 16; });
         // The tolerance is that of a channel's mean difference; 0 for the same pixels.
         const std::tuple<QString, QStringList, int> rows[] = {
             {"avif", {"heif-convert"}, 6}, {"gif", {"convert"}, 20}, {"heic", {"heif-convert"}, 6},
