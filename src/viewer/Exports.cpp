@@ -12,9 +12,12 @@ void Exports::add(const std::function<QImage()> &picture, const QString &path, c
 
 void Exports::make(const std::function<QImage()> &picture)
 {
-    const auto tell = [this, picture] {
-        QMetaObject::invokeMethod(
-            this, [this, image = picture()] { emit made(image); }, Qt::QueuedConnection);
+    const auto tell = [this, picture, number = ++lastMade] {
+        const auto tellIfNewest = [this, number, image = picture()] {
+            if (number == lastMade)
+                emit made(image);
+        };
+        QMetaObject::invokeMethod(this, tellIfNewest, Qt::QueuedConnection);
         return QImage(); // nothing is written
     };
     add(tell, {}, {});

@@ -20,8 +20,11 @@ public:
     /// The same for a picture that is yet to be decoded, by a function for another thread.
     void add(const std::function<QImage()> &picture, const QString &path, const QString &source);
 
-    /// Decodes a picture in its turn: `made` tells of it, unless the program ends.
+    /// Decodes a picture in its turn: `made` tells of it, unless the program ends or another is asked for.
     void make(const std::function<QImage()> &picture);
+
+    /// Lets `made` tell of nothing that was asked for until now.
+    void dropMade() { ++lastMade; }
 
     /// True until `finished`.
     [[nodiscard]] bool saveImageThreadRunning() const { return saveImageThread.isActive(); }
@@ -39,4 +42,5 @@ private:
     void write(const QList<TSaveImageRequest> &requests);
 
     Worker<VistamoSaveImageThread> saveImageThread;
+    quint64 lastMade = 0; ///< number of the newest picture that was to be made
 };

@@ -93,6 +93,25 @@ private slots:
         }
     }
 
+    void pictureMadeIsTheNewest()
+    {
+        Exports exports;
+        QList<int> widths;
+        connect(&exports, &Exports::made, this, [&](const QImage &image) { widths.append(image.width()); });
+        QSignalSpy finished(&exports, &Exports::finished);
+        const auto make = [&](int width) {
+            exports.make([width] { return QImage(width, 9, QImage::Format_RGB32); });
+        };
+        make(10);
+        make(20);
+        QVERIFY(finished.wait());
+        QCOMPARE(widths, QList({20}));
+        make(30);
+        exports.dropMade();
+        QVERIFY(finished.wait());
+        QCOMPARE(widths, QList({20}));
+    }
+
 private:
     void save(const QList<std::pair<QSize, QString>> &exports)
     {

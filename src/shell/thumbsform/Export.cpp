@@ -36,10 +36,12 @@ void ThumbsForm::on_exportCropImageButton_clicked()
 
 void ThumbsForm::pasteboardActionMenuClicked(bool)
 {
-    if (pictureLoader.loadImageThreadRunning())
+    if (pictureLoader.loadImageThreadRunning()) {
         exports.make(shownPicture(pictureLoader, pictureView));
-    else
-        QGuiApplication::clipboard()->setImage(pictureView.picture().toImage());
+        return;
+    }
+    exports.dropMade(); // or an older picture would take this one's place
+    QGuiApplication::clipboard()->setImage(pictureView.picture().toImage());
 }
 
 /// Asks for a path, at which the next dialog starts, and exports a picture there, whatever is on show by
