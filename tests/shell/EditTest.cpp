@@ -90,21 +90,16 @@ private slots:
         slider("brightness")->setValue(-50);
         QCOMPARE(preview->pixmap().toImage().pixelColor(5, 5), filtered(expected, 60, -50, 50, 128));
         QTRY_COMPARE(colourShown(), filtered(expected, 60, -50, 50, 128));
-        program->click("closeButton");
-        QVERIFY(!dialog->isVisible());
-    }
-
-    void hugeLiveViewKeepsItsSize()
-    {
-        choose("adjustButton", "Contrast");
-        program->window->findChild<QSlider *>("brightnessSlider")->setValue(-50);
+        // A huge view, of which not every pixel is computed, keeps its size.
         for (int i = 0; i < 40; ++i)
             emit label->needToResizeImage(1);
         QVERIFY(label->width() > 2000);
         QCOMPARE(text("percentResizeLabel"), QString::number(label->width() / 6.0, 'g', 6) + '%');
         const QRect corner(label->rect().bottomRight() - QPoint(20, 20), QSize(1, 1));
-        QTRY_COMPARE(label->grab(corner).toImage().pixelColor(0, 0),
-                     VistamoGlobal().applyFilters(QImage(path("a.png")), 0, -50, 0, 0).pixelColor(599, 399));
+        const QImage mirrored = expected.mirrored(true, true); // the corner first
+        QTRY_COMPARE(label->grab(corner).toImage().pixelColor(0, 0), filtered(mirrored, 60, -50, 50, 128));
+        program->click("closeButton");
+        QVERIFY(!dialog->isVisible());
     }
 
     void cropRectangle()

@@ -4,7 +4,15 @@
 #include "viewer/Adjustments.h"
 #include "viewer/ColourFilters.h"
 
+#include <QProcess>
 #include <QtTest>
+
+static QPixmap filled(const QColor &colour)
+{
+    QPixmap pixmap(8000, 6000);
+    pixmap.fill(colour);
+    return pixmap;
+}
 
 /// The picture on show: what becomes of its view, by itself and through the adjustments.
 class PictureViewTest : public QObject
@@ -78,6 +86,31 @@ private slots:
         QCOMPARE(view.displayed().pixels.cacheKey(), view.picture().cacheKey());
     }
 
+    void copyServesViewsThatItHasThePixelsFor()
+    {
+        ReducedPicture reduced;
+        for (const QColor colour : {Qt::red, Qt::blue}) {
+            const QPixmap large = filled(colour);
+            const auto widthFor = [&](int width) {
+                return reduced.enoughFor(large, QSize(width, width * 3 / 4)).width();
+            };
+            QCOMPARE(reduced.enoughFor(large, QSize(800, 600)).cacheKey(), large.cacheKey());
+            reduced.want(large);
+            QTRY_VERIFY(widthFor(800) < 8000);
+            const int width = widthFor(800);
+            QVERIFY(width >= 2 * 800);
+            QCOMPARE(widthFor(width), width);
+            QCOMPARE(reduced.enoughFor(large, QSize(width + 1, 600)).width(), 8000);
+            QCOMPARE(reduced.enoughFor(large, QSize(800, 600)).toImage().pixelColor(9, 9), colour);
+        }
+    }
+
+    void programMayEndWhileTheCopyIsMade()
+    {
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(QProcess::execute(QCoreApplication::applicationFilePath(), {"end"}), 0);
+    }
+
     void adjustmentsGiveTheNewestViewAndTheWholePicture()
     {
         const QImage picture = Pictures::quarters(QSize(600, 400)).convertToFormat(QImage::Format_RGB32);
@@ -108,5 +141,15 @@ private slots:
     }
 };
 
-QTEST_MAIN(PictureViewTest)
+int main(int argc, char *argv[])
+{
+    const QGuiApplication application(argc, argv);
+    if (argc == 2 && !qstrcmp(argv[1], "end")) {
+        ReducedPicture().want(filled(Qt::red));
+        return 0;
+    }
+    PictureViewTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "PictureViewTest.moc"

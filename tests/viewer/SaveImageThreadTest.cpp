@@ -30,14 +30,12 @@ private slots:
         QVERIFY(read("a.JPG").contains("\xff\xc2")); // progressive
         save({{QSize(9, 6), "no suffix"}, {QSize(9, 6), "a.nonsense"}, {QSize(), "null.png"}});
         QCOMPARE(QDir(folder->path()).entryList(QDir::Files).size(), 5);
-    }
 
-    void transparencyLiesOnWhite()
-    {
+        // Transparency lies on white.
         QPixmap half(90, 60);
         half.fill(QColor(30, 60, 220, 128));
         Exports all;
-        for (const char *const name : {"a.jpg", "a.gif"}) {
+        for (const char *const name : {"a.JPG", "a.gif"}) {
             all.add(half, path(name));
             all.finish();
             QVERIFY2(std::abs(QImage(path(name)).pixelColor(9, 9).red() - 142) < 4, name);
