@@ -107,7 +107,7 @@ bool FileCopy::copy(const QString &source, const QString &target, Existing exist
     }
     to.takeAttributes(source);
     to.flush();
-    to.setFileTime(before.lastModified(), QFileDevice::FileModificationTime);
+    Platform::setModificationTime(to, before.lastModified());
     return existing == Existing::Keep ? to.commitAsNew() : to.commit();
 }
 

@@ -24,9 +24,12 @@ extern "C" int stat(const char *path, struct stat *info) noexcept
 }
 
 static bool timesCanBeSet = true;
+static bool oneTimeCanBeSet = true; ///< without the other; some file systems do nothing and report no error
 
 extern "C" int futimens(int file, const timespec times[2]) noexcept
 {
+    if (!oneTimeCanBeSet && (times[0].tv_nsec == UTIME_OMIT || times[1].tv_nsec == UTIME_OMIT))
+        return 0;
     errno = EPERM;
     return timesCanBeSet ? reinterpret_cast<decltype(&futimens)>(dlsym(RTLD_NEXT, "futimens"))(file, times)
                          : -1;
@@ -48,7 +51,7 @@ private slots:
     void cleanup()
     {
         beforeSyscall() = nullptr;
-        timesCanBeSet = true;
+        timesCanBeSet = oneTimeCanBeSet = true;
         QFile::setPermissions(path("to"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         QCOMPARE(leftovers().size(), 0);
     }
@@ -61,6 +64,7 @@ private slots:
         for (const char *const name : {".", "to", "a.jpg"})
             QVERIFY(geteuid() != 0 || chown(qPrintable(path(name)), 65534, 65534) == 0);
         QFile::setPermissions(path("a.jpg"), QFile::ReadOwner);
+        oneTimeCanBeSet = false;
         const QString longName = "to/" + QString(251, 'n') + ".jpg";
         for (const QString &target : {QString("to/a.jpg"), longName}) {
             Failures::asNobody([&] { QVERIFY(copy("a.jpg", target)); });

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDateTime>
 #include <QFileDevice>
 #include <QString>
 
@@ -38,6 +39,9 @@ void flushFolder(const QString &path);
 /// Gives an open file what belongs to another one beside its content, as far as both their file systems can:
 /// extended attributes and the access list; on Windows the further streams.
 void copyAttributes(const QString &from, QFileDevice &to);
+
+/// Gives an open file another time of its last change, where its file system lets it have that.
+void setModificationTime(QFileDevice &file, const QDateTime &time);
 
 /// Moves one file, or leaves it as it is. False then, with nothing at `to` that was not there before.
 using Move = std::function<bool(const QString &from, const QString &to)>;

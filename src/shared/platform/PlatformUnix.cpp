@@ -5,6 +5,7 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <limits>
 #include <system_error>
@@ -186,6 +187,19 @@ void Platform::copyAttributes(const QString &from, QFileDevice &to)
     Q_UNUSED(from)
     Q_UNUSED(to)
 #endif
+}
+
+void Platform::setModificationTime(QFileDevice &file, const QDateTime &time)
+{
+    // Both times at once: file systems behind libfuse 2 ignore one alone, without a word.
+    const auto spec = [](const QDateTime &moment) {
+        const auto time = std::chrono::milliseconds(moment.toMSecsSinceEpoch());
+        const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
+        const std::chrono::nanoseconds rest = time - seconds;
+        return timespec{static_cast<time_t>(seconds.count()), static_cast<long>(rest.count())};
+    };
+    const timespec times[] = {spec(file.fileTime(QFileDevice::FileAccessTime)), spec(time)};
+    futimens(file.handle(), times);
 }
 
 bool Platform::renameToNew(const QString &from, const QString &to)

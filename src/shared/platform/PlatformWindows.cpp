@@ -114,6 +114,11 @@ void Platform::copyAttributes(const QString &from, QFileDevice &to)
     FindClose(search);
 }
 
+void Platform::setModificationTime(QFileDevice &file, const QDateTime &time)
+{
+    file.setFileTime(time, QFileDevice::FileModificationTime);
+}
+
 bool Platform::renameToNew(const QString &from, const QString &to)
 {
     return MoveFileExW(native(from).c_str(), native(to).c_str(), MOVEFILE_WRITE_THROUGH) != 0;
