@@ -198,16 +198,19 @@ private slots:
 
     void exportGetsTheSuffixOfItsFilter()
     {
-        answer = path("plain");
-        for (const QStringList &asked :
-             {QStringList{},
-              {"Confirm overwrite|Are you sure you want to overwrite " + path("plain.png") + '?'}}) {
-            questions.clear();
-            QFile::resize(path("plain.png"), 0);
-            choose("exportButton", "Export to Image File");
-            QTRY_COMPARE(QImage(path("plain.png")).size(), QSize(600, 400));
-            QCOMPARE(questions.mid(1), asked);
-            QVERIFY(read("plain.png").contains("Camera")); // from the file on show
+        for (const QString name : {"plain", "12.08.2026"}) { // what follows the last dot is no suffix
+            const QString whole = name + ".png";
+            answer = path(name);
+            for (const QStringList &asked :
+                 {QStringList{},
+                  {"Confirm overwrite|Are you sure you want to overwrite " + path(whole) + '?'}}) {
+                questions.clear();
+                QFile::resize(path(whole), 0);
+                choose("exportButton", "Export to Image File");
+                QTRY_COMPARE(QImage(path(whole)).size(), QSize(600, 400));
+                QCOMPARE(questions.mid(1), asked);
+                QVERIFY(read(whole).contains("Camera")); // from the file on show
+            }
         }
     }
 

@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QImageWriter>
 
 namespace {
 
@@ -15,6 +16,12 @@ QString askForFile(const QString &caption, const QString &start, const QString &
     if (const auto answer = DialogSeam::answer({DialogSeam::Kind::SaveFile, caption, start}))
         return answer->toString();
     return QFileDialog::getSaveFileName(parent, caption, start, filter, chosenFilter);
+}
+
+/// A suffix by which a picture can be written; the last part of a date is none.
+bool isFormat(const QString &suffix)
+{
+    return QImageWriter::supportedImageFormats().contains(suffix.toLatin1());
 }
 
 } // namespace
@@ -30,7 +37,7 @@ QString FileDialog::saveFileNameWithSuffix(const QString &caption, const QString
 {
     QString chosen = filter.section(QStringLiteral(";;"), 0, 0);
     const QString path = askForFile(caption, start, filter, nullptr, &chosen);
-    if (path.isEmpty() || !QFileInfo(path).suffix().isEmpty())
+    if (path.isEmpty() || isFormat(QFileInfo(path).suffix().toLower()))
         return path;
     // "PNG file (*.png)"
     const QString whole = path + QLatin1Char('.') + chosen.section(QStringLiteral("*."), 1).chopped(1);

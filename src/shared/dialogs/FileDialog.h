@@ -14,8 +14,8 @@ namespace FileDialog {
 [[nodiscard]] QString saveFileName(const QString &caption, const QString &start, const QString &filter,
                                    QWidget *parent = nullptr);
 
-/// The same; a name without a suffix gets that of the filter that was chosen, and where a file has that name,
-/// the user is asked whether to replace it.
+/// The same for a picture; a name without the suffix of a format gets that of the filter that was chosen, and
+/// where a file has that name, the user is asked whether to replace it.
 [[nodiscard]] QString saveFileNameWithSuffix(const QString &caption, const QString &start,
                                              const QString &filter);
 
