@@ -310,5 +310,5 @@ private:
     QStringList asked;
 };
 
-QTEST_MAIN(BatchFormTest)
+PROGRAM_TEST_MAIN(BatchFormTest)
 #include "BatchFormTest.moc"

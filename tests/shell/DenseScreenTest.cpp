@@ -137,5 +137,5 @@ private:
     QRect geometry;
 };
 
-QTEST_MAIN(DenseScreenTest)
+PROGRAM_TEST_MAIN(DenseScreenTest)
 #include "DenseScreenTest.moc"

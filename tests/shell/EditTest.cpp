@@ -303,5 +303,5 @@ private:
     QStringList questions;
 };
 
-QTEST_MAIN(EditTest)
+PROGRAM_TEST_MAIN(EditTest)
 #include "EditTest.moc"

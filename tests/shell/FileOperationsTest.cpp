@@ -313,5 +313,5 @@ private:
     QStringList messages;
 };
 
-QTEST_MAIN(FileOperationsTest)
+PROGRAM_TEST_MAIN(FileOperationsTest)
 #include "FileOperationsTest.moc"

@@ -278,5 +278,5 @@ private:
     TImageLabel *label = nullptr;
 };
 
-QTEST_MAIN(ViewerTest)
+PROGRAM_TEST_MAIN(ViewerTest)
 #include "ViewerTest.moc"

@@ -3,6 +3,7 @@
 #include "library/FileNames.h"
 #include "shared/dialogs/DialogSeam.h"
 #include "shared/Settings.h"
+#include "shared/threads/StoppableThread.h"
 #include "shared/VistamoGlobal.h"
 #include "shell/MainWindow.h"
 #include "support/Files.h"
@@ -15,8 +16,22 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <cstdlib>
 #include <functional>
 #include <memory>
+
+/// The `main` of a test of the program, which ends as the program does: not around a thread that was left behind.
+#define PROGRAM_TEST_MAIN(Test)                                                                              \
+    int main(int argc, char *argv[])                                                                         \
+    {                                                                                                        \
+        QCoreApplication::setAttribute(Qt::AA_Use96Dpi);                                                     \
+        QApplication application(argc, argv);                                                                \
+        Test test;                                                                                           \
+        const int code = QTest::qExec(&test, argc, argv);                                                    \
+        if (StoppableThread::someLeftBehind)                                                                 \
+            std::_Exit(code);                                                                                \
+        return code;                                                                                         \
+    }
 
 /// The real window of the program with its widgets by name, for as long as one test runs.
 class Program

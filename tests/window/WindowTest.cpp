@@ -481,5 +481,5 @@ private:
     int awaited = 0; ///< actions of `when`
 };
 
-QTEST_MAIN(WindowTest)
+PROGRAM_TEST_MAIN(WindowTest)
 #include "WindowTest.moc"
