@@ -20,7 +20,8 @@
 #include <functional>
 #include <memory>
 
-/// The `main` of a test of the program, which ends as the program does: not around a thread that was left behind.
+/// The `main` of a test of the program, which ends as the program does: not around a thread that was left
+/// behind.
 #define PROGRAM_TEST_MAIN(Test)                                                                              \
     int main(int argc, char *argv[])                                                                         \
     {                                                                                                        \
