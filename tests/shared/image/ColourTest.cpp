@@ -83,7 +83,7 @@ private slots:
               {"nearly", Chunks{primaries(nearly), gamma(45454)}, srgb},
               {"gamma alone", Chunks{gamma(45455)}, srgb},
               {"sRGB itself", Chunks{primaries(ofSrgb), gamma(45455), {"sRGB", QByteArray(1, 0)}}, srgb},
-              {"profile of a gamma", Chunks{profileChunk(ofGamma.iccProfile())}, ofGamma},
+              {"profile of a gamma", Chunks{profileChunk(ofGamma.iccProfile()), gamma(45455)}, ofGamma},
               {"linear", Chunks{gamma(100000)}, QColorSpace(QColorSpace::SRgbLinear)},
               {"wider", Chunks{primaries(ofAdobe), gamma(45455)}, adobe}}) {
             write("chunks.png", png(image, chunks));
