@@ -175,7 +175,7 @@ private slots:
             timesCanBeSet = true;
             setTime("a.jpg", QDateTime(QDate(2001, 2, 3), QTime(4, 5, 6)));
             timesCanBeSet = false;
-            beforeSyscall() = [&](const QString &call) {
+            beforeSyscall() = [&, &meanwhile = meanwhile](const QString &call) {
                 if (!crossesVolumes(call) && call.endsWith("/to/new.jpg"))
                     meanwhile();
                 return crossesVolumes(call);

@@ -229,7 +229,7 @@ private slots:
             image.fill(QColor::fromRgbF(float(signal(1000)), float(signal(1000)), float(signal(1000))));
             QPainter painter(&image);
             for (int i = 0; i < 16; ++i) {
-                const auto of = [&](int channel) {
+                const auto of = [&, &signal = signal](int channel) {
                     return static_cast<quint16>(
                         std::lround(65535 * signal(lights[i % 4] * hues[i / 4][channel])));
                 };
