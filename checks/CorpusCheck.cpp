@@ -101,7 +101,7 @@ Entry entryOf(const QString &root, const QStringList &fields)
 {
     static const QRegularExpression onWhite("over white (\\d+),(\\d+),(\\d+)");
     static const QRegularExpression decodes(": decodes [1-9]");
-    const QString notes = fields.last();
+    const QString &notes = fields.last();
     Entry entry;
     entry.path = root + '/' + fields[0];
     entry.isValid = fields[1] == "valid";
