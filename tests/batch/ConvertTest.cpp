@@ -265,7 +265,7 @@ private slots:
     {
         const QByteArray exif = QByteArray("Exif\0\0", 6);
         const QByteArray tags(
-            "II*\0\x08\0\0\0\2\0\x0f\1\2\0\xff\xff\xff\x7f\x10\0\0\0i\x87\4\0\1\0\0\0\x08\0\0\0", 36);
+            "II*\0\x08\0\0\0\2\0\x0f\1\2\0\xff\xff\xff\x7f\x10\0\0\0i\x87\4\0\1\0\0\0\x08\0\0\0", 34);
         const QByteArray deep = "http://ns.adobe.com/xap/1.0/" + QByteArray(1, 0)
                                 + QByteArray("<x:xmpmeta xmlns:x='adobe:ns:meta/'>")
                                 + QByteArray("<a>").repeated(21'000);
