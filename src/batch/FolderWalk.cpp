@@ -16,7 +16,7 @@ struct Pending
 /// What has a dot in its name, and all folders: the last first.
 QList<Pending> entriesInReverse(const QString &folder, const std::function<bool()> &isStopped)
 {
-    QList<FolderEntry> entries = folderEntries(folder, isStopped);
+    QList<FolderEntry> entries = folderEntries(folder, isStopped).entries;
     std::sort(entries.rbegin(), entries.rend(), comesBefore);
     QList<Pending> pending;
     for (const FolderEntry &entry : std::as_const(entries)) {

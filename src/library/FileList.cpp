@@ -9,6 +9,7 @@
 #include <QtDebug>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace {
@@ -22,6 +23,19 @@ QList<TFileRecord> &records()
 bool isUnchanged(const TFileRecord &old, const TFileRecord &record)
 {
     return old.size == record.size && old.creationTime == record.creationTime;
+}
+
+QSet<QString> namesOf(const QList<TFileRecord> &files)
+{
+    QSet<QString> names;
+    for (const TFileRecord &file : files)
+        names.insert(file.fileName);
+    return names;
+}
+
+FolderEntry entryOf(const QString &fileName)
+{
+    return {fileName, fileName.toCaseFolded()};
 }
 
 /// The row of the first file of which `is` is true, or -1.
@@ -76,6 +90,8 @@ std::optional<QList<TThumbnailRequest>> FileList::take(const FoundFiles &files, 
     QList<TThumbnailRequest> requests;
     if (readAgain) {
         found += files.records;
+        if (files.cutOff)
+            addKnown(found);
         if (files.complete)
             requests = merge(std::exchange(found, {}), checkable);
         readAgain = !files.complete;
@@ -126,12 +142,24 @@ QList<TThumbnailRequest> FileList::merge(const QList<TFileRecord> &files, bool c
     return requests;
 }
 
+/// Adds the files that stand in the list and not among these, both in the order of their names: of a folder
+/// whose drive has failed they are not known to be gone.
+void FileList::addKnown(QList<TFileRecord> &files) const
+{
+    const QSet<QString> names = namesOf(files);
+    const qsizetype known = files.size();
+    std::copy_if(records().cbegin(), records().cend(), std::back_inserter(files),
+                 [&](const TFileRecord &file) { return !names.contains(file.fileName); });
+    std::inplace_merge(files.begin(), files.begin() + known, files.end(),
+                       [](const TFileRecord &a, const TFileRecord &b) {
+                           return comesBefore(entryOf(a.fileName), entryOf(b.fileName));
+                       });
+}
+
 /// Takes out the rows of all other files.
 void FileList::removeOthers(const QList<TFileRecord> &files)
 {
-    QSet<QString> names;
-    for (const TFileRecord &file : files)
-        names.insert(file.fileName);
+    const QSet<QString> names = namesOf(files);
     for (int end = count(); end > 0;) {
         int first = end;
         while (first > 0 && !names.contains(records()[first - 1].fileName))
@@ -184,11 +212,11 @@ void FileList::insertRows(int row, const QList<TFileRecord> &files, bool checkab
 }
 
 /// Keeps a row's file up to date, and tells whether its size may be another. A file that has changed waits
-/// for its new icon.
+/// for its new icon; one that could be listed but not looked at stays as it was.
 bool FileList::updateRow(int row, const TFileRecord &record, bool checkable)
 {
     QStandardItem *const item = mainModel.item(row, 0);
-    if (TFileRecord &old = records()[row]; !isUnchanged(old, record)) {
+    if (TFileRecord &old = records()[row]; record.modifiedTime.isValid() && !isUnchanged(old, record)) {
         item->setIcon(thumbnailIcons.blank());
         old = record;
     }
@@ -292,11 +320,10 @@ int FileList::rowOf(const QString &path) const
 
 int FileList::placeOf(const QString &path) const
 {
-    const auto entry = [](const QString &name) { return FolderEntry{name, name.toCaseFolded()}; };
-    const FolderEntry wanted = entry(QFileInfo(path).fileName());
+    const FolderEntry wanted = entryOf(QFileInfo(path).fileName());
     const auto place =
         std::partition_point(records().cbegin(), records().cend(), [&](const TFileRecord &file) {
-            return comesBefore(entry(file.fileName), wanted);
+            return comesBefore(entryOf(file.fileName), wanted);
         });
     return static_cast<int>(place - records().cbegin());
 }

@@ -95,6 +95,7 @@ private:
     void fillStrip();
     void appendRows(const QList<TFileRecord> &files, bool checkable);
     void insertRows(int row, const QList<TFileRecord> &files, bool checkable);
+    void addKnown(QList<TFileRecord> &files) const;
     bool updateRow(int row, const TFileRecord &record, bool checkable);
     void removeRows(int row, int count);
     void removeOthers(const QList<TFileRecord> &files);

@@ -101,7 +101,7 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
     };
 
     // The folder is read whole before anything is shown: what is on the screen first is final.
-    QList<FolderEntry> files = folderEntries(path, [this] { return isStopping(); });
+    auto [files, cutOff] = folderEntries(path, [this] { return isStopping(); });
     qsizetype sorted = 0;
     for (qsizetype i = 0; i < files.size() && !stopRequested; ++i) {
         if (i == sorted)
@@ -122,6 +122,7 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
         ++row;
     }
     batch.complete = !stopRequested;
+    batch.cutOff = cutOff;
     publish();
     emit enumFilesFinish(row);
     qDebug() << "VistamoLoadFolderThread::loadFiles End";

@@ -19,6 +19,7 @@ struct FoundFiles
     QList<TFileRecord> records;
     QList<QFileInfo> infos;     ///< of the same files, with what the walk has read of them
     bool complete = false;      ///< the walk has ended with these
+    bool cutOff = false;        ///< where it could not go on: further files may be there
     std::shared_ptr<void> turn; ///< back-pressure: while anybody holds it, the walk sends nothing further
 };
 Q_DECLARE_METATYPE(FoundFiles)

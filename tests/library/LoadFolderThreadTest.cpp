@@ -4,9 +4,14 @@
 
 #include <QtTest>
 
+#include <dirent.h>
+#include <dlfcn.h>
 #include <sys/stat.h>
 
 namespace {
+
+/// The entries that folders give before they fail, as on a drive that goes away; below 0: they don't.
+int entriesUntilFailure = -1;
 
 /// What a walk reports, put together again.
 struct Walk
@@ -16,6 +21,7 @@ struct Walk
     int count = -1;
     QList<int> selected;
     bool complete = false;
+    bool cutOff = false;
 };
 
 Walk walk(const QString &folder, const QString &selectedFileName = QString())
@@ -29,6 +35,7 @@ Walk walk(const QString &folder, const QString &selectedFileName = QString())
         QCOMPARE(files.firstRow, walk.names.size());
         QVERIFY(!walk.complete);
         walk.complete = files.complete;
+        walk.cutOff = files.cutOff;
         walk.batches.append(files.records.size());
         for (const TFileRecord &record : files.records) {
             QCOMPARE(record.fullPath, folder + '/' + record.fileName);
@@ -48,6 +55,16 @@ Walk walk(const QString &folder, const QString &selectedFileName = QString())
 }
 
 } // namespace
+
+extern "C" dirent *readdir(DIR *folder)
+{
+    if (entriesUntilFailure == 0) {
+        errno = EIO;
+        return nullptr;
+    }
+    --entriesUntilFailure;
+    return reinterpret_cast<decltype(&readdir)>(dlsym(RTLD_NEXT, "readdir"))(folder);
+}
 
 class LoadFolderThreadTest : public FolderTest
 {
@@ -95,7 +112,15 @@ private slots:
         Failures::asNobody([&] { nothing.append(walk(folder->path())); });
         QVERIFY(chmod(qPrintable(folder->path()), 0700) == 0);
         for (const Walk &walk : nothing)
-            QVERIFY(walk.count == 0 && walk.complete);
+            QVERIFY(walk.count == 0 && walk.complete && !walk.cutOff);
+
+        // A drive that fails is not taken for an empty folder, nor for a smaller one.
+        for (const int entries : {0, 2}) {
+            entriesUntilFailure = entries;
+            const Walk cut = walk(path("folder.jpg"));
+            entriesUntilFailure = -1;
+            QVERIFY(cut.complete && cut.cutOff && cut.count < 2);
+        }
     }
 
     void batchesGrowAndWaitUntilOneIsTakenIn()

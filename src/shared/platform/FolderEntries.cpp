@@ -27,6 +27,14 @@ QString nameOf(const Path &path)
     }
 }
 
+/// True for an error by which the system says what the folder is; by others it cannot tell, as of a drive
+/// that has failed.
+bool isAnswer(const std::error_code &error)
+{
+    return error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory
+           || error == std::errc::permission_denied;
+}
+
 bool isDigit(QChar letter)
 {
     return letter >= u'0' && letter <= u'9';
@@ -68,9 +76,9 @@ qsizetype compareNatural(QStringView a, QStringView b)
 
 } // namespace
 
-QList<FolderEntry> folderEntries(const QString &folder, const std::function<bool()> &isStopped)
+FolderListing folderEntries(const QString &folder, const std::function<bool()> &isStopped)
 {
-    QList<FolderEntry> entries;
+    FolderListing listing;
     std::error_code error;
     // The kind of most entries comes with their name; only links are looked at one by one.
     for (std::filesystem::directory_iterator entry(QFileInfo(folder).filesystemFilePath(), error), end;
@@ -79,9 +87,10 @@ QList<FolderEntry> folderEntries(const QString &folder, const std::function<bool
         const QString name = nameOf(entry->path());
         const bool isFolder = entry->is_directory(unknown);
         if (!name.isEmpty() && !name.startsWith(u'.') && (isFolder || entry->is_regular_file(unknown)))
-            entries.append({name, name.toCaseFolded(), isFolder, entry->is_symlink(unknown)});
+            listing.entries.append({name, name.toCaseFolded(), isFolder, entry->is_symlink(unknown)});
     }
-    return entries;
+    listing.cutOff = error && !isAnswer(error);
+    return listing;
 }
 
 bool comesBefore(const FolderEntry &a, const FolderEntry &b)

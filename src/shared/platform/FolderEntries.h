@@ -14,10 +14,18 @@ struct FolderEntry
     bool isLink = false;
 };
 
+/// What a folder gives of its entries.
+struct FolderListing
+{
+    QList<FolderEntry> entries;
+    bool cutOff =
+        false; ///< it could not be read to its end, though it may be there: further ones may be in it
+};
+
 /// The files and folders directly in a folder, in no order, those that links lead to among them; none if the
 /// folder cannot be read. Hidden names, special files, links to nothing, and names that a QString cannot hold
 /// are left out. Ends early, with what it has, once `isStopped` gives true.
-[[nodiscard]] QList<FolderEntry> folderEntries(const QString &folder, const std::function<bool()> &isStopped);
+[[nodiscard]] FolderListing folderEntries(const QString &folder, const std::function<bool()> &isStopped);
 
 /// True if `a` stands before `b` in a list of files: by name, case ignored, numbers as numbers; names that
 /// are the same so far by their code units.

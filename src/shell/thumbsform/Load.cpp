@@ -6,6 +6,8 @@
 #include <QScrollBar>
 #include <QtDebug>
 
+#include <algorithm>
+
 void ThumbsForm::loadFolder(const QString &path)
 {
     folderLoad.show(path);
@@ -56,7 +58,9 @@ void ThumbsForm::onRequestGetThumbnail(QFileInfo info, int row)
 
 void ThumbsForm::onEnumFilesFinish(int count)
 {
-    ui->pathValueLabel->setText(tr("Total: ") + QString::number(count) + tr("   Path: ") + folderLoad.path());
+    const int total =
+        std::max(count, fileList.count()); // a walk that failed half-way has left rows as they were
+    ui->pathValueLabel->setText(tr("Total: ") + QString::number(total) + tr("   Path: ") + folderLoad.path());
 }
 
 void ThumbsForm::onCurrentColumnChanged(int col)
