@@ -75,14 +75,15 @@ Metadata readMetadata(const QString &path)
     Metadata found;
     const QImageReader reader(path);
     static const QList<QByteArray> ours = {"heic", "heif", "avif", "jxl"};
-    const auto blocks = ours.contains(reader.format()) ? MetadataBlocks::of(reader) : MetadataBlocks{};
+    const bool isOurs = ours.contains(reader.format()); // some of which exiv2 takes for films
+    const auto blocks = isOurs ? MetadataBlocks::of(reader) : MetadataBlocks{};
     tolerant("EXIF", [&] {
         found.order = Exiv2::ExifParser::decode(found.exif, bytesOf(blocks.exif),
                                                 static_cast<uint32_t>(blocks.exif.size()));
     });
     if (blocks.xmp.size() <= mostXmp)
         tolerant("XMP", [&] { Exiv2::XmpParser::decode(found.xmp, blocks.xmp.toStdString()); });
-    if (!blocks.isEmpty())
+    if (isOurs)
         return found;
     tolerant("file", [&] {
         const QByteArray bytes = fileForReading(path);
@@ -212,23 +213,42 @@ QByteArray iptcFor(Exiv2::IptcData iptc)
     return bytes.size() <= mostIptc ? bytes : QByteArray();
 }
 
+void setProfile(Exiv2::Image &image, const QByteArray &icc)
+{
+    Exiv2::DataBuf profile(bytesOf(icc), static_cast<long>(icc.size()));
+#if EXIV2_TEST_VERSION(0, 28, 0)
+    image.setIccProfile(std::move(profile), false);
+#else
+    image.setIccProfile(profile, false);
+#endif
+}
+
 bool isPng(const QByteArray &file)
 {
     return file.startsWith("\x89PNG");
 }
 
-/// A PNG file with EXIF where the format has its place: exiv2 writes it as a text, which few others look for.
-QByteArray pngWithExif(QByteArray file, const QByteArray &exif)
+/// Puts one more chunk into a PNG file, in front of all but the header.
+void insertChunk(QByteArray &file, const QByteArray &type, const QByteArray &data)
 {
     constexpr qsizetype afterHeader = 8 + 12 + 13; // the signature, and the first chunk
-    const QByteArray content = "eXIf" + exif;
+    const QByteArray content = type + data;
     QByteArray length(4, 0);
     QByteArray checksum(4, 0);
-    qToBigEndian(static_cast<quint32>(exif.size()), length.data());
+    qToBigEndian(static_cast<quint32>(data.size()), length.data());
     qToBigEndian(static_cast<quint32>(crc32(0, bytesOf(content), static_cast<uInt>(content.size()))),
                  checksum.data());
     file.insert(afterHeader, length + content + checksum);
-    return file;
+}
+
+/// Puts into a PNG file what exiv2 leaves without a name (profiles), or writes as a text, which few others
+/// look for (EXIF).
+void completePng(QByteArray &file, const EmbeddedMetadata &metadata)
+{
+    if (!metadata.icc.isEmpty()) // packed, behind its name and the number of the packing
+        insertChunk(file, "iCCP", QByteArray("ICC\0\0", 5) + qCompress(metadata.icc).mid(4));
+    if (!metadata.exif.isEmpty())
+        insertChunk(file, "eXIf", metadata.exif);
 }
 
 } // namespace
@@ -286,11 +306,15 @@ QByteArray withMetadata(const QByteArray &file, const EmbeddedMetadata &metadata
         if (holdsIptc && !metadata.iptc.isEmpty())
             Exiv2::IptcParser::decode(image->iptcData(), bytesOf(metadata.iptc),
                                       static_cast<uint32_t>(metadata.iptc.size()));
+        if (!metadata.icc.isEmpty() && !isPng(file))
+            setProfile(*image, metadata.icc);
         image->writeMetadata();
         Exiv2::BasicIo &written = image->io();
         if (written.open() == 0)
             whole = QByteArray(reinterpret_cast<const char *>(written.mmap()),
                                static_cast<qsizetype>(written.size()));
     });
-    return isPng(file) && !metadata.exif.isEmpty() ? pngWithExif(std::move(whole), metadata.exif) : whole;
+    if (isPng(file))
+        completePng(whole, metadata);
+    return whole;
 }

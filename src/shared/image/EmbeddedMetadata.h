@@ -10,16 +10,20 @@ struct EmbeddedMetadata
     QByteArray exif; ///< TIFF header and directories, within the 64 KB that a JPEG file can hold
     QByteArray xmp;  ///< XML, up to 1 MB
     QByteArray iptc; ///< data sets
+    QByteArray icc;  ///< a profile that the encoder leaves out
 
-    [[nodiscard]] bool isEmpty() const { return exif.isEmpty() && xmp.isEmpty() && iptc.isEmpty(); }
+    [[nodiscard]] bool isEmpty() const
+    {
+        return exif.isEmpty() && xmp.isEmpty() && iptc.isEmpty() && icc.isEmpty();
+    }
 
     /// XMP for files that hold no IPTC: with what IPTC alone says.
     [[nodiscard]] QByteArray xmpWithIptc() const;
 };
 
 /// The metadata of a file for a picture of `size` pixels that was made from it: upright, without previews,
-/// and of sRGB colours if `srgb` says so, which is said even of a file without metadata. What is broken or
-/// too large is left out. Safe to call from any thread.
+/// and of sRGB colours if `srgb` says so, which is said even of a file without metadata; no profile. What is
+/// broken or too large is left out. Safe to call from any thread.
 [[nodiscard]] EmbeddedMetadata metadataForCopy(const QString &path, QSize size, bool srgb);
 
 /// An encoded JPEG, PNG, WebP or TIFF file with the metadata in it; as it was if they do not go into it.

@@ -64,12 +64,15 @@ QImage withoutPalette(QImage image)
     return image;
 }
 
-/// Qt writes the profiles that it understands to some formats, and others to JPEG alone.
-bool holdsProfile(const QByteArray &format, bool isUnderstood)
+/// Formats to which Qt writes none but the profiles that it understands; others are put in afterwards.
+const QList<QByteArray> understoodAlone = {"png", "tif", "tiff", "webp"};
+
+bool holdsProfile(const QImage &image, const QByteArray &format)
 {
     static const QList<QByteArray> all = {"jpg", "jpeg", "heic", "heif", "avif", "jxl"};
-    static const QList<QByteArray> understood = {"png", "tif", "tiff", "webp"};
-    return all.contains(format) || (isUnderstood && understood.contains(format));
+    return all.contains(format)
+           || (understoodAlone.contains(format)
+               && (image.colorSpace().isValid() || takesMetadata(image, format)));
 }
 
 /// A profile of one model, grey or RGB, on pixels of the other is refused or dropped by writers and readers,
@@ -79,10 +82,15 @@ QImage withWritableProfile(QImage image, const QByteArray &format)
     const bool jpeg = format == "jpg" || format == "jpeg";
     const QByteArray profile = image.colorSpace().iccProfile();
     const bool greyPixels = QImage::toPixelFormat(image.format()).colorModel() == QPixelFormat::Grayscale;
-    const bool greyProfile = profile.mid(16, 4) == "GRAY"; // the header's field for the model
-    const bool isHeld = holdsProfile(format, image.colorSpace().isValid()) && greyPixels == greyProfile
-                        && !Colour::highDynamicRange(profile);
-    return profile.isEmpty() || (isHeld && !(greyPixels && jpeg)) ? image : Colour::inSrgb(std::move(image));
+    const bool fits =
+        profile.mid(16, 4) == (greyPixels ? "GRAY" : "RGB "); // the header's field for the model
+    const bool isHeld = holdsProfile(image, format) && fits && !Colour::highDynamicRange(profile);
+    if (profile.isEmpty() || (isHeld && !(greyPixels && jpeg)))
+        return image;
+    image = Colour::inSrgb(std::move(image));
+    if (image.colorSpace() != QColorSpace(QColorSpace::SRgb))
+        image.setColorSpace({}); // for it says nothing of these pixels
+    return image;
 }
 
 } // namespace
@@ -116,6 +124,8 @@ bool ImageWriting::write(const QImage &image, const QByteArray &format, int qual
     if (!image.isNull() && (afterwards || encodesMetadata(format)))
         metadata =
             metadataForCopy(source, image.size(), image.colorSpace() == QColorSpace(QColorSpace::SRgb));
+    if (understoodAlone.contains(format) && !image.colorSpace().isValid())
+        metadata.icc = image.colorSpace().iccProfile();
     QBuffer buffer;
     const bool inMemory = afterwards && !metadata.isEmpty();
     QImageWriter writer(inMemory ? &buffer : &device, format);
@@ -124,7 +134,11 @@ bool ImageWriting::write(const QImage &image, const QByteArray &format, int qual
     writer.setProgressiveScanWrite(true);
     if (encodesMetadata(format))
         MetadataBlocks{metadata.exif, metadata.xmpWithIptc()}.handTo(writer);
-    if (!writer.write(image)) {
+    QImage encodable = image;
+    if (!metadata.icc.isEmpty() && format == "webp")
+        encodable.setColorSpace(
+            QColorSpace::SRgb); // exiv2 changes a profile, and adds one in the wrong place
+    if (!writer.write(encodable)) {
         qDebug() << "Cannot encode" << format << writer.errorString()
                  << QImageWriter::supportedImageFormats();
         return false;
@@ -132,5 +146,7 @@ bool ImageWriting::write(const QImage &image, const QByteArray &format, int qual
     if (!inMemory)
         return true;
     const QByteArray whole = withMetadata(buffer.data(), metadata);
+    if (!metadata.icc.isEmpty() && whole == buffer.data()) // of other colours without it
+        return write(Colour::inSrgb(image), format, quality, source, device);
     return device.write(whole) == whole.size();
 }
