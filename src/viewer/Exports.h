@@ -4,13 +4,19 @@
 #include "viewer/VistamoSaveImageThread.h"
 
 #include <QObject>
+#include <QTimer>
 
-/// Writes exported pictures in the background, in the order in which they were asked for. GUI thread.
+#include <memory>
+#include <vector>
+
+/// Writes exported pictures in the background, in the order in which they were asked for; what goes elsewhere
+/// passes one that hangs. GUI thread.
 class Exports : public QObject
 {
     Q_OBJECT
 
 public:
+    Exports();
     ~Exports() override { finish(); }
 
     /// Starts writing a picture; the suffix of the path says the format. What stands there stays if it fails.
@@ -27,9 +33,10 @@ public:
     void dropMade() { ++lastMade; }
 
     /// True until `finished`.
-    [[nodiscard]] bool saveImageThreadRunning() const { return saveImageThread.isActive(); }
+    [[nodiscard]] bool saveImageThreadRunning() const;
 
-    /// At the end of the program: waits until everything that was asked for is written.
+    /// At the end of the program: waits until everything that was asked for is written, but not for a drive
+    /// that hangs.
     void finish();
 
 signals:
@@ -39,8 +46,13 @@ signals:
     void finished();
 
 private:
-    void write(const QList<TSaveImageRequest> &requests);
+    using Writer = Worker<VistamoSaveImageThread>;
 
-    Worker<VistamoSaveImageThread> saveImageThread;
-    quint64 lastMade = 0; ///< number of the newest picture that was to be made
+    void write(const TSaveImageRequest &request);
+    void write(const QList<TSaveImageRequest> &requests, Writer &writer);
+    void passHanging();
+
+    std::vector<std::unique_ptr<Writer>> writers; ///< that at work last; before it those that hung
+    QTimer hangTimer;                             ///< runs while something is being written
+    quint64 lastMade = 0;                         ///< number of the newest picture that was to be made
 };

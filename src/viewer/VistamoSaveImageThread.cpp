@@ -2,26 +2,41 @@
 
 #include "shared/image/ImageWriting.h"
 #include "shared/image/MemoryBudget.h"
+#include "shared/platform/PathIdentity.h"
 #include "shared/platform/ReplacementFile.h"
 
 #include <QColorSpace>
 #include <QFileInfo>
 #include <QtDebug>
 
+#include <algorithm>
+#include <optional>
+
 namespace {
 
-void save(const TSaveImageRequest &request)
+bool goesTo(const QString &path, const TSaveImageRequest &request)
+{
+    return CaselessPath(request.fileName) == CaselessPath(path);
+}
+
+/// Writes one picture, and tells of each step.
+void save(const TSaveImageRequest &request, const std::function<void()> &step)
 {
     QImage image = request.late ? request.late() : request.pixmap.toImage();
+    step();
     ReplacementFile file(request.fileName);
+    file.setProgress(step);
     if (image.isNull() || !file.create())
         return;
     const QByteArray format = QFileInfo(request.fileName).suffix().toLower().toLatin1();
-    const MemoryBudget::Share share(static_cast<qint64>(image.width()) * image.height()
-                                        * ImageWriting::bytesPerPixel(format),
-                                    MemoryBudget::Patience::Long);
+    std::optional<const MemoryBudget::Share> share;
+    share.emplace(static_cast<qint64>(image.width()) * image.height() * ImageWriting::bytesPerPixel(format),
+                  MemoryBudget::Patience::Long);
     image.setColorSpace(QColorSpace::SRgb); // in which pictures are on show
-    if (ImageWriting::write(ImageWriting::fitted(image, format), format, -1, request.source, file))
+    const bool written =
+        ImageWriting::write(ImageWriting::fitted(image, format), format, -1, request.source, file);
+    share.reset(); // the drive may keep it waiting
+    if (written)
         static_cast<void>(file.commit()); // it tells of a failure itself
     else
         qDebug() << "Cannot write" << request.fileName;
@@ -40,12 +55,50 @@ void VistamoSaveImageThread::addRequest(QPixmap pixmap, QString fileName, QStrin
     addRequest({pixmap, fileName, source});
 }
 
-void VistamoSaveImageThread::writeRequests()
+QList<TSaveImageRequest> VistamoSaveImageThread::takeOthers()
 {
-    while (!stopRequested) {
-        const auto request = requestList.tryTake();
-        if (!request)
-            return;
-        save(*request);
+    const auto access = asked.lock();
+    QList<TSaveImageRequest> others;
+    for (const TSaveImageRequest &request : std::as_const(access->requestList)) {
+        if (!goesTo(access->fileName, request))
+            others.append(request);
     }
+    access->requestList.removeIf([&](const auto &request) { return !goesTo(access->fileName, request); });
+    return others;
+}
+
+bool VistamoSaveImageThread::isWriting(const QString &path) const
+{
+    const auto access = asked.lock();
+    const QList<TSaveImageRequest> &waiting = access->requestList;
+    return CaselessPath(access->fileName) == CaselessPath(path)
+           || std::any_of(waiting.cbegin(), waiting.cend(),
+                          [&](const TSaveImageRequest &request) { return goesTo(path, request); });
+}
+
+bool VistamoSaveImageThread::isDone() const
+{
+    return isFinished() && asked.lock()->requestList.isEmpty();
+}
+
+bool VistamoSaveImageThread::hangs() const
+{
+    const auto access = asked.lock();
+    return access->sinceStep.isValid() && access->sinceStep.hasExpired(deadAfterMs);
+}
+
+void VistamoSaveImageThread::run()
+{
+    const auto step = [this] { asked.lock()->sinceStep.start(); };
+    const auto next = [this]() -> std::optional<TSaveImageRequest> {
+        const auto access = asked.lock();
+        if (access->requestList.isEmpty())
+            return std::nullopt;
+        access->sinceStep.start();
+        const TSaveImageRequest request = access->requestList.takeFirst();
+        access->fileName = request.fileName;
+        return request;
+    };
+    while (const auto request = next())
+        save(*request, step);
 }

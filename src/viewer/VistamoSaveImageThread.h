@@ -1,14 +1,16 @@
 #pragma once
 
+#include "shared/threads/Guarded.h"
 #include "shared/threads/StoppableThread.h"
-#include "shared/threads/WorkQueue.h"
 
+#include <QElapsedTimer>
 #include <QImage>
 #include <QList>
 #include <QPixmap>
 #include <QString>
 
 #include <functional>
+#include <utility>
 
 /// A picture to be written.
 struct TSaveImageRequest
@@ -32,20 +34,41 @@ public:
     explicit VistamoSaveImageThread(QObject *parent = nullptr);
 
     void addRequest(QPixmap pixmap, QString fileName, QString source = {});
-    void addRequest(const TSaveImageRequest &request) { requestList.push(request); }
-
-    /// Writes what is left on the calling thread. For a thread that does not run.
-    void writeRequests();
+    void addRequest(const TSaveImageRequest &request) { asked.lock()->requestList.append(request); }
 
     /// What was not written, oldest first.
-    [[nodiscard]] QList<TSaveImageRequest> takeWaiting() { return requestList.takeAll(); }
+    [[nodiscard]] QList<TSaveImageRequest> takeWaiting()
+    {
+        return std::exchange(asked.lock()->requestList, {});
+    }
+
+    /// The same, but for what goes to the file that is being written: the later picture is to stay there.
+    [[nodiscard]] QList<TSaveImageRequest> takeOthers();
+
+    /// True while a picture is being written to this path, or about to be.
+    [[nodiscard]] bool isWriting(const QString &path) const;
+
+    /// True if nothing is left to write; the thread may still be ending.
+    [[nodiscard]] bool isDone() const;
+
+    /// True if no step has been made for so long that a drive is taken for dead, or for encoding.
+    [[nodiscard]] bool hangs() const;
+
+    /// After this long without a step, milliseconds. For tests to set.
+    static inline qint64 deadAfterMs = 30000;
 
     /// Nothing: what was asked for is written.
     void stop() override {}
 
 protected:
-    void run() override { writeRequests(); }
+    void run() override;
 
 private:
-    WorkQueue<TSaveImageRequest> requestList;
+    struct Asked
+    {
+        QList<TSaveImageRequest> requestList;
+        QString fileName; ///< that is being written; empty for none
+        QElapsedTimer sinceStep;
+    };
+    mutable Guarded<Asked> asked;
 };

@@ -1,6 +1,7 @@
 #include "support/Failures.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
+#include "support/SyscallLog.h"
 #include "viewer/Exports.h"
 
 #include <QtGui>
@@ -89,6 +90,53 @@ private slots:
             QTRY_VERIFY(!exports.saveImageThreadRunning());
             QCOMPARE(QImage(path("a.png")).width(), 30);
         }
+    }
+
+    void exportThatHangsHoldsUpNothingElse()
+    {
+        const qint64 usual = std::exchange(VistamoSaveImageThread::deadAfterMs, 300);
+        QSemaphore drive;
+        Exports exports;
+        const auto add = [&](const char *name, int width, const std::function<void()> &first) {
+            const auto picture = [=] {
+                first();
+                return QImage(width, 10, QImage::Format_RGB32);
+            };
+            exports.add(picture, path(name), {});
+        };
+        const auto hang = [&] { drive.acquire(); };
+        const auto encode = [] {
+            const QDeadlineTimer deadline(900);
+            while (!deadline.hasExpired()) {
+            }
+        };
+        add("hangs.png", 20, hang);
+        exports.add(QPixmap(30, 10), path("hangs.png"));
+        exports.add(QPixmap(40, 10), path("other.png"));
+        QTRY_COMPARE(QImage(path("other.png")).width(), 40);
+        exports.add(QPixmap(50, 10), path("Hangs.png"));
+        drive.release();
+        QTRY_VERIFY(!exports.saveImageThreadRunning());
+        QVERIFY(QImage(path("hangs.png")).width() == 30 && QImage(path("Hangs.png")).width() == 50);
+
+        // Nor the end of the program, which waits for what is busy.
+        add("hangs.png", 60, hang);
+        add("busy.png", 70, encode);
+        exports.finish();
+        QCOMPARE(QImage(path("busy.png")).width(), 70);
+        QVERIFY(std::exchange(StoppableThread::someLeftBehind, false));
+        drive.release();
+        QTRY_COMPARE(QImage(path("hangs.png")).width(), 60);
+        VistamoSaveImageThread::deadAfterMs = usual;
+
+        // A slow drive can be seen to take what comes.
+        QImage noise(2000, 2000, QImage::Format_RGB32);
+        QRandomGenerator(1).generate(reinterpret_cast<quint32 *>(noise.bits()),
+                                     reinterpret_cast<quint32 *>(noise.bits() + noise.sizeInBytes()));
+        syscallLog().clear();
+        exports.add(QPixmap::fromImage(noise), path("large.png"));
+        exports.finish();
+        QVERIFY(syscallLog().filter("flush").size() > 3);
     }
 
     void pictureMadeIsTheNewest()

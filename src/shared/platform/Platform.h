@@ -14,6 +14,9 @@ namespace Platform {
 /// system sets on the process (on Linux its control groups and resource limits).
 [[nodiscard]] qint64 usableMemory();
 
+/// Processor time that this process has used, milliseconds.
+[[nodiscard]] qint64 processorTime();
+
 /// Flushes an open file to the disk. False if that failed.
 [[nodiscard]] bool flushToDisk(const QFileDevice &file);
 

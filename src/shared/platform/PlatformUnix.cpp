@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <ctime>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -103,6 +104,13 @@ qint64 Platform::usableMemory()
 {
     const qint64 machine = static_cast<qint64>(sysconf(_SC_PHYS_PAGES)) * sysconf(_SC_PAGE_SIZE);
     return std::min({machine, controlGroupLimit(), resourceLimit(RLIMIT_AS), resourceLimit(RLIMIT_DATA)});
+}
+
+qint64 Platform::processorTime()
+{
+    timespec used = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
+    return used.tv_sec * 1000LL + used.tv_nsec / 1'000'000;
 }
 
 bool Platform::flushToDisk(const QFileDevice &file)

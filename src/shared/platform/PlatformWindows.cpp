@@ -63,6 +63,17 @@ qint64 Platform::usableMemory()
     return static_cast<qint64>(std::min<quint64>({status.ullTotalPhys, status.ullTotalVirtual, jobLimit()}));
 }
 
+qint64 Platform::processorTime()
+{
+    FILETIME created, ended, kernel, user;
+    if (!GetProcessTimes(GetCurrentProcess(), &created, &ended, &kernel, &user))
+        return 0;
+    const auto milliseconds = [](FILETIME time) { // told in units of 100 ns
+        return static_cast<qint64>((quint64(time.dwHighDateTime) << 32 | time.dwLowDateTime) / 10'000);
+    };
+    return milliseconds(kernel) + milliseconds(user);
+}
+
 bool Platform::flushToDisk(const QFileDevice &file)
 {
     return _commit(file.handle()) == 0;

@@ -19,6 +19,8 @@
 namespace {
 
 constexpr int attempts = 20;
+// Seconds for the slowest of drives.
+constexpr qint64 flushedAtOnce = 4 * 1024 * 1024;
 
 QString targetOfLink(const QString &path)
 {
@@ -185,7 +187,15 @@ bool ReplacementFile::finish(const std::function<bool()> &takePlace)
 
 qint64 ReplacementFile::writeData(const char *data, qint64 length)
 {
-    const qint64 written = QFile::writeData(data, length);
-    writeFailed |= written != length;
-    return written;
+    // Where progress is told each write goes up to the next flush.
+    const qint64 part = progress ? std::min(length, flushedAtOnce - unflushed) : length;
+    const qint64 written = QFile::writeData(data, part);
+    writeFailed |= written != part;
+    unflushed += part;
+    if (progress && unflushed == flushedAtOnce) {
+        unflushed = 0;
+        writeFailed |= !Platform::flushToDisk(*this);
+        progress();
+    }
+    return part < length && !writeFailed ? part + writeData(data + part, length - part) : written;
 }

@@ -41,6 +41,10 @@ public:
     /// takes no new one, or, where links are followed, if the target may not be written.
     [[nodiscard]] bool create(Name name = Name::None);
 
+    /// Calls `progress` each time that a few megabytes more have arrived on the disk, which are then flushed
+    /// as they come: so a slow drive can be told from one that hangs.
+    void setProgress(const std::function<void()> &progress) { this->progress = progress; }
+
     /// Gives the new file the permissions of another one, its extended attributes and its access list.
     void takeAttributes(const QString &file);
 
@@ -70,4 +74,6 @@ private:
     const QString target;
     const Link link;
     bool writeFailed = false;
+    std::function<void()> progress;
+    qint64 unflushed = 0; ///< bytes, where progress is told
 };
