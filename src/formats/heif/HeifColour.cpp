@@ -29,14 +29,21 @@ QColorSpace Heif::colourSpace(const heif_image_handle &handle)
 
 void Heif::setColourSpace(heif_image &image, const QColorSpace &colourSpace)
 {
+    const QByteArray profile = colourSpace.iccProfile();
+    const std::optional<Colour::CodePoints> points = Colour::highDynamicRange(profile);
     const Nclx nclx(heif_nclx_color_profile_alloc());
     nclx->color_primaries = heif_color_primaries_ITU_R_BT_709_5;
     nclx->transfer_characteristics = heif_transfer_characteristic_IEC_61966_2_1;
     nclx->matrix_coefficients = heif_matrix_coefficients_ITU_R_BT_601_6;
+    if (points) {
+        nclx->color_primaries = static_cast<heif_color_primaries>(points->primaries);
+        nclx->transfer_characteristics = static_cast<heif_transfer_characteristics>(points->transfer);
+        if (points->primaries == heif_color_primaries_ITU_R_BT_2020_2_and_2100_0)
+            nclx->matrix_coefficients = heif_matrix_coefficients_ITU_R_BT_2020_2_non_constant_luminance;
+    }
     nclx->full_range_flag = 1;
     heif_image_set_nclx_color_profile(&image, nclx.get());
-    const QByteArray profile = colourSpace.iccProfile();
-    if (profile.isEmpty() || colourSpace == QColorSpace(QColorSpace::SRgb))
+    if (points || profile.isEmpty() || colourSpace == QColorSpace(QColorSpace::SRgb))
         return;
     heif_image_set_raw_color_profile(&image, "prof", profile.constData(), profile.size());
 }

@@ -10,8 +10,8 @@ namespace Heif {
 /// none or if Qt cannot express it; then `iccProfile` says what it is.
 [[nodiscard]] QColorSpace colourSpace(const heif_image_handle &handle);
 
-/// Stores the colour space with a picture that is to be encoded: sRGB, and none at all, as code points, any
-/// other as an ICC profile.
+/// Stores the colour space with a picture that is to be encoded: sRGB, none at all, PQ and HLG as code
+/// points, any other as an ICC profile.
 void setColourSpace(heif_image &image, const QColorSpace &colourSpace);
 
 } // namespace Heif

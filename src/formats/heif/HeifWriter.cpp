@@ -2,6 +2,8 @@
 
 #include "formats/FittingProfile.h"
 #include "formats/heif/HeifColour.h"
+#include "shared/image/ColourCodePoints.h"
+#include "shared/image/ColourConversion.h"
 
 #include <QByteArray>
 #include <QIODevice>
@@ -131,7 +133,9 @@ bool HeifWriter::write(const QImage &source, QIODevice &device, Coding coding, i
         bool encoded = deep && encode(*context, image, coding, quality, deepBits(coding), metadata);
         if (!encoded) {
             context.reset(heif_context_alloc());
-            encoded = encode(*context, image, coding, quality, 8, metadata);
+            const bool needsMore = Colour::highDynamicRange(image.colorSpace().iccProfile()).has_value();
+            encoded =
+                encode(*context, needsMore ? Colour::inSrgb(image) : image, coding, quality, 8, metadata);
         }
         heif_writer writer{};
         writer.writer_api_version = 1;

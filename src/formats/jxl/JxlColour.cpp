@@ -11,7 +11,8 @@
 
 namespace {
 
-constexpr int displayP3 = 12; ///< with its white of D65, which libjxl keeps apart
+constexpr int unspecified = 2; ///< of the numbers of ITU-T H.273, which are libjxl's but for P3
+constexpr int displayP3 = 12;
 
 using Primaries = QColorSpace::Primaries;
 using Transfer = QColorSpace::TransferFunction;
@@ -96,6 +97,27 @@ void setPoints(double (&target)[2], const std::array<double, 2> &point)
     }
 }
 
+/// PQ or HLG, with the primaries that libjxl has a name for.
+[[nodiscard]] bool setHighDynamicRange(JxlColorEncoding &encoding, Colour::CodePoints points)
+{
+    encoding.transfer_function = static_cast<JxlTransferFunction>(points.transfer);
+    encoding.white_point = JXL_WHITE_POINT_D65;
+    switch (points.primaries) {
+    case JXL_PRIMARIES_SRGB:
+    case unspecified:
+        encoding.primaries = JXL_PRIMARIES_SRGB;
+        return true;
+    case JXL_PRIMARIES_2100:
+        encoding.primaries = JXL_PRIMARIES_2100;
+        return true;
+    case displayP3:
+        encoding.primaries = JXL_PRIMARIES_P3;
+        return true;
+    default:
+        return false;
+    }
+}
+
 JxlColorEncoding emptyEncoding(bool grey)
 {
     JxlColorEncoding encoding{};
@@ -110,8 +132,7 @@ std::optional<QColorSpace> fromEncoding(const JxlColorEncoding &encoding)
 {
     const bool grey = encoding.color_space == JXL_COLOR_SPACE_GRAY;
     if (encoding.transfer_function == JXL_TRANSFER_FUNCTION_PQ
-        || encoding.transfer_function
-               == JXL_TRANSFER_FUNCTION_HLG) // libjxl's numbers are those of code points
+        || encoding.transfer_function == JXL_TRANSFER_FUNCTION_HLG)
         return Colour::colourSpace({grey                                     ? JXL_PRIMARIES_SRGB
                                     : encoding.primaries == JXL_PRIMARIES_P3 ? displayP3
                                                                              : int(encoding.primaries),
@@ -137,7 +158,10 @@ std::optional<QColorSpace> fromEncoding(const JxlColorEncoding &encoding)
 std::optional<JxlColorEncoding> Jxl::encodingOf(const QColorSpace &colourSpace, bool grey)
 {
     JxlColorEncoding encoding = emptyEncoding(grey);
-    const bool known = setPrimaries(encoding, colourSpace.primaries()) && setTransfer(encoding, colourSpace);
+    const auto points = Colour::highDynamicRange(colourSpace.iccProfile());
+    const bool known =
+        points ? setHighDynamicRange(encoding, *points)
+               : setPrimaries(encoding, colourSpace.primaries()) && setTransfer(encoding, colourSpace);
     return known ? std::optional(encoding) : std::nullopt;
 }
 

@@ -1,5 +1,6 @@
 #include "shared/image/EmbeddedMetadata.h"
 
+#include "shared/image/ColourCodePoints.h"
 #include "shared/image/MetadataBlocks.h"
 #include "shared/image/MetadataFile.h"
 
@@ -245,7 +246,10 @@ void insertChunk(QByteArray &file, const QByteArray &type, const QByteArray &dat
 /// look for (EXIF).
 void completePng(QByteArray &file, const EmbeddedMetadata &metadata)
 {
-    if (!metadata.icc.isEmpty()) // packed, behind its name and the number of the packing
+    if (const auto points = Colour::highDynamicRange(metadata.icc)) {
+        const char ofRgb[]{static_cast<char>(points->primaries), static_cast<char>(points->transfer), 0, 1};
+        insertChunk(file, "cICP", QByteArray(ofRgb, sizeof ofRgb));
+    } else if (!metadata.icc.isEmpty()) // packed, behind its name and the number of the packing
         insertChunk(file, "iCCP", QByteArray("ICC\0\0", 5) + qCompress(metadata.icc).mid(4));
     if (!metadata.exif.isEmpty())
         insertChunk(file, "eXIf", metadata.exif);

@@ -10,7 +10,7 @@ struct EmbeddedMetadata
     QByteArray exif; ///< TIFF header and directories, within the 64 KB that a JPEG file can hold
     QByteArray xmp;  ///< XML, up to 1 MB
     QByteArray iptc; ///< data sets
-    QByteArray icc;  ///< a profile that the encoder leaves out
+    QByteArray icc;  ///< a profile that the encoder leaves out; in PNG, PQ and HLG become code points
 
     [[nodiscard]] bool isEmpty() const
     {

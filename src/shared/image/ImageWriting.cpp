@@ -75,6 +75,16 @@ bool holdsProfile(const QImage &image, const QByteArray &format)
                && (image.colorSpace().isValid() || takesMetadata(image, format)));
 }
 
+/// PQ and HLG need more than 8 bits, and code points that say them.
+QImage withWritableRange(QImage image, const QByteArray &format)
+{
+    if (!Colour::highDynamicRange(image.colorSpace().iccProfile()))
+        return image;
+    image.convertTo(image.hasAlphaChannel() ? QImage::Format_RGBA64 : QImage::Format_RGBX64);
+    const bool isHeld = encodesMetadata(format) || (format == "png" && takesMetadata(image, format));
+    return isHeld ? image : Colour::inSrgb(std::move(image));
+}
+
 /// A profile of one model, grey or RGB, on pixels of the other is refused or dropped by writers and readers,
 /// and Qt's JPEG writer drops that of every grey picture.
 QImage withWritableProfile(QImage image, const QByteArray &format)
@@ -84,7 +94,7 @@ QImage withWritableProfile(QImage image, const QByteArray &format)
     const bool greyPixels = QImage::toPixelFormat(image.format()).colorModel() == QPixelFormat::Grayscale;
     const bool fits =
         profile.mid(16, 4) == (greyPixels ? "GRAY" : "RGB "); // the header's field for the model
-    const bool isHeld = holdsProfile(image, format) && fits && !Colour::highDynamicRange(profile);
+    const bool isHeld = holdsProfile(image, format) && fits;
     if (profile.isEmpty() || (isHeld && !(greyPixels && jpeg)))
         return image;
     image = Colour::inSrgb(std::move(image));
@@ -97,6 +107,7 @@ QImage withWritableProfile(QImage image, const QByteArray &format)
 
 QImage ImageWriting::fitted(QImage image, const QByteArray &format)
 {
+    image = withWritableRange(std::move(image), format);
     if (image.hasAlphaChannel() && !holdsAlpha(format))
         image = onWhite(image);
     if (format == "tif" || format == "tiff")

@@ -12,7 +12,7 @@ namespace ImageWriting {
 /// The picture as files of a format can hold it.
 /// @param format the suffix of such files, in lower case
 /// Transparency is laid on white where there is none, palettes become colours where they would lose some, and
-/// a profile that writers refuse or drop gives way to sRGB, which is what a reader assumes.
+/// a profile, PQ or HLG that files cannot say gives way to sRGB, which is what a reader assumes.
 [[nodiscard]] QImage fitted(QImage image, const QByteArray &format);
 
 /// Memory that `fitted` and `write` take for each pixel of four bytes, beside the picture; of deep pixels it

@@ -259,8 +259,32 @@ private slots:
             QVERIFY(mostApart(seen, same.pixel(2, 2)) > 8);
             QVERIFY(mostApart(ImageReading::read(path("hdr.jxl")).pixel(2, 2), seen) < 3);
             QVERIFY(mostApart(ImageReading::readThumbnail(path("same.png"), 5).image.pixel(2, 2), seen) < 3);
-            const QImage stored = ImageReading::read(path("same.png"), ImageReading::Colours::AsStored);
-            QVERIFY(mostApart(ImageWriting::fitted(stored, "png").pixel(2, 2), seen) < 3);
+            const QString source = path("hdr.png");
+            const QImage mapped = ImageReading::read(source);
+            const QImage stored = ImageReading::read(source, ImageReading::Colours::AsStored);
+            for (const auto &[format, holds] : {std::pair("png", true),
+                                                {"avif", true},
+                                                {"heic", true},
+                                                {"jxl", true},
+                                                {"jpg", false},
+                                                {"tiff", false},
+                                                {"webp", false}}) {
+                const QString target = path(QStringLiteral("target.") + format);
+                QFile file(target);
+                QVERIFY(file.open(QIODevice::WriteOnly));
+                QVERIFY(ImageWriting::write(ImageWriting::fitted(stored, format), format, 95, source, file));
+                file.close();
+                const QImage kept = ImageReading::read(target, ImageReading::Colours::AsStored);
+                const bool says = kept.colorSpace().iccProfile() == stored.colorSpace().iccProfile();
+                QVERIFY2(says == holds, format);
+                QVERIFY2(!holds || Pictures::difference(kept, stored) < 1, format);
+                QVERIFY2(!holds || kept.depth() == 64, format);
+                QVERIFY2(Pictures::difference(ImageReading::read(target), mapped) < 2, format);
+            }
+            QVERIFY(read("target.png").indexOf("cICP") == 37); // where others look for it
+            const QByteArray toldByOthers = Tools::run("jxlinfo", {path("target.jxl")}).value_or("");
+            QVERIFY(toldByOthers.contains("Rec.2100 primaries")
+                    && toldByOthers.contains(transfer == 16 ? "PQ transfer" : "HLG transfer"));
         }
     }
 
