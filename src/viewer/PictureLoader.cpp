@@ -8,15 +8,15 @@ void PictureLoader::close()
 
 void PictureLoader::show(const ImageRequest &file)
 {
-    shownPath = file.path;
     prefetch.pause();
     if (loadImageThreadRunning() && loadImageThread->hangs())
         replaceHangingLoader();
-    const ImageRequest request = prefetch.request(file);
+    asked = prefetch.request(file);
+    asked.shared = std::make_shared<DecodedOnce>();
     if (loadImageThreadRunning())
-        loadImageThread->addFile(request);
+        loadImageThread->addFile(asked);
     else
-        start({request});
+        start({asked});
 }
 
 /// Leaves a loader behind whose drive does not answer, and goes on with what waits behind that picture.
@@ -24,7 +24,7 @@ void PictureLoader::replaceHangingLoader()
 {
     QList<ImageRequest> waiting = loadImageThread->takeWaiting();
     for (ImageRequest &request : waiting)
-        request.prefetched.reset(); // it may be what hangs
+        request = {request.path}; // what is shared may be what hangs
     loadImageThread.leaveBehind();
     start(waiting);
 }
@@ -39,10 +39,12 @@ void PictureLoader::start(const QList<ImageRequest> &requests)
     loadImageThread.start(QThread::InheritPriority, [this](Thread &ended) {
         // What was asked for while the thread was ending goes to the next one.
         const QList<ImageRequest> waiting = ended.takeWaiting();
-        if (waiting.isEmpty())
-            emit loadImageFinished();
-        else
+        if (!waiting.isEmpty()) {
             start(waiting);
+            return;
+        }
+        asked = {asked.path}; // the view has its picture by now
+        emit loadImageFinished();
     });
 }
 

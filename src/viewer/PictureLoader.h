@@ -31,7 +31,11 @@ public:
     [[nodiscard]] bool loadImageThreadRunning() const { return loadImageThread.isActive(); }
 
     /// Path of the file last asked for.
-    [[nodiscard]] const QString &shown() const { return shownPath; }
+    [[nodiscard]] const QString &shown() const { return asked.path; }
+
+    /// That file as it was asked for: `pictureOf` gives its picture as the viewer gets it, decoded once for
+    /// both while `loadImageThreadRunning`.
+    [[nodiscard]] const ImageRequest &request() const { return asked; }
 
     /// Tells which way the user goes through the files.
     void setLastStep(Step step) { lastStep = step; }
@@ -55,7 +59,7 @@ private:
     void start(const QList<ImageRequest> &requests);
     void replaceHangingLoader();
 
-    QString shownPath;
+    ImageRequest asked; ///< last
     bool viewerClosed = true;
     Step lastStep = Step::Forward;
     Worker<VistamoLoadImageThread> loadImageThread;

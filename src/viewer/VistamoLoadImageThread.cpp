@@ -13,25 +13,27 @@ constexpr qsizetype mostWaiting = 10;
 // Each may hold a picture in full until its turn comes.
 constexpr int mostAtOnce = 4;
 
-QPixmap decode(const QString &path)
+QPixmap prefetchedOrDecoded(const ImageRequest &request)
 {
-    return QPixmap::fromImage(ImageReading::read(path));
-}
-
-QPixmap picture(const ImageRequest &request)
-{
+    const auto decode = [&] { return QPixmap::fromImage(ImageReading::read(request.path)); };
     const QFileInfo file(request.path);
     if (request.prefetched && request.isSameFile({request.path, file.size(), file.lastModified()}))
-        return request.prefetched->get(request.path);
-    return decode(request.path);
+        return request.prefetched->get(decode);
+    return decode();
 }
 
 } // namespace
 
-QPixmap DecodedOnce::get(const QString &path)
+QPixmap DecodedOnce::get(const std::function<QPixmap()> &decode)
 {
-    std::call_once(once, [&] { pixmap = decode(path); });
+    std::call_once(once, [&] { pixmap = decode(); });
     return pixmap;
+}
+
+QPixmap pictureOf(const ImageRequest &request)
+{
+    const auto decode = [&] { return prefetchedOrDecoded(request); };
+    return request.shared ? request.shared->get(decode) : decode();
 }
 
 VistamoLoadImageThread::VistamoLoadImageThread(QObject *parent)
@@ -88,7 +90,7 @@ void VistamoLoadImageThread::decodeInTurn()
 {
     qint64 turn = 0;
     while (const auto request = takeNext(turn)) {
-        const QPixmap pixmap = picture(*request);
+        const QPixmap pixmap = pictureOf(*request);
         auto access = asked.lock();
         while (turn != access->given && !stopRequested)
             access.wait();

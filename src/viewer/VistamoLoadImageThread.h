@@ -10,6 +10,7 @@
 #include <QPixmap>
 #include <QThreadPool>
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -18,7 +19,7 @@
 class DecodedOnce
 {
 public:
-    QPixmap get(const QString &path);
+    QPixmap get(const std::function<QPixmap()> &decode);
 
 private:
     std::once_flag once;
@@ -33,6 +34,7 @@ struct ImageRequest
     qint64 size = 0; ///< bytes
     QDateTime modified = {};
     std::shared_ptr<DecodedOnce> prefetched = {};
+    std::shared_ptr<DecodedOnce> shared = {}; ///< by all who want this very request
 
     /// The same file, unchanged.
     bool isSameFile(const ImageRequest &other) const
@@ -40,6 +42,10 @@ struct ImageRequest
         return ExactPath(path) == ExactPath(other.path) && size == other.size && modified == other.modified;
     }
 };
+
+/// The picture of a request, null if it could not be read; a prefetched one is decoded again if the file has
+/// changed. On any thread.
+[[nodiscard]] QPixmap pictureOf(const ImageRequest &request);
 
 /// Decodes pictures for the viewer, and gives them in the order in which they were asked for. Several are
 /// decoded in parallel if several are asked for.
@@ -53,8 +59,8 @@ class VistamoLoadImageThread : public StoppableThread
 public:
     explicit VistamoLoadImageThread(QObject *parent = nullptr);
 
-    /// Asks for a picture; a prefetched one is decoded again if the file has changed. With ten waiting, the
-    /// newest of them is dropped in its favour, so that a held arrow key does not pile up work.
+    /// Asks for a picture. With ten waiting, the newest of them is dropped in its favour, so that a held
+    /// arrow key does not pile up work.
     void addFile(const ImageRequest &request);
 
     /// What was not given, oldest first, except the picture that a hanging thread hangs on.

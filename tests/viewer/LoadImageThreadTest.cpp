@@ -127,21 +127,29 @@ private slots:
         StoppableThread::someLeftBehind = false;
     }
 
-    void pictureThatIsBeingPrefetchedIsWaitedFor()
+    void pictureThatIsBeingDecodedIsWaitedFor()
     {
         const QFileInfo file(path("slow.png"));
         const ImageRequest slow = {file.filePath(), file.size(), file.lastModified()};
         Prefetch prefetch;
         prefetch.want({slow}, QPixmap(10, 10));
-        const auto shared = prefetch.request(slow).prefetched;
-        QVERIFY(shared);
-        QCOMPARE(shared->get(slow.path).width(), 8000);
-        QVERIFY(QFile::remove(slow.path));
-        QVERIFY(!shared->get(slow.path).isNull()); // not decoded again
+        const ImageRequest asked = prefetch.request(slow);
+        QVERIFY(asked.prefetched);
+        QCOMPARE(pictureOf(asked).width(), 8000);
+        QVERIFY(!asked.prefetched->get([] { return QPixmap(); }).isNull()); // not decoded again
         ImageRequest changed = slow;
         ++changed.size;
         QVERIFY(!prefetch.request(changed).prefetched);
         prefetch.end(QDeadlineTimer::Forever);
+
+        PictureLoader loader;
+        QSignalSpy finished(&loader, &PictureLoader::loadImageFinished);
+        loader.show(slow);
+        const ImageRequest shown = loader.request();
+        QCOMPARE(pictureOf(shown).width(), 8000);
+        QVERIFY(QFile::remove(slow.path));
+        QVERIFY(!pictureOf(shown).isNull()); // as for an export that comes late
+        QVERIFY(finished.wait() && !loader.request().shared);
     }
 };
 

@@ -7,13 +7,13 @@
 
 namespace {
 
-/// What gives the picture on show, on any thread: where a thumbnail stands in for it, by decoding it again
-/// and editing it as the thumbnail was.
+/// What gives the picture on show, on any thread: where a thumbnail stands in for it, by waiting for the
+/// picture, or decoding it, and editing it as the thumbnail was.
 std::function<QImage()> shownPicture(const PictureLoader &loader, const PictureView &view)
 {
     if (!loader.loadImageThreadRunning())
         return [picture = view.picture()] { return picture.toImage(); };
-    return [path = loader.shown(), edit = view.edits()] { return edit(DecodedOnce().get(path).toImage()); };
+    return [file = loader.request(), edit = view.edits()] { return edit(pictureOf(file).toImage()); };
 }
 
 } // namespace
