@@ -3,6 +3,8 @@
 #include "library/FileNames.h"
 #include "shared/platform/FolderEntries.h"
 #include "shared/platform/PathIdentity.h"
+#include "shared/platform/Platform.h"
+#include "shared/threads/Background.h"
 
 #include <QFileInfo>
 #include <QSet>
@@ -92,8 +94,10 @@ std::optional<QList<TThumbnailRequest>> FileList::take(const FoundFiles &files, 
         found += files.records;
         if (files.cutOff)
             addKnown(found);
-        if (files.complete)
+        if (files.complete) {
             requests = merge(std::exchange(found, {}), checkable);
+            Background::run(Platform::returnFreedMemory); // a second list of all files was read
+        }
         readAgain = !files.complete;
     } else {
         for (qsizetype i = 0; i < files.records.size(); ++i)

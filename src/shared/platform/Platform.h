@@ -61,6 +61,9 @@ using Move = std::function<bool(const QString &from, const QString &to)>;
 /// @param name  as the system calls it
 [[nodiscard]] QByteArray screenProfile(int index, const QString &name);
 
+/// Gives memory that was freed in small pieces back to the system, where that does not happen by itself.
+void returnFreedMemory();
+
 /// Lowers the priority of the calling thread from now on.
 void lowerThreadPriority();
 

@@ -14,6 +14,9 @@
 #include <cstdio>
 #include <ctime>
 #include <fcntl.h>
+#ifdef __GLIBC__
+#    include <malloc.h>
+#endif
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -134,6 +137,13 @@ bool Platform::isMountPlace(const QString &path)
     static const QRegularExpression places(
         QStringLiteral("^/(media(/[^/]+)?|run/media/[^/]+|mnt|Volumes)/[^/]+/?$"));
     return places.match(path).hasMatch();
+}
+
+void Platform::returnFreedMemory()
+{
+#ifdef __GLIBC__
+    malloc_trim(0);
+#endif
 }
 
 void Platform::lowerThreadPriority()

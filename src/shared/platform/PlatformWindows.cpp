@@ -89,6 +89,11 @@ bool Platform::isMountPlace(const QString &path)
     return places.match(path).hasMatch();
 }
 
+void Platform::returnFreedMemory()
+{
+    HeapCompact(GetProcessHeap(), 0);
+}
+
 void Platform::lowerThreadPriority()
 {
     SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_BELOW_NORMAL);

@@ -11,6 +11,13 @@
 /// Small pieces of work off the GUI thread, in Qt's own pool. The end of the program waits for them.
 namespace Background {
 
+/// Does `work()`.
+template <typename Work>
+void run(Work work)
+{
+    QThreadPool::globalInstance()->start(std::move(work));
+}
+
 /// The result of `work()`. Unlike that of std::async, it can be dropped without a wait.
 template <typename Work>
 auto result(Work work)
