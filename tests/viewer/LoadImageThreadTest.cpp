@@ -10,21 +10,25 @@
 #include <QSignalSpy>
 
 #include <atomic>
+#include <chrono>
+#include <future>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
 
-QSemaphore readsToHang; ///< the next of them
+QSemaphore readsToHang; ///< the next of them beyond this place
+std::atomic<off_t> hangBeyond = 16000;
 QSemaphore readsGoOn;
 std::atomic_int readsGoneOn = 0;
 
 } // namespace
 
-/// In the C library's place: a drive that does not answer any more, within a picture of several blocks.
+/// In the C library's place: a drive that does not answer any more, for tests within a picture of several
+/// blocks.
 ssize_t read(int file, void *bytes, size_t count)
 {
-    if (lseek(file, 0, SEEK_CUR) > 16000 && readsToHang.tryAcquire()) {
+    if (lseek(file, 0, SEEK_CUR) > hangBeyond && readsToHang.tryAcquire()) {
         readsGoOn.acquire();
         ++readsGoneOn;
     }
@@ -125,6 +129,23 @@ private slots:
         readsGoOn.release(3);
         QTRY_COMPARE(readsGoneOn, 3);
         StoppableThread::someLeftBehind = false;
+    }
+
+    void fileThatHangsAsItIsOpenedHoldsUpNoOther()
+    {
+        const auto read = [this](const char *name) {
+            return std::async(std::launch::async,
+                              [=, file = path(name)] { return ImageReading::read(file).width(); });
+        };
+        hangBeyond = -1;
+        readsToHang.release();
+        auto hangs = read("1.jpg");
+        QTRY_COMPARE(readsToHang.available(), 0);
+        auto other = read("2.jpg");
+        const auto state = other.wait_for(std::chrono::seconds(5));
+        readsGoOn.release();
+        QVERIFY(state == std::future_status::ready && other.get() == 2 && hangs.get() == 1);
+        hangBeyond = 16000;
     }
 
     void pictureThatIsBeingDecodedIsWaitedFor()

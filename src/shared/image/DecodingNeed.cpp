@@ -2,7 +2,6 @@
 
 #include "shared/image/JpegMarkers.h"
 
-#include <QFile>
 #include <QImageReader>
 
 #include <algorithm>
@@ -28,7 +27,7 @@ QSize jpegStep(QSize full, QSize scaled)
 
 } // namespace
 
-DecodingNeed decodingNeed(const QImageReader &reader, const QString &path)
+DecodingNeed decodingNeed(const QImageReader &reader, QIODevice &file)
 {
     const QSize full = reader.supportsOption(QImageIOHandler::Size) ? reader.size() : QSize();
     if (full.isEmpty())
@@ -38,14 +37,12 @@ DecodingNeed decodingNeed(const QImageReader &reader, const QString &path)
     };
     const QSize scaled = reader.scaledSize();
     const QByteArray format = reader.format();
-    QFile file(path);
-    const bool isOpen = file.open(QIODevice::ReadOnly);
-    if (format == "jpeg" && isOpen)
+    if (format == "jpeg")
         return {2 * bytesOf(scaled.isValid() ? jpegStep(full, scaled) : full),
                 JpegMarkers::coefficientBytes(file).value_or(0)};
     // Only what is coded with loss is scaled row by row.
     if (format == "webp" && scaled.isValid())
-        return {2 * bytesOf(scaled), isOpen && file.peek(16).endsWith("VP8 ") ? 0 : bytesOf(full)};
+        return {2 * bytesOf(scaled), file.peek(16).endsWith("VP8 ") ? 0 : bytesOf(full)};
     if (format == "orrelan-tiff")
         return {2 * bytesOf(full), reader.text(QStringLiteral("DecodingBytes")).toLongLong()};
     return {2 * bytesOf(full), 0};

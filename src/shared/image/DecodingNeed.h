@@ -3,7 +3,7 @@
 #include <QtGlobal>
 
 class QImageReader;
-class QString;
+class QIODevice;
 
 /// Memory that reading a picture takes, bytes.
 struct DecodingNeed
@@ -14,5 +14,5 @@ struct DecodingNeed
     [[nodiscard]] qint64 sum() const { return pictures + decoder; }
 };
 
-/// What `reader` will take for the file at `path`, scaled as it has been told, from the file's header.
-[[nodiscard]] DecodingNeed decodingNeed(const QImageReader &reader, const QString &path);
+/// What `reader` will take for a file, scaled as it has been told, from the file's header.
+[[nodiscard]] DecodingNeed decodingNeed(const QImageReader &reader, QIODevice &file);

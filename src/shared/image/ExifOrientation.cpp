@@ -2,18 +2,14 @@
 
 #include "shared/image/MetadataFile.h"
 
-#include <QFile>
 #include <QtDebug>
 
 #include <exiv2/exiv2.hpp>
 
-QImageIOHandler::Transformations exifOrientation(const QString &path)
+QImageIOHandler::Transformations exifOrientation(QIODevice &file)
 {
     MetadataFile::prepareLibrary();
-    QFile file(path);
-    const QByteArray bytes = file.open(QIODevice::ReadOnly)
-                                 ? MetadataFile::withoutPixels(file, MetadataFile::Wanted::Exif)
-                                 : QByteArray();
+    const QByteArray bytes = MetadataFile::withoutPixels(file, MetadataFile::Wanted::Exif);
     if (bytes.isEmpty())
         return QImageIOHandler::TransformationNone;
     try {
@@ -28,7 +24,7 @@ QImageIOHandler::Transformations exifOrientation(const QString &path)
             return transformationOfExifValue(static_cast<int>(entry->toLong()));
 #endif
     } catch (const std::exception &error) {
-        qDebug() << "exifOrientation: " << path << error.what();
+        qDebug() << "exifOrientation: " << error.what();
     }
     return QImageIOHandler::TransformationNone;
 }

@@ -17,6 +17,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
+#include <QtDebug>
 #include <QTransform>
 
 #include <algorithm>
@@ -61,15 +62,22 @@ public:
     explicit PictureFile(const QString &path)
         : path(path)
         , decoding(path)
-        , reader(decoding ? path : QString())
-        , ignored(decoding ? ignoredOrientation(path) : QImageIOHandler::TransformationNone)
+        , file(path)
+        , beside(path)
     {
+        if (!decoding || !file.open(QIODevice::ReadOnly))
+            return;
+        // All readers wait while one looks for its plug-in, with these bytes: a drive that hangs does so
+        // before.
+        file.peek(1);
+        reader.setDevice(&file);
         // Qt's plug-ins take some kinds for others, or refuse them.
         if (const QByteArray format = reader.format(); format == "tiff" || format == "bmp") {
-            reader.setFileName(path); // and so lets go of the plug-in
+            reader.setDevice(&file); // and so lets go of the plug-in
             reader.setFormat("orrelan-" + format);
             reader.setAutoDetectImageFormat(false);
         }
+        ignored = ignoredOrientation();
     }
 
     /// Size of the upright picture, or an empty size if the format does not tell before it is read.
@@ -94,13 +102,12 @@ public:
     {
         if (!decoding)
             return {};
-        const DecodingNeed need = decodingNeed(reader, path);
+        const DecodingNeed need = decodingNeed(reader, look());
         const qint64 budget = MemoryBudget::bytes();
         if (need.decoder > budget)
             return {};
         // A few bytes that claim a huge picture may be one, but are more likely to be broken.
-        const bool isDoubtful =
-            need.sum() > doubtfulBytes && need.sum() / doubtfulRatio > QFileInfo(path).size();
+        const bool isDoubtful = need.sum() > doubtfulBytes && need.sum() / doubtfulRatio > file.size();
         const qint64 afterwards = need.pictures + need.pictures / 2 / 4 * bytesPerPixelAfterwards;
         using MemoryBudget::Patience;
         auto share = std::make_unique<const MemoryBudget::Share>(
@@ -120,13 +127,11 @@ public:
     {
         const QSize scaled = reader.scaledSize();
         const QSize eighth = reader.size() / 8;
-        QFile file(reader.fileName());
         if (!decoding || reader.format() != "jpeg" || scaled.width() > eighth.width()
-            || scaled.height() > eighth.height() || file.size() > mostJpegBytes
-            || !file.open(QIODevice::ReadOnly))
+            || scaled.height() > eighth.height() || file.size() > mostJpegBytes)
             return {};
         const MemoryBudget::Share share(file.size() + 8LL * eighth.width() * eighth.height());
-        QImage image = readJpegEighth(file.readAll());
+        QImage image = readJpegEighth(look().readAll());
         if (image.isNull())
             return {};
         image.setColorSpace(colourSpaceOf(image, "jpeg"));
@@ -139,48 +144,42 @@ private:
     QImage decoded(bool isInScans)
     {
         const QByteArray format = reader.format();
-        QFile file(path);
         if (format != "jpeg") {
             const QImage image = reader.read();
-            return image.isNull() && format == "png" ? QImageReader(path, "orrelan-png").read() : image;
+            return image.isNull() && format == "png" ? QImageReader(&look(), "orrelan-png").read() : image;
         }
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
         QList<qint64> scans;
         if (isInScans)
-            scans = JpegMarkers::scanEnds(file, mostScans);
-        QImage image = scans.size() < mostScans ? readInkJpeg(file, reader.scaledSize()) : QImage();
+            scans = JpegMarkers::scanEnds(look(), mostScans);
+        QImage image = scans.size() < mostScans ? readInkJpeg(look(), reader.scaledSize()) : QImage();
         if (image.isNull() && scans.size() < mostScans)
             image = reader.read();
         if (image.isNull() && scans.isEmpty())
-            scans = JpegMarkers::scanEnds(file, mostScans);
+            scans = JpegMarkers::scanEnds(look(), mostScans);
         if (image.isNull() && !scans.isEmpty())
-            image = decodedUntil(scans.last(), file);
+            image = decodedUntil(scans.last());
         if (image.isNull() && scans.size() > 1)
-            image = decodedUntil(scans.first(), file);
+            image = decodedUntil(scans.first());
         return image;
     }
 
     /// The colour space of the picture that was read, or what else the file says of it.
-    QColorSpace colourSpaceOf(const QImage &image, const QByteArray &format) const
+    QColorSpace colourSpaceOf(const QImage &image, const QByteArray &format)
     {
-        QFile file(path);
         QColorSpace space = image.colorSpace();
         const bool isPlain = space.iccProfile().isEmpty() && !image.isNull();
-        if ((format != "png" && !isPlain) || !file.open(QIODevice::ReadOnly))
-            return space;
         if (format == "png")
-            space = pngColourSpace(file, space);
-        return isPlain && space.iccProfile().isEmpty() && exifMeansAdobeRgb(file) ? QColorSpace::AdobeRgb
-                                                                                  : space;
+            space = pngColourSpace(look(), space);
+        return isPlain && space.iccProfile().isEmpty() && exifMeansAdobeRgb(look()) ? QColorSpace::AdobeRgb
+                                                                                    : space;
     }
 
     /// What the first bytes of a JPEG file show.
-    QImage decodedUntil(qint64 end, QFile &file) const
+    QImage decodedUntil(qint64 end)
     {
         if (end > mostJpegBytes)
             return {};
-        QByteArray bytes = JpegMarkers::cutAt(file, end);
+        QByteArray bytes = JpegMarkers::cutAt(look(), end);
         QBuffer buffer(&bytes);
         QImage image = buffer.open(QIODevice::ReadOnly) ? readInkJpeg(buffer, reader.scaledSize()) : QImage();
         if (!image.isNull())
@@ -192,21 +191,32 @@ private:
     }
 
     /// The orientation that the format's plug-in leaves out.
-    QImageIOHandler::Transformations ignoredOrientation(const QString &path) const
+    QImageIOHandler::Transformations ignoredOrientation()
     {
         if (reader.supportsOption(QImageIOHandler::ImageTransformation))
             return QImageIOHandler::TransformationNone;
         const QByteArray format = reader.format();
-        return format == "png" || format == "webp" ? exifOrientation(path)
+        return format == "png" || format == "webp" ? exifOrientation(look())
                                                    : QImageIOHandler::TransformationNone;
+    }
+
+    /// The file from its beginning, for all but the decoder, which counts on its own place in it.
+    QFile &look()
+    {
+        if (!beside.isOpen() && !beside.open(QIODevice::ReadOnly))
+            qDebug() << "Cannot read" << path << beside.errorString();
+        beside.seek(0);
+        return beside;
     }
 
     bool turned() const { return swapsSides(reader.transformation()) != swapsSides(ignored); }
 
     const QString path;
     const DecodeGuard::Decoding decoding;
-    QImageReader reader;
-    const QImageIOHandler::Transformations ignored;
+    QFile file;
+    QFile beside;
+    QImageReader reader; ///< of the file
+    QImageIOHandler::Transformations ignored;
 };
 
 /// True unless opening would wait for somebody else, as with a pipe.

@@ -1,6 +1,5 @@
 #include "shared/image/ImageReading.h"
 #include "shared/image/DecodingNeed.h"
-#include "shared/image/ExifOrientation.h"
 #include "shared/image/JpegMarkers.h"
 #include "shared/image/MemoryBudget.h"
 #include "support/Files.h"
@@ -63,8 +62,7 @@ private slots:
         write("a.png", whole.left(afterHeader) + text.replace(4, 4, "tEXt") + whole.mid(afterHeader));
         write("cut.png", whole.chopped(20));
         for (const char *const name : {"a.png", "cut.png"})
-            QCOMPARE(exifOrientation(path(name)), QImageIOHandler::TransformationRotate90);
-        QCOMPARE(ImageReading::read(path("cut.png")).size(), QSize(60, 40));
+            QCOMPARE(ImageReading::read(path(name)).size(), QSize(60, 40)); // turned
     }
 
     void thumbnailsHaveTheirSizeInEveryFormat()
@@ -91,7 +89,6 @@ private slots:
         for (const QByteArray &content : {QByteArray(), QByteArray("GIF? no, a text"),
                                           QByteArray("\x89PNG\r\n\x1a\n", 8), QByteArray(5000, '\xa5')}) {
             write("broken.jpg", content);
-            QCOMPARE(exifOrientation(path("broken.jpg")), QImageIOHandler::TransformationNone);
             for (const char *const name : {"broken.jpg", "pipe.jpg", "gone.jpg", "."}) {
                 QVERIFY(ImageReading::read(path(name)).isNull());
                 QVERIFY(ImageReading::readThumbnail(path(name), 256).image.isNull());
@@ -134,10 +131,12 @@ private slots:
             {Pictures::encoded(picture, "webp", 100), true, 400 * 300 * 4}};
         for (const auto &[bytes, scaled, kept] : files) {
             write("a", bytes);
+            QFile file(path("a"));
+            QVERIFY(file.open(QIODevice::ReadOnly));
             QImageReader reader(path("a"));
             if (scaled)
                 reader.setScaledSize(QSize(40, 30));
-            QCOMPARE(decodingNeed(reader, path("a")).decoder, kept);
+            QCOMPARE(decodingNeed(reader, file).decoder, kept);
         }
     }
 
