@@ -42,21 +42,19 @@ private slots:
     /// Every target, read back by the codec's own tool.
     void othersReadWhatIsWritten()
     {
-        QImage photo(301, 203, QImage::Format_RGB32);
-        QImage gradient(128, 64, QImage::Format_ARGB32);
+        const QImage photo = Pictures::painted({301, 203}, [](int x, int y) {
+            return qRgb(128 + int(100 * std::sin(x / 30.0)), y, (x + y) / 2);
+        });
+        const auto faded = [](int x, int y) { return qRgba(200, 40 + y, 90, 2 * x); };
+        const QImage gradient = Pictures::painted({128, 64}, faded, QImage::Format_ARGB32);
         QImage twoColours(64, 48, QImage::Format_Mono);
         twoColours.setColorTable({qRgb(200, 30, 30), qRgb(30, 60, 220)});
         QImage palette(64, 48, QImage::Format_Indexed8);
         palette.setColorTable({qRgba(20, 20, 20, 0), qRgb(30, 180, 30), qRgba(30, 60, 220, 90)});
-        const auto paint = [](QImage &image, const auto &pixel) {
-            for (int y = 0; y < image.height(); ++y)
-                for (int x = 0; x < image.width(); ++x)
-                    image.setPixel(x, y, pixel(x, y));
-        };
-        paint(photo, [](int x, int y) { return qRgb(128 + int(100 * std::sin(x / 30.0)), y, (x + y) / 2); });
-        paint(gradient, [](int x, int y) { return qRgba(200, 40 + y, 90, 2 * x); });
-        paint(twoColours, [](int x, int) { return x / 32; });
-        paint(palette, [](int, int y) { return y / 16; });
+        for (int i = 0; i < 64 * 48; ++i) {
+            twoColours.setPixel(i % 64, i / 64, i % 64 / 32);
+            palette.setPixel(i % 64, i / 64, i / 64 / 16);
+        }
         // The tolerance is that of a channel's mean difference; 0 for the same pixels.
         const std::tuple<QString, QStringList, int> rows[] = {
             {"avif", {"heif-convert"}, 6}, {"gif", {"convert"}, 20}, {"heic", {"heif-convert"}, 6},
@@ -157,10 +155,8 @@ private slots:
         QFETCH(QString, extension);
         const QString target = extension == ".pdf" ? "out/all.pdf" : "out/a" + extension;
         // Small enough for the disk to be found full at the end: Qt's PNG writer leaks what it cannot finish.
-        QImage noise(extension == ".png" ? QSize(60, 40) : QSize(400, 300), QImage::Format_RGB32);
-        QRandomGenerator::global()->fillRange(reinterpret_cast<quint32 *>(noise.bits()),
-                                              noise.sizeInBytes() / 4);
-        QVERIFY(noise.save(path("in/a.bmp")));
+        const QSize size = extension == ".png" ? QSize(60, 40) : QSize(400, 300);
+        QVERIFY(Pictures::noise(size).save(path("in/a.bmp")));
         const QByteArray source = read("in/a.bmp");
         if (fault == "target is a folder")
             QVERIFY(QDir(path("out")).mkdir("a" + extension));

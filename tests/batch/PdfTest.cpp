@@ -79,12 +79,10 @@ private slots:
 
     void edgesAreSmoothOnlyIfWanted()
     {
-        VistamoGlobal::pdfQuality = 1;                   // 150 dpi
-        QImage stripes(2000, 10, QImage::Format_ARGB32); // too fine for the page, which is white
-        for (int x = 0; x < stripes.width(); ++x)
-            for (int y = 0; y < stripes.height(); ++y)
-                stripes.setPixel(x, y, x % 2 ? qRgba(0, 0, 0, 0) : qRgb(0, 0, 0));
-        QVERIFY(stripes.save(path("a.png")));
+        VistamoGlobal::pdfQuality = 1; // 150 dpi
+        // Stripes that are too fine for the page, which is white.
+        const auto stripe = [](int x, int) { return x % 2 ? qRgba(0, 0, 0, 0) : qRgb(0, 0, 0); };
+        QVERIFY(Pictures::painted({2000, 10}, stripe, QImage::Format_ARGB32).save(path("a.png")));
         for (const bool smooth : {false, true}) {
             VistamoGlobal::pdfSmoothEdges = smooth;
             create({"a.png"});
@@ -111,8 +109,7 @@ private slots:
     /// The real limit is two gigabytes.
     void whatFitsIsFinished()
     {
-        QImage noise(500, 500, QImage::Format_RGB32);
-        QRandomGenerator(1).fillRange(reinterpret_cast<quint32 *>(noise.bits()), noise.sizeInBytes() / 4);
+        const QImage noise = Pictures::noise(QSize(500, 500));
         BatchRun run;
         run.options = BatchOptions::current();
         for (int i = 0; i < 12; ++i) {

@@ -8,6 +8,7 @@
 #include <cmath>
 
 using namespace LayeredFiles;
+using Pictures::isNear;
 
 namespace {
 
@@ -28,14 +29,6 @@ QColor expectedColour(const Picture &picture, int x, int y)
     const float paper = colours == 4 ? shown(3) : 1;
     return QColor::fromRgbF(shown(0) * paper, shown(colours > 1 ? 1 : 0) * paper,
                             shown(colours > 1 ? 2 : 0) * paper, alpha);
-}
-
-/// Whether no channel differs by more than `tolerance` of 255.
-bool isNear(const QColor &colour, const QColor &other, double tolerance)
-{
-    const auto near = [tolerance](float a, float b) { return std::abs(a - b) * 255 <= tolerance; };
-    return near(colour.redF(), other.redF()) && near(colour.greenF(), other.greenF())
-           && near(colour.blueF(), other.blueF()) && near(colour.alphaF(), other.alphaF());
 }
 
 bool shows(const QImage &image, const Picture &picture)

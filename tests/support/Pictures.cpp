@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QImageReader>
 #include <QImageWriter>
+#include <QRandomGenerator>
 #include <QTest>
 #include <QTransform>
 
@@ -25,22 +26,22 @@ QImage Pictures::quarters(QSize size)
     return image.scaled(size);
 }
 
+QImage Pictures::noise(QSize size, QImage::Format format)
+{
+    QImage image(size, QImage::Format_ARGB32);
+    QRandomGenerator(7).fillRange(reinterpret_cast<quint32 *>(image.bits()), image.sizeInBytes() / 4);
+    return image.convertToFormat(format);
+}
+
 QString Pictures::quartersOf(const QImage &image)
 {
     const QStringList names = {"red", "green", "blue", "yellow"};
     const QImage middles = image.scaled(2, 2);
-    QStringList found;
-    for (int quarter = 0; quarter < 4; ++quarter) {
-        const QColor colour = middles.pixelColor(quarter % 2, quarter / 2);
-        found.append(QStringLiteral("?"));
-        for (int i = 0; i < 4; ++i) {
-            const QColor other = quarterColours()[i];
-            if (std::abs(colour.red() - other.red()) + std::abs(colour.green() - other.green())
-                    + std::abs(colour.blue() - other.blue())
-                < 60)
-                found.last() = names[i];
-        }
-    }
+    QStringList found(4, QStringLiteral("?"));
+    for (int quarter = 0; quarter < 4; ++quarter)
+        for (int i = 0; i < 4; ++i)
+            if (isNear(middles.pixel(quarter % 2, quarter / 2), quarterColours()[i], 40))
+                found[quarter] = names[i];
     return found.join(QLatin1Char(' '));
 }
 
@@ -50,6 +51,13 @@ QImage Pictures::asStored(const QImage &upright, int orientation)
                                  {1, 0, 0, -1, 0, 0},  {0, 1, 1, 0, 0, 0},  {0, -1, 1, 0, 0, 0},
                                  {0, -1, -1, 0, 0, 0}, {0, 1, -1, 0, 0, 0}};
     return upright.transformed(stored[orientation - 1]);
+}
+
+bool Pictures::isNear(const QColor &one, const QColor &other, double tolerance)
+{
+    const auto near = [tolerance](float a, float b) { return std::abs(a - b) * 255 <= tolerance; };
+    return near(one.redF(), other.redF()) && near(one.greenF(), other.greenF())
+           && near(one.blueF(), other.blueF()) && near(one.alphaF(), other.alphaF());
 }
 
 double Pictures::difference(const QImage &one, const QImage &other)

@@ -20,6 +20,23 @@ QString quartersOf(const QImage &image);
 /// What a camera held that way writes, for the EXIF orientations 1 to 8: the inverse of showing it upright.
 QImage asStored(const QImage &upright, int orientation);
 
+/// True if no sample, alpha among them, differs by more than this, of 255.
+bool isNear(const QColor &one, const QColor &other, double tolerance);
+
+/// Random pixels, the same every time.
+QImage noise(QSize size, QImage::Format format = QImage::Format_RGB32);
+
+/// A picture of 32 bits whose pixels are those of a function of x and y.
+template <typename Pixel>
+QImage painted(QSize size, const Pixel &pixel, QImage::Format format = QImage::Format_RGB32)
+{
+    QImage image(size, format);
+    for (int y = 0; y < size.height(); ++y)
+        for (int x = 0; x < size.width(); ++x)
+            image.setPixel(x, y, pixel(x, y));
+    return image;
+}
+
 /// The mean difference of the samples, alpha among them, of 255. Colours count as far as they are opaque.
 double difference(const QImage &one, const QImage &other);
 

@@ -1,4 +1,5 @@
 #include "shared/VistamoGlobal.h"
+#include "support/Pictures.h"
 #include "viewer/ColourFilters.h"
 #include "viewer/CropTool.h"
 #include "viewer/PictureTurning.h"
@@ -83,13 +84,7 @@ bool sameBytes(const QImage &a, const QImage &b)
            && std::equal(a.constBits(), a.constBits() + a.sizeInBytes(), b.constBits());
 }
 
-/// Every value in every channel, with many combinations of them.
-QImage noise(QSize size = QSize(256, 256), QImage::Format format = QImage::Format_RGB32)
-{
-    QImage image(size, QImage::Format_ARGB32);
-    QRandomGenerator(7).fillRange(reinterpret_cast<quint32 *>(image.bits()), image.sizeInBytes() / 4);
-    return image.convertToFormat(format);
-}
+const QSize everyValue(256, 256); // of noise: in every channel, with many combinations of them
 
 } // namespace
 
@@ -102,7 +97,7 @@ private slots:
     void singleFiltersGiveTheirArithmetic()
     {
         const VistamoGlobal global;
-        const QImage image = noise();
+        const QImage image = Pictures::noise(everyValue);
         for (int type = 0; type <= 4; ++type)
             for (const int value :
                  {-255, -180, -101, -100, -99, -50, -1, 0, 1, 50, 99, 100, 128, 254, 255, 258, 259, 260, 699})
@@ -117,7 +112,7 @@ private slots:
     void severalFiltersGiveTheirArithmetic()
     {
         const VistamoGlobal global;
-        const QImage image = noise();
+        const QImage image = Pictures::noise(everyValue);
         for (const int contrast : {-255, -128, 0, 1, 77, 259}) {
             const QImage first = literally(image, 1, contrast);
             for (const int brightness : {-255, -10, 0, 100}) {
@@ -140,7 +135,7 @@ private slots:
     void everyPixelFormat()
     {
         // Large enough for several threads, and a width that leaves bytes at the end of rows.
-        const QImage random = noise(QSize(1001, 511), QImage::Format_ARGB32);
+        const QImage random = Pictures::noise(QSize(1001, 511), QImage::Format_ARGB32);
         for (int format = QImage::Format_Mono; format < QImage::NImageFormats; ++format) {
             const QImage image = random.convertToFormat(QImage::Format(format));
             const QByteArray name = QByteArray::number(format);
@@ -157,7 +152,7 @@ private slots:
     void turnsAndMirrors()
     {
         for (const QSize size : {QSize(1, 1), QSize(1, 70), QSize(901, 603)}) {
-            const QImage image = noise(size);
+            const QImage image = Pictures::noise(size);
             QCOMPARE(PictureTurning::rotated(image, true), image.transformed(QTransform().rotate(90)));
             QCOMPARE(PictureTurning::rotated(image, false), image.transformed(QTransform().rotate(-90)));
             QCOMPARE(PictureTurning::mirrored(image, Qt::Horizontal), image.mirrored(true, false));

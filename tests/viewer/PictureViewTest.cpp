@@ -55,9 +55,7 @@ private slots:
 
     void smoothViewOfALargePictureHasAllOfItsDetail()
     {
-        QImage noise(5000, 4000, QImage::Format_RGB888);
-        QRandomGenerator(7).fillRange(reinterpret_cast<quint32 *>(noise.bits()), noise.sizeInBytes() / 4);
-        noise.convertTo(QImage::Format_RGB32);
+        const QImage noise = Pictures::noise(QSize(5000, 4000));
         const Viewport port = {QSize(1000, 800)};
         PictureView view;
         view.exchange(QPixmap::fromImage(noise));

@@ -11,11 +11,9 @@ namespace {
 /// Smooth shades, another picture for every `seed`.
 QImage shades(QSize size, int seed = 0)
 {
-    QImage image(size, QImage::Format_RGB32);
-    for (int y = 0; y < size.height(); ++y)
-        for (int x = 0; x < size.width(); ++x)
-            image.setPixel(x, y, qRgb((x + 60 * seed) % 256, (2 * y + x / 2) % 256, (x + y) / 4 % 256));
-    return image;
+    return Pictures::painted(size, [seed](int x, int y) {
+        return qRgb((x + 60 * seed) % 256, (2 * y + x / 2) % 256, (x + y) / 4 % 256);
+    });
 }
 
 /// A row of squares of 16 pixels, with a restart marker after each.
