@@ -3,9 +3,6 @@
 #include "batch/ImagesToPDFProgressForm.h"
 #include "support/Program.h"
 
-#include <QtTest>
-#include <QtWidgets>
-
 /// The batch tools through the program's real form.
 class BatchFormTest : public ProgramTest
 {

@@ -1,9 +1,5 @@
 #include "support/Program.h"
 
-#include <QScrollArea>
-#include <QScrollBar>
-#include <QtTest>
-
 #include <cmath>
 
 /// The program on a screen with two pixels to a device-independent one, or one and a fraction: stripes of one
@@ -96,10 +92,7 @@ private slots:
 private:
     void save(QSize size)
     {
-        QImage image(size, QImage::Format_RGB32);
-        for (int x = 0; x < size.width(); ++x)
-            for (int y = 0; y < size.height(); ++y)
-                image.setPixelColor(x, y, x % 2 ? Qt::white : Qt::black);
+        const QImage image = Pictures::painted(size, [](int x, int) { return x % 2 ? 0xffffff : 0; });
         QVERIFY(image.save(path("stripes.png")));
     }
 

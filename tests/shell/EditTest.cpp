@@ -1,9 +1,6 @@
 #include "support/Program.h"
 #include "viewer/TImageLabel.h"
 
-#include <QtTest>
-#include <QtWidgets>
-
 /// Edits and exports through the real form.
 class EditTest : public ProgramTest
 {
@@ -26,7 +23,7 @@ private slots:
         });
         start({folder->path()}, 3);
         program->window->resize(1000, 800);
-        program->open(rowOf("a.png"));
+        program->open("a.png");
         QTRY_COMPARE(text("sizeInfoLabel"), "600x400");
         label = program->find<TImageLabel>("imageLabel");
     }
@@ -129,7 +126,9 @@ private slots:
         spinBox("widthSpinBox")->setValue(500);
         spinBox("heightSpinBox")->setValue(150);
         const QImage expected = exported("whole.png").copy(QRect(160, 100, 500, 150));
-        QCOMPARE(exported("crop.png", "exportCropImageButton"), expected);
+        answer = path("crop.png");
+        program->click("exportCropImageButton");
+        QCOMPARE(written(), expected);
 
         // It stays while it is wide enough and the picture is of the same size.
         program->click("cropButton");
@@ -154,14 +153,14 @@ private slots:
     void cropRectangleAfterAClickInTheStrip()
     {
         program->click("cropButton");
-        auto *const strip = program->find<QTableView>("galleryTableView");
-        const auto check = [&](const char *name, const QRect &expected) {
-            untilOpened([&] { emit strip->clicked(strip->model()->index(0, rowOf(name))); });
+        auto *const strip = program->strip();
+        for (const auto &[name, expected] :
+             {std::pair("small.png", QRect(75, 50, 150, 100)),
+              {"a.png", {150, 100, 300, 200}},
+              {"same.png", {64, 43, 128, 85}}}) { // kept, of the thumbnail, which is on show at the click
+            untilOpened([&] { emit strip->clicked(strip->model()->index(0, program->rowOf(name))); });
             QCOMPARE(program->crop(), expected);
-        };
-        check("small.png", {75, 50, 150, 100});
-        check("a.png", {150, 100, 300, 200});
-        check("same.png", {64, 43, 128, 85}); // kept, of the thumbnail, which is on show at the click
+        }
     }
 
     void resetGoesByTheFile()
@@ -170,7 +169,7 @@ private slots:
         Pictures::save(path("other/b.png"), QSize(90, 60));
         program->drop(path("other"), "b.png"); // the rows are those of the last folder as yet
         choose("adjustButton", "Reset Image");
-        QVERIFY(program->window->windowTitle().endsWith("b.png"));
+        QVERIFY(program->isOn("b.png"));
         QTRY_COMPARE(text("sizeInfoLabel"), "90x60");
     }
 
@@ -200,13 +199,12 @@ private slots:
     {
         for (const QString name : {"plain", "12.08.2026"}) { // what follows the last dot is no suffix
             const QString whole = name + ".png";
-            answer = path(name);
             for (const QStringList &asked :
                  {QStringList{},
                   {"Confirm overwrite|Are you sure you want to overwrite " + path(whole) + '?'}}) {
                 questions.clear();
                 QFile::resize(path(whole), 0);
-                choose("exportButton", "Export to Image File");
+                exportTo(path(name));
                 QTRY_COMPARE(QImage(path(whole)).size(), QSize(600, 400));
                 QCOMPARE(questions.mid(1), asked);
                 QVERIFY(read(whole).contains("Camera")); // from the file on show
@@ -221,9 +219,7 @@ private slots:
         program->click("cropButton");
         choose("adjustButton", "Reset Image");
         program->click("flipVButton");
-        const QString early = path("early.png");
-        answer = early;
-        choose("exportButton", "Export to Image File");
+        exportTo(path("early.png"));
         program->click("flipHButton");
         answer = path("crop.png");
         program->click("exportCropImageButton");
@@ -232,21 +228,18 @@ private slots:
         program->click("closeButton");
         const auto copied = [] { return QGuiApplication::clipboard()->image(); };
         QTRY_COMPARE(copied().size(), QSize(4000, 3000));
-        QCOMPARE(Pictures::quartersOf(QImage(early)), "blue yellow red green");
+        QCOMPARE(Pictures::quartersOf(QImage(path("early.png"))), "blue yellow red green");
         const QImage part = copied().copy(QRect(1000, 750, 2000, 1500));
         QCOMPARE(Pictures::difference(QImage(answer), part), 0.0);
-        program->open(rowOf("a.png"));
+        program->open("a.png");
         questions.clear();
         const QString first = path("first.png");
         const QString second = path("second.png");
-        answer = first;
-        choose("exportButton", "Export to Image File");
+        exportTo(first);
         QCOMPARE(VistamoGlobal::exportImagePath, first);
         program->click("flipHButton"); // does not reach what is being written
-        answer = second;
-        choose("exportButton", "Export to Image File");
-        answer.clear(); // cancelled
-        choose("exportButton", "Export to Image File");
+        exportTo(second);
+        exportTo({}); // cancelled
         QCOMPARE(questions, QStringList({"Save to Image File|" + path("crop.png"),
                                          "Save to Image File|" + first, "Save to Image File|" + second}));
         QVERIFY(!QFile::exists(second));
@@ -266,14 +259,19 @@ private:
         QFAIL(qPrintable("no entry " + text));
     }
 
-    /// What the program writes, once it is there.
-    QImage exported(const QString &name, const char *button = nullptr)
+    void exportTo(const QString &file)
     {
-        answer = path(name);
-        if (button)
-            program->click(button);
-        else
-            choose("exportButton", "Export to Image File");
+        answer = file;
+        choose("exportButton", "Export to Image File");
+    }
+    /// What the program has exported, once it is there.
+    QImage exported(const QString &name)
+    {
+        exportTo(path(name));
+        return written();
+    }
+    QImage written() const
+    {
         [this] { QTRY_VERIFY(QFile::exists(answer)); }();
         return QImage(answer).convertToFormat(QImage::Format_RGB32);
     }
@@ -286,7 +284,6 @@ private:
         QTRY_VERIFY(program->scale() < ofThumbnail);
     }
 
-    int rowOf(const QString &name) const { return static_cast<int>(program->fileNames().indexOf(name)); }
     QSpinBox *spinBox(const char *name) const { return program->find<QSpinBox>(name); }
     static QColor filtered(const QImage &image, int contrast, int brightness, int gamma, int invert)
     {

@@ -1,9 +1,6 @@
 #include "support/Failures.h"
 #include "support/Program.h"
 
-#include <QtTest>
-#include <QtWidgets>
-
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -89,7 +86,7 @@ private slots:
         QCOMPARE(disk("other"), QStringList());
         // A tick leaves with its file: a new one of that name has none, and can be ticked.
         Pictures::save(path("photos/c.png"));
-        QTRY_VERIFY(program->settled() && program->rows() == 3);
+        settle(3);
         QCOMPARE(program->ticks(), QStringList({"a.png", "b.png"}));
         program->tick("c.png");
         QCOMPARE(VistamoGlobal::checkedItemList.last().fileName, "c.png");
@@ -99,9 +96,7 @@ private slots:
         QCOMPARE(VistamoGlobal::checkedItemList.size(), 1);
 
         // A selected one leaves the list at once.
-        const auto columns = [this] {
-            return program->find<QTableView>("galleryTableView")->model()->columnCount();
-        };
+        const auto columns = [this] { return program->strip()->model()->columnCount(); };
         program->click("hideCheckboxButton");
         QTRY_COMPARE(columns(), 3);
         select({"b.png"});
@@ -153,8 +148,7 @@ private slots:
         const int seenBefore = dialogsSeen;
         for (const int entry : {0, 2, 1}) { // a move leaves the next change alone
             Pictures::save(path("photos/b.png"));
-            QTRY_VERIFY(program->settled() && program->rows() == 3);
-            program->list()->setCurrentIndex(program->list()->model()->index(1, 0));
+            settle(3);
             whenDialog([&](QWidget *menu) {
                 QVERIFY(QFile::remove(path("photos/b.png")));
                 QTRY_COMPARE(program->rows(), 2);
@@ -165,17 +159,16 @@ private slots:
                     QTest::keyClick(menu, Qt::Key_Down);
                 QTest::keyClick(menu, Qt::Key_Return);
             });
-            program->call("onRightMouseButtonPressEvent", Q_ARG(QPoint, QPoint()));
+            openMenu(1);
             QCOMPARE(disk("photos"), QStringList({"a.png", "c.png"}));
             QCOMPARE(disk("target"), QStringList());
         }
         QCOMPARE(dialogsSeen - seenBefore, 5);
         QTRY_VERIFY(program->settled());
-        select({"a.png"}); // for the next
         whenDialog([](QWidget *menu) {
             QTest::keyClick(menu, Qt::Key_Down), QTest::keyClick(menu, Qt::Key_Return);
         });
-        program->call("onRightMouseButtonPressEvent", Q_ARG(QPoint, QPoint()));
+        openMenu(0); // for the next
         QCOMPARE(disk("target"), QStringList("a.png"));
     }
 
@@ -293,19 +286,21 @@ private:
     {
         start({path("photos"), path("other")}, files);
         program->click(checkBoxes);
-        QTRY_VERIFY(program->settled() && program->rows() == files);
+        settle(files);
     }
 
     void select(const QStringList &names)
     {
         QTRY_VERIFY(program->settled());
         program->list()->clearSelection();
-        for (const QString &name : names) {
-            const int row = static_cast<int>(program->fileNames().indexOf(name));
-            QVERIFY(row >= 0);
-            program->list()->selectionModel()->select(program->list()->model()->index(row, 0),
+        for (const QString &name : names)
+            program->list()->selectionModel()->select(program->index(program->rowOf(name)),
                                                       QItemSelectionModel::Select);
-        }
+    }
+    void openMenu(int row)
+    {
+        QTest::mouseClick(program->list()->viewport(), Qt::RightButton, {},
+                          program->list()->visualRect(program->index(row)).center());
     }
 
     QHash<QString, QByteArray> contents;

@@ -2,9 +2,6 @@
 #include "slideshow/SlideShowForm.h"
 #include "support/Program.h"
 
-#include <QtTest>
-#include <QtWidgets>
-
 /// The slideshow and its options.
 class SlideShowTest : public ProgramTest
 {
@@ -21,7 +18,7 @@ private slots:
         solid("lime.png", "lime");
         start(true, 3);
         const QStringList order = program->fileNames();
-        program->list()->setCurrentIndex(program->list()->model()->index(1, 0));
+        program->choose(1);
         program->click("slideShowButton");
         QVERIFY(VistamoGlobal::isFullScreen && form()->isVisible());
         for (int step = 0; step < 4; ++step) { // from the selected one on, and round

@@ -9,11 +9,8 @@
 #include "support/Files.h"
 #include "support/Pictures.h"
 
-#include <QApplication>
-#include <QLabel>
-#include <QListView>
-#include <QSpinBox>
-#include <QTimer>
+#include <QtTest>
+#include <QtWidgets>
 
 #include <algorithm>
 #include <cstdlib>
@@ -66,7 +63,12 @@ public:
         QVERIFY2(QMetaObject::invokeMethod(find("ThumbsForm"), slot, arguments...), slot);
     }
     QListView *list() const { return find<QListView>("mainListView"); }
+    QTableView *strip() const { return find<QTableView>("galleryTableView"); }
     int rows() const { return list()->model()->rowCount(); }
+    /// Makes a file of the list the current one.
+    void choose(int row) const { list()->setCurrentIndex(index(row)); }
+    QModelIndex index(int row) const { return list()->model()->index(row, 0); }
+    int rowOf(const QString &name) const { return static_cast<int>(fileNames().indexOf(name)); }
     QStringList fileNames() const
     {
         QStringList names;
@@ -86,7 +88,10 @@ public:
     }
     QStringList tree() const { return namesIn(find<QAbstractItemView>("sideTreeView")); }
     /// Opens the viewer on the file in a row of the list.
-    void open(int row) const { emit list()->doubleClicked(list()->model()->index(row, 0)); }
+    void open(int row) const { emit list()->doubleClicked(index(row)); }
+    void open(const QString &name) const { open(rowOf(name)); }
+    /// True if the viewer is on a file of this name.
+    bool isOn(const QString &name) const { return window->windowTitle().endsWith(name); }
     /// As if a file of this folder had been dropped.
     void drop(const QString &folder, const QString &file) const
     {
@@ -108,16 +113,16 @@ public:
     /// Clicks on the check box of a file on show.
     void tick(const QString &name, Qt::CheckState state = Qt::Checked) const
     {
-        const QModelIndex index = list()->model()->index(static_cast<int>(fileNames().indexOf(name)), 0);
-        QVERIFY2(list()->model()->setData(index, state, Qt::CheckStateRole), qPrintable(name));
-        emit list()->clicked(index);
+        const QModelIndex file = index(rowOf(name));
+        QVERIFY2(list()->model()->setData(file, state, Qt::CheckStateRole), qPrintable(name));
+        emit list()->clicked(file);
     }
     /// The files on show whose box is ticked.
     QStringList ticks() const
     {
         QStringList names = fileNames();
         for (int row = rows() - 1; row >= 0; --row)
-            if (list()->model()->index(row, 0).data(Qt::CheckStateRole) != Qt::Checked)
+            if (index(row).data(Qt::CheckStateRole) != Qt::Checked)
                 names.removeAt(row);
         names.sort();
         return names;
@@ -156,13 +161,13 @@ public:
     /// True if an entry and its row are one file, and so is their column unless rows have been taken out.
     bool rowsAreInStep() const
     {
-        const auto *const strip = find<QAbstractItemView>("galleryTableView")->model();
+        const auto *const columns = strip()->model();
         const QStringList names = fileNames();
         bool inStep = rows() == names.size();
         for (int row = 0; inStep && row < rows(); ++row) {
-            const QVariant text = list()->model()->index(row, 0).data();
+            const QVariant text = index(row).data();
             inStep = text == wrapFileName(names[row])
-                     && (strip->columnCount() != rows() || strip->index(0, row).data() == text);
+                     && (columns->columnCount() != rows() || columns->index(0, row).data() == text);
         }
         return inStep;
     }
@@ -193,8 +198,10 @@ protected:
     {
         Program::setFolders(folders, geometry);
         program = std::make_unique<Program>();
-        QTRY_VERIFY(program->settled() && program->rows() == rows);
+        settle(rows);
     }
+    /// Waits until so many pictures are read.
+    void settle(int rows) { QTRY_VERIFY(program->settled() && program->rows() == rows); }
     void end()
     {
         for (const TCheckedItem &item : QList(VistamoGlobal::checkedItemList))
@@ -207,7 +214,7 @@ protected:
     void show(int folder, int rows)
     {
         program->openFolder(folder);
-        QTRY_VERIFY(program->settled() && program->rows() == rows);
+        settle(rows);
     }
     /// Gives this folder to whoever asks for one; no other question is answered.
     static void choosesFolder(const QString &folder)
