@@ -35,27 +35,20 @@ private slots:
         // Transparency lies on white.
         QPixmap half(90, 60);
         half.fill(QColor(30, 60, 220, 128));
-        Exports all;
-        for (const char *const name : {"a.JPG", "a.gif"}) {
-            all.add(half, path(name));
-            all.finish();
-            QVERIFY2(std::abs(QImage(path(name)).pixelColor(9, 9).red() - 142) < 4, name);
-        }
+        Exports exports;
+        exports.add(half, path("a.JPG"));
+        exports.finish();
+        QVERIFY(Pictures::isNear(QImage(path("a.JPG")).pixelColor(9, 9), QColor(142, 157, 237), 3));
     }
 
     void laterPictureStays()
     {
         const QString name = QString(251, 'n') + ".png"; // as long as a name can be
-        save({{QSize(90, 60), name}, {QSize(30, 20), name}});
-        QCOMPARE(QImage(path(name)).size(), QSize(30, 20));
-
-        // Through a link, which stays one, and with the permissions of the old file.
+        save({{QSize(90, 60), name}});
         QFile::setPermissions(path(name), QFile::ReadOwner | QFile::WriteOwner);
-        QVERIFY(QFile::link(path(name), path("link.png")));
-        save({{QSize(50, 40), "link.png"}});
-        QVERIFY(QFileInfo(path("link.png")).isSymLink());
-        QCOMPARE(QImage(path(name)).size(), QSize(50, 40));
-        QVERIFY(!QFileInfo(path(name)).permission(QFile::ReadGroup));
+        save({{QSize(50, 40), name}, {QSize(30, 20), name}});
+        QCOMPARE(QImage(path(name)).size(), QSize(30, 20));
+        QVERIFY(!QFileInfo(path(name)).permission(QFile::ReadGroup)); // as that of the old file
     }
 
     void failuresLeaveTheOldFile()
@@ -63,14 +56,11 @@ private slots:
         save({{QSize(9, 6), "folder.png"}, {QSize(9, 6), "gone/a.png"}});
         QVERIFY(QFileInfo(path("folder.png")).isDir());
 
-        const auto saveAll = [this](QSize size) {
-            save({{size, "old.png"}, {size, "old.jpg"}, {size, "old.tiff"}});
-        };
-        saveAll(QSize(90, 60));
-        Failures::onFullDisk(2000, [&] { saveAll(QSize(2000, 1500)); });
-        for (const char *const name : {"old.png", "old.jpg", "old.tiff"})
+        for (const QString name : {"old.jpg", "old.tiff", "old.png"}) {
+            save({{QSize(90, 60), name}});
+            Failures::onFullDisk(2000, [&] { save({{QSize(2000, 1500), name}}); });
             QCOMPARE(QImage(path(name)).size(), QSize(90, 60));
-
+        }
         QFile::setPermissions(folder->path(), QFile::ReadOwner | QFile::ExeOwner);
         Failures::asNobody([this] { save({{QSize(9, 6), "old.png"}}); });
         QCOMPARE(QImage(path("old.png")).size(), QSize(90, 60));
