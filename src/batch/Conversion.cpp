@@ -3,6 +3,7 @@
 #include "formats/gif/GifEncoder.h"
 #include "shared/image/ImageReading.h"
 #include "shared/image/ImageWriting.h"
+#include "shared/platform/HeldFiles.h"
 #include "shared/platform/ReplacementFile.h"
 
 #include <QFileInfo>
@@ -19,24 +20,24 @@ namespace {
 }
 
 /// A picture that cannot be read makes a file of 0 x 0 pixels, but never in the place of another.
-void saveGif(const QImage &image, const QString &target, bool overwrite)
+void saveGif(const QImage &image, const QString &target, bool overwrite, HeldFiles &heldFiles)
 {
-    ReplacementFile file(target);
+    ReplacementFile file(target, heldFiles);
     if (!file.create() || !GifEncoder::write(image, file) || !commit(file, overwrite && !image.isNull()))
         qDebug() << "Cannot write: " << target << " " << file.errorString();
 }
 
 void save(const QImage &image, const QByteArray &format, const QString &source, const QString &target,
-          const BatchRun &run)
+          const BatchRun &run, HeldFiles &heldFiles)
 {
-    ReplacementFile file(target);
+    ReplacementFile file(target, heldFiles);
     const int quality = format == "jpg" ? run.options.targeFileQuality : -1;
     if (!file.create() || !ImageWriting::write(image, format, quality, source, file)
         || !commit(file, run.overwrite))
         qDebug() << "Cannot write: " << target << " " << file.errorString();
 }
 
-void convert(const QString &source, const QString &target, const BatchRun &run)
+void convert(const QString &source, const QString &target, const BatchRun &run, HeldFiles &heldFiles)
 {
     const QByteArray format = QFileInfo(target).suffix().toLower().toLatin1();
     const bool gif = format == "gif";
@@ -46,9 +47,9 @@ void convert(const QString &source, const QString &target, const BatchRun &run)
                                                    ImageWriting::bytesPerPixel(format));
     qDebug() << "targetFileName #2: " << target;
     if (gif)
-        saveGif(ImageWriting::fitted(picture.image, format), target, run.overwrite);
+        saveGif(ImageWriting::fitted(picture.image, format), target, run.overwrite, heldFiles);
     else
-        save(ImageWriting::fitted(picture.image, format), format, source, target, run);
+        save(ImageWriting::fitted(picture.image, format), format, source, target, run, heldFiles);
 }
 
 } // namespace
@@ -57,6 +58,7 @@ ExistingTargets convertImages(const BatchRun &run, const RunObserver &observer)
 {
     qDebug() << "convertImages";
     ExistingTargets existing;
+    HeldFiles heldFiles;
     FilesInFlight filesInFlight(std::max(QThread::idealThreadCount(), 1));
     for (const QString &source : run.sourceFiles) {
         const QString target = convertTarget(source, run.targetPath, run.targetExtension);
@@ -69,7 +71,8 @@ ExistingTargets convertImages(const BatchRun &run, const RunObserver &observer)
             existing.fileExistsList.append(target);
             existing.fileSourceList.append(source);
         } else {
-            filesInFlight.start([source, target, &run] { convert(source, target, run); });
+            filesInFlight.start(
+                [source, target, &run, &heldFiles] { convert(source, target, run, heldFiles); });
         }
     }
     return existing;

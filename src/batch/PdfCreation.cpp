@@ -2,6 +2,7 @@
 #include "batch/PdfPageLayout.h"
 #include "shared/image/ImageReading.h"
 #include "shared/image/ImageWriting.h"
+#include "shared/platform/HeldFiles.h"
 #include "shared/platform/NewFileName.h"
 #include "shared/platform/Platform.h"
 #include "shared/platform/ReplacementFile.h"
@@ -38,14 +39,14 @@ QImage pageImage(const QString &path, QSize available, bool enlarge, bool smooth
 }
 
 /// Gives a file another name beside it. Its new path, or nothing if that failed.
-std::optional<QString> setAside(const QString &path)
+std::optional<QString> setAside(const QString &path, HeldFiles &heldFiles)
 {
     const QFileInfo info(path);
     const QString base = info.path() + QLatin1Char('/') + info.completeBaseName();
     for (int i = 1; i < 1000; ++i) {
         const QString number = i == 1 ? QString() : QStringLiteral(" %1").arg(i);
         const QString aside = QStringLiteral("%1 (previous%2).%3").arg(base, number, info.suffix());
-        if (Platform::renameToNew(path, aside))
+        if (Platform::renameToNew(path, aside, heldFiles))
             return aside;
         if (!QFileInfo::exists(aside))
             break;
@@ -104,7 +105,8 @@ qsizetype writePages(ReplacementFile &file, const BatchRun &run, const RunObserv
 qsizetype createPdf(const BatchRun &run, const RunObserver &observer, qint64 mostBytes)
 {
     const QString path = run.options.outputFolder + QLatin1Char('/') + run.options.pdfFileName;
-    ReplacementFile file(path);
+    HeldFiles heldFiles;
+    ReplacementFile file(path, heldFiles);
     if (!isNewFileName(run.options.pdfFileName) || !file.create()) {
         for (const QString &source : run.sourceFiles)
             observer.fileBegins(source);
@@ -118,14 +120,14 @@ qsizetype createPdf(const BatchRun &run, const RunObserver &observer, qint64 mos
         return pages;
 
     std::optional<std::pair<QString, QString>> previous; // its path aside, and its place
-    const auto makeWay = [&previous](const QString &target) {
-        const auto aside = setAside(target);
+    const auto makeWay = [&](const QString &target) {
+        const auto aside = setAside(target, heldFiles);
         if (aside)
             previous = std::pair(*aside, target);
         return aside.has_value();
     };
     const bool written = keepsPrevious ? file.commitAsNew(makeWay) : file.commit();
-    if (!written && previous && !Platform::renameToNew(previous->first, previous->second))
+    if (!written && previous && !Platform::renameToNew(previous->first, previous->second, heldFiles))
         qDebug() << "Cannot put back" << previous->first;
     return pages;
 }

@@ -1,5 +1,6 @@
 #include "fileops/FileCopy.h"
 
+#include "shared/platform/FileForReading.h"
 #include "shared/platform/PathIdentity.h"
 #include "shared/platform/Platform.h"
 #include "shared/platform/ReplacementFile.h"
@@ -9,8 +10,6 @@
 #include <QFileInfo>
 #include <QtDebug>
 
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 namespace {
@@ -37,20 +36,6 @@ bool isSeenBeside(const QString &source, const QString &fileName)
     return QFileInfo::exists(QFileInfo(source).dir().filePath(QFileInfo(fileName).fileName()));
 }
 
-/// Removes a file, a write-protected one too, which some systems refuse.
-[[nodiscard]] bool removeFile(const QString &path)
-{
-    if (QFile::remove(path))
-        return true;
-    const QFileDevice::Permissions before = QFile::permissions(path);
-    if (!QFile::setPermissions(path, before | QFileDevice::WriteOwner))
-        return false;
-    const bool removed = QFile::remove(path);
-    if (!removed)
-        QFile::setPermissions(path, before);
-    return removed;
-}
-
 /// True if something stands at the target, or is not there, as it is meant to be.
 bool standsAsExpected(const QString &target, Existing existing)
 {
@@ -60,19 +45,16 @@ bool standsAsExpected(const QString &target, Existing existing)
 
 /// Moves within a file system: one step that keeps all that belongs to the file. What a link points to may be
 /// another thing at the target, so no link goes this way.
-[[nodiscard]] bool rename(const QString &source, const QString &target, Existing existing)
+[[nodiscard]] bool rename(const QString &source, const QString &target, Existing existing,
+                          HeldFiles &heldFiles)
 {
     const QFileInfo from(source);
     const QFileInfo to(target);
     if (!from.isFile() || from.isSymLink() || !standsAsExpected(target, existing)
         || isOneFile(source, target))
         return false;
-    std::error_code failure;
-    if (existing == Existing::Replace)
-        std::filesystem::rename(from.filesystemFilePath(), to.filesystemFilePath(), failure);
-    else if (!Platform::renameToNew(source, target))
-        return false;
-    if (failure)
+    if (!(existing == Existing::Replace ? Platform::replaceFile(source, target, heldFiles)
+                                        : Platform::renameToNew(source, target, heldFiles)))
         return false;
     Platform::flushFolder(to.path());
     Platform::flushFolder(from.path());
@@ -84,16 +66,15 @@ bool standsAsExpected(const QString &target, Existing existing)
 bool FileCopy::copy(const QString &source, const QString &target, Existing existing, Progress &progress)
 {
     const QFileInfo before(source);
-    QFile from(source);
-    if (!standsAsExpected(target, existing) || !before.isFile() || isOneFile(source, target)
-        || !from.open(QIODevice::ReadOnly))
+    FileForReading from(source);
+    if (!standsAsExpected(target, existing) || !before.isFile() || isOneFile(source, target) || !from.open())
         return false;
     progress.done = 0;
     progress.total = before.size();
 
     using Link = ReplacementFile::Link;
     using Name = ReplacementFile::Name;
-    ReplacementFile to(target, Link::Replace);
+    ReplacementFile to(target, progress.heldFiles, Link::Replace);
     const bool mayBeOneFolder =
         existing == Existing::Replace && before.fileName() == QFileInfo(target).fileName();
     if (!to.create(mayBeOneFolder ? Name::Hidden : Name::None)
@@ -114,7 +95,7 @@ bool FileCopy::copy(const QString &source, const QString &target, Existing exist
 FileCopy::Moved FileCopy::move(const QString &source, const QString &target, Existing existing,
                                Progress &progress)
 {
-    if (rename(source, target, existing))
+    if (rename(source, target, existing, progress.heldFiles))
         return Moved::Yes;
     // Not every file system lets the copy have the same times: the source is compared with what it was.
     const QFileInfo info(source);
@@ -125,17 +106,20 @@ FileCopy::Moved FileCopy::move(const QString &source, const QString &target, Exi
     const bool isSame = before == std::pair(now.size(), now.lastModified());
     const QFileInfo to(target);
     const bool stands = to.isFile() && to.size() == before.first && !isOneFile(source, target);
-    return stands && isSame && !progress.cancelled && removeFile(source) ? Moved::Yes : Moved::Copied;
+    const bool mayGo = stands && isSame && !progress.cancelled;
+    return mayGo && Platform::removeFile(source, progress.heldFiles) ? Moved::Yes : Moved::Copied;
 }
 
 bool FileCopy::moveToTrash(const QString &path, Progress &progress)
 {
-    return Platform::moveToTrash(path, [&progress](const QString &from, const QString &to) {
+    const auto moveAcross = [&progress](const QString &from, const QString &to) {
         const Moved moved = move(from, to, Existing::Keep, progress);
         if (moved == Moved::Copied && QFileInfo::exists(from)) {
-            QFile::remove(to);
+            if (!Platform::removeFile(to, progress.heldFiles))
+                qDebug() << "Cannot remove" << to;
             return false;
         }
         return moved != Moved::No;
-    });
+    };
+    return Platform::moveToTrash(path, moveAcross, progress.heldFiles);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "shared/platform/HeldFiles.h"
+
 #include <QString>
 
 #include <atomic>
@@ -16,12 +18,13 @@ enum class Existing
             ///< where nothing stands
 };
 
-/// How far a copy is, between the thread that copies and the one that shows it. Bytes.
+/// How far a run of copies is, between the thread that copies and the one that shows it. Bytes.
 struct Progress
 {
     std::atomic<qint64> done = 0;
     std::atomic<qint64> total = 0;
     std::atomic_bool cancelled = false; ///< set by the user; the copy in flight is dropped
+    HeldFiles heldFiles;
 };
 
 /// What has become of a file that was to be moved.

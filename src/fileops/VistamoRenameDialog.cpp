@@ -1,5 +1,6 @@
 #include "fileops/VistamoRenameDialog.h"
 
+#include "fileops/FileWork.h"
 #include "shared/platform/NewFileName.h"
 #include "shared/platform/Platform.h"
 #include "shared/VistamoGlobal.h"
@@ -35,9 +36,12 @@ void VistamoRenameDialog::on_renameButton_clicked()
     const QString newPath = folderPath + QLatin1Char('/') + fileName;
     qDebug() << "newFilePath: " << newPath;
     VistamoGlobal::selectedFileName = QFileInfo(newPath).fileName();
+    const auto rename = [&](FileCopy::Progress &progress) {
+        return Platform::renameToNew(filePath, newPath, progress.heldFiles);
+    };
     // A file that is refused keeps its name.
     if (isNewFileName(baseName, FileNameRules::Unix) && isNewFileName(fileName))
-        static_cast<void>(Platform::renameToNew(filePath, newPath));
+        static_cast<void>(FileWork(this).run(filePath, rename));
     close();
 }
 

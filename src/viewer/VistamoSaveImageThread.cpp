@@ -2,6 +2,7 @@
 
 #include "shared/image/ImageWriting.h"
 #include "shared/image/MemoryBudget.h"
+#include "shared/platform/HeldFiles.h"
 #include "shared/platform/PathIdentity.h"
 #include "shared/platform/ReplacementFile.h"
 
@@ -20,11 +21,11 @@ bool goesTo(const QString &path, const TSaveImageRequest &request)
 }
 
 /// Writes one picture, and tells of each step.
-void save(const TSaveImageRequest &request, const std::function<void()> &step)
+void save(const TSaveImageRequest &request, HeldFiles &heldFiles, const std::function<void()> &step)
 {
     QImage image = request.late ? request.late() : request.pixmap.toImage();
     step();
-    ReplacementFile file(request.fileName);
+    ReplacementFile file(request.fileName, heldFiles);
     file.setProgress(step);
     if (image.isNull() || !file.create())
         return;
@@ -99,6 +100,7 @@ void VistamoSaveImageThread::run()
         access->fileName = request.fileName;
         return request;
     };
+    HeldFiles heldFiles;
     while (const auto request = next())
-        save(*request, step);
+        save(*request, heldFiles, step);
 }

@@ -3,8 +3,8 @@
 #include "shared/image/ColourCodePoints.h"
 #include "shared/image/MetadataBlocks.h"
 #include "shared/image/MetadataFile.h"
+#include "shared/platform/FileForReading.h"
 
-#include <QFile>
 #include <QImageReader>
 #include <QtDebug>
 #include <QtEndian>
@@ -48,8 +48,8 @@ void tolerant(const char *what, const std::function<void()> &step)
 /// What exiv2 needs of a file; empty if it cannot be opened, is too large or of a format without metadata.
 QByteArray fileForReading(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    FileForReading file(path);
+    if (!file.open())
         return {};
     const QByteArray pixelless = MetadataFile::withoutPixels(file, MetadataFile::Wanted::All);
     if (!pixelless.isEmpty())
@@ -74,7 +74,8 @@ struct Metadata
 Metadata readMetadata(const QString &path)
 {
     Metadata found;
-    const QImageReader reader(path);
+    FileForReading file(path);
+    const QImageReader reader(&file);
     static const QList<QByteArray> ours = {"heic", "heif", "avif", "jxl"};
     const bool isOurs = ours.contains(reader.format()); // some of which exiv2 takes for films
     const auto blocks = isOurs ? MetadataBlocks::of(reader) : MetadataBlocks{};

@@ -10,11 +10,11 @@
 #include "shared/image/ImageMetadata.h"
 #include "shared/image/JpegEighth.h"
 #include "shared/image/JpegMarkers.h"
+#include "shared/platform/FileForReading.h"
 #include "shared/platform/Platform.h"
 
 #include <QBuffer>
 #include <QColorSpace>
-#include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
 #include <QtDebug>
@@ -65,7 +65,7 @@ public:
         , file(path)
         , beside(path)
     {
-        if (!decoding || !file.open(QIODevice::ReadOnly))
+        if (!decoding || !file.open())
             return;
         // All readers wait while one looks for its plug-in, with these bytes: a drive that hangs does so
         // before.
@@ -203,7 +203,7 @@ private:
     /// The file from its beginning, for all but the decoder, which counts on its own place in it.
     QFile &look()
     {
-        if (!beside.isOpen() && !beside.open(QIODevice::ReadOnly))
+        if (!beside.isOpen() && !beside.open())
             qDebug() << "Cannot read" << path << beside.errorString();
         beside.seek(0);
         return beside;
@@ -213,8 +213,8 @@ private:
 
     const QString path;
     const DecodeGuard::Decoding decoding;
-    QFile file;
-    QFile beside;
+    FileForReading file;
+    FileForReading beside;
     QImageReader reader; ///< of the file
     QImageIOHandler::Transformations ignored;
 };

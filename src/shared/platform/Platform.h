@@ -7,6 +7,8 @@
 #include <functional>
 #include <optional>
 
+class HeldFiles;
+
 /// What the program needs of the operating system beyond Qt, defined in one set of files per system.
 namespace Platform {
 
@@ -23,6 +25,10 @@ namespace Platform {
 /// The same for the names in a folder, where the system knows it.
 void flushFolder(const QString &path);
 
+/// Opens a file for reading while others may replace, rename or remove it. Its number, or -1 if that failed,
+/// or wherever this is nothing special.
+[[nodiscard]] int openShared(const QString &path);
+
 /// Opens a new file in a folder, for reading and writing, that has no name and goes with its handle. Its
 /// number, or -1 where the system does not know such files.
 /// @param forUserAlone whether nobody else may open it
@@ -37,7 +43,14 @@ void flushFolder(const QString &path);
 
 /// Renames a file within its file system, also to a name that differs by case alone. False, with both as they
 /// were, if something else stands at `to`, a link to nothing too.
-[[nodiscard]] bool renameToNew(const QString &from, const QString &to);
+[[nodiscard]] bool renameToNew(const QString &from, const QString &to, HeldFiles &heldFiles);
+
+/// Puts a file in the place of another one of its file system in one step, a write-protected one too; a link
+/// is replaced itself. False, with both as they were, if that failed.
+[[nodiscard]] bool replaceFile(const QString &from, const QString &to, HeldFiles &heldFiles);
+
+/// Removes a file, a write-protected one too. False, with the file as it was, if that failed.
+[[nodiscard]] bool removeFile(const QString &path, HeldFiles &heldFiles);
 
 /// Gives an open file what belongs to another one beside its content, as far as both their file systems can:
 /// extended attributes and the access list; on Windows the further streams.
@@ -51,7 +64,7 @@ using Move = std::function<bool(const QString &from, const QString &to)>;
 
 /// Moves a file to the user's trash, never over another there. False if no trash takes it: the file stays.
 /// @param moveAcross moves a file to another file system, where its own has no trash
-[[nodiscard]] bool moveToTrash(const QString &path, const Move &moveAcross);
+[[nodiscard]] bool moveToTrash(const QString &path, const Move &moveAcross, HeldFiles &heldFiles);
 
 /// True for a path at which nothing stands but the root of a drive, a share or a medium while it is there.
 [[nodiscard]] bool isMountPlace(const QString &path);

@@ -159,6 +159,11 @@ std::optional<QFileDevice::Permissions> Platform::privatePermissions()
     return QFileDevice::ReadOwner | QFileDevice::WriteOwner;
 }
 
+int Platform::openShared(const QString &)
+{
+    return -1;
+}
+
 int Platform::openUnnamed(const QString &folder, bool forUserAlone)
 {
 #ifdef O_TMPFILE
@@ -220,7 +225,7 @@ void Platform::setModificationTime(QFileDevice &file, const QDateTime &time)
     futimens(file.handle(), times);
 }
 
-bool Platform::renameToNew(const QString &from, const QString &to)
+bool Platform::renameToNew(const QString &from, const QString &to, HeldFiles &)
 {
     const QByteArray source = QFile::encodeName(from);
     const QByteArray target = QFile::encodeName(to);
@@ -242,4 +247,23 @@ bool Platform::renameToNew(const QString &from, const QString &to)
     struct stat other = {};
     return errno != EEXIST && lstat(target.constData(), &other) != 0 && errno == ENOENT
            && rename(source.constData(), target.constData()) == 0;
+}
+
+bool Platform::replaceFile(const QString &from, const QString &to, HeldFiles &)
+{
+    return rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
+}
+
+bool Platform::removeFile(const QString &path, HeldFiles &)
+{
+    if (QFile::remove(path))
+        return true;
+    // Servers for Windows refuse it to what is write-protected.
+    const QFileDevice::Permissions before = QFile::permissions(path);
+    if (!QFile::setPermissions(path, before | QFileDevice::WriteOwner))
+        return false;
+    const bool removed = QFile::remove(path);
+    if (!removed)
+        QFile::setPermissions(path, before);
+    return removed;
 }

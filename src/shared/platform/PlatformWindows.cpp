@@ -1,27 +1,27 @@
 #include "shared/platform/Platform.h"
 
-#include <QDir>
+#include "shared/platform/NativePath.h"
+
 #include <QRegularExpression>
 
 #include <algorithm>
 #include <limits>
 
-#include <io.h>
-#include <string>
 #include <windows.h>
+
+#include <fcntl.h>
+#include <io.h>
 
 namespace {
 
-std::wstring native(const QString &path)
-{
-    return QDir::toNativeSeparators(path).toStdWString();
-}
+constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 void copyStream(const std::wstring &from, const std::wstring &to)
 {
-    constexpr DWORD share = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    const HANDLE source = CreateFileW(from.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr);
-    const HANDLE target = CreateFileW(to.c_str(), GENERIC_WRITE, share, nullptr, CREATE_ALWAYS, 0, nullptr);
+    const HANDLE source =
+        CreateFileW(from.c_str(), GENERIC_READ, shareAll, nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE target =
+        CreateFileW(to.c_str(), GENERIC_WRITE, shareAll, nullptr, CREATE_ALWAYS, 0, nullptr);
     char bytes[1 << 16];
     DWORD length = 0;
     while (source != INVALID_HANDLE_VALUE && target != INVALID_HANDLE_VALUE
@@ -33,10 +33,6 @@ void copyStream(const std::wstring &from, const std::wstring &to)
             CloseHandle(file);
     }
 }
-
-} // namespace
-
-namespace {
 
 /// What the job that the process runs in allows it, bytes.
 quint64 jobLimit()
@@ -99,6 +95,18 @@ void Platform::lowerThreadPriority()
     SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_BELOW_NORMAL);
 }
 
+int Platform::openShared(const QString &path)
+{
+    const HANDLE file = CreateFileW(nativePath(path).c_str(), GENERIC_READ, shareAll, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return -1;
+    const int handle = _open_osfhandle(reinterpret_cast<intptr_t>(file), _O_RDONLY);
+    if (handle < 0)
+        CloseHandle(file);
+    return handle;
+}
+
 int Platform::openUnnamed(const QString &, bool)
 {
     return -1;
@@ -118,14 +126,14 @@ std::optional<QFileDevice::Permissions> Platform::privatePermissions()
 void Platform::copyAttributes(const QString &from, QFileDevice &to)
 {
     WIN32_FIND_STREAM_DATA stream = {};
-    const HANDLE search = FindFirstStreamW(native(from).c_str(), FindStreamInfoStandard, &stream, 0);
+    const HANDLE search = FindFirstStreamW(nativePath(from).c_str(), FindStreamInfoStandard, &stream, 0);
     if (search == INVALID_HANDLE_VALUE)
         return;
     do {
         // ":name:$DATA", the name of the content itself being empty
         const std::wstring name = stream.cStreamName;
         if (name.rfind(L"::", 0) != 0)
-            copyStream(native(from) + name, native(to.fileName()) + name);
+            copyStream(nativePath(from) + name, nativePath(to.fileName()) + name);
     } while (FindNextStreamW(search, &stream));
     FindClose(search);
 }
@@ -133,9 +141,4 @@ void Platform::copyAttributes(const QString &from, QFileDevice &to)
 void Platform::setModificationTime(QFileDevice &file, const QDateTime &time)
 {
     file.setFileTime(time, QFileDevice::FileModificationTime);
-}
-
-bool Platform::renameToNew(const QString &from, const QString &to)
-{
-    return MoveFileExW(native(from).c_str(), native(to).c_str(), MOVEFILE_WRITE_THROUGH) != 0;
 }

@@ -1,5 +1,6 @@
 #include "shared/platform/ReplacementFile.h"
 
+#include "shared/platform/HeldFiles.h"
 #include "shared/platform/NewFileName.h"
 #include "shared/platform/Platform.h"
 
@@ -12,9 +13,7 @@
 #include <QtDebug>
 
 #include <algorithm>
-#include <filesystem>
 #include <mutex>
-#include <system_error>
 
 namespace {
 
@@ -61,8 +60,9 @@ bool takesUnnamed(const QString &folder)
 
 } // namespace
 
-ReplacementFile::ReplacementFile(const QString &target, Link link)
+ReplacementFile::ReplacementFile(const QString &target, HeldFiles &heldFiles, Link link)
     : target(link == Link::Follow ? targetOfLink(target) : target)
+    , heldFiles(heldFiles)
     , link(link)
 {
 }
@@ -76,11 +76,8 @@ ReplacementFile::~ReplacementFile()
 void ReplacementFile::drop()
 {
     close();
-    // Some systems remove nothing that is write-protected.
-    if (!fileName().isEmpty() && !remove()) {
-        setPermissions(ReadOwner | WriteOwner);
-        remove();
-    }
+    if (!fileName().isEmpty() && !Platform::removeFile(fileName(), heldFiles))
+        qDebug() << "Cannot remove" << fileName();
 }
 
 void ReplacementFile::sweep(const QString &folder, const QDateTime &now)
@@ -88,12 +85,14 @@ void ReplacementFile::sweep(const QString &folder, const QDateTime &now)
     static const QRegularExpression ours(QStringLiteral("^\\.orrelan-[0-9a-f]{8}\\.tmp$"));
     QDirIterator files(folder, {QStringLiteral(".orrelan-*.tmp")},
                        QDir::Files | QDir::Hidden | QDir::NoSymLinks);
+    HeldFiles noneAwaited(0);
     while (files.hasNext()) {
         const QFileInfo file(files.next());
         // The time of the last change may be that of a file of which it is a copy.
         const QDateTime latest = std::max({file.lastModified(), file.metadataChangeTime(), file.birthTime()});
-        if (ours.match(file.fileName()).hasMatch() && latest.addDays(1) < now)
-            QFile::remove(file.filePath());
+        if (ours.match(file.fileName()).hasMatch() && latest.addDays(1) < now
+            && !Platform::removeFile(file.filePath(), noneAwaited))
+            qDebug() << "Cannot remove" << file.filePath();
     }
 }
 
@@ -141,18 +140,14 @@ bool ReplacementFile::commit()
 {
     if (isOpen() && link == Link::Follow && QFileInfo::exists(target))
         takeAttributes(target);
-    return finish([this] {
-        std::error_code failure;
-        std::filesystem::rename(filesystemFileName(), QFileInfo(target).filesystemFilePath(), failure);
-        return !failure;
-    });
+    return finish([this] { return Platform::replaceFile(fileName(), target, heldFiles); });
 }
 
 bool ReplacementFile::commitAsNew(const MakeWay &makeWay)
 {
     return finish([&] {
         for (int i = 0; i < attempts; ++i) {
-            if (Platform::renameToNew(fileName(), target))
+            if (Platform::renameToNew(fileName(), target, heldFiles))
                 return true;
             if (!makeWay || !makeWay(target))
                 return false;

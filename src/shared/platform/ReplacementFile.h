@@ -6,6 +6,8 @@
 
 #include <functional>
 
+class HeldFiles;
+
 /// A new file that takes the place of its target in one step, or not at all.
 ///
 /// It is written without a name, or where the system does not know that, under a hidden temporary one beside
@@ -31,7 +33,8 @@ public:
         Hidden ///< under a hidden name
     };
 
-    explicit ReplacementFile(const QString &target, Link link = Link::Follow);
+    /// @param heldFiles outlives it
+    ReplacementFile(const QString &target, HeldFiles &heldFiles, Link link = Link::Follow);
 
     /// Drops the new file unless it was committed.
     ~ReplacementFile() override;
@@ -72,6 +75,7 @@ private:
     [[nodiscard]] bool finish(const std::function<bool()> &takePlace);
 
     const QString target;
+    HeldFiles &heldFiles;
     const Link link;
     bool writeFailed = false;
     std::function<void()> progress;

@@ -122,21 +122,24 @@ bool put(const QString &file, const TrashFolder &trash, const Platform::Move &mo
 
 } // namespace
 
-bool Platform::moveToTrash(const QString &path, const Move &moveAcross)
+bool Platform::moveToTrash(const QString &path, const Move &moveAcross, HeldFiles &heldFiles)
 {
 #ifdef Q_OS_DARWIN
     return QFile::moveToTrash(path);
 #endif
+    const Move moveWithin = [&heldFiles](const QString &from, const QString &to) {
+        return renameToNew(from, to, heldFiles);
+    };
     const QString folder = QFileInfo(QFileInfo(path).path()).canonicalFilePath();
     // What cannot leave its folder need not be copied first.
     if (faccessat(AT_FDCWD, QFile::encodeName(folder).constData(), W_OK, AT_EACCESS) != 0)
         return false;
     const QString file = QDir(folder).filePath(QFileInfo(path).fileName());
     const TrashFolder home = homeTrash();
-    if (put(file, home, renameToNew))
+    if (put(file, home, moveWithin))
         return true;
     const QList<TrashFolder> others = trashesAt(QStorageInfo(folder).rootPath());
     return std::any_of(others.begin(), others.end(),
-                       [&](const TrashFolder &trash) { return put(file, trash, renameToNew); })
+                       [&](const TrashFolder &trash) { return put(file, trash, moveWithin); })
            || put(file, home, moveAcross);
 }

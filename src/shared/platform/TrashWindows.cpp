@@ -1,3 +1,4 @@
+#include "shared/platform/HeldFiles.h"
 #include "shared/platform/Platform.h"
 
 #include <QDir>
@@ -100,6 +101,19 @@ HRESULT recycle(const std::wstring &path)
     return result;
 }
 
+/// True while somebody has the file open and does not let it be removed: the shell says of that what it
+/// likes.
+bool isHeld(const std::wstring &path)
+{
+    const HANDLE file =
+        CreateFileW(path.c_str(), DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                    OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return GetLastError() == ERROR_SHARING_VIOLATION;
+    CloseHandle(file);
+    return false;
+}
+
 /// The same by the older interface, which erases where there is no bin: local drives alone, whose bin
 /// answers. Where a bin takes nothing all the same, the system asks.
 bool recycleByName(std::wstring path)
@@ -121,12 +135,18 @@ bool recycleByName(std::wstring path)
 } // namespace
 
 /// Where a volume has no recycle bin, its files stay.
-bool Platform::moveToTrash(const QString &path, const Move &)
+bool Platform::moveToTrash(const QString &path, const Move &, HeldFiles &heldFiles)
 {
+    using Outcome = HeldFiles::Outcome;
     const std::wstring native = QDir::toNativeSeparators(QFileInfo(path).absoluteFilePath()).toStdWString();
     const HRESULT started = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    const HRESULT result = recycle(native);
-    const bool done = result == E_NOTIMPL ? recycleByName(native) : SUCCEEDED(result);
+    const bool done = heldFiles.tryAgain([&] {
+        if (isHeld(native))
+            return Outcome::Held;
+        const HRESULT result = recycle(native);
+        const bool done = result == E_NOTIMPL ? recycleByName(native) : SUCCEEDED(result);
+        return done ? Outcome::Done : Outcome::Failed;
+    });
     if (SUCCEEDED(started))
         CoUninitialize();
     return done;
