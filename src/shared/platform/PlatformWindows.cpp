@@ -34,6 +34,13 @@ void copyStream(const std::wstring &from, const std::wstring &to)
     }
 }
 
+#ifdef __MINGW32__
+// This compiler's runtime frees what a thread keeps for itself before it ends it. Qt keeps the stack of
+// regular expressions that are compiled to machine code there, and uses those itself, as when it looks for
+// plug-ins.
+[[maybe_unused]] const bool withoutCompiledExpressions = qputenv("QT_ENABLE_REGEXP_JIT", "0");
+#endif
+
 /// What the job that the process runs in allows it, bytes.
 quint64 jobLimit()
 {
