@@ -80,6 +80,26 @@ void append(QByteArray &file, const QByteArray &typeAndData)
     file += bigEndian(checksum(typeAndData));
 }
 
+/// Packs rows into chunks of a bounded size: a stream of one piece would take twice its bytes.
+void appendPacked(QByteArray &file, QByteArray &rows)
+{
+    constexpr int most = 1 << 20;
+    z_stream stream{};
+    if (deflateInit(&stream, 1) != Z_OK)
+        return;
+    stream.next_in = reinterpret_cast<Bytef *>(rows.data());
+    stream.avail_in = static_cast<uInt>(rows.size());
+    for (int state = Z_OK; state == Z_OK;) {
+        QByteArray chunk = QByteArray("IDAT").leftJustified(4 + most);
+        stream.next_out = reinterpret_cast<Bytef *>(chunk.data() + 4);
+        stream.avail_out = most;
+        state = deflate(&stream, Z_FINISH);
+        chunk.chop(stream.avail_out);
+        append(file, chunk);
+    }
+    deflateEnd(&stream);
+}
+
 bool isLetter(char byte)
 {
     return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
@@ -89,7 +109,7 @@ bool isLetter(char byte)
 
 QByteArray mendedPng(QIODevice &device)
 {
-    const QByteArray file = Packing::readAtMost(device, mostBytes);
+    QByteArray file = Packing::readAtMost(device, mostBytes);
     if (!file.startsWith(signature))
         return {};
     QByteArray mended = signature;
@@ -97,7 +117,9 @@ QByteArray mendedPng(QIODevice &device)
     qint64 rowBytes = -1;
     for (qsizetype at = signature.size(); at + 8 < file.size();) {
         const qsizetype length = qFromBigEndian<quint32>(file.constData() + at);
-        const QByteArray chunk = file.mid(at + 4, length + 4); // its type and what there is of it
+        // Its type and what there is of it.
+        const auto chunk =
+            QByteArray::fromRawData(file.constData() + at + 4, std::min(length + 4, file.size() - at - 4));
         const QByteArray type = chunk.left(4);
         if (!std::all_of(type.begin(), type.end(), isLetter) || type == "IEND")
             break;
@@ -105,7 +127,7 @@ QByteArray mendedPng(QIODevice &device)
         const bool isSound =
             at <= file.size() && checksum(chunk) == qFromBigEndian<quint32>(file.constData() + at - 4);
         if (type == "IDAT")
-            packed += chunk.mid(4);
+            packed.append(chunk.constData() + 4, chunk.size() - 4);
         else if (isSound && packed.isEmpty())
             append(mended, chunk);
         if (type == "IHDR" && rowBytes < 0)
@@ -116,8 +138,9 @@ QByteArray mendedPng(QIODevice &device)
     QByteArray rows = Packing::inflated(packed, rowBytes);
     if (rows.isEmpty())
         return {};
+    file = packed = {};
     rows.resize(rowBytes, '\0');
-    append(mended, "IDAT" + qCompress(rows, 1).mid(4)); // behind a length of Qt's own
+    appendPacked(mended, rows);
     append(mended, "IEND");
     return mended;
 }

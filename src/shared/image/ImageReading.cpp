@@ -114,7 +114,15 @@ public:
             std::max({need.sum(), afterwards, isDoubtful ? budget : 0}),
             bytesPerPixelAfterwards > 0 ? Patience::Long : Patience::Short);
         const QByteArray format = reader.format();
-        QImage image = withoutMetadataTexts(decoded(need.decoder > 0));
+        QImage image = decoded(need.decoder > 0);
+        if (image.isNull() && format == "png") {
+            // Beside the picture the file, its packed rows and these, unpacked and packed again.
+            share.reset();
+            share = std::make_unique<const MemoryBudget::Share>(
+                std::max(need.pictures + need.pictures / 2 + 2 * file.size(), afterwards));
+            image = QImageReader(&look(), "orrelan-png").read();
+        }
+        image = withoutMetadataTexts(std::move(image));
         image = oriented(oriented(std::move(image), reader.transformation()), ignored);
         image.setDevicePixelRatio(1); // which Qt reads out of names like "a@2x.png"
         image.setColorSpace(colourSpaceOf(image, format));
@@ -140,14 +148,12 @@ public:
     }
 
 private:
-    /// The picture as it is stored; of a damaged file what there is of it.
+    /// The picture as it is stored; of a damaged JPEG file what there is of it.
     QImage decoded(bool isInScans)
     {
         const QByteArray format = reader.format();
-        if (format != "jpeg") {
-            const QImage image = reader.read();
-            return image.isNull() && format == "png" ? QImageReader(&look(), "orrelan-png").read() : image;
-        }
+        if (format != "jpeg")
+            return reader.read();
         QList<qint64> scans;
         if (isInScans)
             scans = JpegMarkers::scanEnds(look(), mostScans);

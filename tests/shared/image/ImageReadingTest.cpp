@@ -140,6 +140,18 @@ private slots:
         }
     }
 
+    void mendingWaitsForItsMemory()
+    {
+        write("cut.png", Pictures::encoded(Pictures::quarters(QSize(200, 200)), "png").chopped(100));
+        MemoryBudget::setBytes(500'000);
+        auto other = std::make_unique<const MemoryBudget::Share>(100'000);
+        auto reading = std::async(std::launch::async, [this] { return ImageReading::read(path("cut.png")); });
+        QTRY_COMPARE(MemoryBudget::waiting(), 1);
+        other.reset();
+        QCOMPARE(reading.get().size(), QSize(200, 200));
+        MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
+    }
+
     void claimsOfSmallFilesAreTakenWithCare()
     {
         const QImage small = Pictures::quarters(QSize(64, 64));
