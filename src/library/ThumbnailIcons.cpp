@@ -4,7 +4,6 @@
 #include "library/ThumbnailIconEngine.h"
 #include "shared/image/ColourScreens.h"
 
-#include <QGuiApplication>
 #include <QPalette>
 
 #include <utility>
@@ -60,8 +59,8 @@ QPixmap ThumbnailIcons::square(const Source &source, int side)
     if (const QPixmap *const ready = squares.object(key))
         return *ready;
 
-    const QImage thumbnail = Colour::Screens::all().shown(source.id ? picture(source) : QImage(),
-                                                          QGuiApplication::primaryScreen());
+    const Colour::Screens &screens = Colour::Screens::all();
+    const QImage thumbnail = screens.shown(source.id ? picture(source) : QImage(), screens.iconScreen());
     QImage canvas =
         squareAround(thumbnail, thumbnailSide, QPalette().color(QPalette::Active, QPalette::Base));
     if (side != thumbnailSide)

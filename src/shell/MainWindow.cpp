@@ -1,5 +1,6 @@
 #include "shell/MainWindow.h"
 
+#include "shared/image/ColourScreens.h"
 #include "shared/platform/ColourScheme.h"
 #include "shared/Settings.h"
 #include "shared/VistamoGlobal.h"
@@ -7,6 +8,7 @@
 #include "shell/WindowGeometry.h"
 #include "ui_MainWindow.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -34,6 +36,10 @@ MainWindow::MainWindow(QWidget *parent)
     ui->centralwidget->setLayout(layout);
 
     setWindowTitle(VistamoGlobal().getAppTitle());
+    connect(&Colour::Screens::all(), &Colour::Screens::changed, this, [] {
+        for (QWidget *widget : QApplication::allWidgets())
+            widget->update();
+    });
 }
 
 MainWindow::~MainWindow() = default;
@@ -70,6 +76,12 @@ void MainWindow::closeEvent(QCloseEvent *event)
     BrowserSettings::width.write(store, geometry().width());
     BrowserSettings::height.write(store, geometry().height());
     event->accept();
+}
+
+void MainWindow::showEvent(QShowEvent *event)
+{
+    QMainWindow::showEvent(event);
+    Colour::Screens::all().follow(*windowHandle());
 }
 
 void MainWindow::changeEvent(QEvent *event)

@@ -31,6 +31,7 @@ public slots:
     void OnExitFullScreen();
 
 protected:
+    void showEvent(QShowEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void changeEvent(QEvent *event) override;
 

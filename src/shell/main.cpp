@@ -1,4 +1,3 @@
-#include "shared/image/ColourScreens.h"
 #include "shared/image/ImageReading.h"
 #include "shared/threads/StoppableThread.h"
 #include "shared/VistamoGlobal.h"
@@ -20,11 +19,6 @@ int main(int argc, char *argv[])
     int code = 0;
     {
         MainWindow window;
-        QObject::connect(&Colour::Screens::all(), &Colour::Screens::changed, &window, [] {
-            for (QWidget *widget : QApplication::allWidgets())
-                widget->update();
-        });
-        Colour::Screens::all().read();
         window.show();
         if (const QStringList named = QApplication::arguments(); named.size() > 1)
             window.open(named[1]);

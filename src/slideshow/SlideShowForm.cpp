@@ -35,6 +35,10 @@ SlideShowForm::SlideShowForm(QWidget *parent)
     ui->setupUi(this);
     // The label is as large as the screen; a window that had to be so too is not given the whole screen.
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
+    connect(&Colour::Screens::all(), &Colour::Screens::changed, this, [this] {
+        if (isVisible())
+            composeImage();
+    });
 }
 
 SlideShowForm::~SlideShowForm()
@@ -151,7 +155,7 @@ void SlideShowForm::composeImage()
                        scaled);
     painter.end();
     image.setDevicePixelRatio(ratio);
-    composedImage = Colour::Screens::all().shown(image, QGuiApplication::primaryScreen());
+    composedImage = Colour::Screens::all().shown(image, screen());
     drawCountdown();
 }
 

@@ -130,6 +130,7 @@ private slots:
 
     void picturesAreDrawnInTheScreensColours()
     {
+        start({path("first")}, 6);
         nameScreenProfile(QColorSpace(QColorSpace::AdobeRgb).iccProfile());
         const QColor stored = Pictures::quarterColours()[0];
         const QColorSpace srgb = QColorSpace::SRgb;
@@ -142,15 +143,32 @@ private slots:
                     found += Pictures::isNear(seen.pixelColor(x, y), colour, 3);
             return found;
         };
-        start({path("first")}, 6);
         QTRY_VERIFY(count(program->list(), shown) > 500); // icons
         QCOMPARE(count(program->list(), stored), 0);
         program->open(0);
         QTRY_COMPARE(text("sizeInfoLabel"), "1500x1000");
         QTRY_VERIFY(count(program->window.get(), shown) > 20000);
         QCOMPARE(count(program->window.get(), stored), 0);
+        // Of two screens the other one keeps the profile; each window has the colours of where it is.
+        const auto divide = [](const QStringList &arguments) {
+            QCOMPARE(QProcess::execute("xrandr", arguments), 0);
+        };
+        divide({"--setmonitor", "left", "640/200x900/300+0+0", "screen"});
+        divide({"--setmonitor", "right", "640/200x900/300+640+0", "none"});
+        nameScreenProfile(QColorSpace(QColorSpace::AdobeRgb).iccProfile(), "_ICC_PROFILE_1");
         nameScreenProfile({});
         QTRY_VERIFY(count(program->window.get(), stored) > 20000); // as the file has it
+        program->window->move(220, 60);
+        QTRY_VERIFY(count(program->window.get(), shown) > 20000);
+        QCOMPARE(count(program->window.get(), stored), 0);
+        click(middle(program->find("closeButton")));
+        QTRY_VERIFY(count(program->list(), shown) > 500);
+        program->window->move(60, 60);
+        QTRY_VERIFY(count(program->list(), stored) > 500);
+        QCOMPARE(count(program->list(), shown), 0);
+        nameScreenProfile({}, "_ICC_PROFILE_1");
+        divide({"--delmonitor", "left"});
+        divide({"--delmonitor", "right"});
     }
 
     void batchListIsFilledByDroppingAndOrderedByDragging()
@@ -377,7 +395,8 @@ private:
     {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::UpdateRequest);
         const QRect place(widget->mapToGlobal(QPoint()), widget->size());
-        return widget->screen()->grabWindow(0, place.x(), place.y(), place.width(), place.height()).toImage();
+        QScreen *const atOrigin = QGuiApplication::primaryScreen(); // perhaps of several
+        return atOrigin->grabWindow(0, place.x(), place.y(), place.width(), place.height()).toImage();
     }
     void drop(const QStringList &files, const QWidget *target)
     {
@@ -394,23 +413,23 @@ private:
         QTRY_COMPARE(QRect(program->window->mapToGlobal(QPoint()), program->window->size()), geometry);
     }
 
-    /// Puts a profile where programs look for the screen's, and has it read.
-    void nameScreenProfile(const QByteArray &profile)
+    /// Puts a profile where programs look for the screen's, and waits until it is read.
+    void nameScreenProfile(const QByteArray &profile, const QByteArray &property = "_ICC_PROFILE")
     {
         xcb_connection_t *const connection = xcb_connect(nullptr, nullptr);
         const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-        auto *const atom =
-            xcb_intern_atom_reply(connection, xcb_intern_atom(connection, 0, 12, "_ICC_PROFILE"), nullptr);
+        auto *const atom = xcb_intern_atom_reply(
+            connection,
+            xcb_intern_atom(connection, 0, static_cast<uint16_t>(property.size()), property.constData()),
+            nullptr);
         xcb_change_property(connection, XCB_PROP_MODE_REPLACE, root, atom->atom, XCB_ATOM_CARDINAL, 8,
                             static_cast<uint32_t>(profile.size()), profile.constData());
         free(atom);
         free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr)); // all is done
         xcb_disconnect(connection);
         QSignalSpy changed(&Colour::Screens::all(), &Colour::Screens::changed);
-        Colour::Screens::all().read();
+        emit qGuiApp->applicationStateChanged(Qt::ApplicationActive); // back from where it was chosen
         QVERIFY(changed.wait());
-        for (QWidget *widget : QApplication::allWidgets())
-            widget->update();
     }
 
     int awaited = 0; ///< actions of `when`

@@ -2,15 +2,18 @@
 
 #include "shared/image/ColourConversion.h"
 
-#include <QList>
+#include <QHash>
 #include <QObject>
+#include <QPointer>
 
 class QScreen;
+class QWindow;
 
 namespace Colour {
 
 /// The screens' own colours, as far as the platform names their profiles. Icons, viewer and show are brought
-/// to them as they are painted; files and the clipboard stay sRGB. For the GUI thread.
+/// to those of the screen that they are on as they are painted; files and the clipboard stay sRGB. For the
+/// GUI thread.
 class Screens : public QObject
 {
     Q_OBJECT
@@ -18,8 +21,14 @@ class Screens : public QObject
 public:
     static Screens &all();
 
+    /// Reads the profiles, and reads them again as screens come and go and as the program becomes active.
+    /// @param window of the program, on whose screen icons are
+    void follow(QWindow &window);
+
     /// Reads the profiles in the background.
     void read();
+
+    [[nodiscard]] const QScreen *iconScreen() const;
 
     /// False if `shown` would leave pictures as they are.
     [[nodiscard]] bool changes(const QScreen *screen) const;
@@ -32,7 +41,17 @@ signals:
     void changed();
 
 private:
-    QList<ScreenTransform> transforms; ///< in the order of the application's screens
+    struct Known
+    {
+        QByteArray profile;
+        ScreenTransform transform;
+
+        bool operator==(const Known &other) const { return profile == other.profile; }
+    };
+
+    QPointer<QWindow> window;
+    QHash<const QScreen *, Known> known; ///< the screens that have a profile
+    int lastRead = 0;
 };
 
 } // namespace Colour

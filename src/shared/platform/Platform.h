@@ -2,6 +2,7 @@
 
 #include <QDateTime>
 #include <QFileDevice>
+#include <QPoint>
 #include <QString>
 
 #include <functional>
@@ -70,9 +71,8 @@ using Move = std::function<bool(const QString &from, const QString &to)>;
 [[nodiscard]] bool isMountPlace(const QString &path);
 
 /// The ICC profile of a screen; empty if the system names none. May wait for the display.
-/// @param index the screen's place in the application's list
-/// @param name  as the system calls it
-[[nodiscard]] QByteArray screenProfile(int index, const QString &name);
+/// @param corner the screen's upper left one on the desktop, in pixels of the system
+[[nodiscard]] QByteArray screenProfile(QPoint corner);
 
 /// Gives memory that was freed in small pieces back to the system, where that does not happen by itself.
 void returnFreedMemory();

@@ -1,8 +1,10 @@
 #include "shared/platform/Platform.h"
 
 #include <QByteArray>
+#include <QPoint>
 
 #include <xcb/xcb.h>
+#include <xcb/xinerama.h>
 
 #include <cstdlib>
 #include <memory>
@@ -15,10 +17,27 @@ std::unique_ptr<Reply, decltype(&std::free)> owned(Reply *reply)
     return {reply, std::free};
 }
 
+/// The screen's number for Xinerama; that of the first if there is no such extension.
+int xineramaNumber(xcb_connection_t *connection, QPoint corner)
+{
+    const auto *const extension = xcb_get_extension_data(connection, &xcb_xinerama_id);
+    if (!extension || !extension->present)
+        return 0;
+    const auto reply =
+        owned(xcb_xinerama_query_screens_reply(connection, xcb_xinerama_query_screens(connection), nullptr));
+    if (!reply)
+        return 0;
+    auto screens = xcb_xinerama_query_screens_screen_info_iterator(reply.get());
+    for (int number = 0; screens.rem > 0; ++number, xcb_xinerama_screen_info_next(&screens))
+        if (QPoint(screens.data->x_org, screens.data->y_org) == corner)
+            return number;
+    return 0;
+}
+
 } // namespace
 
 /// The property that "ICC Profiles in X Specification" 0.4 puts on the root window for each screen.
-QByteArray Platform::screenProfile(int index, const QString &)
+QByteArray Platform::screenProfile(QPoint corner)
 {
     constexpr uint32_t mostWords = 4 << 20;
     int number = 0;
@@ -31,6 +50,7 @@ QByteArray Platform::screenProfile(int index, const QString &)
     auto roots = xcb_setup_roots_iterator(xcb_get_setup(connection));
     while (number-- > 0 && roots.rem > 1)
         xcb_screen_next(&roots);
+    const int index = xineramaNumber(connection, corner);
     const QByteArray name = "_ICC_PROFILE" + (index > 0 ? '_' + QByteArray::number(index) : QByteArray());
     const auto atom = owned(xcb_intern_atom_reply(
         connection, xcb_intern_atom(connection, 1, static_cast<uint16_t>(name.size()), name.constData()),

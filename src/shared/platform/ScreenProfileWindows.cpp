@@ -2,17 +2,19 @@
 
 #include <QByteArray>
 #include <QFile>
+#include <QPoint>
 
 #include <string>
 #include <windows.h>
 
-QByteArray Platform::screenProfile(int, const QString &name)
+QByteArray Platform::screenProfile(QPoint corner)
 {
     constexpr qint64 mostBytes = 16 << 20;
-    const std::wstring device = name.toStdWString();
-    HDC context = CreateDCW(L"DISPLAY", device.c_str(), nullptr, nullptr);
-    if (!context)
-        context = CreateDCW(L"DISPLAY", nullptr, nullptr, nullptr);
+    MONITORINFOEXW monitor{};
+    monitor.cbSize = sizeof monitor;
+    if (!GetMonitorInfoW(MonitorFromPoint({corner.x(), corner.y()}, MONITOR_DEFAULTTOPRIMARY), &monitor))
+        return {};
+    const HDC context = CreateDCW(L"DISPLAY", monitor.szDevice, nullptr, nullptr);
     if (!context)
         return {};
     std::wstring path(32768, L'\0');
