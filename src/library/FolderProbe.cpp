@@ -9,7 +9,6 @@
 #include <QSet>
 #include <QtDebug>
 
-#include <filesystem>
 #include <memory>
 #include <system_error>
 #include <thread>
@@ -17,14 +16,6 @@
 namespace {
 
 using Answers = Guarded<QHash<QString, FolderState>>;
-
-/// True if there is none; false also where that cannot be told, as of a share whose server is away.
-bool isMissing(const QString &path)
-{
-    std::error_code failure;
-    const auto status = std::filesystem::status(QFileInfo(path).filesystemFilePath(), failure);
-    return status.type() == std::filesystem::file_type::not_found;
-}
 
 FolderState stateOf(const QString &path)
 {
@@ -34,7 +25,8 @@ FolderState stateOf(const QString &path)
     if (path.isEmpty())
         return FolderState::Gone;
     const QString parent = info.path();
-    const bool isAway = Platform::isMountPlace(path) || !isMissing(path) || !QFileInfo::exists(parent)
+    const bool isAway = Platform::isMountPlace(path) || !Platform::isMissing(path)
+                        || !QFileInfo::exists(parent)
                         || (Platform::isMountPlace(parent) && QDir(parent).isEmpty());
     return isAway ? FolderState::Away : FolderState::Gone;
 }

@@ -1,6 +1,7 @@
 #include "library/FileNames.h"
 #include "library/ThumbnailRequestQueue.h"
 #include "shared/platform/FolderPicker.h"
+#include "shared/platform/NativePath.h"
 #include "shared/platform/NewFileName.h"
 #include "shared/platform/PathIdentity.h"
 #include "shared/Settings.h"
@@ -46,6 +47,15 @@ private slots:
             QVERIFY2(isNewFileName(name, FileNameRules::Unix) == onUnix, qPrintable(name));
             QVERIFY2(isNewFileName(name, FileNameRules::Windows) == onWindows, qPrintable(name));
         }
+    }
+
+    void pathsForWindows()
+    {
+        for (const auto &[path, native] :
+             {std::pair("C:/d/a.jpg", R"(\\?\C:\d\a.jpg)"), std::pair("C:/", R"(\\?\C:\)"),
+              std::pair("//server/share/a b", R"(\\?\UNC\server\share\a b)"),
+              std::pair(R"(\\?\C:\a)", R"(\\?\C:\a)"), std::pair("//./nul", R"(\\.\nul)")})
+            QCOMPARE(extendedLengthPath(path), native);
     }
 
     void pathsThatAreOne()

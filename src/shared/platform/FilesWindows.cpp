@@ -1,13 +1,16 @@
 #include "shared/platform/HeldFiles.h"
 #include "shared/platform/NativePath.h"
+#include "shared/platform/PathIdentity.h"
 #include "shared/platform/Platform.h"
+#include "shared/platform/WindowsHandle.h"
 
 #include <algorithm>
 #include <cstring>
 #include <initializer_list>
 #include <vector>
 
-#include <windows.h>
+#include <fcntl.h>
+#include <io.h>
 
 namespace {
 
@@ -16,12 +19,8 @@ using Outcome = HeldFiles::Outcome;
 /// True while anybody has the file open, be it for others to share.
 bool isOpen(const std::wstring &path)
 {
-    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING,
-                                    FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
-        return GetLastError() == ERROR_SHARING_VIOLATION;
-    CloseHandle(file);
-    return false;
+    const WindowsHandle alone(path, GENERIC_READ, FILE_FLAG_OPEN_REPARSE_POINT, 0);
+    return !alone.isValid() && GetLastError() == ERROR_SHARING_VIOLATION;
 }
 
 /// What an operation came to that has just ended.
@@ -41,6 +40,11 @@ Outcome outcome(bool done, std::initializer_list<std::wstring> paths)
     }
 }
 
+bool moveFile(const std::wstring &from, const std::wstring &to, DWORD flags = 0)
+{
+    return MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_WRITE_THROUGH | flags) != FALSE;
+}
+
 /// Does something that the system refuses to a write-protected file.
 template <typename Operation>
 bool despiteProtection(const std::wstring &path, const Operation &operation)
@@ -57,14 +61,18 @@ bool despiteProtection(const std::wstring &path, const Operation &operation)
     return false;
 }
 
+bool removeDespiteProtection(const std::wstring &path)
+{
+    return despiteProtection(path, [&path] { return DeleteFileW(path.c_str()) != FALSE; });
+}
+
 /// Replaces a file even while others have it open, as long as they let it be removed. NTFS knows this since
 /// Windows 10.
 bool replaceOpenFile(const std::wstring &from, const std::wstring &to)
 {
-    const HANDLE file = CreateFileW(
-        from.c_str(), DELETE | SYNCHRONIZE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-        OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_WRITE_THROUGH, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
+    const WindowsHandle file(from, DELETE | SYNCHRONIZE,
+                             FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_WRITE_THROUGH);
+    if (!file.isValid())
         return false;
     // Of FileRenameInfoEx, which older headers lack: replace, in the manner of POSIX, also what is protected.
     constexpr auto kind = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
@@ -75,11 +83,8 @@ bool replaceOpenFile(const std::wstring &from, const std::wstring &to)
     std::memcpy(&rename, &flags, sizeof(flags));
     rename.FileNameLength = static_cast<DWORD>(bytes);
     std::memcpy(rename.FileName, to.c_str(), bytes);
-    const bool done =
-        SetFileInformationByHandle(file, kind, &rename, static_cast<DWORD>(buffer.size() * sizeof(rename)))
-        != FALSE;
-    CloseHandle(file);
-    return done;
+    const auto size = static_cast<DWORD>(buffer.size() * sizeof(rename));
+    return SetFileInformationByHandle(file, kind, &rename, size) != FALSE;
 }
 
 /// The same in two steps, for other file systems. Of a program that is killed between them, the old file
@@ -87,14 +92,14 @@ bool replaceOpenFile(const std::wstring &from, const std::wstring &to)
 bool replaceSetAside(const std::wstring &from, const std::wstring &to)
 {
     const std::wstring previous = to + L".previous";
-    if (!isOpen(to) || !MoveFileExW(to.c_str(), previous.c_str(), 0))
+    if (!isOpen(to) || !moveFile(to, previous))
         return false;
-    if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_WRITE_THROUGH)) {
-        despiteProtection(previous, [&] { return DeleteFileW(previous.c_str()) != FALSE; });
+    if (moveFile(from, to)) {
+        removeDespiteProtection(previous);
         return true;
     }
     const DWORD error = GetLastError();
-    MoveFileExW(previous.c_str(), to.c_str(), 0);
+    moveFile(previous, to);
     SetLastError(error);
     return false;
 }
@@ -105,24 +110,73 @@ bool isFolder(const std::wstring &path)
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
 }
 
+void copyStream(const std::wstring &from, const std::wstring &to)
+{
+    const WindowsHandle source(from, GENERIC_READ);
+    const WindowsHandle target(to, GENERIC_WRITE, 0, WindowsHandle::shareAll, CREATE_ALWAYS);
+    char bytes[1 << 16];
+    DWORD length = 0;
+    while (source.isValid() && target.isValid() && ReadFile(source, bytes, sizeof(bytes), &length, nullptr)
+           && length > 0 && WriteFile(target, bytes, length, &length, nullptr)) {
+    }
+}
+
 } // namespace
+
+bool Platform::flushToDisk(const QFileDevice &file)
+{
+    return _commit(file.handle()) == 0;
+}
+
+// The log of the file system keeps its names in order.
+void Platform::flushFolder(const QString &) {}
+
+bool Platform::isMissing(const QString &path)
+{
+    if (GetFileAttributesW(nativePath(path).c_str()) != INVALID_FILE_ATTRIBUTES)
+        return false;
+    const DWORD error = GetLastError();
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
+
+int Platform::openShared(const QString &path)
+{
+    WindowsHandle file(nativePath(path), GENERIC_READ);
+    if (!file.isValid())
+        return -1;
+    const int number = _open_osfhandle(reinterpret_cast<intptr_t>(HANDLE(file)), _O_RDONLY);
+    if (number >= 0)
+        file.release();
+    return number;
+}
+
+int Platform::openUnnamed(const QString &, bool)
+{
+    return -1;
+}
+
+bool Platform::giveName(const QFileDevice &, const QString &)
+{
+    return false;
+}
+
+std::optional<QFileDevice::Permissions> Platform::privatePermissions()
+{
+    return std::nullopt;
+}
 
 bool Platform::renameToNew(const QString &from, const QString &to, HeldFiles &heldFiles)
 {
     const std::wstring source = nativePath(from);
     const std::wstring target = nativePath(to);
-    return heldFiles.tryAgain([&] {
-        return outcome(MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_WRITE_THROUGH) != FALSE,
-                       {source});
-    });
+    return heldFiles.tryAgain([&] { return outcome(moveFile(source, target), {source}); });
 }
 
 bool Platform::replaceFile(const QString &from, const QString &to, HeldFiles &heldFiles)
 {
     const std::wstring source = nativePath(from);
     const std::wstring target = nativePath(to);
-    constexpr DWORD flags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
-    const auto move = [&] { return MoveFileExW(source.c_str(), target.c_str(), flags) != FALSE; };
+    const auto move = [&] { return moveFile(source, target, MOVEFILE_REPLACE_EXISTING); };
     return !isFolder(target) && heldFiles.tryAgain([&] {
         const bool done = replaceOpenFile(source, target) || despiteProtection(target, move)
                           || replaceSetAside(source, target);
@@ -133,6 +187,40 @@ bool Platform::replaceFile(const QString &from, const QString &to, HeldFiles &he
 bool Platform::removeFile(const QString &path, HeldFiles &heldFiles)
 {
     const std::wstring file = nativePath(path);
-    const auto remove = [&] { return DeleteFileW(file.c_str()) != FALSE; };
-    return heldFiles.tryAgain([&] { return outcome(despiteProtection(file, remove), {file}); });
+    return heldFiles.tryAgain([&] { return outcome(removeDespiteProtection(file), {file}); });
+}
+
+/// The access list of the copy stays that of its folder, as with any copy there.
+void Platform::copyAttributes(const QString &from, QFileDevice &to)
+{
+    const std::wstring source = nativePath(from);
+    const std::wstring target = nativePath(to.fileName());
+    WIN32_FIND_STREAM_DATA stream = {};
+    const HANDLE search = FindFirstStreamW(source.c_str(), FindStreamInfoStandard, &stream, 0);
+    if (search == INVALID_HANDLE_VALUE)
+        return;
+    do {
+        // ":name:$DATA", the name of the content itself being empty
+        const std::wstring name = stream.cStreamName;
+        if (name.rfind(L"::", 0) != 0)
+            copyStream(source + name, target + name);
+    } while (FindNextStreamW(search, &stream));
+    FindClose(search);
+}
+
+void Platform::setModificationTime(QFileDevice &file, const QDateTime &time)
+{
+    file.setFileTime(time, QFileDevice::FileModificationTime);
+}
+
+bool isOneFile(const QString &a, const QString &b)
+{
+    const WindowsHandle one(nativePath(a), 0, FILE_FLAG_BACKUP_SEMANTICS);
+    const WindowsHandle other(nativePath(b), 0, FILE_FLAG_BACKUP_SEMANTICS);
+    BY_HANDLE_FILE_INFORMATION first = {};
+    BY_HANDLE_FILE_INFORMATION second = {};
+    return one.isValid() && other.isValid() && GetFileInformationByHandle(one, &first)
+           && GetFileInformationByHandle(other, &second)
+           && first.dwVolumeSerialNumber == second.dwVolumeSerialNumber
+           && first.nFileIndexHigh == second.nFileIndexHigh && first.nFileIndexLow == second.nFileIndexLow;
 }

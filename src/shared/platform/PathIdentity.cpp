@@ -3,9 +3,6 @@
 #include <QDir>
 #include <QFileInfo>
 
-#include <filesystem>
-#include <system_error>
-
 namespace {
 
 /// Where a path leads, through links; of a file that is not there, where it would stand.
@@ -35,13 +32,6 @@ QString pathKey(PathRule rule, const QString &path)
         return resolved(path).toCaseFolded();
     }
     return path;
-}
-
-bool isOneFile(const QString &a, const QString &b)
-{
-    std::error_code ignored; // one that does not exist is no other file
-    return std::filesystem::equivalent(QFileInfo(a).filesystemFilePath(), QFileInfo(b).filesystemFilePath(),
-                                       ignored);
 }
 
 bool isOneDespiteCase(const QString &a, const QString &b)

@@ -26,6 +26,10 @@ namespace Platform {
 /// The same for the names in a folder, where the system knows it.
 void flushFolder(const QString &path);
 
+/// True if nothing stands at a path; false also where that cannot be told, as of a share whose server is
+/// away.
+[[nodiscard]] bool isMissing(const QString &path);
+
 /// Opens a file for reading while others may replace, rename or remove it. Its number, or -1 if that failed,
 /// or wherever this is nothing special.
 [[nodiscard]] int openShared(const QString &path);

@@ -1,11 +1,9 @@
 #include "shared/platform/HeldFiles.h"
 #include "shared/platform/Platform.h"
+#include "shared/platform/WindowsHandle.h"
 
 #include <QDir>
 #include <QFileInfo>
-
-#include <string>
-#include <windows.h>
 
 #include <shellapi.h>
 #include <shlobj.h>
@@ -105,13 +103,8 @@ HRESULT recycle(const std::wstring &path)
 /// likes.
 bool isHeld(const std::wstring &path)
 {
-    const HANDLE file =
-        CreateFileW(path.c_str(), DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                    OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
-        return GetLastError() == ERROR_SHARING_VIOLATION;
-    CloseHandle(file);
-    return false;
+    const WindowsHandle file(path, DELETE, FILE_FLAG_OPEN_REPARSE_POINT);
+    return !file.isValid() && GetLastError() == ERROR_SHARING_VIOLATION;
 }
 
 /// The same by the older interface, which erases where there is no bin: local drives alone, whose bin

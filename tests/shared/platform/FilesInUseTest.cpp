@@ -1,9 +1,14 @@
 #include "fileops/FileCopy.h"
+#include "shared/image/ImageReading.h"
 #include "shared/platform/FileForReading.h"
+#include "shared/platform/FolderEntries.h"
+#include "shared/platform/PathIdentity.h"
 #include "shared/platform/Platform.h"
 #include "shared/platform/ReplacementFile.h"
 #include "support/Files.h"
+#include "support/Pictures.h"
 
+#include <QStorageInfo>
 #include <QtTest>
 
 #include <thread>
@@ -45,6 +50,51 @@ private slots:
             QVERIFY2(run(operation), operation.name);
             QCOMPARE(state(), operation.afterwards);
         }
+    }
+
+    void whatIsWrittenOrLeavesItsVolumeMayBeProtected()
+    {
+        start();
+        HeldFiles heldFiles;
+        QVERIFY(QFile::setPermissions(path("a.jpg"), QFile::ReadOwner));
+        {
+            ReplacementFile dropped(path("c.jpg"), heldFiles);
+            QVERIFY(dropped.create(ReplacementFile::Name::Hidden));
+            dropped.takeAttributes(path("a.jpg"));
+        }
+        QCOMPARE(state(), before);
+        const QString drive = QFileInfo::exists("Z:/dev/shm") ? "Z:/dev/shm" : "/dev/shm";
+        QTemporaryDir other(drive + "/XXXXXX");
+        if (!other.isValid() || QStorageInfo(other.path()) == QStorageInfo(path(".")))
+            QSKIP("there is no other volume");
+        QCOMPARE(FileCopy::move(path("a.jpg"), other.filePath("a.jpg"), FileCopy::Existing::Keep, progress),
+                 FileCopy::Moved::Yes);
+        QCOMPARE(state(), QStringList("b.jpg: new"));
+        QCOMPARE(Files::read(other.filePath("a.jpg")), "was there");
+        QVERIFY(!QFile(other.filePath("a.jpg")).permissions().testFlag(QFile::WriteOwner));
+        QVERIFY(Platform::removeFile(other.filePath("a.jpg"), heldFiles));
+    }
+
+    void pathsOfAnyLength()
+    {
+        base = QString("folder ").repeated(12).trimmed().append('/').repeated(5);
+        for (const Operation &operation : operations) {
+            start();
+            QVERIFY(at("a.jpg").size() > 400);
+            QVERIFY2(run(operation), operation.name);
+            QCOMPARE(state(), operation.afterwards);
+        }
+        start();
+        const QStringList one = {at("a.jpg"), at("to/../a.jpg")};
+        QVERIFY(isOneFile(one[0], one[1]) && !isOneFile(at("a.jpg"), at("b.jpg")));
+        QVERIFY(!FileCopy::copy(one[0], one[1], FileCopy::Existing::Replace, progress));
+        QVERIFY(!Platform::isMissing(at("to")) && Platform::isMissing(at("gone")));
+        Pictures::save(at("to/picture.png"), QSize(40, 20));
+        const FolderListing listing = folderEntries(at("to"), [] { return false; });
+        QCOMPARE(listing.entries.value(0).name, "picture.png");
+        QVERIFY(listing.entries.size() == 1 && !listing.cutOff);
+        QCOMPARE(ImageReading::readThumbnail(at("to/picture.png"), 10).image.size(), QSize(10, 5));
+        base.clear();
     }
 
     void timeToWaitIsThatOfTheRun()
@@ -108,10 +158,10 @@ private:
     void start()
     {
         if (folder) // what is write-protected does not go with it
-            QFile::setPermissions(path("a.jpg"), QFile::ReadOwner | QFile::WriteOwner);
-        newFolder({"to"});
-        write("a.jpg", "was there");
-        write("b.jpg", "new");
+            QFile::setPermissions(at("a.jpg"), QFile::ReadOwner | QFile::WriteOwner);
+        newFolder({base + "to"});
+        write(base + "a.jpg", "was there");
+        write(base + "b.jpg", "new");
         QCOMPARE(state(), before);
     }
     /// Not on the thread of the user interface, which waits for nothing.
@@ -122,49 +172,55 @@ private:
         std::thread([&] { done = operation.work(progress); }).join();
         return done;
     }
+    QString at(const QString &name) const
+    {
+        return path(base + name);
+    }
     QStringList state() const
     {
         QStringList files;
-        for (const QString &name : QDir(path(".")).entryList(QDir::Files | QDir::Hidden, QDir::Name))
-            files.append(name + ": " + read(name));
-        for (const QString &name : QDir(path("to")).entryList(QDir::Files | QDir::Hidden))
-            files.append("to/" + name + ": " + read("to/" + name));
+        for (const QString &name : QDir(at(".")).entryList(QDir::Files | QDir::Hidden, QDir::Name))
+            files.append(name + ": " + read(base + name));
+        for (const QString &name : QDir(at("to")).entryList(QDir::Files | QDir::Hidden))
+            files.append("to/" + name + ": " + read(base + "to/" + name));
         return files;
     }
 
+    FileCopy::Progress progress;
+    QString base; ///< the folder of the files, with a slash
     const QStringList before = {"a.jpg: was there", "b.jpg: new"};
     const Operation operations[6] = {
         {"replaced",
          [this](FileCopy::Progress &progress) {
-             ReplacementFile file(path("a.jpg"), progress.heldFiles, ReplacementFile::Link::Replace);
+             ReplacementFile file(at("a.jpg"), progress.heldFiles, ReplacementFile::Link::Replace);
              return file.create() && file.write("better") == 6 && file.commit();
          },
          {"a.jpg: better", "b.jpg: new"}},
         {"copied over",
          [this](FileCopy::Progress &progress) {
-             return FileCopy::copy(path("b.jpg"), path("a.jpg"), FileCopy::Existing::Replace, progress);
+             return FileCopy::copy(at("b.jpg"), at("a.jpg"), FileCopy::Existing::Replace, progress);
          },
          {"a.jpg: new", "b.jpg: new"}},
         {"moved over",
          [this](FileCopy::Progress &progress) {
-             return FileCopy::move(path("b.jpg"), path("a.jpg"), FileCopy::Existing::Replace, progress)
+             return FileCopy::move(at("b.jpg"), at("a.jpg"), FileCopy::Existing::Replace, progress)
                     == FileCopy::Moved::Yes;
          },
          {"a.jpg: new"}},
         {"moved",
          [this](FileCopy::Progress &progress) {
-             return FileCopy::move(path("a.jpg"), path("to/a.jpg"), FileCopy::Existing::Keep, progress)
+             return FileCopy::move(at("a.jpg"), at("to/a.jpg"), FileCopy::Existing::Keep, progress)
                     == FileCopy::Moved::Yes;
          },
          {"b.jpg: new", "to/a.jpg: was there"}},
         {"renamed",
          [this](FileCopy::Progress &progress) {
-             return Platform::renameToNew(path("a.jpg"), path("c.jpg"), progress.heldFiles);
+             return Platform::renameToNew(at("a.jpg"), at("c.jpg"), progress.heldFiles);
          },
          {"b.jpg: new", "c.jpg: was there"}},
         {"removed",
          [this](FileCopy::Progress &progress) {
-             return Platform::removeFile(path("a.jpg"), progress.heldFiles);
+             return Platform::removeFile(at("a.jpg"), progress.heldFiles);
          },
          {"b.jpg: new"}},
     };

@@ -1,0 +1,49 @@
+#include "shared/platform/FolderEntries.h"
+#include "shared/platform/NativePath.h"
+
+#include <QFileInfo>
+
+#include <windows.h>
+
+namespace {
+
+/// What stands at a link is told by the link itself, but not whether it is there.
+bool isLink(const WIN32_FIND_DATAW &entry)
+{
+    return (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT)
+           && (entry.dwReserved0 == IO_REPARSE_TAG_SYMLINK
+               || entry.dwReserved0 == IO_REPARSE_TAG_MOUNT_POINT);
+}
+
+/// True for an error by which the system says what the folder is; by others it cannot tell, as of a drive
+/// that has failed.
+bool isAnswer(DWORD error)
+{
+    return error == ERROR_NO_MORE_FILES || error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND
+           || error == ERROR_DIRECTORY || error == ERROR_ACCESS_DENIED;
+}
+
+} // namespace
+
+FolderListing folderEntries(const QString &folder, const std::function<bool()> &isStopped)
+{
+    FolderListing listing;
+    std::wstring pattern = nativePath(folder);
+    pattern += pattern.back() == L'\\' ? L"*" : L"\\*";
+    WIN32_FIND_DATAW entry = {};
+    const HANDLE search = FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch,
+                                           nullptr, FIND_FIRST_EX_LARGE_FETCH);
+    bool found = search != INVALID_HANDLE_VALUE;
+    while (found && !isStopped()) {
+        const QString name = QString::fromWCharArray(entry.cFileName);
+        const bool isHidden = name.startsWith(u'.') || (entry.dwFileAttributes & FILE_ATTRIBUTE_HIDDEN);
+        const bool isFolder = entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY;
+        if (!isHidden && (!isLink(entry) || QFileInfo::exists(folder + u'/' + name)))
+            listing.entries.append({name, name.toCaseFolded(), isFolder, isLink(entry)});
+        found = FindNextFileW(search, &entry) != FALSE;
+    }
+    listing.cutOff = !found && !isAnswer(GetLastError());
+    if (search != INVALID_HANDLE_VALUE)
+        FindClose(search);
+    return listing;
+}
