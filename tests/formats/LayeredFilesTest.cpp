@@ -104,7 +104,7 @@ private slots:
         for (const Format format : {Psd, Psb})
             for (const int depth : {8, 16, 32})
                 QVERIFY(
-                    isNear(shown(-2, {}, format, depth), QColor(depth == 32 ? 231 : 204, 0, 255, 100), 1.01));
+                    isNear(shown(-2, {}, format, depth), QColor(depth == 32 ? 231 : 204, 0, 255, 100), 1));
     }
 
     void previewServesWhereThePictureIsMissing()

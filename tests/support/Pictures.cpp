@@ -55,7 +55,8 @@ QImage Pictures::asStored(const QImage &upright, int orientation)
 
 bool Pictures::isNear(const QColor &one, const QColor &other, double tolerance)
 {
-    const auto near = [tolerance](float a, float b) { return std::abs(a - b) * 255 <= tolerance; };
+    constexpr double rounding = 0.01; // of QColor's floats
+    const auto near = [=](float a, float b) { return std::abs(a - b) * 255 <= tolerance + rounding; };
     return near(one.redF(), other.redF()) && near(one.greenF(), other.greenF())
            && near(one.blueF(), other.blueF()) && near(one.alphaF(), other.alphaF());
 }
