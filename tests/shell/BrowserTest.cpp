@@ -14,7 +14,6 @@ class BrowserTest : public ProgramTest
 private slots:
     void init()
     {
-        QApplication::setStyle("Fusion");
         QApplication::setPalette({});
         MemoryBudget::setBytes(1); // decodes go one by one, and wait while a test holds a share
         newFolder({"a", "b", "c"});
@@ -97,10 +96,8 @@ private slots:
     void foldersAreAddedAndRemoved()
     {
         start({}, 0);
-        addFolder(path("a"));
-        addFolder(path("b"));
-        addFolder(path("b/"));
-        addFolder(path("A")); // a slash or a difference in case is no new folder
+        for (const char *const name : {"a", "b", "b/", "A"}) // a slash or another case is no new folder
+            addFolder(path(name));
         QCOMPARE(program->tree(), QStringList({"b", "a"}));
         program->click("openFileMinButton");
         QTRY_COMPARE(program->tree(), QStringList("b"));
@@ -108,8 +105,7 @@ private slots:
         settle(5);
         program->click("openFileMinButton");
         QTRY_VERIFY(program->find("noItemFrame")->isVisible());
-        QCOMPARE(program->rows(), 0);
-        QVERIFY(VistamoGlobal::fileDataList.isEmpty());
+        QVERIFY(program->rows() == 0 && VistamoGlobal::fileDataList.isEmpty());
         program->click("hideCheckboxButton");
         QVERIFY(program->find("noItemFrame")->isVisible());
 
@@ -121,9 +117,7 @@ private slots:
         program.reset();
         QVERIFY(QDir(folder->path()).rmdir("7"));
         const QStringList kept = Program().tree();
-        QCOMPARE(kept.size(), 19);
-        QCOMPARE(kept.first(), "20");
-        QCOMPARE(kept.last(), "1");
+        QVERIFY(kept.size() == 19 && kept.first() == "20" && kept.last() == "1");
     }
 
     void folderListIsStoredWhileOthersRun()
@@ -178,9 +172,8 @@ private slots:
             QVERIFY(!label->toolTip().startsWith("<b>"));
             QVERIFY(dialog->width() < 500);
         });
-        const int seenBefore = dialogsSeen;
         program->call("onRenameAction");
-        QTRY_COMPARE(dialogsSeen - seenBefore, 1);
+        QCOMPARE(dialogsSeen, 1);
     }
 
     void listIsThatOfTheDisk()

@@ -9,7 +9,6 @@ class ViewerTest : public ProgramTest
 private slots:
     void init()
     {
-        QApplication::setStyle("Fusion");
         newFolder();
         Pictures::save(path("large.jpg"), QSize(3000, 2000), 6);
         Pictures::save(path("small.png"), QSize(60, 40));
@@ -223,11 +222,11 @@ private slots:
         program->window->resize(700, 500);
         program->click("backButton");
         program->click("closeButton");
-        const auto selected = program->list()->selectionModel()->selectedIndexes();
-        QVERIFY(selected.size() == 1 && selected[0].row() == 62
-                && program->list()->currentIndex() == selected[0]);
-        QVERIFY(
-            program->list()->viewport()->rect().contains(program->list()->visualRect(selected[0]).center()));
+        const auto *const list = program->list();
+        const QModelIndex last = program->index(62);
+        QCOMPARE(list->selectionModel()->selectedIndexes(), QModelIndexList{last});
+        QCOMPARE(list->currentIndex(), last);
+        QVERIFY(list->viewport()->rect().contains(list->visualRect(last).center()));
     }
 
     void brokenPictureIsAnEmptyView()

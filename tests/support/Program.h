@@ -17,13 +17,14 @@
 #include <functional>
 #include <memory>
 
-/// The `main` of a test of the program, which ends as the program does: not around a thread that was left
-/// behind.
+/// The `main` of a test of the program, which looks the same everywhere, and ends as the program does: not
+/// around a thread that was left behind.
 #define PROGRAM_TEST_MAIN(Test)                                                                              \
     int main(int argc, char *argv[])                                                                         \
     {                                                                                                        \
         QCoreApplication::setAttribute(Qt::AA_Use96Dpi);                                                     \
         QApplication application(argc, argv);                                                                \
+        QApplication::setStyle("Fusion");                                                                    \
         Test test;                                                                                           \
         const int code = QTest::qExec(&test, argc, argv);                                                    \
         if (StoppableThread::someLeftBehind)                                                                 \
@@ -208,6 +209,7 @@ protected:
             if (program) // which its ticks outlive, but not the files
                 program->deleted(item.path + '/' + item.fileName);
         program.reset();
+        dialogsSeen = 0;
         DialogSeam::setAnswerer({});
     }
     /// Opens another folder of the list, with so many pictures.

@@ -82,7 +82,6 @@ class WindowTest : public ProgramTest
 private slots:
     void init()
     {
-        QApplication::setStyle("Fusion");
         newFolder({"first", "second", "third"});
         Pictures::saveMany(path("first"), 6, QSize(1500, 1000));
         Pictures::saveMany(path("second"), 3);
