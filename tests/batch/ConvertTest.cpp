@@ -9,9 +9,7 @@
 #include "support/Tools.h"
 #include "viewer/Exports.h"
 
-#include <QColorSpace>
-#include <QImageReader>
-#include <QPainter>
+#include <QtGui>
 #include <QtTest>
 
 #include <future>

@@ -4,10 +4,8 @@
 #include "support/Pictures.h"
 #include "viewer/PictureLoader.h"
 
-#include <QFileInfo>
-#include <QGuiApplication>
-#include <QSemaphore>
-#include <QSignalSpy>
+#include <QtGui>
+#include <QtTest>
 
 #include <atomic>
 #include <chrono>

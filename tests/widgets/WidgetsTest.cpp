@@ -194,10 +194,7 @@ private slots:
             QApplication::sendEvent(&label, &event);
             QVERIFY(event.isAccepted()); // or the scroll area would scroll as well
         }
-        QList<int> directions;
-        for (const QVariantList &step : steps)
-            directions.append(step[0].toInt());
-        QCOMPARE(directions, QList<int>({1, 1, -1, 1, -1}));
+        QCOMPARE(steps, QSignalSpy::QList({{1}, {1}, {-1}, {1}, {-1}}));
         QSignalSpy starts(&label, &TImageLabel::startDragImage);
         QSignalSpy ends(&label, &TImageLabel::endDragImage);
         for (const Qt::MouseButton button : {Qt::LeftButton, Qt::RightButton, Qt::MiddleButton})
