@@ -296,14 +296,61 @@ private slots:
     {
         photographed("in/a.jpg");
         QVERIFY(convert({"in/a.jpg"}, ".tiff").isEmpty());
-        const auto file = Exiv2::ImageFactory::open(QFile::encodeName(path("out/a.tiff")).toStdString());
-        file->readMetadata();
-        file->xmpData()["Xmp.dc.description"] = std::string(100'000, 'x');
-        file->writeMetadata();
-        for (const QString format : {"jpg", "tiff"}) {
+        const auto change = [this](const std::function<void(Exiv2::Image &)> &change) {
+            const auto file = Exiv2::ImageFactory::open(QFile::encodeName(path("out/a.tiff")).toStdString());
+            file->readMetadata();
+            change(*file);
+            file->writeMetadata();
+        };
+        change([](Exiv2::Image &file) {
+            file.xmpData()["Xmp.dc.description"] = std::string(100'000, 'x') + "description";
+            file.xmpData()["Xmp.mwg-rs.Regions"] = "faces";
+            file.exifData()["Exif.Photo.UserComment"] = std::string(90'000, 'c') + "comment";
+        });
+        for (const QString format : {"jpg", "png", "heic", "jxl", "tiff"}) {
             QVERIFY(convert({"out/a.tiff"}, '.' + format, true).isEmpty());
-            QVERIFY(toldOf("out/a." + format).startsWith("Camera"));
-            QCOMPARE(read("out/a." + format).contains(QByteArray(100'000, 'x')), format == "tiff");
+            const QByteArray converted = read("out/a." + format);
+            const bool isJpeg = format == "jpg";
+            QVERIFY(format == "jxl" || toldOf("out/a." + format).startsWith("Camera"));
+            QVERIFY2(converted.contains("xxdescription") != isJpeg, qPrintable(format));
+            QVERIFY2(converted.contains("cccomment") != isJpeg, qPrintable(format));
+            QVERIFY2(converted.contains("faces") != isJpeg, qPrintable(format));
+        }
+        // Of a part of the picture they are elsewhere.
+        Exports exports;
+        exports.add(QPixmap(30, 20), path("out/part.tiff"), path("out/a.tiff"));
+        exports.finish();
+        QVERIFY(read("out/part.tiff").contains("Camera") && !read("out/part.tiff").contains("faces"));
+
+        // What costs the square of its length is left alone: the packet, padded, at the file's end.
+        QByteArray file = read("out/a.tiff");
+        char *const entry = file.data() + file.indexOf(QByteArray("\xbc\x02\1\0", 4));
+        QByteArray packet =
+            file.mid(qFromLittleEndian<quint32>(entry + 8), qFromLittleEndian<quint32>(entry + 4));
+        QVERIFY(packet.contains("holiday"));
+        packet.insert(packet.lastIndexOf("<?xpacket"), QByteArray(1'200'000, ' '));
+        qToLittleEndian(static_cast<quint32>(packet.size()), entry + 4);
+        qToLittleEndian(static_cast<quint32>(file.size()), entry + 8);
+        write("out/a.tiff", file + packet);
+        QVERIFY(convert({"out/a.tiff"}, ".png", true).isEmpty());
+        QVERIFY(toldOf("out/a.png").startsWith("Camera"));
+        QVERIFY(!toldOf("out/a.png").contains("holiday"));
+
+        // Those of a file as large as this, without a look at the rest of it.
+        QVERIFY(QFile::resize(path("out/a.tiff"), 600'000'000));
+        const QByteArray make("II*\0\x08\0\0\0\1\0\x0f\1\2\0\7\0\0\0\x1a\0\0\0\0\0\0\0"
+                              "Camera\0",
+                              34);
+        const QByteArray city("\x1c\2\x5a\0\4Kyiv", 10);
+        const QByteArray resources = QByteArray("8BIM\4\x22\0\0\0\0\0\x22", 12) + make
+                                     + QByteArray("8BIM\4\4\0\0\0\0\0\x09", 12) + city;
+        write("in/b.psd", QByteArray("8BPS\0\1\0\0\0\0\0\0\0\3\0\0\0\2\0\0\0\2\0\x08\0\3\0\0\0\0\0\0\0", 33)
+                              + static_cast<char>(resources.size()) + resources
+                              + QByteArray(4 + 2 + 3 * 4, 0));
+        for (const char *const name : {"out/a", "in/b"}) {
+            QVERIFY(convert({name + QString(name[0] == 'o' ? ".tiff" : ".psd")}, ".jpg", true).isEmpty());
+            const QString told = toldOf(QStringLiteral("out/%1.jpg").arg(QFileInfo(name).fileName()));
+            QVERIFY2(told.startsWith("Camera") && told.endsWith("Kyiv"), qPrintable(told));
         }
     }
 

@@ -3,6 +3,7 @@
 #include "shared/image/ColourCodePoints.h"
 #include "shared/image/MetadataBlocks.h"
 #include "shared/image/MetadataFile.h"
+#include "shared/image/MetadataTiff.h"
 #include "shared/platform/FileForReading.h"
 
 #include <QImageReader>
@@ -21,10 +22,8 @@
 namespace {
 
 constexpr qint64 mostJpegHead = 16LL * 1024 * 1024;
-constexpr qint64 mostFile = 512LL * 1024 * 1024; // of formats that may have metadata anywhere
 constexpr qsizetype mostXmp = 1024 * 1024;
 // What a segment of JPEG has room for.
-constexpr qsizetype mostExif = 65'527;
 constexpr qsizetype mostXmpOfJpeg = 65'502;
 constexpr qsizetype mostIptc = 65'000;
 
@@ -33,6 +32,13 @@ const QByteArray jpegSignature("\xFF\xD8");
 const Exiv2::byte *bytesOf(const QByteArray &bytes)
 {
     return reinterpret_cast<const Exiv2::byte *>(bytes.constData());
+}
+
+QByteArray contentOf(Exiv2::BasicIo &io)
+{
+    if (io.open() != 0)
+        return {};
+    return {reinterpret_cast<const char *>(io.mmap()), static_cast<qsizetype>(io.size())};
 }
 
 /// Runs what may meet anything in a file: what fails is left out.
@@ -45,22 +51,18 @@ void tolerant(const char *what, const std::function<void()> &step)
     }
 }
 
-/// What exiv2 needs of a file; empty if it cannot be opened, is too large or of a format without metadata.
-QByteArray fileForReading(const QString &path)
+/// What exiv2 needs of a file; empty if it is of a format without metadata.
+SparseFile fileForReading(QIODevice &file)
 {
-    FileForReading file(path);
-    if (!file.open())
-        return {};
+    file.seek(0);
     const QByteArray pixelless = MetadataFile::withoutPixels(file, MetadataFile::Wanted::All);
     if (!pixelless.isEmpty())
-        return pixelless;
+        return {pixelless, {}};
     file.seek(0);
-    const QByteArray head = file.peek(4096);
-    if (head.startsWith(jpegSignature))
-        return file.read(mostJpegHead);
-    const auto type = Exiv2::ImageFactory::getType(bytesOf(head), static_cast<long>(head.size()));
-    const bool holdsExif = Exiv2::ImageFactory::checkMode(type, Exiv2::mdExif) & Exiv2::amRead;
-    return holdsExif && file.size() <= mostFile ? file.readAll() : QByteArray();
+    const QByteArray head = file.peek(2);
+    if (head == jpegSignature)
+        return {file.read(mostJpegHead), {}};
+    return head == "II" || head == "MM" ? tiffWithoutPixels(file) : SparseFile();
 }
 
 struct Metadata
@@ -69,13 +71,19 @@ struct Metadata
     Exiv2::ByteOrder order = Exiv2::invalidByteOrder;
     Exiv2::XmpData xmp;
     Exiv2::IptcData iptc;
+    bool isAsStored = false; ///< the new picture has the places of the stored one
 };
 
-Metadata readMetadata(const QString &path)
+Metadata readMetadata(const QString &path, QSize size)
 {
     Metadata found;
     FileForReading file(path);
+    if (!file.open())
+        return {};
     const QImageReader reader(&file);
+    const bool isAsStored =
+        reader.size() == size && reader.transformation() == QImageIOHandler::TransformationNone;
+    found.isAsStored = isAsStored;
     static const QList<QByteArray> ours = {"heic", "heif", "avif", "jxl"};
     const bool isOurs = ours.contains(reader.format()); // some of which exiv2 takes for films
     const auto blocks = isOurs ? MetadataBlocks::of(reader) : MetadataBlocks{};
@@ -88,12 +96,15 @@ Metadata readMetadata(const QString &path)
     if (isOurs)
         return found;
     tolerant("file", [&] {
-        const QByteArray bytes = fileForReading(path);
+        const auto [bytes, memory] = fileForReading(file);
         if (bytes.isEmpty())
             return;
         const auto image = Exiv2::ImageFactory::open(bytesOf(bytes), static_cast<long>(bytes.size()));
         tolerant("some of file", [&] { image->readMetadata(); });
-        found = {image->exifData(), image->byteOrder(), image->xmpData(), image->iptcData()};
+        const Exiv2::ExifData &exif = image->exifData();
+        const auto turn = exif.findKey(Exiv2::ExifKey("Exif.Image.Orientation")); // some readers ignore it
+        const bool isTurned = turn != exif.end() && turn->toString() != "1";
+        found = {exif, image->byteOrder(), image->xmpData(), image->iptcData(), isAsStored && !isTurned};
     });
     return found;
 }
@@ -134,14 +145,23 @@ void eraseUnless(Data &data, const Condition &goesAlong)
     data = std::move(kept);
 }
 
-QByteArray encoded(const Exiv2::ExifData &exif, Exiv2::ByteOrder order)
+QByteArray encoded(const Exiv2::ExifData &exif, Exiv2::ByteOrder order, qsizetype most)
 {
-    Exiv2::Blob blob;
+    if (most > EmbeddedMetadata::mostExifOfJpeg) { // a TIFF file without a picture is such a block
+        static const QByteArray little("II*\0\x08\0\0\0\1\0\x12\1\3\0\1\0\0\0\1\0\0\0\0\0\0\0", 26);
+        static const QByteArray big("MM\0*\0\0\0\x08\0\1\1\x12\0\3\0\0\0\1\0\1\0\0\0\0\0\0", 26);
+        const QByteArray &upright = order == Exiv2::bigEndian ? big : little;
+        const auto file = Exiv2::ImageFactory::open(bytesOf(upright), static_cast<long>(upright.size()));
+        file->setExifData(exif);
+        file->writeMetadata();
+        return contentOf(file->io());
+    }
+    Exiv2::Blob blob; // without large tags, if it would be too large for JPEG
     Exiv2::ExifParser::encode(blob, order, exif);
     return {reinterpret_cast<const char *>(blob.data()), static_cast<qsizetype>(blob.size())};
 }
 
-QByteArray exifFor(Exiv2::ExifData exif, Exiv2::ByteOrder order, QSize size, bool srgb)
+QByteArray exifFor(Exiv2::ExifData exif, Exiv2::ByteOrder order, QSize size, bool srgb, qsizetype most)
 {
     eraseUnless(exif, goesAlong);
     if (exif.empty() && !srgb)
@@ -158,14 +178,14 @@ QByteArray exifFor(Exiv2::ExifData exif, Exiv2::ByteOrder order, QSize size, boo
     }
     if (order == Exiv2::invalidByteOrder)
         order = Exiv2::littleEndian;
-    QByteArray block = encoded(exif, order);
-    if (block.size() > mostExif) { // what only the camera's maker understands goes first
+    QByteArray block = encoded(exif, order, most);
+    if (block.size() > most) { // what only the camera's maker understands goes first
         eraseUnless(exif, [](const Exiv2::Exifdatum &datum) {
             return Exiv2::ExifTags::isExifGroup(datum.groupName()) && datum.tagName() != "MakerNote";
         });
-        block = encoded(exif, order);
+        block = encoded(exif, order, most);
     }
-    return block.size() <= mostExif ? block : QByteArray();
+    return block.size() <= most ? block : QByteArray();
 }
 
 QByteArray encoded(const Exiv2::XmpData &xmp)
@@ -176,20 +196,23 @@ QByteArray encoded(const Exiv2::XmpData &xmp)
     return packet.size() <= mostXmp ? QByteArray::fromStdString(packet) : QByteArray();
 }
 
-QByteArray xmpFor(Exiv2::XmpData xmp, QSize size, bool srgb)
+QByteArray xmpFor(Exiv2::XmpData xmp, QSize size, bool srgb, bool isAsStored)
 {
     const auto set = [&xmp](const char *key, int value) {
         if (const auto datum = xmp.findKey(Exiv2::XmpKey(key)); datum != xmp.end())
             datum->setValue(std::to_string(value));
     };
-    eraseUnless(xmp, [](const Exiv2::Xmpdatum &datum) {
+    eraseUnless(xmp, [isAsStored](const Exiv2::Xmpdatum &datum) {
         // Previews, and what goes with further pictures or a film in the file.
         static constexpr std::array stale{"Xmp.xmp.Thumbnails", "Xmp.xmpNote.",   "Xmp.photoshop.ICCProfile",
                                           "Xmp.GCamera.Mi",     "Xmp.GCamera.Mo", "Xmp.Container.",
                                           "Xmp.GContainer.",    "Xmp.hdrgm."};
+        // Where faces are.
+        static constexpr std::array placed{"Xmp.mwg-rs.", "Xmp.MP.RegionInfo"};
         const std::string key = datum.key();
-        return std::none_of(stale.begin(), stale.end(),
-                            [&key](const char *start) { return key.rfind(start, 0) == 0; });
+        const auto starts = [&key](const char *start) { return key.rfind(start, 0) == 0; };
+        return std::none_of(stale.begin(), stale.end(), starts)
+               && (isAsStored || std::none_of(placed.begin(), placed.end(), starts));
     });
     set("Xmp.tiff.Orientation", 1);
     set("Xmp.tiff.ImageWidth", size.width());
@@ -277,15 +300,15 @@ QByteArray EmbeddedMetadata::xmpWithIptc() const
     return all;
 }
 
-EmbeddedMetadata metadataForCopy(const QString &path, QSize size, bool srgb)
+EmbeddedMetadata metadataForCopy(const QString &path, QSize size, bool srgb, qsizetype mostExif)
 {
     MetadataFile::prepareLibrary();
     EmbeddedMetadata copy;
-    const Metadata found = readMetadata(path);
-    tolerant("EXIF", [&] { copy.exif = exifFor(found.exif, found.order, size, srgb); });
+    const Metadata found = readMetadata(path, size);
+    tolerant("EXIF", [&] { copy.exif = exifFor(found.exif, found.order, size, srgb, mostExif); });
     if (srgb && copy.exif.isEmpty())
-        tolerant("EXIF", [&] { copy.exif = exifFor({}, found.order, size, srgb); });
-    tolerant("XMP", [&] { copy.xmp = xmpFor(found.xmp, size, srgb); });
+        tolerant("EXIF", [&] { copy.exif = exifFor({}, found.order, size, srgb, mostExif); });
+    tolerant("XMP", [&] { copy.xmp = xmpFor(found.xmp, size, srgb, found.isAsStored); });
     tolerant("IPTC", [&] { copy.iptc = iptcFor(found.iptc); });
     return copy;
 }
@@ -314,10 +337,8 @@ QByteArray withMetadata(const QByteArray &file, const EmbeddedMetadata &metadata
         if (!metadata.icc.isEmpty() && !isPng(file))
             setProfile(*image, metadata.icc);
         image->writeMetadata();
-        Exiv2::BasicIo &written = image->io();
-        if (written.open() == 0)
-            whole = QByteArray(reinterpret_cast<const char *>(written.mmap()),
-                               static_cast<qsizetype>(written.size()));
+        if (const QByteArray written = contentOf(image->io()); !written.isEmpty())
+            whole = written;
     });
     if (isPng(file))
         completePng(whole, metadata);

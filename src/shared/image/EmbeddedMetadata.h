@@ -7,7 +7,9 @@
 /// What a file says of when, where and how its picture was taken, made true for a new picture of it.
 struct EmbeddedMetadata
 {
-    QByteArray exif; ///< TIFF header and directories, within the 64 KB that a JPEG file can hold
+    static constexpr qsizetype mostExifOfJpeg = 65'527; ///< bytes that a segment has room for
+
+    QByteArray exif; ///< TIFF header and directories
     QByteArray xmp;  ///< XML, up to 1 MB
     QByteArray iptc; ///< data sets
     QByteArray icc;  ///< a profile that the encoder leaves out; in PNG, PQ and HLG become code points
@@ -23,8 +25,11 @@ struct EmbeddedMetadata
 
 /// The metadata of a file for a picture of `size` pixels that was made from it: upright, without previews,
 /// and of sRGB colours if `srgb` says so, which is said even of a file without metadata; no profile. What is
-/// broken or too large is left out. Safe to call from any thread.
-[[nodiscard]] EmbeddedMetadata metadataForCopy(const QString &path, QSize size, bool srgb);
+/// broken or too large is left out, and where faces are if they are elsewhere in a turned or cropped picture.
+/// Safe to call from any thread.
+/// @param mostExif bytes that the target has room for
+[[nodiscard]] EmbeddedMetadata metadataForCopy(const QString &path, QSize size, bool srgb,
+                                               qsizetype mostExif);
 
 /// An encoded JPEG, PNG, WebP or TIFF file with the metadata in it; as it was if they do not go into it.
 [[nodiscard]] QByteArray withMetadata(const QByteArray &file, const EmbeddedMetadata &metadata);

@@ -21,6 +21,8 @@ namespace {
 // file has to be in memory.
 constexpr qint64 mostInMemory = 512LL * 1024 * 1024;
 
+constexpr qsizetype mostExif = 16 * 1024 * 1024;
+
 /// Whether the encoder of the format takes metadata.
 bool encodesMetadata(const QByteArray &format)
 {
@@ -133,8 +135,9 @@ bool ImageWriting::write(const QImage &image, const QByteArray &format, int qual
     const bool afterwards = takesMetadata(image, format);
     EmbeddedMetadata metadata;
     if (!image.isNull() && (afterwards || encodesMetadata(format)))
-        metadata =
-            metadataForCopy(source, image.size(), image.colorSpace() == QColorSpace(QColorSpace::SRgb));
+        metadata = metadataForCopy(
+            source, image.size(), image.colorSpace() == QColorSpace(QColorSpace::SRgb),
+            format.startsWith('j') && format != "jxl" ? EmbeddedMetadata::mostExifOfJpeg : mostExif);
     if (understoodAlone.contains(format) && !image.colorSpace().isValid())
         metadata.icc = image.colorSpace().iccProfile();
     QBuffer buffer;

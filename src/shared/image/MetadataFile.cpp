@@ -18,6 +18,13 @@ constexpr int mostChunks = 100'000;
 const QByteArray pngSignature("\x89PNG\r\n\x1a\n");
 const QByteArray pngEnd("\0\0\0\0IEND\xae\x42\x60\x82", 12);
 
+QByteArray bigEndian(quint32 number)
+{
+    QByteArray bytes(4, Qt::Uninitialized);
+    qToBigEndian(number, bytes.data());
+    return bytes;
+}
+
 /// How a format divides its files into chunks: a head, then the data, padded.
 struct ChunkLayout
 {
@@ -52,6 +59,38 @@ QByteArray metadataChunks(QIODevice &file, const ChunkLayout &layout, qint64 mos
     return kept;
 }
 
+/// A PSD file's header, and of its resources those that hold metadata.
+QByteArray psdResources(QIODevice &file)
+{
+    const QByteArray header = file.read(26);
+    const auto number = [&file] {
+        return qFromBigEndian<quint32>(file.read(4).leftJustified(4, 0).constData());
+    };
+    const quint32 palette = number();
+    if (file.skip(palette) != palette)
+        return {};
+    const qint64 end = file.pos() + 4 + number();
+    QByteArray kept;
+    for (int resource = 0; resource < mostChunks && file.pos() < end; ++resource) {
+        QByteArray head = file.read(7); // signature, number, and the length of a name
+        if (head.size() < 7 || !head.startsWith("8BIM"))
+            break;
+        const qint64 name = static_cast<uchar>(head[6]) | 1; // padded
+        head += file.read(name);
+        const quint32 length = number();
+        const qint64 bytes = length + length % 2LL;
+        const auto id = qFromBigEndian<quint16>(head.constData() + 4);
+        const bool isKept = (id == 1028 || id == 1058 || id == 1060) // IPTC, EXIF, XMP
+                            && bytes <= mostOfChunk && kept.size() + bytes <= mostMetadata;
+        const QByteArray data = isKept ? file.read(bytes) : QByteArray();
+        if ((isKept ? data.size() : file.skip(bytes)) < length)
+            break;
+        if (isKept)
+            kept += head + bigEndian(length) + data;
+    }
+    return header + bigEndian(0) + bigEndian(static_cast<quint32>(kept.size())) + kept;
+}
+
 /// The XMP part of the library is thread-safe only behind a lock of ours.
 void lockXmp(void *mutex, bool lock)
 {
@@ -70,6 +109,8 @@ QByteArray MetadataFile::withoutPixels(QIODevice &file, Wanted wanted)
         const QList<QByteArray> types = {"IHDR", "eXIf", "tEXt", "zTXt", all ? "iTXt" : "eXIf"};
         return start + metadataChunks(file, {true, 4, 1, types}, mostOfOne) + pngEnd;
     }
+    if (start.startsWith("8BPS") && file.seek(0))
+        return psdResources(file);
     const QByteArray form = file.read(4);
     if (!start.startsWith("RIFF") || form != "WEBP")
         return {};

@@ -17,8 +17,8 @@ enum class Wanted
     All
 };
 
-/// A PNG or WebP file with its metadata and without its pixels, whole even if that one is cut off; empty if
-/// it is neither. Without blocks that are far longer than metadata are.
+/// A PNG, WebP or PSD file with its metadata and without its pixels, whole even if that one is cut off; empty
+/// if it is none of them. Without blocks that are far longer than metadata are.
 [[nodiscard]] QByteArray withoutPixels(QIODevice &file, Wanted wanted);
 
 } // namespace MetadataFile
