@@ -4,12 +4,19 @@
 #include "shell/MainWindow.h"
 
 #include <QApplication>
+#include <QIcon>
 
 #include <cstdlib>
 
 int main(int argc, char *argv[])
 {
     QApplication application(argc, argv);
+    // Last: Qt drops its own plug-ins that come after ours with the same formats.
+    QCoreApplication::setLibraryPaths(QCoreApplication::libraryPaths()
+                                      << QCoreApplication::applicationDirPath()
+                                             + QStringLiteral("/" ORRELAN_PLUGINS));
+    QGuiApplication::setDesktopFileName(QStringLiteral("orrelan-gallery"));
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/resources/images/Gallery128.png")));
     QApplication::setStyle(QStringLiteral("Fusion"));
     ImageReading::setAllocationLimit();
 #ifdef ORRELAN_SHOW_PDF_AND_CONVERT_BUTTONS
