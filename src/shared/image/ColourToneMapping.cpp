@@ -5,7 +5,9 @@
 #include <QGenericMatrix>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
+#include <bit>
 #include <cmath>
 #include <vector>
 
@@ -18,7 +20,11 @@ constexpr double most = 10000;         // cd/m2, the end of PQ
 constexpr int levels = 65536;
 
 using Matrix = QGenericMatrix<3, 3, double>;
-using Table = std::vector<float>;
+
+/// As many pixels as are worked on together, a step after the other, so that the processor takes several at
+/// once.
+constexpr size_t tileSize = 64;
+using Tile = std::array<float, tileSize>;
 
 Matrix inverse(const Matrix &m)
 {
@@ -92,33 +98,68 @@ double compressed(double light, double peak)
     const double signal = (std::pow(rho(white), y) - 1) / (rho(white) - 1);
     const double lift = std::pow(black, 1 / 2.4);
     const double shown = std::pow((std::pow(white, 1 / 2.4) - lift) * signal + lift, 2.4);
-    return (shown - black) / (white - black);
+    return std::max(shown - black, 0.0) / (white - black);
 }
 
-/// A table of what a function makes of 0 to 1.
-template <typename Function>
-Table tabulated(const Function &function)
+/// What a function makes of light from 0 to 1, by a table whose steps grow with the light, with straight
+/// lines between them. With 64 to a doubling, the lines are off by some 1/100,000 of a root.
+class Curve
 {
-    Table table(levels);
-    for (int i = 0; i < levels; ++i)
-        table[static_cast<size_t>(i)] = static_cast<float>(function(static_cast<double>(i) / (levels - 1)));
-    return table;
-}
+public:
+    template <typename Function>
+    explicit Curve(const Function &function)
+    {
+        for (size_t i = 1; i < values.size(); ++i)
+            values[i] = static_cast<float>(function(
+                std::min(std::bit_cast<float>(darkest + static_cast<qint32>(i << fractionBits)), 1.F)));
+        values[0] = static_cast<float>(function(0));
+    }
 
-float lookUp(const Table &table, float value)
-{
-    return table[static_cast<size_t>(std::clamp(value, 0.F, 1.F) * (levels - 1) + 0.5F)];
-}
+    void apply(Tile &light) const
+    {
+        std::array<qint32, tileSize> bits;
+        for (size_t i = 0; i < tileSize; ++i) {
+            const float within = std::max(std::min(light[i], 1.F), std::bit_cast<float>(darkest));
+            bits[i] = std::bit_cast<qint32>(within) - darkest;
+        }
+        Tile above;
+        for (size_t i = 0; i < tileSize; ++i) {
+            const float *const value = values.data() + (bits[i] >> fractionBits);
+            light[i] = value[0];
+            above[i] = value[1];
+        }
+        for (size_t i = 0; i < tileSize; ++i) {
+            const float fraction =
+                static_cast<float>(bits[i] & ((1 << fractionBits) - 1)) / (1 << fractionBits);
+            light[i] += fraction * (above[i] - light[i]);
+        }
+    }
+
+private:
+    // The bits of a number of 32 grow with it, the upper ones as its logarithm.
+    static constexpr auto darkest = std::bit_cast<qint32>(0x1p-32F);
+    static constexpr auto one = std::bit_cast<qint32>(1.F);
+    static constexpr int fractionBits = 23 - 6;
+
+    std::array<float, ((one - darkest) >> fractionBits) + 2> values{};
+};
 
 /// What becomes of a pixel.
 class Mapping
 {
 public:
-    explicit Mapping(Colour::CodePoints points)
+    /// @param peak of the picture, in cd/m2
+    Mapping(Colour::CodePoints points, double peak)
         : isHlg(points.isHlg())
-        , toLight(tabulated(isHlg ? fromHlg : fromPq))
-        , encode(tabulated([](double light) { return 65535 * toSrgb(light); }))
+        , toLight(levels)
+        , systemGain([](double light) { return std::pow(light, 0.2); })
+        , compress([peak](double light) { return compressed(light * peak, peak); })
+        , encode([](double light) { return 65535 * toSrgb(light); })
     {
+        for (size_t i = 0; i < levels; ++i) {
+            const double signal = static_cast<double>(i) / (levels - 1);
+            toLight[i] = static_cast<float>(isHlg ? fromHlg(signal) : fromPq(signal) / peak);
+        }
         const Matrix xyz = toXyz(points.primaries);
         const Matrix srgb = inverse(toXyz(1)) * xyz;
         for (int row = 0; row < 3; ++row) {
@@ -128,90 +169,101 @@ public:
         }
     }
 
-    /// Light in cd/m2.
-    std::array<float, 3> light(const quint16 *pixel) const
+    /// @param count up to that of a tile
+    void map(quint16 *pixels, size_t count) const
     {
-        std::array light{toLight[pixel[0]], toLight[pixel[1]], toLight[pixel[2]]};
-        if (isHlg) {
-            const float gain = static_cast<float>(hlgPeak) * std::pow(luminance(light), 0.2F);
-            for (float &channel : light)
-                channel *= gain;
+        std::array<Tile, 3> light{}; // as a share of the peak
+        for (size_t i = 0; i < count; ++i)
+            for (size_t channel = 0; channel < 3; ++channel)
+                light[channel][i] = toLight[pixels[4 * i + channel]];
+        compressLight(light);
+        const std::array<Tile, 3> linear = light;
+        for (size_t channel = 0; channel < 3; ++channel) {
+            const auto &[red, green, blue] = matrix[channel];
+            for (size_t i = 0; i < tileSize; ++i)
+                light[channel][i] = red * linear[0][i] + green * linear[1][i] + blue * linear[2][i];
+            encode.apply(light[channel]);
         }
-        return light;
-    }
-
-    void setPeak(double light)
-    {
-        peak = static_cast<float>(light);
-        // The root spreads the dark end.
-        curve = tabulated([light](double root) { return compressed(root * root * light, light); });
-    }
-
-    void map(quint16 *pixel) const
-    {
-        constexpr float crosstalk = 0.04F; // BT.2446-1, 5.1.1.2, between channels, undone below
-        const std::array light = this->light(pixel);
-        const float luma = luminance(light);
-        const float shown = toShow(luma);
-        const float scale = luma > 0 ? shown / luma : 0;
-        // HLG leaves the hue to its system gamma.
-        const float mix = isHlg ? 0 : shown * std::sqrt(shown);
-        const float sum = light[0] + light[1] + light[2];
-        std::array<float, 3> channels{};
-        for (int i = 0; i < 3; ++i)
-            channels[i] = toShow(light[i] * (1 - 3 * crosstalk) + sum * crosstalk);
-        const float mapped = channels[0] + channels[1] + channels[2];
-        for (int i = 0; i < 3; ++i) {
-            const float alone = (channels[i] - crosstalk * mapped) / (1 - 3 * crosstalk);
-            channels[i] = light[i] * scale * (1 - mix) + alone * mix;
-        }
-        for (int i = 0; i < 3; ++i)
-            pixel[i] =
-                static_cast<quint16>(lookUp(encode, matrix[i][0] * channels[0] + matrix[i][1] * channels[1]
-                                                        + matrix[i][2] * channels[2])
-                                     + 0.5F);
+        for (size_t i = 0; i < count; ++i)
+            for (size_t channel = 0; channel < 3; ++channel)
+                pixels[4 * i + channel] = static_cast<quint16>(static_cast<qint32>(light[channel][i] + 0.5F));
     }
 
 private:
-    float luminance(const std::array<float, 3> &light) const
+    void compressLight(std::array<Tile, 3> &light) const
     {
-        return luminances[0] * light[0] + luminances[1] * light[1] + luminances[2] * light[2];
+        constexpr float crosstalk = 0.04F; // BT.2446-1, 5.1.1.2, between channels, undone below
+        constexpr float faintest = 1e-20F; // above 0, by which nothing can be divided
+        Tile luma;
+        for (size_t i = 0; i < tileSize; ++i)
+            luma[i] = luminances[0] * light[0][i] + luminances[1] * light[1][i] + luminances[2] * light[2][i];
+        if (isHlg) {
+            Tile gain = luma;
+            systemGain.apply(gain);
+            for (size_t i = 0; i < tileSize; ++i) {
+                luma[i] *= gain[i];
+                for (Tile &channel : light)
+                    channel[i] *= gain[i];
+            }
+        }
+        Tile shown = luma;
+        compress.apply(shown);
+        Tile scale;
+        for (size_t i = 0; i < tileSize; ++i)
+            scale[i] = shown[i] / std::max(luma[i], faintest);
+        if (isHlg) { // leaves the hue to its system gamma
+            for (Tile &channel : light)
+                for (size_t i = 0; i < tileSize; ++i)
+                    channel[i] *= scale[i];
+            return;
+        }
+        std::array<Tile, 3> alone;
+        for (size_t channel = 0; channel < 3; ++channel) {
+            for (size_t i = 0; i < tileSize; ++i)
+                alone[channel][i] = light[channel][i] * (1 - 3 * crosstalk)
+                                    + crosstalk * (light[0][i] + light[1][i] + light[2][i]);
+            compress.apply(alone[channel]);
+        }
+        for (size_t i = 0; i < tileSize; ++i) {
+            const float mix = shown[i] * std::sqrt(shown[i]);
+            const float mapped = crosstalk * (alone[0][i] + alone[1][i] + alone[2][i]);
+            for (size_t channel = 0; channel < 3; ++channel)
+                light[channel][i] = light[channel][i] * scale[i] * (1 - mix)
+                                    + (alone[channel][i] - mapped) / (1 - 3 * crosstalk) * mix;
+        }
     }
-    float toShow(float light) const { return lookUp(curve, std::sqrt(light / peak)); }
 
     const bool isHlg;
-    const Table toLight; ///< of the signal
-    const Table encode;  ///< of light as a share of white
-    Table curve;         ///< of the root of light as a share of the peak
-    float peak = 1;
+    std::vector<float> toLight; ///< of the signal, as a share of the peak; HLG's at the scene
+    const Curve systemGain;
+    const Curve compress; ///< of light as a share of the peak, to one of white
+    const Curve encode;   ///< of light as a share of white
     float luminances[3];
     float matrix[3][3];
 };
 
-/// The light in cd/m2 of the brightest channels, less a ten-thousandth of the pixels, which may be noise.
-double peakOf(const QImage &image, const Mapping &mapping)
+/// The light in cd/m2 of the brightest channels of a picture in PQ, less a ten-thousandth of the pixels,
+/// which may be noise.
+double peakOf(const QImage &image)
 {
-    constexpr int bins = 2048; // over the root of light
-    constexpr float perRoot = bins / 100.F;
-    std::vector<std::atomic<int>> counts(bins + 1);
+    constexpr int signalsEach = 16;
+    const int width = image.width();
+    std::vector<std::atomic<int>> counts(levels / signalsEach);
     parallelRows(image.size(), [&](int first, int last) {
         std::vector<int> own(counts.size());
         for (int y = first; y < last; ++y) {
             const auto *pixel = reinterpret_cast<const quint16 *>(image.constScanLine(y));
-            for (int x = 0; x < image.width(); ++x, pixel += 4) {
-                const std::array light = mapping.light(pixel);
-                ++own[static_cast<size_t>(
-                    std::min(std::sqrt(*std::max_element(light.begin(), light.end())), 100.F) * perRoot)];
-            }
+            for (int x = 0; x < width; ++x, pixel += 4)
+                ++own[std::max({pixel[0], pixel[1], pixel[2]}) / signalsEach];
         }
         for (size_t i = 0; i < own.size(); ++i)
             counts[i] += own[i];
     });
     qint64 brighter = qint64(image.width()) * image.height() / 10'000;
-    int bin = bins;
-    while (bin > 0 && (brighter -= counts[static_cast<size_t>(bin)]) >= 0)
+    size_t bin = counts.size() - 1;
+    while (bin > 0 && (brighter -= counts[bin]) >= 0)
         --bin;
-    return std::pow((bin + 0.5) / perRoot, 2);
+    return fromPq((static_cast<double>(bin) + 0.5) * signalsEach / levels);
 }
 
 } // namespace
@@ -220,15 +272,15 @@ QImage Colour::toneMapped(QImage image, CodePoints points)
 {
     image.convertTo(image.hasAlphaChannel() ? QImage::Format_RGBA64 : QImage::Format_RGBX64);
     constexpr double margin = 1.05; // for what is taken for noise
-    Mapping mapping(points);
-    mapping.setPeak(points.isHlg() ? hlgPeak : margin * peakOf(image, mapping));
+    const Mapping mapping(points, points.isHlg() ? hlgPeak : margin * peakOf(image));
     uchar *const pixels = image.bits();
+    const auto width = static_cast<size_t>(image.width());
     const qsizetype stride = image.bytesPerLine();
     parallelRows(image.size(), [&](int first, int last) {
         for (int y = first; y < last; ++y) {
             auto *const line = reinterpret_cast<quint16 *>(pixels + y * stride);
-            for (qsizetype x = 0; x < image.width(); ++x)
-                mapping.map(line + 4 * x);
+            for (size_t x = 0; x < width; x += tileSize)
+                mapping.map(line + 4 * x, std::min(width - x, tileSize));
         }
     });
     image.setColorSpace(QColorSpace::SRgb);
