@@ -145,7 +145,8 @@ void eraseUnless(Data &data, const Condition &goesAlong)
     data = std::move(kept);
 }
 
-QByteArray encoded(const Exiv2::ExifData &exif, Exiv2::ByteOrder order, qsizetype most)
+// Not const: exiv2 0.28 takes none.
+QByteArray encoded(Exiv2::ExifData &exif, Exiv2::ByteOrder order, qsizetype most)
 {
     if (most > EmbeddedMetadata::mostExifOfJpeg) { // a TIFF file without a picture is such a block
         static const QByteArray little("II*\0\x08\0\0\0\1\0\x12\1\3\0\1\0\0\0\1\0\0\0\0\0\0\0", 26);
