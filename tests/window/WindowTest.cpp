@@ -148,6 +148,7 @@ private slots:
         QTRY_COMPARE(text("sizeInfoLabel"), "1500x1000");
         QTRY_VERIFY(count(program->window.get(), shown) > 20000);
         QCOMPARE(count(program->window.get(), stored), 0);
+        const QSize whole = QGuiApplication::primaryScreen()->size();
         // Of two screens the other one keeps the profile; each window has the colours of where it is.
         const auto divide = [](const QStringList &arguments) {
             QCOMPARE(QProcess::execute("xrandr", arguments), 0);
@@ -168,6 +169,7 @@ private slots:
         nameScreenProfile({}, "_ICC_PROFILE_1");
         divide({"--delmonitor", "left"});
         divide({"--delmonitor", "right"});
+        QTRY_COMPARE(QGuiApplication::primaryScreen()->size(), whole);
     }
 
     void batchListIsFilledByDroppingAndOrderedByDragging()
