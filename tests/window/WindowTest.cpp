@@ -99,9 +99,7 @@ private slots:
         const QRect place(90, 80, 1010, 650);
         window->setGeometry(place);
         QTRY_COMPARE(window->geometry(), place);
-        QVERIFY(QTest::qWaitForWindowActive(window));
-        xdo({"key", "alt+F4"});
-        QTRY_VERIFY(!window->isVisible());
+        window->close();
         program.reset();
         program = std::make_unique<Program>();
         QTRY_COMPARE(program->window->geometry(), place);
