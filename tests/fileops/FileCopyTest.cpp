@@ -245,7 +245,13 @@ private slots:
         const QDateTime now = QDateTime::currentDateTime();
         ReplacementFile::sweep(path("to"), now.addSecs(23 * 60 * 60));
         QVERIFY(leftovers().contains(".orrelan-0123abcd.tmp"));
-        ReplacementFile::sweep(path("to"), now.addDays(2));
+        {
+            HeldFiles noneHeld(0);
+            ReplacementFile atWork(path("to/slow.jpg"), noneHeld);
+            QVERIFY(atWork.create(ReplacementFile::Name::Hidden));
+            ReplacementFile::sweep(path("to"), now.addDays(2));
+            QCOMPARE(leftovers().size(), 2);
+        }
         QCOMPARE(leftovers(), QStringList(".orrelan-1.tmp"));
         QCOMPARE(disk("to"), QStringList({"old.jpg", "orrelan-0123abcd.tmp"}));
         QVERIFY(QFile::remove(path("to/.orrelan-1.tmp")));

@@ -12,6 +12,7 @@
 #include <system_error>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #ifdef Q_OS_LINUX
@@ -84,6 +85,21 @@ int Platform::openUnnamed(const QString &folder, bool forUserAlone)
     Q_UNUSED(forUserAlone)
 #endif
     return -1;
+}
+
+void Platform::markAtWork(const QFileDevice &file)
+{
+    flock(file.handle(), LOCK_EX | LOCK_NB);
+}
+
+bool Platform::isAtWork(const QString &path)
+{
+    const int file =
+        open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
+    const bool isLocked = file >= 0 && flock(file, LOCK_SH | LOCK_NB) < 0 && errno == EWOULDBLOCK;
+    if (file >= 0)
+        close(file);
+    return isLocked;
 }
 
 bool Platform::giveName(const QFileDevice &file, const QString &path)

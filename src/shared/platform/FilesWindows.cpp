@@ -155,6 +155,14 @@ int Platform::openUnnamed(const QString &, bool)
     return -1;
 }
 
+// Files of ours that are open cannot be removed.
+void Platform::markAtWork(const QFileDevice &) {}
+
+bool Platform::isAtWork(const QString &)
+{
+    return false;
+}
+
 bool Platform::giveName(const QFileDevice &, const QString &)
 {
     return false;

@@ -39,6 +39,13 @@ void flushFolder(const QString &path);
 /// @param forUserAlone whether nobody else may open it
 [[nodiscard]] int openUnnamed(const QString &folder, bool forUserAlone);
 
+/// Marks a file as at work as long as it is open, whatever its age. Where the system removes no file that is
+/// open, and on file systems that know no locks, nothing.
+void markAtWork(const QFileDevice &file);
+
+/// True for a file that a process on this machine has marked, and may not be removed.
+[[nodiscard]] bool isAtWork(const QString &path);
+
 /// Gives an open file without a name one in its folder. False if that failed, or something stands there.
 [[nodiscard]] bool giveName(const QFileDevice &file, const QString &path);
 

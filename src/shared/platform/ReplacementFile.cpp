@@ -91,7 +91,7 @@ void ReplacementFile::sweep(const QString &folder, const QDateTime &now)
         // The time of the last change may be that of a file of which it is a copy.
         const QDateTime latest = std::max({file.lastModified(), file.metadataChangeTime(), file.birthTime()});
         if (ours.match(file.fileName()).hasMatch() && latest.addDays(1) < now
-            && !Platform::removeFile(file.filePath(), noneAwaited))
+            && !Platform::isAtWork(file.filePath()) && !Platform::removeFile(file.filePath(), noneAwaited))
             qDebug() << "Cannot remove" << file.filePath();
     }
 }
@@ -113,8 +113,10 @@ bool ReplacementFile::create(Name name)
     constexpr OpenMode mode = QIODevice::ReadWrite | QIODevice::NewOnly;
     for (int i = 0; i < attempts; ++i) {
         setFileName(hiddenPath(info.path()));
-        if (permissions ? open(mode, *permissions) : open(mode))
+        if (permissions ? open(mode, *permissions) : open(mode)) {
+            Platform::markAtWork(*this);
             return true;
+        }
         if (!exists())
             break;
     }

@@ -63,7 +63,8 @@ public:
     /// elsewhere.
     [[nodiscard]] bool commitAsNew(const MakeWay &makeWay = {});
 
-    /// Removes what killed programs have left in a folder more than a day before `now`.
+    /// Removes what killed programs have left in a folder more than a day before `now`, but nothing that one
+    /// still writes.
     static void sweep(const QString &folder, const QDateTime &now);
 
 protected:
