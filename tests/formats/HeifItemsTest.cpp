@@ -70,16 +70,21 @@ struct Turn
     int mirror = -1;         ///< then, if not negative: 0 from top to bottom, 1 from left to right
     bool beforeSize = false; ///< where the list of properties has them
     int primaries = 1;       ///< of the colours, by the code points of video
+    bool rightHalf = false;  ///< alone is shown, of 96 x 64 pixels
 };
 
 /// A file that shows the first of the items, all turned.
 QByteArray fileOf(const QList<Item> &items, Turn turn = {})
 {
     const QByteArray none = number(0, 4); // version and flags
+    const QByteArray one = number(1, 4);
     QByteArray properties =
         box("pixi", none + "\3\10\10\10") + box("irot", number(turn.quarters, 1))
         + (turn.mirror < 0 ? box("free", {}) : box("imir", number(turn.mirror, 1)))
-        + box("colr", "nclx" + number(turn.primaries, 2) + number(13, 2) + number(6, 2) + "\x80");
+        + box("colr", "nclx" + number(turn.primaries, 2) + number(13, 2) + number(6, 2) + "\x80")
+        + (turn.rightHalf ? box("clap", number(48, 4) + one + number(64, 4) + one + number(24, 4) + one
+                                            + number(0, 4) + one)
+                          : box("free", {}));
     QByteArray types, places, links, parts, data;
     for (int i = 0; i < items.size(); ++i) {
         const Item &item = items[i];
@@ -87,8 +92,8 @@ QByteArray fileOf(const QList<Item> &items, Turn turn = {})
         types += box("infe", number(2 << 24, 4) + id + number(0, 2) + item.type + number(0, 1));
         places += id + number(1, 2) + number(0, 2) + number(1, 2) + number(data.size(), 4)
                   + number(item.data.size(), 4);
-        const QByteArray sizes = number(5 + 2 * i, 1) + number(6 + 2 * i, 1);
-        links += id + number(6, 1) + "\1\4" + (turn.beforeSize ? "\2\3" + sizes : sizes + "\2\3");
+        const QByteArray sizes = number(6 + 2 * i, 1) + number(7 + 2 * i, 1);
+        links += id + number(7, 1) + "\1\4" + (turn.beforeSize ? "\2\3\5" + sizes : sizes + "\2\3\5");
         properties +=
             box("ispe", none + number(item.size.width(), 4) + number(item.size.height(), 4)) + item.codec;
         data += item.data;
@@ -159,15 +164,18 @@ private slots:
         const int orientations[][3] = {{1, 4, 2}, {8, 5, 7}, {3, 2, 4}, {6, 7, 5}}; // by turn and mirror
         for (int turn = 0; turn < 4; ++turn)
             for (const int mirror : {-1, 0, 1})
-                for (const auto format : {QImage::Format_RGB32, QImage::Format_RGBX64}) {
+                for (const int choice : {0, 1, 2, 3}) {
+                    const auto format = choice % 2 ? QImage::Format_RGBX64 : QImage::Format_RGB32;
+                    const bool half = choice > 1;
                     const QImage stored = Pictures::asStored(upright, orientations[turn][mirror + 1]);
                     const QByteArray file =
-                        fileOf({coded(stored.convertToFormat(format))}, {turn, mirror, false, 12});
+                        fileOf({coded(stored.convertToFormat(format))}, {turn, mirror, false, 12, half});
                     const QImage image = Pictures::decoded(file);
-                    QCOMPARE(image.size(), QSize(96, 64));
+                    QCOMPARE(image.size(), QSize(half ? 48 : 96, 64));
                     QCOMPARE(image.colorSpace(), QColorSpace(QColorSpace::DisplayP3));
                     QCOMPARE(image.depth() == 64, format == QImage::Format_RGBX64);
-                    QCOMPARE(Pictures::quartersOf(image), "red green blue yellow");
+                    QCOMPARE(Pictures::quartersOf(image),
+                             half ? "green green yellow yellow" : "red green blue yellow");
                 }
     }
 

@@ -245,6 +245,20 @@ bool ItemTable::readParts(const QByteArray &box)
     return true;
 }
 
+/// A clean aperture, told in fractions.
+Heif::Turn cropFrom(Bits &bits)
+{
+    const auto fraction = [&bits] {
+        const auto above = static_cast<qint32>(bits.take(32));
+        const auto below = static_cast<double>(bits.take(32));
+        return below > 0 ? above / below : 0;
+    };
+    const double width = fraction();
+    const double height = fraction();
+    const double right = fraction();
+    return {Heif::Turn::Crop, 0, {width, height}, {right, fraction()}};
+}
+
 bool ItemTable::readProperties(const QByteArray &box)
 {
     struct Property
@@ -258,7 +272,7 @@ bool ItemTable::readProperties(const QByteArray &box)
     for (const Box &container : boxes) {
         for (const Box &entry : container.type == "ipco" ? boxesIn(container.contents) : std::vector<Box>()) {
             Property property;
-            Bits bits(entry.contents.left(12));
+            Bits bits(entry.contents.left(32));
             if (entry.type == "ispe") {
                 bits.skip(32);
                 property.told = sizeFrom(bits, 32);
@@ -267,7 +281,7 @@ bool ItemTable::readProperties(const QByteArray &box)
             else if (entry.type == "imir")
                 property.turn = {Heif::Turn::Mirror, static_cast<int>(bits.take(8) & 1)};
             else if (entry.type == "clap")
-                property.turn = {Heif::Turn::Other, 0};
+                property.turn = cropFrom(bits);
             else if (entry.type == "hvcC")
                 property.size = Heif::hevcConfigurationSize(entry.contents);
             else if (entry.type == "av1C")

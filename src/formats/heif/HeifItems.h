@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QPointF>
 #include <QSize>
+#include <QSizeF>
 
 #include <map>
 #include <optional>
@@ -17,10 +19,12 @@ struct Turn
     {
         Quarters, ///< anticlockwise, so many
         Mirror,   ///< 0: from top to bottom, 1: from left to right
-        Other     ///< cropped, or in a way that the format does not have
+        Crop      ///< to the aperture
     };
     Kind kind;
-    int value;
+    int value = 0;
+    QSizeF aperture = {}; ///< pixels
+    QPointF offset = {};  ///< pixels, of its centre from that of the picture
 };
 
 /// What is to be known of a file's pictures before one is decoded.

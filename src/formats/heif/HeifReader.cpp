@@ -134,17 +134,38 @@ void releaseImage(void *image)
 
 bool isMirrored(const std::vector<Heif::Turn> &turns)
 {
-    const auto is = [&](Heif::Turn::Kind kind) {
-        return std::any_of(turns.begin(), turns.end(), [kind](auto turn) { return turn.kind == kind; });
-    };
-    return is(Heif::Turn::Mirror) && !is(Heif::Turn::Other);
+    return std::any_of(turns.begin(), turns.end(),
+                       [](const auto &turn) { return turn.kind == Heif::Turn::Mirror; });
+}
+
+/// The pixels of one side that an aperture leaves, as libheif rounds them: the first, and their number.
+std::pair<int, int> cropped(int pixels, double aperture, double offset)
+{
+    const double first = std::floor(offset + (pixels - 1) / 2.0 - (aperture - 1) / 2);
+    const double last = std::round(first + aperture - 1);
+    const int from = static_cast<int>(std::clamp<double>(first, 0, pixels));
+    return {from, static_cast<int>(std::clamp<double>(last, -1, pixels - 1)) - from + 1};
+}
+
+QImage turned(const QImage &image, const Heif::Turn &turn)
+{
+    switch (turn.kind) {
+    case Heif::Turn::Mirror:
+        return image.mirrored(turn.value == 1, turn.value == 0);
+    case Heif::Turn::Quarters:
+        return image.transformed(QTransform().rotate(-90 * turn.value));
+    case Heif::Turn::Crop:
+        break;
+    }
+    const auto [left, width] = cropped(image.width(), turn.aperture.width(), turn.offset.x());
+    const auto [top, height] = cropped(image.height(), turn.aperture.height(), turn.offset.y());
+    return width > 0 && height > 0 ? image.copy(left, top, width, height) : QImage();
 }
 
 QImage turned(QImage image, const std::vector<Heif::Turn> &turns)
 {
-    for (const Heif::Turn turn : turns)
-        image = turn.kind == Heif::Turn::Mirror ? std::move(image).mirrored(turn.value == 1, turn.value == 0)
-                                                : image.transformed(QTransform().rotate(-90 * turn.value));
+    for (const Heif::Turn &turn : turns)
+        image = turned(image, turn);
     return image;
 }
 
