@@ -6,6 +6,7 @@
 #include "library/Thumbnails.h"
 #include "shared/threads/OrderedWork.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -54,7 +55,7 @@ void ImagesToPDFAddUrlsThread::run()
     published = 0;
     sincePublished.start();
     while (const auto url = urlList.tryTake())
-        addUrl(url->toLocalFile());
+        addUrl(QDir::fromNativeSeparators(url->toLocalFile()));
     while (!work->isEmpty())
         take(work->takeNext());
     publish();

@@ -6,6 +6,7 @@
 #include "ui_ImagesToPDFProgressForm.h"
 
 #include <QDesktopServices>
+#include <QDir>
 #include <QPointer>
 #include <QUrl>
 
@@ -60,7 +61,7 @@ void ImagesToPDFProgressForm::startRun(QStringList files, int mode, QString path
 
 void ImagesToPDFProgressForm::handleUpdateFileName(QString fileName)
 {
-    ui->label_2->setText(fileName);
+    ui->label_2->setText(QDir::toNativeSeparators(fileName));
     ui->progressBar->setValue(ui->progressBar->value() + 1);
 }
 

@@ -3,6 +3,7 @@
 #include "fileops/FileWork.h"
 #include "ui_VistamoDeleteDialog.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 namespace {
@@ -47,8 +48,8 @@ void VistamoDeleteDialog::setFileList(const QList<VistamoGlobal::TFileData> &lis
         auto *const item = new QStandardItem(info.fileName());
         item->setCheckable(true);
         item->setCheckState(Qt::Checked);
-        rootItem->insertRow(
-            0, {item, new QStandardItem(info.path()), new QStandardItem(QString::number(file.index))});
+        rootItem->insertRow(0, {item, new QStandardItem(QDir::toNativeSeparators(info.path())),
+                                new QStandardItem(QString::number(file.index))});
         paths.append(file.fullPath);
     }
     iconThread.set(std::make_unique<DeleteIconThread>(paths, thumbnailSize));
@@ -69,7 +70,7 @@ void VistamoDeleteDialog::on_applyButton_clicked()
     QList<VistamoGlobal::TFileData> result;
     FileWork work(this);
     for (int row = 0; row < fileModel.rowCount() && !work.isCancelled(); ++row) {
-        const QString folder = fileModel.item(row, Path)->text();
+        const QString folder = QDir::fromNativeSeparators(fileModel.item(row, Path)->text());
         const VistamoGlobal::TFileData file = {folder + QLatin1Char('/')
                                                    + fileModel.item(row, FileName)->text(),
                                                fileModel.item(row, Index)->text().toInt()};

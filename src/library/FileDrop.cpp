@@ -2,6 +2,7 @@
 
 #include "shared/VistamoGlobal.h"
 
+#include <QDir>
 #include <QDropEvent>
 #include <QUrl>
 
@@ -17,7 +18,7 @@ bool isFolder(const QString &path)
 QString FileDrop::firstPath(const QMimeData *mimeData)
 {
     const QList<QUrl> urls = mimeData->urls();
-    return urls.isEmpty() ? QString() : urls.first().toLocalFile();
+    return urls.isEmpty() ? QString() : QDir::fromNativeSeparators(urls.first().toLocalFile());
 }
 
 bool FileDrop::bringsImages(const QMimeData *mimeData)

@@ -3,6 +3,7 @@
 #include "shared/platform/FolderPicker.h"
 
 #include <QColor>
+#include <QDir>
 #include <QSettings>
 #include <QString>
 #include <QStringList>
@@ -28,6 +29,15 @@ QColor Setting<QColor>::read(const QSettings &store) const;
 template <>
 void Setting<QColor>::write(QSettings &store, const QColor &value) const;
 
+/// A stored path, with "/" between its parts whatever an older run has stored.
+struct PathSetting : Setting<QString>
+{
+    [[nodiscard]] QString read(const QSettings &store) const
+    {
+        return QDir::fromNativeSeparators(Setting::read(store));
+    }
+};
+
 /// The program's store, and that of the batch tools. Opened again for each use.
 [[nodiscard]] QSettings programSettings();
 [[nodiscard]] QSettings batchSettings();
@@ -48,17 +58,17 @@ inline const Setting<bool> showCheckbox = {"General/showCheckbox", true};
 inline const Setting<int> iconSize = {"General/iconSize", 128}; ///< pixels
 inline const Setting<int> folderListCount = {"General/folderListCount", 0};
 
-[[nodiscard]] inline Setting<QString> folderList(int index)
+[[nodiscard]] inline PathSetting folderList(int index)
 {
-    return {QStringLiteral("General/folderList%1").arg(index), {}};
+    return {{QStringLiteral("General/folderList%1").arg(index), {}}};
 }
 
 /// Names of the time zones in which the program has run, the latest first.
 inline const Setting<QStringList> timeZones = {"Thumbnails/timeZones", {}};
 
-[[nodiscard]] inline Setting<QString> exportImagePath()
+[[nodiscard]] inline PathSetting exportImagePath()
 {
-    return {"General/exportImagePath", FolderPicker().picturesFolder()};
+    return {{"General/exportImagePath", FolderPicker().picturesFolder()}};
 }
 
 } // namespace BrowserSettings
@@ -82,7 +92,7 @@ inline const Setting<int> pageMarginSize = {"General/pageMarginSize", 20};
 inline const Setting<bool> resizeImageToPaper = {"General/resizeImageToPaper", false};
 inline const Setting<bool> pdfSmoothEdges = {"General/pdfSmoothEdges", true};
 inline const Setting<int> pdfQuality = {"General/pdfQuality", 2};
-inline const Setting<QString> outputFolder = {"General/outputFolder", {}};
+inline const PathSetting outputFolder = {{"General/outputFolder", {}}};
 inline const Setting<QString> pdfFileName = {"General/pdfFileName", {}};
 inline const Setting<int> targeFileType = {"General/targeFileType", 6};
 inline const Setting<int> targeFileQuality = {"General/targeFileQuality", 95};

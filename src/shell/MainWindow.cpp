@@ -10,6 +10,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDir>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QScreen>
@@ -46,7 +47,7 @@ MainWindow::~MainWindow() = default;
 
 void MainWindow::open(const QString &path)
 {
-    thumbsForm->open(QFileInfo(path).absoluteFilePath());
+    thumbsForm->open(QFileInfo(QDir::fromNativeSeparators(path)).absoluteFilePath());
 }
 
 void MainWindow::OnchangeTitle(QString title)

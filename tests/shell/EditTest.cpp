@@ -199,9 +199,9 @@ private slots:
     {
         for (const QString name : {"plain", "12.08.2026"}) { // what follows the last dot is no suffix
             const QString whole = name + ".png";
-            for (const QStringList &asked :
-                 {QStringList{},
-                  {"Confirm overwrite|Are you sure you want to overwrite " + path(whole) + '?'}}) {
+            for (const QStringList &asked : {QStringList{},
+                                             {"Confirm overwrite|Are you sure you want to overwrite "
+                                              + QDir::toNativeSeparators(path(whole)) + '?'}}) {
                 questions.clear();
                 QFile::resize(path(whole), 0);
                 exportTo(path(name));

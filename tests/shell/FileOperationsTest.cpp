@@ -181,6 +181,7 @@ private slots:
         whenDialog([&](QWidget *dialog) {
             auto *const model = dialog->findChild<QTreeView *>("fileTreeView")->model();
             QCOMPARE(model->rowCount(), 2);
+            QCOMPARE(model->index(0, 1).data().toString(), QDir::toNativeSeparators(path("photos")));
             const auto icon = [&] {
                 return model->index(1, 0).data(Qt::DecorationRole).value<QIcon>().pixmap(48).toImage();
             };

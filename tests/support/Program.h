@@ -184,7 +184,8 @@ public:
         settings.setValue("height", geometry.height());
         settings.setValue("folderListCount", folders.size());
         for (qsizetype i = 0; i < folders.size(); ++i)
-            settings.setValue(QStringLiteral("folderList%1").arg(i), folders[folders.size() - 1 - i]);
+            settings.setValue(QStringLiteral("folderList%1").arg(i),
+                              QDir::toNativeSeparators(folders[folders.size() - 1 - i]));
     }
 
     std::unique_ptr<MainWindow> window;

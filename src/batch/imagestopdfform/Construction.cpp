@@ -4,6 +4,8 @@
 #include "batch/ImagesToPDFProgressForm.h"
 #include "ui_ImagesToPDFForm.h"
 
+#include <QDir>
+
 #include <utility>
 
 namespace {
@@ -85,7 +87,7 @@ void ImagesToPDFForm::loadSettings()
     setPageMargin(VistamoGlobal::pageMargin);
     ui->pdfQualityComboBox->setCurrentIndex(VistamoGlobal::pdfQuality);
     ui->pdfMarginSizeSpinBox->setValue(VistamoGlobal::pageMarginSize);
-    ui->outputFolderLineEdit->setText(VistamoGlobal::outputFolder);
+    ui->outputFolderLineEdit->setText(QDir::toNativeSeparators(VistamoGlobal::outputFolder));
     ui->pdfFilenameLineEdit->setText(VistamoGlobal::pdfFileName);
     ui->pdfResizeImageToPaperCheckBox->setChecked(VistamoGlobal::resizeImageToPaper);
     ui->pdfSmoothEdgesCheckBox->setChecked(VistamoGlobal::pdfSmoothEdges);

@@ -4,6 +4,7 @@
 #include "shared/platform/FolderPicker.h"
 #include "ui_ImagesToPDFForm.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QScopedValueRollback>
 
@@ -124,7 +125,7 @@ void ImagesToPDFForm::on_FolderSelected(QString path)
     if (path.isEmpty() || !QFileInfo::exists(path))
         return;
     VistamoGlobal::outputFolder = path;
-    ui->outputFolderLineEdit->setText(path);
+    ui->outputFolderLineEdit->setText(QDir::toNativeSeparators(path));
     saveBatchSettings();
     if (createAfterFolderSelected)
         on_createPdfButton_clicked();
@@ -148,7 +149,7 @@ void ImagesToPDFForm::setPdfPath(const QString &path)
 {
     VistamoGlobal::outputFolder = QFileInfo(path).path();
     VistamoGlobal::pdfFileName = QFileInfo(path).fileName();
-    ui->outputFolderLineEdit->setText(VistamoGlobal::outputFolder);
+    ui->outputFolderLineEdit->setText(QDir::toNativeSeparators(VistamoGlobal::outputFolder));
     ui->pdfFilenameLineEdit->setText(VistamoGlobal::pdfFileName);
     saveBatchSettings();
 }

@@ -6,6 +6,7 @@
 #include "shared/platform/FolderPicker.h"
 #include "ui_ImagesToPDFForm.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 void ImagesToPDFForm::on_createPdfButton_clicked()
@@ -45,8 +46,9 @@ void ImagesToPDFForm::createPdfFile()
     if (!QFileInfo::exists(QFileInfo(target).path()))
         target = getPdfSaveFileName();
     if (QFileInfo::exists(target)
-        && !MessageBox::confirm(tr("Confirm overwrite"),
-                                tr("Are you sure you want to overwrite ") + target + QLatin1Char('?')))
+        && !MessageBox::confirm(tr("Confirm overwrite"), tr("Are you sure you want to overwrite ")
+                                                             + QDir::toNativeSeparators(target)
+                                                             + QLatin1Char('?')))
         target = getPdfSaveFileName();
     if (!target.isEmpty())
         startConvert(target);

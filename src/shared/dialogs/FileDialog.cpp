@@ -4,6 +4,7 @@
 #include "shared/dialogs/MessageBox.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QImageWriter>
@@ -45,7 +46,7 @@ QString FileDialog::saveFileNameWithSuffix(const QString &caption, const QString
                        && !MessageBox::confirm(
                            QCoreApplication::translate("FileDialog", "Confirm overwrite"),
                            QCoreApplication::translate("FileDialog", "Are you sure you want to overwrite ")
-                               + whole + QLatin1Char('?'));
+                               + QDir::toNativeSeparators(whole) + QLatin1Char('?'));
     return taken ? QString() : whole;
 }
 

@@ -47,8 +47,8 @@ void OverwriteFileDialog::on_overwriteButton_clicked()
     for (int i = 0; i < ui->treeWidget->topLevelItemCount(); ++i) {
         const QTreeWidgetItem *const item = ui->treeWidget->topLevelItem(i);
         if (item->checkState(0) == Qt::Checked) {
-            fileExistsList.append(item->text(0));
-            fileSourceList.append(item->text(1));
+            fileExistsList.append(QDir::fromNativeSeparators(item->text(0)));
+            fileSourceList.append(QDir::fromNativeSeparators(item->text(1)));
         }
     }
     if (!fileExistsList.isEmpty())

@@ -6,6 +6,6 @@
 QString FolderPicker::selectFolder(const QString &startFolder, const QString &title) const
 {
     if (const auto answer = DialogSeam::answer({DialogSeam::Kind::SelectFolder, title, startFolder}))
-        return answer->toString();
-    return Platform::selectFolder(startFolder, title);
+        return QDir::fromNativeSeparators(answer->toString());
+    return QDir::fromNativeSeparators(Platform::selectFolder(startFolder, title));
 }

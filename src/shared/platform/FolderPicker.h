@@ -8,8 +8,8 @@
 class FolderPicker
 {
 public:
-    /// Asks the user for a folder; blocks until the dialog closes. Empty if cancelled, otherwise the path as
-    /// the system writes it.
+    /// Asks the user for a folder; blocks until the dialog closes. Empty if cancelled, otherwise the path,
+    /// with "/" between its parts.
     [[nodiscard]] QString selectFolder(const QString &startFolder, const QString &title) const;
 
     /// The user's documents and pictures folders; home where there is none.

@@ -9,7 +9,6 @@
 #include "shared/platform/PathIdentity.h"
 #include "ui_ThumbsForm.h"
 
-#include <QDir>
 #include <QPointer>
 #include <QtDebug>
 
@@ -136,7 +135,7 @@ void ThumbsForm::on_readyToDeleteFile()
 void ThumbsForm::on_fileDeleted(QList<VistamoGlobal::TFileData> deletedFileList)
 {
     for (auto file = deletedFileList.crbegin(); file != deletedFileList.crend(); ++file) {
-        removeItemFromList(QDir::toNativeSeparators(file->fullPath));
+        removeItemFromList(file->fullPath);
         // Also of a file whose row has gone already.
         const QFileInfo info(file->fullPath);
         ticks.set(info.path(), info.fileName(), false);

@@ -3,6 +3,7 @@
 #include "shared/platform/PathIdentity.h"
 #include "ui_ThumbsForm.h"
 
+#include <QDir>
 #include <QScrollBar>
 #include <QtDebug>
 
@@ -16,7 +17,7 @@ void ThumbsForm::loadFolder(const QString &path)
 /// Prepares the page for a folder whose load begins.
 void ThumbsForm::onFolderShown(const QString &path)
 {
-    ui->pathValueLabel->setText(path);
+    ui->pathValueLabel->setText(QDir::toNativeSeparators(path));
     ui->pathWidget->show();
     showList(true);
     ui->openFileMinButton->setEnabled(true);
@@ -60,7 +61,8 @@ void ThumbsForm::onEnumFilesFinish(int count)
 {
     const int total =
         std::max(count, fileList.count()); // a walk that failed half-way has left rows as they were
-    ui->pathValueLabel->setText(tr("Total: ") + QString::number(total) + tr("   Path: ") + folderLoad.path());
+    ui->pathValueLabel->setText(tr("Total: ") + QString::number(total) + tr("   Path: ")
+                                + QDir::toNativeSeparators(folderLoad.path()));
 }
 
 void ThumbsForm::onCurrentColumnChanged(int col)
