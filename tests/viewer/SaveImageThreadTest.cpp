@@ -120,11 +120,8 @@ private slots:
         VistamoSaveImageThread::deadAfterMs = usual;
 
         // A slow drive can be seen to take what comes.
-        QImage noise(2000, 2000, QImage::Format_RGB32);
-        QRandomGenerator(1).generate(reinterpret_cast<quint32 *>(noise.bits()),
-                                     reinterpret_cast<quint32 *>(noise.bits() + noise.sizeInBytes()));
         syscallLog().clear();
-        exports.add(QPixmap::fromImage(noise), path("large.png"));
+        exports.add(QPixmap::fromImage(Pictures::noise(QSize(2000, 2000))), path("large.png"));
         exports.finish();
         QVERIFY(syscallLog().filter("flush").size() > 3);
     }
