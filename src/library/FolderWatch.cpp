@@ -1,7 +1,7 @@
 #include "library/FolderWatch.h"
 
-#include "library/FolderProbe.h"
 #include "shared/platform/PathIdentity.h"
+#include "shared/threads/Background.h"
 
 #include <algorithm>
 #include <utility>
@@ -11,9 +11,9 @@ namespace {
 // Debounce: a storm of changes costs one reload after this much quiet, or this long after it began.
 constexpr int debounceMs = 200;
 constexpr int longestDebounceMs = 2000;
-constexpr int lookForMissingMs = 2000;
+constexpr int lookForMissingMs = 1000;
 // Of a drive that hangs there is no answer; it is not asked again.
-constexpr int longestLookMs = 50;
+constexpr int longestLookMs = 500;
 
 } // namespace
 
@@ -31,6 +31,7 @@ bool FolderWatch::watch(const QString &path)
 {
     missingTimer.stop();
     missing.clear();
+    look = {};
     if (directoryWatcher.directories().contains(path))
         return false;
     if (directoryWatcher.addPath(path))
@@ -42,7 +43,13 @@ bool FolderWatch::watch(const QString &path)
 
 void FolderWatch::lookForMissing()
 {
-    const QHash<QString, FolderState> states = probeFolders({missing}, longestLookMs);
+    if (!look.valid()) {
+        look = Background::result([path = missing] { return probeFolders({path}, longestLookMs); });
+        return;
+    }
+    if (look.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+        return;
+    const QHash<QString, FolderState> states = look.get();
     if (!states.contains(missing))
         missingTimer.stop();
     else if (const QString path = missing; states.value(path) == FolderState::There && watch(path))

@@ -1,9 +1,13 @@
 #pragma once
 
+#include "library/FolderProbe.h"
+
 #include <QElapsedTimer>
 #include <QFileSystemWatcher>
 #include <QObject>
 #include <QTimer>
+
+#include <future>
 
 /// Watches the folders of the list, and reports, debounced, when the one on show is to be read again. GUI
 /// thread.
@@ -44,8 +48,9 @@ private:
 
     bool skipDirModified = false;
     QString missing;
-    QTimer missingTimer;  ///< runs while a folder is missing
-    QTimer debounceTimer; ///< runs while the folder on show changes
+    QTimer missingTimer;                           ///< runs while a folder is missing
+    std::future<QHash<QString, FolderState>> look; ///< for it, in the background; not valid for none
+    QTimer debounceTimer;                          ///< runs while the folder on show changes
     QElapsedTimer firstChange;
     QString changedPath;
 };
