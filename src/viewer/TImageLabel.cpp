@@ -2,6 +2,7 @@
 
 #include "shared/image/ColourScreens.h"
 #include "viewer/CropOverlay.h"
+#include "viewer/ViewGeometry.h"
 
 #include <QCursor>
 #include <QMouseEvent>
@@ -15,11 +16,6 @@ namespace {
 
 // A pixel's place that was worked out with fractions is off by less.
 constexpr qreal rounding = 0.001;
-
-bool isWhole(qreal ratio)
-{
-    return qFuzzyCompare(ratio, std::round(ratio));
-}
 
 /// The pixels that a region touches when it is moved by `way`, or by up to `more` further.
 QRegion onWholePixels(const QRegion &region, QPointF way, int more)

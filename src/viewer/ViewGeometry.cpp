@@ -16,11 +16,6 @@ constexpr int buttonMargin = 20;
 // What a widget can be, pixels.
 constexpr qreal largestSide = (1 << 24) - 1;
 
-bool isWhole(qreal ratio)
-{
-    return qFuzzyCompare(ratio, std::round(ratio));
-}
-
 int scaledSide(int from, int to, int otherSide)
 {
     return qRound(std::clamp(static_cast<qreal>(to) / from * otherSide, 1.0, largestSide));
@@ -34,6 +29,11 @@ QSize fitted(QSize full, QSize label)
 }
 
 } // namespace
+
+bool isWhole(qreal ratio)
+{
+    return qFuzzyCompare(ratio, std::round(ratio));
+}
 
 ScaleMode storedScaleMode(int value)
 {

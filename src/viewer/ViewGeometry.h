@@ -23,6 +23,9 @@ enum class ScaleMode
 /// bar and the frame, at least 1.
 [[nodiscard]] QSize viewportOf(QSize scrollArea);
 
+/// True for a ratio of a screen at which each device-independent pixel is so many whole ones.
+[[nodiscard]] bool isWhole(qreal ratio);
+
 /// The room for the picture on its screen.
 struct Viewport
 {
