@@ -16,7 +16,8 @@ namespace {
 constexpr double white = 203;          // cd/m2
 constexpr double black = white / 1000; // cd/m2
 constexpr double hlgPeak = 1000;       // cd/m2
-constexpr double most = 10000;         // cd/m2, the end of PQ
+constexpr double hlgBlack = 0.005; // cd/m2, of the screen that such pictures are made on (BT.2100, table 2)
+constexpr double most = 10000;     // cd/m2, the end of PQ
 constexpr int levels = 65536;
 
 using Matrix = QGenericMatrix<3, 3, double>;
@@ -72,9 +73,12 @@ double fromPq(double signal)
     return most * std::pow(std::max(power - c1, 0.0) / (c2 - c3 * power), 1 / m1);
 }
 
-/// Light at the scene, from 0 to 1.
+/// Light at the scene, from 0 to 1, of a signal that is lifted as the screen's black asks for (BT.2100, table
+/// 5).
 double fromHlg(double signal)
 {
+    static const double lift = std::sqrt(3 * std::pow(hlgBlack / hlgPeak, 1 / 1.2));
+    signal = signal * (1 - lift) + lift;
     constexpr double a = 0.17883277, b = 0.28466892, c = 0.55991073;
     return signal <= 0.5 ? signal * signal / 3 : (std::exp((signal - c) / a) + b) / 12;
 }
@@ -84,11 +88,10 @@ double toSrgb(double light)
     return light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
 }
 
-/// The light to show, as a share of white, of one in cd/m2 in a picture of that peak.
+/// The light of the screen, black among it, as a share of white, for one in cd/m2 in a picture of that peak,
+/// which is above white.
 double compressed(double light, double peak)
 {
-    if (peak <= white)
-        return light / white;
     const auto rho = [](double maximum) { return 1 + 32 * std::pow(maximum / most, 1 / 2.4); };
     const double x =
         std::log(1 + (rho(peak) - 1) * std::pow(std::min(light / peak, 1.0), 1 / 2.4)) / std::log(rho(peak));
@@ -97,8 +100,16 @@ double compressed(double light, double peak)
                                   : 0.5 * x + 0.5;
     const double signal = (std::pow(rho(white), y) - 1) / (rho(white) - 1);
     const double lift = std::pow(black, 1 / 2.4);
-    const double shown = std::pow((std::pow(white, 1 / 2.4) - lift) * signal + lift, 2.4);
-    return std::max(shown - black, 0.0) / (white - black);
+    return std::pow((std::pow(white, 1 / 2.4) - lift) * signal + lift, 2.4) / white;
+}
+
+/// What becomes of the distance of a channel from the luminance, as a factor.
+double chroma(double light, double peak)
+{
+    constexpr double faintest = 1e-6;
+    light = std::max(light, faintest);
+    // BT.2446-1, 5.1.1.2, has 1.1 and no power.
+    return std::pow(compressed(light, peak) * peak / light, 1.05) / 1.1;
 }
 
 /// What a function makes of light from 0 to 1, by a table whose steps grow with the light, with straight
@@ -151,17 +162,27 @@ public:
     /// @param peak of the picture, in cd/m2
     Mapping(Colour::CodePoints points, double peak)
         : isHlg(points.isHlg())
+        , isBright(peak > white)
         , toLight(levels)
         , systemGain([](double light) { return std::pow(light, 0.2); })
         , compress([peak](double light) { return compressed(light * peak, peak); })
-        , encode([](double light) { return 65535 * toSrgb(light); })
+        , chromaGain([peak](double light) { return chroma(light * peak, peak); })
+        , share([peak](double light) { return std::pow(compressed(light * peak, peak), 2.6); })
+        , encode([](double light) {
+            return 65535 * toSrgb(std::max(light * white - black, 0.0) / (white - black));
+        })
     {
         for (size_t i = 0; i < levels; ++i) {
             const double signal = static_cast<double>(i) / (levels - 1);
-            toLight[i] = static_cast<float>(isHlg ? fromHlg(signal) : fromPq(signal) / peak);
+            toLight[i] =
+                static_cast<float>(isHlg      ? fromHlg(signal)
+                                   : isBright ? fromPq(signal) / peak
+                                              : (fromPq(signal) * (white - black) / white + black) / white);
         }
         const Matrix xyz = toXyz(points.primaries);
-        const Matrix srgb = inverse(toXyz(1)) * xyz;
+        Matrix srgb = inverse(toXyz(1)) * xyz;
+        if (isBright)
+            srgb = srgb * inverse(crosstalk());
         for (int row = 0; row < 3; ++row) {
             luminances[row] = static_cast<float>(xyz(1, row));
             for (int column = 0; column < 3; ++column)
@@ -176,7 +197,10 @@ public:
         for (size_t i = 0; i < count; ++i)
             for (size_t channel = 0; channel < 3; ++channel)
                 light[channel][i] = toLight[pixels[4 * i + channel]];
-        compressLight(light);
+        if (isHlg)
+            addSystemGain(light);
+        if (isBright)
+            compressLight(light);
         const std::array<Tile, 3> linear = light;
         for (size_t channel = 0; channel < 3; ++channel) {
             const auto &[red, green, blue] = matrix[channel];
@@ -190,54 +214,73 @@ public:
     }
 
 private:
+    /// BT.2446-1, 5.1.1.2: mixes the channels, until the matrix to sRGB undoes it.
+    static Matrix crosstalk()
+    {
+        Matrix mixing;
+        mixing.fill(leak);
+        for (int i = 0; i < 3; ++i)
+            mixing(i, i) = 1 - 2 * leak;
+        return mixing;
+    }
+
+    Tile luminance(const std::array<Tile, 3> &light) const
+    {
+        Tile sum;
+        for (size_t i = 0; i < tileSize; ++i)
+            sum[i] = luminances[0] * light[0][i] + luminances[1] * light[1][i] + luminances[2] * light[2][i];
+        return sum;
+    }
+
+    void addSystemGain(std::array<Tile, 3> &light) const
+    {
+        Tile gain = luminance(light);
+        systemGain.apply(gain);
+        for (Tile &channel : light)
+            for (size_t i = 0; i < tileSize; ++i)
+                channel[i] *= gain[i];
+    }
+
     void compressLight(std::array<Tile, 3> &light) const
     {
-        constexpr float crosstalk = 0.04F; // BT.2446-1, 5.1.1.2, between channels, undone below
-        constexpr float faintest = 1e-20F; // above 0, by which nothing can be divided
-        Tile luma;
-        for (size_t i = 0; i < tileSize; ++i)
-            luma[i] = luminances[0] * light[0][i] + luminances[1] * light[1][i] + luminances[2] * light[2][i];
-        if (isHlg) {
-            Tile gain = luma;
-            systemGain.apply(gain);
-            for (size_t i = 0; i < tileSize; ++i) {
-                luma[i] *= gain[i];
-                for (Tile &channel : light)
-                    channel[i] *= gain[i];
-            }
+        for (size_t i = 0; i < tileSize; ++i) {
+            const float leaked = leak * (light[0][i] + light[1][i] + light[2][i]);
+            for (Tile &channel : light)
+                channel[i] = (1 - 3 * leak) * channel[i] + leaked;
         }
+        const Tile luma = luminance(light);
         Tile shown = luma;
         compress.apply(shown);
-        Tile scale;
-        for (size_t i = 0; i < tileSize; ++i)
-            scale[i] = shown[i] / std::max(luma[i], faintest);
-        if (isHlg) { // leaves the hue to its system gamma
-            for (Tile &channel : light)
-                for (size_t i = 0; i < tileSize; ++i)
-                    channel[i] *= scale[i];
-            return;
-        }
-        std::array<Tile, 3> alone;
-        for (size_t channel = 0; channel < 3; ++channel) {
-            for (size_t i = 0; i < tileSize; ++i)
-                alone[channel][i] = light[channel][i] * (1 - 3 * crosstalk)
-                                    + crosstalk * (light[0][i] + light[1][i] + light[2][i]);
-            compress.apply(alone[channel]);
-        }
+        Tile gain = luma;
+        chromaGain.apply(gain);
+        Tile mix{}; // HLG leaves the hue to its system gamma
+        if (!isHlg)
+            share.apply(mix = luma);
+        Tile shift;
         for (size_t i = 0; i < tileSize; ++i) {
-            const float mix = shown[i] * std::sqrt(shown[i]);
-            const float mapped = crosstalk * (alone[0][i] + alone[1][i] + alone[2][i]);
-            for (size_t channel = 0; channel < 3; ++channel)
-                light[channel][i] = light[channel][i] * scale[i] * (1 - mix)
-                                    + (alone[channel][i] - mapped) / (1 - 3 * crosstalk) * mix;
+            constexpr float ofRed = 0.09F / 1.4746F; // BT.2446-1, 5.1.1.2, has 0.1 of a positive Cr
+            shift[i] = shown[i] - std::max(ofRed * gain[i] * (light[0][i] - luma[i]), 0.F);
+        }
+        for (Tile &channel : light) {
+            Tile alone = channel;
+            if (!isHlg)
+                compress.apply(alone);
+            for (size_t i = 0; i < tileSize; ++i)
+                channel[i] = (shift[i] + gain[i] * (channel[i] - luma[i])) * (1 - mix[i]) + alone[i] * mix[i];
         }
     }
 
+    static constexpr float leak = 0.04F;
+
     const bool isHlg;
+    const bool isBright;        ///< brighter than white
     std::vector<float> toLight; ///< of the signal, as a share of the peak; HLG's at the scene
     const Curve systemGain;
-    const Curve compress; ///< of light as a share of the peak, to one of white
-    const Curve encode;   ///< of light as a share of white
+    // Of luminance as a share of the peak:
+    const Curve compress;   ///< to light as a share of white
+    const Curve chromaGain; ///< of the channels' distances from it
+    const Curve share;      ///< of what is compressed channel by channel
+    const Curve encode;     ///< of light as a share of white, black among it
     float luminances[3];
     float matrix[3][3];
 };

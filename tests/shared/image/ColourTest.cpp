@@ -195,18 +195,21 @@ private slots:
     /// Against what FFmpeg 5.1 with libplacebo 4.208 makes of the same patches on Mesa's lavapipe, from 16
     /// bits by setparams=color_primaries=bt2020:color_trc=smpte2084 (or arib-std-b67),
     /// zscale=m=2020_ncl:r=full, format=yuv444p16, hwupload,
-    /// libplacebo=color_primaries=bt709:color_trc=iec61966-2-1:range=pc:dithering=none, the tone mapping left
-    /// to it (BT.2446 A).
+    /// libplacebo=color_primaries=bt709:color_trc=iec61966-2-1:colorspace=gbr:range=pc:dithering=none:
+    /// format=rgba64le, the tone mapping left to it (BT.2446 A).
     void highDynamicRange()
     {
         const QList<double> lights{100, 203, 450, 700}; // cd/m2, of HLG at the scene in 1/1000
-        const QList<QList<double>> hues{{1, 1, 1}, {0.7, 0.3, 0.15}, {0.15, 0.2, 0.7}, {0.8, 0.4, 0.7}};
-        const QList<QRgb> ofPq{0x818181, 0xa7a7a7, 0xd5d5d5, 0xececec, 0x894832, 0xb05f44,
-                               0xe9815f, 0xff9871, 0x2b4582, 0x3a5ba6, 0x517adc, 0x6290ff,
-                               0x895274, 0xb16c97, 0xe892c8, 0xffaae2};
-        const QList<QRgb> ofHlg{0x6f6f6f, 0x989898, 0xcfcfcf, 0xebebeb, 0x6f3a28, 0x975039,
-                                0xd37354, 0xfe8d67, 0x203566, 0x2f4a89, 0x4569be, 0x5580e5,
-                                0x724360, 0x9a5d83, 0xd885b8, 0xff9fdb};
+        const QList<QList<double>> hues{{1, 1, 1},      {0.7, 0.3, 0.15}, {0.15, 0.2, 0.7}, {0.8, 0.4, 0.7},
+                                        {1, 0.1, 0.05}, {0.05, 1, 0.1},   {1, 0.95, 0.05}};
+        const QList<QRgb> ofPq{0x818181, 0xa7a7a7, 0xd5d5d5, 0xececec, 0x894832, 0xb05f44, 0xe9815f,
+                               0xff9871, 0x2b4582, 0x3a5ba6, 0x517adc, 0x6290ff, 0x895274, 0xb16c97,
+                               0xe892c8, 0xffaae2, 0xae0004, 0xde000e, 0xff0020, 0xff002f, 0x008d16,
+                               0x00b524, 0x00eb3b, 0x00ff50, 0x887f00, 0xb0a500, 0xe1d419, 0xf9ec37};
+        const QList<QRgb> ofHlg{0x6f6f6f, 0x989898, 0xcfcfcf, 0xebebeb, 0x6f3a28, 0x975039, 0xd37354,
+                                0xfe8d67, 0x203566, 0x2f4a89, 0x4569be, 0x5580e5, 0x724360, 0x9a5d83,
+                                0xd885b8, 0xff9fdb, 0x8c0003, 0xbc000a, 0xff0018, 0xff0022, 0x007712,
+                                0x00a11f, 0x00e133, 0x00ff41, 0x746d00, 0x9f9500, 0xdacd02, 0xf9eb1b};
         const auto pq = [](double light) {
             const double y = std::pow(light / 10000, 2610.0 / 16384);
             return std::pow((0.8359375 + 18.8515625 * y) / (1 + 18.6875 * y), 78.84375);
@@ -218,10 +221,11 @@ private slots:
         constexpr int side = 32;
         for (const auto &[transfer, signal, expected] :
              {std::tuple<char, std::function<double(double)>, QList<QRgb>>(16, pq, ofPq), {18, hlg, ofHlg}}) {
-            QImage image(side * 16, 2 * side, QImage::Format_RGBX64);
+            const int patches = static_cast<int>(expected.size());
+            QImage image(side * patches, 2 * side, QImage::Format_RGBX64);
             image.fill(QColor::fromRgbF(float(signal(1000)), float(signal(1000)), float(signal(1000))));
             QPainter painter(&image);
-            for (int i = 0; i < 16; ++i) {
+            for (int i = 0; i < patches; ++i) {
                 const auto of = [&, &signal = signal](int channel) {
                     return static_cast<quint16>(
                         std::lround(65535 * signal(lights[i % 4] * hues[i / 4][channel])));
@@ -234,7 +238,7 @@ private slots:
             write("hdr.avif", avif(image, 9, transfer));
             for (const char *const name : {"hdr.png", "hdr.avif"}) {
                 const QImage shown = ImageReading::read(path(name));
-                for (int i = 0; i < 16; ++i) {
+                for (int i = 0; i < patches; ++i) {
                     const QRgb found = shown.pixel(side * i + side / 2, side / 2);
                     QVERIFY2(Pictures::isNear(found, expected[i], 5),
                              qPrintable(name + QString::number(i) + QColor(found).name()));
