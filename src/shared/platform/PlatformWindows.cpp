@@ -16,6 +16,9 @@ namespace {
 [[maybe_unused]] const bool withoutCompiledExpressions = qputenv("QT_ENABLE_REGEXP_JIT", "0");
 #endif
 
+// A drive without its medium is none, and no box of the system's has to say so.
+[[maybe_unused]] const UINT errorMode = SetErrorMode(GetErrorMode() | SEM_FAILCRITICALERRORS);
+
 /// What the job that the process runs in allows it, bytes.
 quint64 jobLimit()
 {

@@ -11,12 +11,15 @@
 #include <QStorageInfo>
 #include <QtTest>
 
+#include <filesystem>
+#include <optional>
 #include <thread>
 
 #ifdef Q_OS_WIN
 #    include "shared/platform/NativePath.h"
+#    include "shared/platform/WindowsHandle.h"
 
-#    include <windows.h>
+#    include <shellapi.h>
 #endif
 
 /// Replaces, renames and removes a file that somebody has open, or that is write-protected.
@@ -117,19 +120,33 @@ private slots:
         QCOMPARE(onGuiThread, 1);
     }
 
+    void filesAreKnownByTheirNumber()
+    {
+        start();
+        const QString link = path("to/link.jpg");
+        std::filesystem::create_hard_link(QFileInfo(path("a.jpg")).filesystemFilePath(),
+                                          QFileInfo(link).filesystemFilePath());
+        QVERIFY(isOneFile(path("a.jpg"), link) && isOneFile(path("to"), path("to/../to/.")));
+        QVERIFY(!isOneFile(path("a.jpg"), path("b.jpg")) && !isOneFile(path("gone"), path("gone")));
+        QVERIFY(!FileCopy::copy(path("a.jpg"), link, FileCopy::Existing::Replace, progress));
+        QCOMPARE(FileCopy::move(link, path("a.jpg"), FileCopy::Existing::Replace, progress),
+                 FileCopy::Moved::No);
+        QCOMPARE(Files::read(link), "was there");
+    }
+
 #ifdef Q_OS_WIN
     void whatAnotherProgramHoldsIsWaitedFor()
     {
         for (const bool isLetGo : {true, false}) {
             for (const Operation &operation : operations) {
                 start();
-                const HANDLE other = CreateFileW(nativePath(path("a.jpg")).c_str(), GENERIC_READ,
-                                                 FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-                QVERIFY(other != INVALID_HANDLE_VALUE);
+                std::optional<WindowsHandle> other(std::in_place, nativePath(path("a.jpg")), GENERIC_READ, 0,
+                                                   FILE_SHARE_READ);
+                QVERIFY(other->isValid());
                 std::thread letGo([&] {
                     QThread::msleep(300);
                     if (isLetGo)
-                        CloseHandle(other);
+                        other.reset();
                 });
                 const bool done = run(operation);
                 letGo.join();
@@ -138,12 +155,67 @@ private slots:
                 if (isLetGo)
                     QCOMPARE(now, operation.afterwards);
                 else
-                    CloseHandle(other);
+                    other.reset();
                 for (const QString &file : isLetGo ? QStringList() : before)
                     QVERIFY2(now.contains(file), operation.name); // a copy may stand beside it
                 QCOMPARE(now.filter(".orrelan"), QStringList());
             }
         }
+    }
+
+    void whatCannotBeFlushedIsTold()
+    {
+        start();
+        for (const auto mode : {QIODevice::ReadOnly, QIODevice::ReadWrite}) {
+            QFile file(path("a.jpg"));
+            QVERIFY(file.open(mode));
+            QCOMPARE(Platform::flushToDisk(file), mode == QIODevice::ReadWrite);
+        }
+    }
+
+    void hiddenFilesAreLeftOut()
+    {
+        start();
+        QVERIFY(SetFileAttributesW(nativePath(path("a.jpg")).c_str(), FILE_ATTRIBUTE_HIDDEN));
+        QStringList names;
+        for (const FolderEntry &entry : folderEntries(path("."), [] { return false; }).entries)
+            names.append(entry.name);
+        names.sort();
+        QCOMPARE(names, QStringList({"b.jpg", "to"}));
+    }
+
+    void memoryIsThatOfTheJob()
+    {
+        constexpr SIZE_T bytes = 3 << 28;
+        const HANDLE job = CreateJobObjectW(nullptr, nullptr);
+        JOBOBJECT_EXTENDED_LIMIT_INFORMATION limit = {};
+        limit.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_JOB_MEMORY;
+        limit.JobMemoryLimit = bytes;
+        QVERIFY(SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limit, sizeof(limit)));
+        QVERIFY(Platform::usableMemory() > qint64(bytes));
+        QVERIFY(AssignProcessToJobObject(job, GetCurrentProcess()));
+        JOBOBJECT_EXTENDED_LIMIT_INFORMATION kept = {};
+        QVERIFY(
+            QueryInformationJobObject(job, JobObjectExtendedLimitInformation, &kept, sizeof(kept), nullptr));
+        if (kept.JobMemoryLimit != bytes)
+            QSKIP("Wine does not keep the limits of a job");
+        QCOMPARE(Platform::usableMemory(), qint64(bytes));
+    }
+
+    void whatIsDeletedIsInTheBinOrStays()
+    {
+        start();
+        SHQUERYRBINFO bin = {};
+        bin.cbSize = sizeof(bin);
+        const bool hasBin = SUCCEEDED(
+            SHQueryRecycleBinW(QDir::toNativeSeparators(path("a.jpg").left(3)).toStdWString().c_str(), &bin));
+        QVERIFY(QFile::rename(path("a.jpg"), path("\u00fc\u5199.jpg")));
+        QCOMPARE(FileCopy::moveToTrash(path("\u00fc\u5199.jpg"), progress), hasBin);
+        QCOMPARE(QFile::exists(path("\u00fc\u5199.jpg")), !hasBin);
+        QVERIFY(!FileCopy::moveToTrash(path("gone.jpg"), progress));
+        const WindowsHandle other(nativePath(path("b.jpg")), GENERIC_READ, 0, FILE_SHARE_READ);
+        QVERIFY(!FileCopy::moveToTrash(path("b.jpg"), progress));
+        QCOMPARE(read("b.jpg"), "new");
     }
 #endif
 
