@@ -29,7 +29,6 @@ QByteArray JxlFiles::make(const Kind &kind)
     check(JxlEncoderSetBasicInfo(encoder.get(), &info));
     JxlColorEncoding srgb;
     JxlColorEncodingSetToSRGB(&srgb, JXL_FALSE);
-    srgb.transfer_function = kind.transfer;
     check(kind.profile.isEmpty()
               ? JxlEncoderSetColorEncoding(encoder.get(), &srgb)
               : JxlEncoderSetICCProfile(encoder.get(),

@@ -19,7 +19,6 @@ struct Kind
     quint32 duration = 0; ///< of a frame; one of nothing belongs to the same picture as the next
     bool lossy = false;
     QByteArray profile = {}; ///< sRGB if empty
-    JxlTransferFunction transfer = JXL_TRANSFER_FUNCTION_SRGB;
 };
 
 constexpr int colours[] = {200, 100, 50}; // of 255
