@@ -26,9 +26,10 @@ void Exports::add(const QPixmap &picture, const QString &path, const QString &so
     write({picture, path, source});
 }
 
-void Exports::add(const std::function<QImage()> &picture, const QString &path, const QString &source)
+void Exports::add(const std::function<QImage()> &picture, const QString &path, const QString &source,
+                  bool isTurned)
 {
-    write({{}, path, source, picture});
+    write({{}, path, source, picture, isTurned});
 }
 
 void Exports::make(const std::function<QImage()> &picture)

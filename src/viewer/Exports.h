@@ -24,7 +24,9 @@ public:
     void add(const QPixmap &picture, const QString &path, const QString &source = {});
 
     /// The same for a picture that is yet to be decoded, by a function for another thread.
-    void add(const std::function<QImage()> &picture, const QString &path, const QString &source);
+    /// @param isTurned or mirrored, against what the source shows
+    void add(const std::function<QImage()> &picture, const QString &path, const QString &source,
+             bool isTurned = false);
 
     /// Decodes a picture in its turn: `made` tells of it, unless the program ends or another is asked for.
     void make(const std::function<QImage()> &picture);

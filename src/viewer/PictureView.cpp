@@ -32,6 +32,7 @@ PictureView::PictureView()
 QPixmap PictureView::standIn(const QPixmap &thumbnail)
 {
     editsMade.clear();
+    wasTurned = false;
     return std::exchange(selectedImage, thumbnail);
 }
 
@@ -45,6 +46,13 @@ void PictureView::turn(bool clockwise)
 {
     edit([clockwise](const QImage &image) { return PictureTurning::rotated(image, clockwise); });
     displayedImage.size.transpose();
+    wasTurned = true;
+}
+
+void PictureView::mirror(Qt::Orientation orientation)
+{
+    edit([orientation](const QImage &image) { return PictureTurning::mirrored(image, orientation); });
+    wasTurned = true;
 }
 
 PictureEdit PictureView::edits() const

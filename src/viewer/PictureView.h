@@ -46,6 +46,12 @@ public:
     /// Turns the picture by a quarter. The view turns with it, and keeps its scale.
     void turn(bool clockwise);
 
+    /// Mirrors the picture, and the view with it.
+    void mirror(Qt::Orientation orientation);
+
+    /// True for a picture that was turned or mirrored since `standIn`, even if back again.
+    [[nodiscard]] bool isTurned() const { return wasTurned; }
+
     /// Makes a change to the picture in full and, where the view has pixels of its own, to these.
     void edit(const PictureEdit &change);
 
@@ -87,6 +93,7 @@ private:
 
     QPixmap selectedImage;        ///< in full, with its edits
     QList<PictureEdit> editsMade; ///< since the thumbnail stood in for it
+    bool wasTurned = false;
     DisplayedImage displayedImage;
     ScaleMode imageScale = ScaleMode::Fit;
     double scaleFactor = 0;

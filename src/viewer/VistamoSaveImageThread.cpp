@@ -34,8 +34,9 @@ void save(const TSaveImageRequest &request, HeldFiles &heldFiles, const std::fun
     share.emplace(static_cast<qint64>(image.width()) * image.height() * ImageWriting::bytesPerPixel(format),
                   MemoryBudget::Patience::Long);
     image.setColorSpace(QColorSpace::SRgb); // in which pictures are on show
-    const bool written =
-        ImageWriting::write(ImageWriting::fitted(image, format), format, -1, request.source, file);
+    const bool written = ImageWriting::write(
+        ImageWriting::fitted(image, format), format, -1, request.source, file,
+        request.isTurned ? ImageWriting::Places::Others : ImageWriting::Places::AsInSource);
     share.reset(); // the drive may keep it waiting
     if (written)
         static_cast<void>(file.commit()); // it tells of a failure itself

@@ -19,6 +19,7 @@ struct TSaveImageRequest
     QString fileName;                  ///< the path; its suffix says the format
     QString source;                    ///< the file that it was made from, whose metadata go along
     std::function<QImage()> late = {}; ///< gives the picture where there is no pixmap yet
+    bool isTurned = false;             ///< or mirrored, against what the source shows
 };
 
 /// Writes exported pictures, in the order in which they were asked for.

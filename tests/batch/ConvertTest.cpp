@@ -316,8 +316,14 @@ private slots:
             QVERIFY2(converted.contains("cccomment") != isJpeg, qPrintable(format));
             QVERIFY2(converted.contains("faces") != isJpeg, qPrintable(format));
         }
-        // Of a part of the picture they are elsewhere.
+        // In a picture that was turned, or a part of it, they are elsewhere.
         Exports exports;
+        for (const bool turned : {false, true}) {
+            const auto whole = [] { return Pictures::quarters({60, 40}); };
+            exports.add(whole, path("out/whole.tiff"), path("out/a.tiff"), turned);
+            exports.finish();
+            QCOMPARE(read("out/whole.tiff").contains("faces"), !turned);
+        }
         exports.add(QPixmap(30, 20), path("out/part.tiff"), path("out/a.tiff"));
         exports.finish();
         QVERIFY(read("out/part.tiff").contains("Camera") && !read("out/part.tiff").contains("faces"));

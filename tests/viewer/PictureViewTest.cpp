@@ -29,7 +29,9 @@ private slots:
         QCOMPARE(view.redraw(false, {port}).pixels.cacheKey(), view.picture().cacheKey()); // not scaled
         QCOMPARE(view.redraw(true, {port}).pixels.size(), QSize(300, 200));
         // A turned picture keeps its scale. The view has pixels of its own by now.
+        QVERIFY(!view.isTurned());
         view.turn(true);
+        QVERIFY(view.isTurned());
         QCOMPARE(view.displayed().size, QSize(200, 300));
         for (const QPixmap &pixmap : {view.displayed().pixels, view.picture()})
             QCOMPARE(Pictures::quartersOf(pixmap.toImage()), "blue red yellow green");

@@ -301,7 +301,8 @@ QByteArray EmbeddedMetadata::xmpWithIptc() const
     return all;
 }
 
-EmbeddedMetadata metadataForCopy(const QString &path, QSize size, bool srgb, qsizetype mostExif)
+EmbeddedMetadata metadataForCopy(const QString &path, QSize size, bool srgb, qsizetype mostExif,
+                                 bool isTurned)
 {
     MetadataFile::prepareLibrary();
     EmbeddedMetadata copy;
@@ -309,7 +310,7 @@ EmbeddedMetadata metadataForCopy(const QString &path, QSize size, bool srgb, qsi
     tolerant("EXIF", [&] { copy.exif = exifFor(found.exif, found.order, size, srgb, mostExif); });
     if (srgb && copy.exif.isEmpty())
         tolerant("EXIF", [&] { copy.exif = exifFor({}, found.order, size, srgb, mostExif); });
-    tolerant("XMP", [&] { copy.xmp = xmpFor(found.xmp, size, srgb, found.isAsStored); });
+    tolerant("XMP", [&] { copy.xmp = xmpFor(found.xmp, size, srgb, found.isAsStored && !isTurned); });
     tolerant("IPTC", [&] { copy.iptc = iptcFor(found.iptc); });
     return copy;
 }

@@ -25,11 +25,12 @@ struct EmbeddedMetadata
 
 /// The metadata of a file for a picture of `size` pixels that was made from it: upright, without previews,
 /// and of sRGB colours if `srgb` says so, which is said even of a file without metadata; no profile. What is
-/// broken or too large is left out, and where faces are if they are elsewhere in a turned or cropped picture.
+/// broken or too large is left out, and where faces are if they are elsewhere in a cropped picture,
+/// or one that was turned or mirrored beyond the source's orientation.
 /// Safe to call from any thread.
 /// @param mostExif bytes that the target has room for
-[[nodiscard]] EmbeddedMetadata metadataForCopy(const QString &path, QSize size, bool srgb,
-                                               qsizetype mostExif);
+[[nodiscard]] EmbeddedMetadata metadataForCopy(const QString &path, QSize size, bool srgb, qsizetype mostExif,
+                                               bool isTurned = false);
 
 /// An encoded JPEG, PNG, WebP or TIFF file with the metadata in it; as it was if they do not go into it.
 [[nodiscard]] QByteArray withMetadata(const QByteArray &file, const EmbeddedMetadata &metadata);

@@ -130,14 +130,15 @@ int ImageWriting::bytesPerPixel(const QByteArray &format)
 }
 
 bool ImageWriting::write(const QImage &image, const QByteArray &format, int quality, const QString &source,
-                         QIODevice &device)
+                         QIODevice &device, Places places)
 {
     const bool afterwards = takesMetadata(image, format);
     EmbeddedMetadata metadata;
     if (!image.isNull() && (afterwards || encodesMetadata(format)))
         metadata = metadataForCopy(
             source, image.size(), image.colorSpace() == QColorSpace(QColorSpace::SRgb),
-            format.startsWith('j') && format != "jxl" ? EmbeddedMetadata::mostExifOfJpeg : mostExif);
+            format.startsWith('j') && format != "jxl" ? EmbeddedMetadata::mostExifOfJpeg : mostExif,
+            places == Places::Others);
     if (understoodAlone.contains(format) && !image.colorSpace().isValid())
         metadata.icc = image.colorSpace().iccProfile();
     QBuffer buffer;
@@ -161,6 +162,6 @@ bool ImageWriting::write(const QImage &image, const QByteArray &format, int qual
         return true;
     const QByteArray whole = withMetadata(buffer.data(), metadata);
     if (!metadata.icc.isEmpty() && whole == buffer.data()) // of other colours without it
-        return write(Colour::inSrgb(image), format, quality, source, device);
+        return write(Colour::inSrgb(image), format, quality, source, device, places);
     return device.write(whole) == whole.size();
 }

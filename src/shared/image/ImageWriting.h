@@ -20,12 +20,19 @@ namespace ImageWriting {
 /// @param format the suffix of such files, in lower case
 [[nodiscard]] int bytesPerPixel(const QByteArray &format);
 
+/// Where things are in a picture of a source's size.
+enum class Places
+{
+    AsInSource, ///< as it is shown
+    Others      ///< turned or mirrored
+};
+
 /// Encodes a picture, with the metadata of the file that it was made from where the format can hold them.
 /// @param format the suffix of such files, in lower case
 /// @param quality 0 to 100; below 0: the format's own choice
 /// @param source may be gone or have no metadata
 /// False, after a line in the debug output, if there is no encoder or the device fails.
 [[nodiscard]] bool write(const QImage &image, const QByteArray &format, int quality, const QString &source,
-                         QIODevice &device);
+                         QIODevice &device, Places places = Places::AsInSource);
 
 } // namespace ImageWriting

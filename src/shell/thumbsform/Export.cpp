@@ -49,11 +49,12 @@ void ThumbsForm::pasteboardActionMenuClicked(bool)
 void ThumbsForm::exportImage(const std::function<QImage()> &picture)
 {
     const QString source = pictureLoader.shown();
+    const bool isTurned = pictureView.isTurned();
     const QString path = FileDialog::saveFileNameWithSuffix(
         tr("Save to Image File"), VistamoGlobal::exportImagePath,
         tr("PNG file (*.png);;JPG file (*.jpg);;TIFF file (*.tiff);;GIF file (*.gif)"));
     if (path.isEmpty())
         return;
     VistamoGlobal::exportImagePath = path;
-    exports.add(picture, path, source);
+    exports.add(picture, path, source, isTurned);
 }

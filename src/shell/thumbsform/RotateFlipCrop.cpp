@@ -1,7 +1,6 @@
 #include "shell/ThumbsForm.h"
 
 #include "ui_ThumbsForm.h"
-#include "viewer/PictureTurning.h"
 
 /// Makes a change to the picture and to its view.
 void ThumbsForm::editPicture(const PictureEdit &edit)
@@ -30,12 +29,14 @@ void ThumbsForm::rotateImage(int angle)
 
 void ThumbsForm::on_flipHButton_clicked()
 {
-    editPicture([](const QImage &image) { return PictureTurning::mirrored(image, Qt::Horizontal); });
+    pictureView.mirror(Qt::Horizontal);
+    redraw();
 }
 
 void ThumbsForm::on_flipVButton_clicked()
 {
-    editPicture([](const QImage &image) { return PictureTurning::mirrored(image, Qt::Vertical); });
+    pictureView.mirror(Qt::Vertical);
+    redraw();
 }
 
 void ThumbsForm::on_cropButton_clicked()
