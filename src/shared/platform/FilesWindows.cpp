@@ -88,18 +88,18 @@ bool replaceOpenFile(const std::wstring &from, const std::wstring &to)
 }
 
 /// The same in two steps, for other file systems. Of a program that is killed between them, the old file
-/// stays beside the new one.
+/// stays beside the new one. Failed, it leaves the error of what was tried before.
 bool replaceSetAside(const std::wstring &from, const std::wstring &to)
 {
-    const std::wstring previous = to + L".previous";
-    if (!isOpen(to) || !moveFile(to, previous))
-        return false;
-    if (moveFile(from, to)) {
-        removeDespiteProtection(previous);
-        return true;
-    }
     const DWORD error = GetLastError();
-    moveFile(previous, to);
+    const std::wstring previous = to + L".previous";
+    if (isOpen(to) && moveFile(to, previous)) {
+        if (moveFile(from, to)) {
+            removeDespiteProtection(previous);
+            return true;
+        }
+        moveFile(previous, to);
+    }
     SetLastError(error);
     return false;
 }

@@ -163,6 +163,30 @@ private slots:
         }
     }
 
+    void whatIsNewIsWaitedForToo() // scanners look at it first
+    {
+        start();
+        const Operation operation = {"written",
+                                     [this](FileCopy::Progress &progress) {
+                                         ReplacementFile file(path("a.jpg"), progress.heldFiles);
+                                         if (!file.create() || file.write("better") != 6 || !file.flush())
+                                             return false;
+                                         std::optional<WindowsHandle> other(
+                                             std::in_place, nativePath(file.fileName()), GENERIC_READ, 0,
+                                             FILE_SHARE_READ | FILE_SHARE_WRITE);
+                                         std::thread letGo([&] {
+                                             QThread::msleep(300);
+                                             other.reset();
+                                         });
+                                         const bool done = file.commit();
+                                         letGo.join();
+                                         return done;
+                                     },
+                                     {}};
+        QVERIFY(run(operation));
+        QCOMPARE(state(), QStringList({"a.jpg: better", "b.jpg: new"}));
+    }
+
     void whatCannotBeFlushedIsTold()
     {
         start();
