@@ -17,6 +17,7 @@
 #include <atomic>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <utility>
 
 namespace {
@@ -158,6 +159,9 @@ public:
 
     bool add(const TThumbnailRecord &record, const QByteArray &jpeg)
     {
+        // Those who wait for SQLite's lock try now and then, and one of them may do so in vain.
+        static std::mutex turn;
+        const std::lock_guard lock(turn);
         QSqlError error;
         if (!ready())
             return false;
