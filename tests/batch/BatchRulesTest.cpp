@@ -101,10 +101,14 @@ private slots:
         newFolder({"a/b/c", "empty.d", ".hidden"});
         for (const char *const name : {"1.jpg", "a/2.jpg", "a/b/c/3.txt", ".hidden/4.jpg", "nodot"})
             write(name, "x");
-        QVERIFY(QFile::link(path("a"), path("a/b/loop")));
-        // Deeper than a process may have folders open, and then than a path may be long.
+        Files::link(path("a"), path("a/b/loop"));
+#ifdef Q_OS_WIN
+        constexpr int length = 400; // longer than paths were there once
+#else
+        constexpr int length = 3900; // deeper than a process may have folders open
+#endif
         QString deep = path("deep");
-        while (deep.size() < 3900)
+        while (deep.size() < length)
             deep += "/d";
         QVERIFY(QDir().mkpath(deep));
         QVERIFY(Files::write(deep + "/5.jpg", "x"));

@@ -65,11 +65,9 @@ private slots:
 
     void sourceThatCannotGoStays()
     {
-        for (const char *const name : {".", "to"})
-            QVERIFY(geteuid() != 0 || chown(qPrintable(path(name)), 65534, 65534) == 0);
-        QVERIFY(QFile::setPermissions(path("from"), QFile::Permissions(0x5055))); // nobody writes there
-        Failures::asNobody([this] { QVERIFY(transfer.transfer(Mode::Move, sources({"a"}))); });
-        QVERIFY(QFile::setPermissions(path("from"), QFile::Permissions(0x7000)));
+        Failures::giveToNobody({path("."), path("to")});
+        Failures::inClosedFolder(path("from"),
+                                 [this] { QVERIFY(transfer.transfer(Mode::Move, sources({"a"}))); });
         QCOMPARE(events, QStringList("told 1 to"));
         QVERIFY(read("from/a") == "from/a" && read("to/a") == "from/a");
     }

@@ -80,8 +80,7 @@ private slots:
     void fileStaysWhereNothingTakesIt()
     {
         write("photos/a.jpg", "the picture");
-        for (const QString &name : {home + "/files", home + "/info", home, path("."), path("photos")})
-            QVERIFY(geteuid() != 0 || chown(qPrintable(name), 65534, 65534) == 0);
+        Failures::giveToNobody({home + "/files", home + "/info", home, path("."), path("photos")});
         const QStringList before = found(home);
         const auto stays = [&] {
             QVERIFY(!toTrash("photos/a.jpg"));
@@ -89,13 +88,9 @@ private slots:
         };
         Failures::onFullDisk(0, [&] { Failures::asNobody(stays); });
         QCOMPARE(found(home), before);
-        chmod(qPrintable(path("photos")), 0500);
-        Failures::asNobody(stays); // as on a write-protected card
-        chmod(qPrintable(path("photos")), 0700);
-        chmod(qPrintable(home), 0500);
+        Failures::inClosedFolder(path("photos"), stays); // as on a write-protected card
         QVERIFY(QDir(home).rename("info", "gone"));
-        Failures::asNobody(stays); // a trash of somebody else
-        chmod(qPrintable(home), 0700);
+        Failures::inClosedFolder(home, stays); // a trash of somebody else
     }
 
 private:

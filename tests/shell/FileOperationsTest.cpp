@@ -1,18 +1,8 @@
 #include "support/Failures.h"
 #include "support/Program.h"
+#include "support/Reads.h"
 
-#include <sys/syscall.h>
-#include <unistd.h>
-
-static QSemaphore readablePieces(1000); ///< of a megabyte
-
-/// In the C library's place: a disk that can stand still within a file that is copied.
-ssize_t read(int file, void *bytes, size_t count)
-{
-    if (count == 1 << 20)
-        readablePieces.acquire();
-    return syscall(SYS_read, file, bytes, count);
-}
+static QSemaphore readablePieces(1000); ///< of a megabyte, in files that are copied
 
 /// Copies, moves, renames and deletes real files through the real form, and compares the disk afterwards.
 class FileOperationsTest : public ProgramTest
@@ -20,6 +10,14 @@ class FileOperationsTest : public ProgramTest
     Q_OBJECT
 
 private slots:
+    void initTestCase()
+    {
+        beforeRead() = [](qint64, qint64 bytes) {
+            if (bytes == 1 << 20)
+                readablePieces.acquire();
+        };
+    }
+
     void init()
     {
         newFolder({"photos", "other", "target"});
@@ -52,8 +50,10 @@ private slots:
             auto *const tree = dialog->findChild<QTreeWidget *>("treeWidget");
             QCOMPARE(tree->topLevelItemCount(), 3);
             for (const char *const name : {"a.png", "b.png", "c.png"})
-                QCOMPARE(tree->findItems(path("target/") + name, Qt::MatchExactly).value(0)->text(1),
-                         path("photos/") + name);
+                QCOMPARE(tree->findItems(QDir::toNativeSeparators(path("target/") + name), Qt::MatchExactly)
+                             .value(0)
+                             ->text(1),
+                         QDir::toNativeSeparators(path("photos/") + name));
             tree->findItems("c.png", Qt::MatchEndsWith)[0]->setCheckState(0, Qt::Unchecked);
             dialog->findChild<QPushButton *>("overwriteButton")->click();
         });
@@ -124,20 +124,25 @@ private slots:
             });
             program->call("onRenameAction");
         };
-        QVERIFY(QFile::link(path("gone.png"), path("photos/B.png")));
         // What exists, a link to nothing too; what is no name, or one in another folder.
-        for (const char *const name : {"a", "B", "", ".", "..", "../b", "/b"})
+        QStringList none = {"a", "", ".", "..", "../b", "/b"};
+        if (Files::link(path("gone.png"), path("photos/B.png")))
+            none.append("B");
+        for (const QString &name : none)
             rename("b.png", name);
         QCOMPARE(disk("."), QStringList());
-        QVERIFY(QFile::remove(path("photos/B.png")));
+        if (none.contains("B"))
+            QVERIFY(QFile::remove(path("photos/B.png")));
         QCOMPARE(QDir(path("photos")).entryList(QDir::Files | QDir::Hidden),
                  QStringList({"a.png", "b.png", "c.png"}));
         QCOMPARE(read("photos/a.png"), contents["photos/a.png"]);
+#ifndef Q_OS_WIN // Wine leaves a name that differs by case alone as it is
         rename("b.png", "B");
         QCOMPARE(disk("photos"), QStringList({"B.png", "a.png", "c.png"}));
         QTRY_VERIFY(program->settled() && program->fileNames().contains("B.png"));
-        const QString odd = "new \"name\" %1";
-        rename("B.png", odd);
+#endif
+        const QString odd = Files::possibleName("new \"name\" %1");
+        rename(program->fileNames().contains("B.png") ? "B.png" : "b.png", odd);
         QCOMPARE(read("photos/" + odd + ".png"), contents["photos/b.png"]);
         QTRY_COMPARE(program->fileNames().value(program->list()->currentIndex().row()), odd + ".png");
     }
@@ -194,12 +199,14 @@ private slots:
         program->click("deleteButton");
         QCOMPARE(disk("photos"), QStringList("c.png"));
         QTRY_COMPARE(program->rows(), 1);
+#ifndef Q_OS_WIN // where files in the bin have other names
         const QString trash = qEnvironmentVariable("XDG_DATA_HOME") + "/Trash/files/";
         for (const QString name : {"a.png", "b.png"}) {
             QVERIFY(QFile::rename(trash + name, path("photos/" + name))); // put back
             QCOMPARE(read("photos/" + name), contents["photos/" + name]);
         }
         QTRY_COMPARE(program->rows(), 3);
+#endif
     }
 
     void slowCopyCanBeCancelled()
@@ -253,11 +260,10 @@ private slots:
         startOn("showCheckboxButton");
         program->tick("a.png");
         write("target/a.png", "in the way");
+        Failures::giveToNobody({folder->path()});
         const auto failToDelete = [&](QWidget *dialog) {
-            QVERIFY(QFile::setPermissions(folder->path(), {}));
-            Failures::asNobody([&] { dialog->findChild<QPushButton *>("applyButton")->click(); });
-            QVERIFY(QFile::setPermissions(folder->path(),
-                                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+            Failures::inClosedFolder(path("photos"),
+                                     [&] { dialog->findChild<QPushButton *>("applyButton")->click(); });
         };
         const auto move = [&] { program->call("onMovetoAction"); };
         const std::tuple<const char *, std::function<void()>, bool> steps[] = {

@@ -3,10 +3,21 @@
 #include <QByteArray>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
+
+// A machine that is slow, or busy with other things, is no failure.
+#undef QTRY_VERIFY
+#define QTRY_VERIFY(expression) QTRY_VERIFY_WITH_TIMEOUT(expression, 30000)
+#undef QTRY_COMPARE
+#define QTRY_COMPARE(expression, expected) QTRY_COMPARE_WITH_TIMEOUT(expression, expected, 30000)
+
+#ifdef Q_OS_WIN
+#    include <windows.h>
+#endif
 
 /// Whole files at once, for the tests.
 namespace Files {
@@ -22,6 +33,35 @@ inline QByteArray read(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
+}
+
+/// Makes a symbolic link. False, having said so, where a program cannot: Wine has none, Windows lets not
+/// every user make them.
+inline bool link(const QString &target, const QString &path)
+{
+#ifdef Q_OS_WIN
+    DWORD flags = SYMBOLIC_LINK_FLAG_ALLOW_UNPRIVILEGED_CREATE;
+    if (QFileInfo(QFileInfo(path).dir(), target).isDir())
+        flags |= SYMBOLIC_LINK_FLAG_DIRECTORY;
+    CreateSymbolicLinkW(QFileInfo(path).filesystemFilePath().c_str(),
+                        QFileInfo(target).filesystemFilePath().c_str(), flags);
+    const bool made = QFileInfo(path).isSymLink();
+    if (!made)
+        qWarning("Left out: links.");
+    return made;
+#else
+    return QFile::link(target, path);
+#endif
+}
+
+/// A name with what names may hold there: Windows takes few signs.
+inline QString possibleName(QString name)
+{
+#ifdef Q_OS_WIN
+    for (const QChar none : QStringLiteral("\n\"*/:<>?\\|"))
+        name.remove(none);
+#endif
+    return name;
 }
 
 } // namespace Files

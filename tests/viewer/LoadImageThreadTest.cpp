@@ -2,6 +2,7 @@
 #include "shared/image/MemoryBudget.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
+#include "support/Reads.h"
 #include "viewer/PictureLoader.h"
 
 #include <QtGui>
@@ -10,28 +11,15 @@
 #include <atomic>
 #include <chrono>
 #include <future>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace {
 
-QSemaphore readsToHang; ///< the next of them beyond this place
-std::atomic<off_t> hangBeyond = 16000;
+QSemaphore readsToHang; ///< the next of them beyond this place, within a picture of several blocks
+std::atomic<qint64> hangBeyond = 16000;
 QSemaphore readsGoOn;
 std::atomic_int readsGoneOn = 0;
 
 } // namespace
-
-/// In the C library's place: a drive that does not answer any more, for tests within a picture of several
-/// blocks.
-ssize_t read(int file, void *bytes, size_t count)
-{
-    if (lseek(file, 0, SEEK_CUR) > hangBeyond && readsToHang.tryAcquire()) {
-        readsGoOn.acquire();
-        ++readsGoneOn;
-    }
-    return syscall(SYS_read, file, bytes, count);
-}
 
 /// Pictures that are decoded in parallel, by threads that the viewer starts and leaves.
 class LoadImageThreadTest : public FolderTest
@@ -39,7 +27,16 @@ class LoadImageThreadTest : public FolderTest
     Q_OBJECT
 
 private slots:
-    void initTestCase() { ImageReading::setAllocationLimit(); }
+    void initTestCase()
+    {
+        ImageReading::setAllocationLimit();
+        beforeRead() = [](qint64 position, qint64) {
+            if (position > hangBeyond && readsToHang.tryAcquire()) {
+                readsGoOn.acquire();
+                ++readsGoneOn;
+            }
+        };
+    }
     void init()
     {
         newFolder();

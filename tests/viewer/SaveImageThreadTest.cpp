@@ -1,3 +1,4 @@
+#include "shared/platform/PathIdentity.h"
 #include "support/Failures.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
@@ -16,17 +17,17 @@ private slots:
     void init() { newFolder({"folder.png"}); }
     void cleanup()
     {
-        QFile::setPermissions(folder->path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         QCOMPARE(QDir(folder->path()).entryList({".orrelan*"}, QDir::Files | QDir::Hidden), QStringList());
     }
 
     void formatsByName()
     {
-        for (const char *const name : {"a.png", "a.JPG", "a.tiff", "a.gif", "line\nfeed \"%20\".png"}) {
+        for (const QString &name : {QString("a.png"), QString("a.JPG"), QString("a.tiff"), QString("a.gif"),
+                                    Files::possibleName("line\nfeed \"%20\".png")}) {
             save({{QSize(90, 60), name}});
             QImageReader reader(path(name));
             QCOMPARE(Pictures::quartersOf(reader.read()), "red green blue yellow");
-            QVERIFY(QString(name).endsWith(reader.format() == "jpeg" ? "JPG" : reader.format()));
+            QVERIFY(name.endsWith(reader.format() == "jpeg" ? "JPG" : reader.format()));
         }
         QVERIFY(read("a.JPG").contains("\xff\xc2")); // progressive
         save({{QSize(9, 6), "no suffix"}, {QSize(9, 6), "a.nonsense"}, {QSize(), "null.png"}});
@@ -48,7 +49,9 @@ private slots:
         QFile::setPermissions(path(name), QFile::ReadOwner | QFile::WriteOwner);
         save({{QSize(50, 40), name}, {QSize(30, 20), name}});
         QCOMPARE(QImage(path(name)).size(), QSize(30, 20));
+#ifndef Q_OS_WIN
         QVERIFY(!QFileInfo(path(name)).permission(QFile::ReadGroup)); // as that of the old file
+#endif
     }
 
     void failuresLeaveTheOldFile()
@@ -61,8 +64,7 @@ private slots:
             Failures::onFullDisk(2000, [&] { save({{QSize(2000, 1500), name}}); });
             QCOMPARE(QImage(path(name)).size(), QSize(90, 60));
         }
-        QFile::setPermissions(folder->path(), QFile::ReadOwner | QFile::ExeOwner);
-        Failures::asNobody([this] { save({{QSize(9, 6), "old.png"}}); });
+        Failures::inClosedFolder(folder->path(), [this] { save({{QSize(9, 6), "old.png"}}); });
         QCOMPARE(QImage(path("old.png")).size(), QSize(90, 60));
     }
 
@@ -107,7 +109,8 @@ private slots:
         exports.add(QPixmap(50, 10), path("Hangs.png"));
         drive.release();
         QTRY_VERIFY(!exports.saveImageThreadRunning());
-        QVERIFY(QImage(path("hangs.png")).width() == 30 && QImage(path("Hangs.png")).width() == 50);
+        QCOMPARE(QImage(path("Hangs.png")).width(), 50);
+        QVERIFY(isOneFile(path("hangs.png"), path("Hangs.png")) || QImage(path("hangs.png")).width() == 30);
 
         // Nor the end of the program, which waits for what is busy.
         add("hangs.png", 60, hang);

@@ -1,18 +1,20 @@
 #include "shared/image/ColourScreens.h"
 #include "support/Program.h"
+#include "support/Tools.h"
 #include "viewer/TImageLabel.h"
 
-#include <xcb/xcb.h>
+#ifndef Q_OS_WIN
+#    include <xcb/xcb.h>
+#endif
 
 namespace {
 
 /// Lets xdotool do something with the real pointer and keyboard, while the program answers.
 void xdo(const QStringList &arguments)
 {
-    QProcess process;
-    process.start("xdotool", arguments);
-    QTRY_COMPARE_WITH_TIMEOUT(process.state(), QProcess::NotRunning, 20000);
-    QCOMPARE(process.exitCode(), 0);
+    Tools::Tool tool("xdotool", arguments);
+    QTRY_VERIFY_WITH_TIMEOUT(tool.hasEnded(), 20000);
+    QVERIFY(tool.printed());
 }
 
 /// Not with --sync, which waits long where the pointer is there already.
@@ -127,6 +129,9 @@ private slots:
 
     void picturesAreDrawnInTheScreensColours()
     {
+#ifdef Q_OS_WIN
+        QSKIP("No program there can give the screen a profile.");
+#else
         start({path("first")}, 6);
         nameScreenProfile(QColorSpace(QColorSpace::AdobeRgb).iccProfile());
         const QColor stored = Pictures::quarterColours()[0];
@@ -168,6 +173,7 @@ private slots:
         divide({"--delmonitor", "left"});
         divide({"--delmonitor", "right"});
         QTRY_COMPARE(QGuiApplication::primaryScreen()->size(), whole);
+#endif
     }
 
     void batchListIsFilledByDroppingAndOrderedByDragging()
@@ -242,6 +248,9 @@ private slots:
 
     void pictureIsEditedAndExported()
     {
+#ifdef Q_OS_WIN
+        QSKIP("Wine brings what is painted to the screen later.");
+#endif
         openOnly(QSize(900, 600));
         const auto colour = [&] { // beside the dialog
             const QImage screen = onScreen(program->find("scrollArea"));
@@ -412,6 +421,7 @@ private:
         QTRY_COMPARE(QRect(program->window->mapToGlobal(QPoint()), program->window->size()), geometry);
     }
 
+#ifndef Q_OS_WIN
     /// Puts a profile where programs look for the screen's, and waits until it is read.
     void nameScreenProfile(const QByteArray &profile, const QByteArray &property = "_ICC_PROFILE")
     {
@@ -430,6 +440,7 @@ private:
         emit qGuiApp->applicationStateChanged(Qt::ApplicationActive); // back from where it was chosen
         QVERIFY(changed.wait());
     }
+#endif
 
     int awaited = 0; ///< actions of `when`
 };
