@@ -5,6 +5,32 @@
 
 #include <QElapsedTimer>
 #include <QImageReader>
+#include <QImageWriter>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <thread>
+
+/// Whether other threads than the first have no memory left.
+static std::atomic_bool memoryIsOut = false;
+static const auto firstThread = std::this_thread::get_id();
+
+void *operator new(size_t bytes)
+{
+    void *const memory = memoryIsOut && std::this_thread::get_id() != firstThread
+                             ? nullptr
+                             : std::malloc(std::max<size_t>(bytes, 1));
+    return memory ? memory : throw std::bad_alloc();
+}
+void operator delete(void *memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void *memory, size_t) noexcept
+{
+    std::free(memory);
+}
 
 /// JPEG XL files of kinds that the program does not write.
 class JxlTest : public FolderTest
@@ -24,6 +50,18 @@ private slots:
                 for (const QPoint at : {QPoint(0, 0), QPoint(300, 39)})
                     QCOMPARE(QColor::fromRgba(image.pixel(at)), QColor(100, 50, 25, opacity));
             }
+        }
+    }
+
+    void encoderWithoutMemoryFails()
+    {
+        newFolder();
+        const QImage large = Pictures::quarters({2000, 1500});
+        for (const bool out : {true, false}) {
+            memoryIsOut = out;
+            const bool written = QImageWriter(path("a.jxl")).write(large);
+            memoryIsOut = false;
+            QCOMPARE(written, !out);
         }
     }
 

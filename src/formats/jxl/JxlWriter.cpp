@@ -14,6 +14,8 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <exception>
 #include <memory>
 
 namespace {
@@ -116,6 +118,37 @@ void addMetadata(JxlEncoder &encoder, const MetadataBlocks &metadata)
     return status == JXL_ENC_SUCCESS;
 }
 
+/// Does the encoder's work on several threads. One that ran out of memory would end the program: the rest is
+/// passed over then, and the encoder told.
+JxlParallelRetCode runTolerantly(void *threads, void *encoder, JxlParallelRunInit init,
+                                 JxlParallelRunFunction function, uint32_t start, uint32_t end)
+{
+    struct Work
+    {
+        void *encoder;
+        JxlParallelRunInit init;
+        JxlParallelRunFunction function;
+        std::atomic_bool failed = false;
+    };
+    Work work{encoder, init, function};
+    const auto begin = [](void *opaque, size_t count) {
+        const auto *const work = static_cast<Work *>(opaque);
+        return work->init(work->encoder, count);
+    };
+    const auto step = [](void *opaque, uint32_t value, size_t thread) {
+        auto *const work = static_cast<Work *>(opaque);
+        if (work->failed)
+            return;
+        try {
+            work->function(work->encoder, value, thread);
+        } catch (const std::exception &) {
+            work->failed = true;
+        }
+    };
+    const JxlParallelRetCode result = JxlResizableParallelRunner(threads, &work, begin, step, start, end);
+    return work.failed ? JXL_PARALLEL_RET_RUNNER_ERROR : result;
+}
+
 } // namespace
 
 float JxlWriter::distanceOf(int quality)
@@ -143,7 +176,7 @@ bool JxlWriter::write(const QImage &source, QIODevice &device, int quality, cons
     const Jxl::ProcessorShare share;
     JxlResizableParallelRunnerSetThreads(
         runner.get(), share.threads(JxlResizableParallelRunnerSuggestThreads(image.width(), image.height())));
-    JxlEncoderSetParallelRunner(encoder, JxlResizableParallelRunner, runner.get());
+    JxlEncoderSetParallelRunner(encoder, runTolerantly, runner.get());
 
     if (!metadata.exif.isEmpty() || !metadata.xmp.isEmpty())
         JxlEncoderUseBoxes(encoder);
@@ -171,10 +204,15 @@ bool JxlWriter::write(const QImage &source, QIODevice &device, int quality, cons
         JxlEncoderSetFrameDistance(settings, quality < 0 ? defaultDistance : distanceOf(quality));
     const JxlPixelFormat format{pixels.channels, pixels.deep ? JXL_TYPE_UINT16 : JXL_TYPE_UINT8,
                                 JXL_NATIVE_ENDIAN, static_cast<size_t>(pixels.image.bytesPerLine())};
-    if (JxlEncoderAddImageFrame(settings, &format, pixels.image.constBits(), pixels.image.sizeInBytes())
-        != JXL_ENC_SUCCESS)
+    try {
+        if (JxlEncoderAddImageFrame(settings, &format, pixels.image.constBits(), pixels.image.sizeInBytes())
+            != JXL_ENC_SUCCESS)
+            return false;
+        addMetadata(*encoder, metadata);
+        JxlEncoderCloseInput(encoder);
+        return writeOutput(*encoder, device);
+    } catch (const std::exception &error) { // too little memory
+        qDebug() << "Cannot encode JPEG XL:" << error.what();
         return false;
-    addMetadata(*encoder, metadata);
-    JxlEncoderCloseInput(encoder);
-    return writeOutput(*encoder, device);
+    }
 }
