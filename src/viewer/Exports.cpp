@@ -17,8 +17,15 @@ constexpr qint64 busyMs = 20;
 
 Exports::Exports()
 {
+    *receiver->lock() = this;
     writers.push_back(std::make_unique<Writer>());
     connect(&hangTimer, &QTimer::timeout, this, &Exports::passHanging);
+}
+
+Exports::~Exports()
+{
+    finish();
+    *receiver->lock() = nullptr;
 }
 
 void Exports::add(const QPixmap &picture, const QString &path, const QString &source)
@@ -34,12 +41,16 @@ void Exports::add(const std::function<QImage()> &picture, const QString &path, c
 
 void Exports::make(const std::function<QImage()> &picture)
 {
-    const auto tell = [this, picture, number = ++lastMade] {
-        const auto tellIfNewest = [this, number, image = picture()] {
-            if (number == lastMade)
-                emit made(image);
-        };
-        QMetaObject::invokeMethod(this, tellIfNewest, Qt::QueuedConnection);
+    const auto tell = [receiver = receiver, picture, number = ++lastMade] {
+        const QImage image = picture();
+        const auto access = receiver->lock();
+        if (Exports *const exports = *access) {
+            const auto tellIfNewest = [exports, number, image] {
+                if (number == exports->lastMade)
+                    emit exports->made(image);
+            };
+            QMetaObject::invokeMethod(exports, tellIfNewest, Qt::QueuedConnection);
+        }
         return QImage(); // nothing is written
     };
     add(tell, {}, {});

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "shared/threads/Guarded.h"
 #include "shared/threads/Worker.h"
 #include "viewer/VistamoSaveImageThread.h"
 
@@ -17,7 +18,7 @@ class Exports : public QObject
 
 public:
     Exports();
-    ~Exports() override { finish(); }
+    ~Exports() override;
 
     /// Starts writing a picture; the suffix of the path says the format. What stands there stays if it fails.
     /// @param source the file that it was made from, whose metadata go along
@@ -56,5 +57,7 @@ private:
 
     std::vector<std::unique_ptr<Writer>> writers; ///< that at work last; before it those that hung
     QTimer hangTimer;                             ///< runs while something is being written
-    quint64 lastMade = 0;                         ///< number of the newest picture that was to be made
+    /// For threads that may outlive this object; null once it has gone.
+    const std::shared_ptr<Guarded<Exports *>> receiver = std::make_shared<Guarded<Exports *>>();
+    quint64 lastMade = 0; ///< number of the newest picture that was to be made
 };

@@ -15,9 +15,10 @@
 
 namespace {
 
+/// What goes to the clipboard has no path, and none in common.
 bool goesTo(const QString &path, const TSaveImageRequest &request)
 {
-    return CaselessPath(request.fileName) == CaselessPath(path);
+    return !path.isEmpty() && CaselessPath(request.fileName) == CaselessPath(path);
 }
 
 /// Writes one picture, and tells of each step.
@@ -32,8 +33,8 @@ void save(const TSaveImageRequest &request, HeldFiles &heldFiles, const std::fun
     const QByteArray format = QFileInfo(request.fileName).suffix().toLower().toLatin1();
     std::optional<const MemoryBudget::Share> share;
     share.emplace(static_cast<qint64>(image.width()) * image.height() * ImageWriting::bytesPerPixel(format),
-                  MemoryBudget::Patience::Long);
-    image.setColorSpace(QColorSpace::SRgb); // in which pictures are on show
+                  MemoryBudget::Patience::Short); // a decoder that hangs may have all there is
+    image.setColorSpace(QColorSpace::SRgb);       // in which pictures are on show
     const bool written = ImageWriting::write(
         ImageWriting::fitted(image, format), format, -1, request.source, file,
         request.isTurned ? ImageWriting::Places::Others : ImageWriting::Places::AsInSource);
@@ -73,7 +74,7 @@ bool VistamoSaveImageThread::isWriting(const QString &path) const
 {
     const auto access = asked.lock();
     const QList<TSaveImageRequest> &waiting = access->requestList;
-    return CaselessPath(access->fileName) == CaselessPath(path)
+    return goesTo(path, {{}, access->fileName, {}})
            || std::any_of(waiting.cbegin(), waiting.cend(),
                           [&](const TSaveImageRequest &request) { return goesTo(path, request); });
 }

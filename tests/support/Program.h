@@ -92,7 +92,10 @@ public:
     void open(int row) const { emit list()->doubleClicked(index(row)); }
     void open(const QString &name) const { open(rowOf(name)); }
     /// True if the viewer is on a file of this name.
-    bool isOn(const QString &name) const { return window->windowTitle().endsWith(name); }
+    bool isOn(const QString &name) const
+    {
+        return window->windowTitle().endsWith(QDir::toNativeSeparators(name));
+    }
     /// As if a file of this folder had been dropped.
     void drop(const QString &folder, const QString &file) const
     {

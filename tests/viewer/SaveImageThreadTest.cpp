@@ -87,6 +87,7 @@ private slots:
     void exportThatHangsHoldsUpNothingElse()
     {
         const qint64 usual = std::exchange(VistamoSaveImageThread::deadAfterMs, 300);
+        const auto backToUsual = qScopeGuard([=] { VistamoSaveImageThread::deadAfterMs = usual; });
         QSemaphore drive;
         Exports exports;
         const auto add = [&](const char *name, int width, const std::function<void()> &first) {
@@ -111,6 +112,14 @@ private slots:
         QTRY_VERIFY(!exports.saveImageThreadRunning());
         QCOMPARE(QImage(path("Hangs.png")).width(), 50);
         QVERIFY(isOneFile(path("hangs.png"), path("Hangs.png")) || QImage(path("hangs.png")).width() == 30);
+
+        // Pictures for the clipboard have no path, and so none in common.
+        const QSignalSpy made(&exports, &Exports::made);
+        exports.make([&] { return drive.acquire(), QImage(); });
+        exports.make([] { return QImage(80, 10, QImage::Format_RGB32); });
+        QTRY_COMPARE(made.size(), 1);
+        drive.release();
+        QTRY_VERIFY(!exports.saveImageThreadRunning());
 
         // Nor the end of the program, which waits for what is busy.
         add("hangs.png", 60, hang);

@@ -110,16 +110,16 @@ public:
         const bool isDoubtful = need.sum() > doubtfulBytes && need.sum() / doubtfulRatio > file.size();
         const qint64 afterwards = need.pictures + need.pictures / 2 / 4 * bytesPerPixelAfterwards;
         using MemoryBudget::Patience;
+        const Patience patience = bytesPerPixelAfterwards > 0 ? Patience::Long : Patience::Short;
         auto share = std::make_unique<const MemoryBudget::Share>(
-            std::max({need.sum(), afterwards, isDoubtful ? budget : 0}),
-            bytesPerPixelAfterwards > 0 ? Patience::Long : Patience::Short);
+            std::max({need.sum(), afterwards, isDoubtful ? budget : 0}), patience);
         const QByteArray format = reader.format();
         QImage image = decoded(need.decoder > 0);
         if (image.isNull() && format == "png") {
             // Beside the picture the file, its packed rows and these, unpacked and packed again.
             share.reset();
             share = std::make_unique<const MemoryBudget::Share>(
-                std::max(need.pictures + need.pictures / 2 + 2 * file.size(), afterwards));
+                std::max(need.pictures + need.pictures / 2 + 2 * file.size(), afterwards), patience);
             image = QImageReader(&look(), "orrelan-png").read();
         }
         image = withoutMetadataTexts(std::move(image));

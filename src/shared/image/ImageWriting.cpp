@@ -87,6 +87,15 @@ QImage withWritableRange(QImage image, const QByteArray &format)
     return isHeld ? image : Colour::inSrgb(std::move(image));
 }
 
+/// In sRGB; without a profile if it says nothing of these pixels.
+QImage inSrgbOrNone(QImage image)
+{
+    image = Colour::inSrgb(std::move(image));
+    if (image.colorSpace() != QColorSpace(QColorSpace::SRgb))
+        image.setColorSpace({});
+    return image;
+}
+
 /// A profile of one model, grey or RGB, on pixels of the other is refused or dropped by writers and readers,
 /// and Qt's JPEG writer drops that of every grey picture.
 QImage withWritableProfile(QImage image, const QByteArray &format)
@@ -99,10 +108,7 @@ QImage withWritableProfile(QImage image, const QByteArray &format)
     const bool isHeld = holdsProfile(image, format) && fits;
     if (profile.isEmpty() || (isHeld && !(greyPixels && jpeg)))
         return image;
-    image = Colour::inSrgb(std::move(image));
-    if (image.colorSpace() != QColorSpace(QColorSpace::SRgb))
-        image.setColorSpace({}); // for it says nothing of these pixels
-    return image;
+    return inSrgbOrNone(std::move(image));
 }
 
 } // namespace
@@ -162,6 +168,6 @@ bool ImageWriting::write(const QImage &image, const QByteArray &format, int qual
         return true;
     const QByteArray whole = withMetadata(buffer.data(), metadata);
     if (!metadata.icc.isEmpty() && whole == buffer.data()) // of other colours without it
-        return write(Colour::inSrgb(image), format, quality, source, device, places);
+        return write(inSrgbOrNone(image), format, quality, source, device, places);
     return device.write(whole) == whole.size();
 }

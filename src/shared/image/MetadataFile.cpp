@@ -69,7 +69,8 @@ QByteArray psdResources(QIODevice &file)
     const quint32 palette = number();
     if (file.skip(palette) != palette)
         return {};
-    const qint64 end = file.pos() + 4 + number();
+    const quint32 resources = number();
+    const qint64 end = file.pos() + resources;
     QByteArray kept;
     for (int resource = 0; resource < mostChunks && file.pos() < end; ++resource) {
         QByteArray head = file.read(7); // signature, number, and the length of a name

@@ -4,6 +4,8 @@
 #include "shared/platform/Platform.h"
 #include "shared/platform/WindowsHandle.h"
 
+#include <QtDebug>
+
 #include <algorithm>
 #include <cstring>
 #include <initializer_list>
@@ -95,10 +97,12 @@ bool replaceSetAside(const std::wstring &from, const std::wstring &to)
     const std::wstring previous = to + L".previous";
     if (isOpen(to) && moveFile(to, previous)) {
         if (moveFile(from, to)) {
-            removeDespiteProtection(previous);
+            if (!removeDespiteProtection(previous))
+                qDebug() << "Left behind" << QString::fromStdWString(previous);
             return true;
         }
-        moveFile(previous, to);
+        if (!moveFile(previous, to))
+            qDebug() << "Not moved back" << QString::fromStdWString(previous);
     }
     SetLastError(error);
     return false;

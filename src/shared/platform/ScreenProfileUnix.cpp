@@ -17,7 +17,7 @@ std::unique_ptr<Reply, decltype(&std::free)> owned(Reply *reply)
     return {reply, std::free};
 }
 
-/// The screen's number for Xinerama; that of the first if there is no such extension.
+/// The screen's number for Xinerama; that of the first if there is no such extension, -1 for an unknown one.
 int xineramaNumber(xcb_connection_t *connection, QPoint corner)
 {
     const auto *const extension = xcb_get_extension_data(connection, &xcb_xinerama_id);
@@ -31,7 +31,7 @@ int xineramaNumber(xcb_connection_t *connection, QPoint corner)
     for (int number = 0; screens.rem > 0; ++number, xcb_xinerama_screen_info_next(&screens))
         if (QPoint(screens.data->x_org, screens.data->y_org) == corner)
             return number;
-    return 0;
+    return -1;
 }
 
 } // namespace
@@ -55,7 +55,7 @@ QByteArray Platform::screenProfile(QPoint corner)
     const auto atom = owned(xcb_intern_atom_reply(
         connection, xcb_intern_atom(connection, 1, static_cast<uint16_t>(name.size()), name.constData()),
         nullptr));
-    if (!atom || atom->atom == XCB_ATOM_NONE || roots.rem < 1)
+    if (index < 0 || !atom || atom->atom == XCB_ATOM_NONE || roots.rem < 1)
         return {};
     const auto property =
         owned(xcb_get_property_reply(connection,

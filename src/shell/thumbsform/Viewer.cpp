@@ -6,6 +6,7 @@
 #include "viewer/VistamoFilterDialog.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QKeyEvent>
 #include <QStackedLayout>
 #include <QtDebug>
@@ -77,7 +78,7 @@ void ThumbsForm::loadSelectedImage(const QString &path)
     refit();
     Background::free(std::move(previous));
     pictureLoader.show(listed ? fileOf(*record) : ImageRequest{path});
-    emit changeTitle(VistamoGlobal().getAppTitle() + QLatin1Char('-') + path);
+    emit changeTitle(VistamoGlobal().getAppTitle() + QLatin1Char('-') + QDir::toNativeSeparators(path));
 }
 
 void ThumbsForm::onImageLoaded(QPixmap pixmap)
