@@ -13,6 +13,7 @@ namespace {
 constexpr qint64 mostOfValue = 1024 * 1024;
 constexpr qint64 mostOfAll = 16 * 1024 * 1024;
 constexpr int mostDirectories = 16;
+constexpr qint64 mostOfLibrary = std::numeric_limits<long>::max(); ///< exiv2 counts a file's bytes so
 
 constexpr qint64 headerBytes = 8;
 constexpr qint64 entryBytes = 12;
@@ -34,7 +35,7 @@ class TiffWalk
 public:
     explicit TiffWalk(QIODevice &file)
         : file(file)
-        , length(std::min<qint64>(file.size(), std::numeric_limits<quint32>::max()))
+        , length(std::min<qint64>({file.size(), std::numeric_limits<quint32>::max(), mostOfLibrary}))
         , sparse{{}, {static_cast<char *>(std::calloc(static_cast<size_t>(length), 1)), std::free}}
     {
     }
