@@ -20,7 +20,7 @@ bool isLink(const WIN32_FIND_DATAW &entry)
 bool isAnswer(DWORD error)
 {
     return error == ERROR_NO_MORE_FILES || error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND
-           || error == ERROR_DIRECTORY || error == ERROR_ACCESS_DENIED;
+           || error == ERROR_DIRECTORY || error == ERROR_INVALID_NAME || error == ERROR_ACCESS_DENIED;
 }
 
 } // namespace
