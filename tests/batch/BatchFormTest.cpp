@@ -18,7 +18,8 @@ private slots:
         answers.clear();
         asked.clear();
         DialogSeam::setAnswerer([this](const DialogSeam::Question &question) -> std::optional<QVariant> {
-            asked.append(question.title + ": " + QString(question.text).replace(folder->path(), "~"));
+            asked.append(question.title + ": "
+                         + QDir::fromNativeSeparators(question.text).replace(folder->path(), "~"));
             return answers.isEmpty() ? QVariant() : answers.takeFirst();
         });
     }
@@ -231,7 +232,7 @@ private slots:
         QTRY_VERIFY(view()->isVisible());
         add({"photos"}); // does not disturb the run
         tool("createPdfButton")->click();
-        QTRY_COMPARE(find<QLabel>("label_2")->text().section('/', -2, -2), "photos");
+        QTRY_COMPARE(find<QLabel>("label_2")->text().section(QDir::separator(), -2, -2), "photos");
         QTRY_VERIFY(disk("out").size() > 2);
         QVERIFY(find("progressBar")->width() < form()->width() / 2);
         QVERIFY(find("label_2")->minimumSizeHint().width() < 100);
