@@ -16,7 +16,6 @@
 #include <algorithm>
 #include <array>
 #include <functional>
-#include <limits>
 #include <string>
 #include <utility>
 
@@ -98,7 +97,7 @@ Metadata readMetadata(const QString &path, QSize size)
         return found;
     tolerant("file", [&] {
         const auto [bytes, memory] = fileForReading(file);
-        if (bytes.isEmpty() || bytes.size() > std::numeric_limits<long>::max()) // 32 bits on Windows
+        if (bytes.isEmpty())
             return;
         const auto image = Exiv2::ImageFactory::open(bytesOf(bytes), static_cast<long>(bytes.size()));
         tolerant("some of file", [&] { image->readMetadata(); });
