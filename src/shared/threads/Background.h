@@ -6,6 +6,7 @@
 
 #include <future>
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 /// Small pieces of work off the GUI thread, in Qt's own pool. The end of the program waits for them.
@@ -31,9 +32,10 @@ auto result(Work work)
 /// Frees what takes the system a while to take back, as the pixels of a large picture do. No pixmap: a piece
 /// of work may end after the application's object.
 template <typename Value>
+    requires(!std::is_lvalue_reference_v<Value>)
 void free(Value &&value)
 {
-    QThreadPool::globalInstance()->start([freed = std::move(value)] {});
+    QThreadPool::globalInstance()->start([freed = std::forward<Value>(value)] {});
 }
 
 /// The same for the pixels of a pixmap that nobody else shows any more.
