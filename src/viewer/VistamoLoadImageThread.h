@@ -19,7 +19,8 @@
 class DecodedOnce
 {
 public:
-    QPixmap get(const std::function<QPixmap()> &decode);
+    /// The result of the first call's `decode`, null if that was. Any thread; waits for one that decodes.
+    [[nodiscard]] QPixmap get(const std::function<QPixmap()> &decode);
 
 private:
     std::once_flag once;

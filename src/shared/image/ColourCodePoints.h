@@ -22,7 +22,7 @@ struct CodePoints
 [[nodiscard]] std::array<std::array<double, 2>, 4> chromaticities(int primaries);
 
 /// The colour space of code points; invalid if they say nothing. PQ and HLG, which Qt cannot express, come as
-/// an invalid space with an ICC profile that says them alone (tag cicp), for `codePointsOf`.
+/// an invalid space with an ICC profile that says them alone (tag cicp), for `highDynamicRange`.
 [[nodiscard]] QColorSpace colourSpace(CodePoints points);
 
 /// PQ or HLG by the tag cicp of an ICC profile (ICC.1:2022, 9.2.17); nothing for any other profile.

@@ -8,6 +8,7 @@
 class FileForReading : public QFile
 {
 public:
+    /// Not open yet; the file need not be there.
     explicit FileForReading(const QString &path);
 
     /// Opens it for reading, and nothing else. False if that failed.

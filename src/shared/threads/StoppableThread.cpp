@@ -47,11 +47,10 @@ void StoppableThread::release(std::unique_ptr<StoppableThread> thread)
     if (thread->isFinished())
         return;
     // One may have ended before it was to free itself.
-    released.removeIf([](const QPointer<StoppableThread> &earlier) {
+    for (const QPointer<StoppableThread> &earlier : std::as_const(released))
         if (earlier && earlier->isFinished())
             delete earlier;
-        return !earlier;
-    });
+    released.removeIf([](const QPointer<StoppableThread> &earlier) { return earlier.isNull(); });
     released.append(freedAtItsEnd(std::move(thread)));
 }
 
