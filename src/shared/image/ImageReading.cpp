@@ -1,5 +1,6 @@
 #include "shared/image/ImageReading.h"
 
+#include "shared/image/ColourCodePoints.h"
 #include "shared/image/ColourConversion.h"
 #include "shared/image/ColourExif.h"
 #include "shared/image/ColourJpeg.h"
@@ -35,6 +36,12 @@ constexpr qsizetype mostScans = 100;
 
 constexpr qint64 doubtfulBytes = 64 * megabyte;
 constexpr qint64 doubtfulRatio = 1000; ///< of decoded bytes to those of the file
+
+/// What goes on with the picture may do so beside encoders.
+MemoryBudget::Patience patienceFor(int bytesPerPixelAfterwards)
+{
+    return bytesPerPixelAfterwards > 0 ? MemoryBudget::Patience::Long : MemoryBudget::Patience::Short;
+}
 
 bool swapsSides(QImageIOHandler::Transformations transformation)
 {
@@ -109,8 +116,7 @@ public:
         // A few bytes that claim a huge picture may be one, but are more likely to be broken.
         const bool isDoubtful = need.sum() > doubtfulBytes && need.sum() / doubtfulRatio > file.size();
         const qint64 afterwards = need.pictures + need.pictures / 2 / 4 * bytesPerPixelAfterwards;
-        using MemoryBudget::Patience;
-        const Patience patience = bytesPerPixelAfterwards > 0 ? Patience::Long : Patience::Short;
+        const MemoryBudget::Patience patience = patienceFor(bytesPerPixelAfterwards);
         auto share = std::make_unique<const MemoryBudget::Share>(
             std::max({need.sum(), afterwards, isDoubtful ? budget : 0}), patience);
         const QByteArray format = reader.format();
@@ -225,6 +231,12 @@ private:
     QImageIOHandler::Transformations ignored;
 };
 
+/// True for what is in 8 bits by now, and is mapped or encoded in 16.
+bool becomesDeep(const QImage &image)
+{
+    return image.depth() <= 32 && Colour::highDynamicRange(image.colorSpace().iccProfile());
+}
+
 /// True unless opening would wait for somebody else, as with a pipe.
 bool canBeOpened(const QString &path)
 {
@@ -250,6 +262,12 @@ ImageReading::HeldPicture ImageReading::readAndHold(const QString &path, Colours
     if (!canBeOpened(path))
         return {};
     HeldPicture picture = PictureFile(path).read(bytesPerPixel);
+    if (becomesDeep(picture.image)) {
+        const qint64 pixels = qint64(picture.image.width()) * picture.image.height();
+        picture.share.reset(); // two that wait for more would wait for each other
+        picture.share = std::make_unique<const MemoryBudget::Share>(
+            picture.image.sizeInBytes() + pixels * 2 * (4 + bytesPerPixel), patienceFor(bytesPerPixel));
+    }
     if (colours == Colours::Srgb)
         picture.image = Colour::inSrgb(std::move(picture.image));
     return picture;

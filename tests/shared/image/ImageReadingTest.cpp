@@ -1,4 +1,5 @@
 #include "shared/image/ImageReading.h"
+#include "shared/image/ColourCodePoints.h"
 #include "shared/image/DecodingNeed.h"
 #include "shared/image/JpegMarkers.h"
 #include "shared/image/MemoryBudget.h"
@@ -145,16 +146,22 @@ private slots:
         }
     }
 
-    void mendingWaitsForItsMemory()
+    void whatFollowsDecodingWaitsForItsMemory()
     {
-        write("cut.png", Pictures::encoded(Pictures::quarters(QSize(200, 200)), "png").chopped(100));
-        MemoryBudget::setBytes(500'000);
-        auto other = std::make_unique<const MemoryBudget::Share>(100'000);
-        auto reading = std::async(std::launch::async, [this] { return ImageReading::read(path("cut.png")); });
-        QTRY_COMPARE(MemoryBudget::waiting(), 1);
-        other.reset();
-        QCOMPARE(reading.get().size(), QSize(200, 200));
-        MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
+        QImage picture = Pictures::quarters(QSize(200, 200));
+        write("cut.png", Pictures::encoded(picture, "png").chopped(100)); // to be mended
+        picture.setColorSpace(Colour::colourSpace({9, 16}));
+        write("pq.jpg", Pictures::encoded(picture, "jpg")); // to be mapped in 16 bits
+        for (const char *const name : {"cut.png", "pq.jpg"}) {
+            MemoryBudget::setBytes(500'000);
+            auto other = std::make_unique<const MemoryBudget::Share>(100'000);
+            auto reading =
+                std::async(std::launch::async, [=, this] { return ImageReading::read(path(name)); });
+            QTRY_COMPARE(MemoryBudget::waiting(), 1);
+            other.reset();
+            QCOMPARE(reading.get().size(), QSize(200, 200));
+            MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
+        }
     }
 
     void claimsOfSmallFilesAreTakenWithCare()
