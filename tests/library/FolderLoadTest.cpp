@@ -16,8 +16,10 @@ static const char *const lookedFor = "comes back";
 #    include <dlfcn.h>
 #    include <unistd.h>
 
+#    include <atomic>
+
 /// The entries that folders give before they fail, as on a drive that goes away; below 0: they don't.
-static int entriesUntilFailure = -1;
+static std::atomic_int entriesUntilFailure = -1;
 
 extern "C" dirent *readdir(DIR *folder)
 {

@@ -99,7 +99,7 @@ private slots:
         };
         const auto hang = [&] { drive.acquire(); };
         const auto encode = [] {
-            const QDeadlineTimer deadline(900);
+            const QDeadlineTimer deadline(2 * VistamoSaveImageThread::deadAfterMs);
             while (!deadline.hasExpired()) {
             }
         };

@@ -27,6 +27,9 @@ public:
     /// GUI thread nothing is waited for.
     [[nodiscard]] bool tryAgain(const std::function<Outcome()> &operation);
 
+    /// The time that is left to wait, milliseconds; less than before as soon as something is waited for.
+    [[nodiscard]] int leftMs() const { return msLeft; }
+
 private:
     [[nodiscard]] bool wait();
 

@@ -11,7 +11,9 @@
 #include <QStorageInfo>
 #include <QtTest>
 
+#include <chrono>
 #include <filesystem>
+#include <future>
 #include <optional>
 #include <thread>
 
@@ -143,13 +145,11 @@ private slots:
                 std::optional<WindowsHandle> other(std::in_place, nativePath(path("a.jpg")), GENERIC_READ, 0,
                                                    FILE_SHARE_READ);
                 QVERIFY(other->isValid());
-                std::thread letGo([&] {
-                    QThread::msleep(300);
+                const auto letGo = [&] {
                     if (isLetGo)
                         other.reset();
-                });
-                const bool done = run(operation);
-                letGo.join();
+                };
+                const bool done = run(operation, letGo);
                 QVERIFY2(done == isLetGo, operation.name);
                 const QStringList now = state();
                 if (isLetGo)
@@ -166,24 +166,18 @@ private slots:
     void whatIsNewIsWaitedForToo() // scanners look at it first
     {
         start();
+        std::optional<WindowsHandle> other;
         const Operation operation = {"written",
-                                     [this](FileCopy::Progress &progress) {
+                                     [&](FileCopy::Progress &progress) {
                                          ReplacementFile file(path("a.jpg"), progress.heldFiles);
                                          if (!file.create() || file.write("better") != 6 || !file.flush())
                                              return false;
-                                         std::optional<WindowsHandle> other(
-                                             std::in_place, nativePath(file.fileName()), GENERIC_READ, 0,
-                                             FILE_SHARE_READ | FILE_SHARE_WRITE);
-                                         std::thread letGo([&] {
-                                             QThread::msleep(300);
-                                             other.reset();
-                                         });
-                                         const bool done = file.commit();
-                                         letGo.join();
-                                         return done;
+                                         other.emplace(nativePath(file.fileName()), GENERIC_READ, 0,
+                                                       FILE_SHARE_READ | FILE_SHARE_WRITE);
+                                         return file.commit();
                                      },
                                      {}};
-        QVERIFY(run(operation));
+        QVERIFY(run(operation, [&] { other.reset(); }));
         QCOMPARE(state(), QStringList({"a.jpg: better", "b.jpg: new"}));
     }
 
@@ -261,12 +255,18 @@ private:
         QCOMPARE(state(), before);
     }
     /// Not on the thread of the user interface, which waits for nothing.
-    static bool run(const Operation &operation)
+    /// @param onceHeld is called when the operation waits for the file, or has ended without
+    static bool run(const Operation &operation, const std::function<void()> &onceHeld = {})
     {
         FileCopy::Progress progress;
-        bool done = false;
-        std::thread([&] { done = operation.work(progress); }).join();
-        return done;
+        const int most = progress.heldFiles.leftMs();
+        auto working = std::async(std::launch::async, operation.work, std::ref(progress));
+        while (progress.heldFiles.leftMs() == most
+               && working.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
+        }
+        if (onceHeld)
+            onceHeld();
+        return working.get();
     }
     QString at(const QString &name) const
     {
