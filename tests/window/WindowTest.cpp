@@ -4,6 +4,8 @@
 #include "viewer/TImageLabel.h"
 
 #ifndef Q_OS_WIN
+#    include "support/FakeColord.h"
+
 #    include <xcb/xcb.h>
 #endif
 
@@ -173,6 +175,19 @@ private slots:
         divide({"--delmonitor", "left"});
         divide({"--delmonitor", "right"});
         QTRY_COMPARE(QGuiApplication::primaryScreen()->size(), whole);
+        // What the display does not name, a service may: one that hangs first.
+        colord.hangs = true;
+        if (!colord.start())
+            QSKIP("There is no message bus.");
+        write("adobe.icc", QColorSpace(QColorSpace::AdobeRgb).iccProfile());
+        const auto isAskedAgain = [&, before = colord.asked] { return colord.tell(), colord.asked > before; };
+        QTRY_VERIFY(isAskedAgain());
+        colord.hangs = false;
+        colord.name(QGuiApplication::primaryScreen()->name(), path("adobe.icc"));
+        QTRY_VERIFY(count(program->list(), shown) > 500);
+        colord.name(QGuiApplication::primaryScreen()->name(), path("gone.icc"));
+        QTRY_VERIFY(count(program->list(), stored) > 500);
+        QCOMPARE(count(program->list(), shown), 0);
 #endif
     }
 
@@ -440,6 +455,8 @@ private:
         emit qGuiApp->applicationStateChanged(Qt::ApplicationActive); // back from where it was chosen
         QVERIFY(changed.wait());
     }
+
+    FakeColord colord;
 #endif
 
     int awaited = 0; ///< actions of `when`

@@ -1,11 +1,25 @@
 #include "shared/image/ColourScreens.h"
 
 #include "shared/platform/Platform.h"
+#include "shared/threads/Background.h"
 
 #include <QGuiApplication>
 #include <QScreen>
-#include <QThreadPool>
 #include <QWindow>
+
+#include <utility>
+
+namespace {
+
+/// False where pictures are painted for tests alone.
+bool isOnScreen()
+{
+    const QString platform = QGuiApplication::platformName();
+    return platform == QLatin1String("xcb") || platform.startsWith(QLatin1String("wayland"))
+           || platform == QLatin1String("windows");
+}
+
+} // namespace
 
 Colour::Screens &Colour::Screens::all()
 {
@@ -21,24 +35,31 @@ void Colour::Screens::follow(QWindow &shown)
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, &Screens::read, Qt::UniqueConnection);
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, &Screens::read, Qt::UniqueConnection);
     read();
+    if (isOnScreen() && !std::exchange(isFollowing, true))
+        Background::run([this] { Platform::followScreenProfiles(*this, SLOT(read())); });
 }
 
 void Colour::Screens::read()
 {
-    const QString platform = QGuiApplication::platformName();
-    if (platform != QLatin1String("xcb") && platform != QLatin1String("windows"))
+    if (!isOnScreen())
         return;
-    QHash<const QScreen *, QPoint> corners;
+    struct Asked
+    {
+        const QScreen *screen;
+        QPoint corner;
+        QString name;
+    };
+    QList<Asked> all;
     for (const QScreen *screen : QGuiApplication::screens())
-        corners.insert(screen, screen->geometry().topLeft());
-    QThreadPool::globalInstance()->start([this, corners, before = known, number = ++lastRead] {
+        all.append({screen, screen->geometry().topLeft(), screen->name()});
+    Background::run([this, all, before = known, number = ++lastRead] {
         QHash<const QScreen *, Known> found;
-        for (auto place = corners.begin(); place != corners.end(); ++place) {
-            const QByteArray profile = Platform::screenProfile(place.value());
-            if (const Known old = before.value(place.key()); profile == old.profile && !profile.isEmpty())
-                found.insert(place.key(), old);
+        for (const Asked &asked : all) {
+            const QByteArray profile = Platform::screenProfile(asked.corner, asked.name);
+            if (const Known old = before.value(asked.screen); profile == old.profile && !profile.isEmpty())
+                found.insert(asked.screen, old);
             else if (!profile.isEmpty())
-                found.insert(place.key(), {profile, ScreenTransform(profile)});
+                found.insert(asked.screen, {profile, ScreenTransform(profile)});
         }
         QMetaObject::invokeMethod(this, [this, found, number] {
             if (number != lastRead || found == known)

@@ -21,12 +21,10 @@ class Screens : public QObject
 public:
     static Screens &all();
 
-    /// Reads the profiles, and reads them again as screens come and go and as the program becomes active.
+    /// Reads the profiles, and reads them again as screens come and go, as the system tells of a change, and
+    /// as the program becomes active.
     /// @param window of the program, on whose screen icons are
     void follow(QWindow &window);
-
-    /// Reads the profiles in the background.
-    void read();
 
     [[nodiscard]] const QScreen *iconScreen() const;
 
@@ -35,6 +33,10 @@ public:
 
     /// A picture in sRGB as this screen is to be given it.
     [[nodiscard]] QImage shown(const QImage &image, const QScreen *screen) const;
+
+public slots:
+    /// Reads the profiles in the background.
+    void read();
 
 signals:
     /// What is on show is to be painted again.
@@ -52,6 +54,7 @@ private:
     QPointer<QWindow> window;
     QHash<const QScreen *, Known> known; ///< the screens that have a profile
     int lastRead = 0;
+    bool isFollowing = false;
 };
 
 } // namespace Colour

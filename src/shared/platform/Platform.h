@@ -9,6 +9,7 @@
 #include <optional>
 
 class HeldFiles;
+class QObject;
 
 /// What the program needs of the operating system beyond Qt, defined in one set of files per system.
 namespace Platform {
@@ -81,9 +82,15 @@ using Move = std::function<bool(const QString &from, const QString &to)>;
 /// True for a path at which nothing stands but the root of a drive, a share or a medium while it is there.
 [[nodiscard]] bool isMountPlace(const QString &path);
 
-/// The ICC profile of a screen; empty if the system names none. May wait for the display.
+/// The ICC profile of a screen; empty if the system names none. May wait for the display, and a second for a
+/// service: not for the GUI thread.
 /// @param corner the screen's upper left one on the desktop, in pixels of the system
-[[nodiscard]] QByteArray screenProfile(QPoint corner);
+/// @param name as Qt gives it
+[[nodiscard]] QByteArray screenProfile(QPoint corner, const QString &name);
+
+/// Calls a slot without parameters, on its object's thread, whenever the system tells that screens' profiles
+/// change. May wait as `screenProfile` does.
+void followScreenProfiles(QObject &receiver, const char *slot);
 
 /// Gives memory that was freed in small pieces back to the system, where that does not happen by itself.
 void returnFreedMemory();

@@ -1,6 +1,8 @@
+#include "shared/platform/Colord.h"
 #include "shared/platform/Platform.h"
 
 #include <QByteArray>
+#include <QGuiApplication>
 #include <QPoint>
 
 #include <xcb/xcb.h>
@@ -34,10 +36,8 @@ int xineramaNumber(xcb_connection_t *connection, QPoint corner)
     return -1;
 }
 
-} // namespace
-
 /// The property that "ICC Profiles in X Specification" 0.4 puts on the root window for each screen.
-QByteArray Platform::screenProfile(QPoint corner)
+QByteArray rootWindowsProfile(QPoint corner)
 {
     constexpr uint32_t mostWords = 4 << 20;
     int number = 0;
@@ -66,4 +66,18 @@ QByteArray Platform::screenProfile(QPoint corner)
         return {};
     return QByteArray(static_cast<const char *>(xcb_get_property_value(property.get())),
                       xcb_get_property_value_length(property.get()));
+}
+
+} // namespace
+
+QByteArray Platform::screenProfile(QPoint corner, const QString &name)
+{
+    const bool isOfX11 = QGuiApplication::platformName() == QLatin1String("xcb"); // Wayland has one beside it
+    const QByteArray profile = isOfX11 ? rootWindowsProfile(corner) : QByteArray();
+    return profile.isEmpty() ? Colord::screenProfile(name) : profile;
+}
+
+void Platform::followScreenProfiles(QObject &receiver, const char *slot)
+{
+    Colord::follow(receiver, slot);
 }

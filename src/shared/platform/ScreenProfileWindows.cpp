@@ -7,7 +7,7 @@
 #include <string>
 #include <windows.h>
 
-QByteArray Platform::screenProfile(QPoint corner)
+QByteArray Platform::screenProfile(QPoint corner, const QString & /*name*/)
 {
     constexpr qint64 mostBytes = 16 << 20;
     MONITORINFOEXW monitor{};
@@ -24,3 +24,6 @@ QByteArray Platform::screenProfile(QPoint corner)
     QFile file(QString::fromWCharArray(path.c_str()));
     return found && file.open(QIODevice::ReadOnly) ? file.read(mostBytes) : QByteArray();
 }
+
+/// The system does not tell. The user comes back from another program where it is set.
+void Platform::followScreenProfiles(QObject & /*receiver*/, const char * /*slot*/) {}
