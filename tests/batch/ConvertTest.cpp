@@ -1,5 +1,7 @@
 #include "batch/ImagesToPDFConvertThread.h"
+#include "shared/image/ColourCodePoints.h"
 #include "shared/image/ImageReading.h"
+#include "shared/image/ImageWriting.h"
 #include "shared/image/MemoryBudget.h"
 #include "shared/VistamoGlobal.h"
 #include "support/ColourProfiles.h"
@@ -12,7 +14,9 @@
 #include <QtGui>
 #include <QtTest>
 
+#include <cstdlib>
 #include <future>
+#include <memory>
 
 #include <exiv2/exiv2.hpp>
 
@@ -248,6 +252,20 @@ private slots:
                 ImageReading::read(path("out/exported.jpg"), ImageReading::Colours::AsStored).colorSpace(),
                 QColorSpace(QColorSpace::SRgb));
         }
+
+        // However large a PNG is. Rows are short, and what is behind them takes no memory.
+        constexpr int rows = 900'000;
+        constexpr int rowBytes = 600;
+        const std::unique_ptr<void, decltype(&std::free)> zeros(std::calloc(rows, rowBytes), std::free);
+        QImage large(static_cast<uchar *>(zeros.get()), 1, rows, rowBytes, QImage::Format_RGBX64);
+        large.setColorSpace(Colour::colourSpace({9, 16}));
+        QVERIFY(large.sizeInBytes() > 512 << 20);
+        QFile file(path("out/large.png"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(ImageWriting::write(ImageWriting::fitted(large, "png"), "png", -1, path("in/a.jpg"), file));
+        file.close();
+        QCOMPARE(toldOf("out/large.png"), photo.arg("1, 900000", "65535, ?"));
+        QVERIFY(read("out/large.png").first(500).contains("cICP\x9\x10"));
     }
 
     /// A share that is enough to decode the picture is not enough to encode it, too.

@@ -3,10 +3,14 @@
 #include "shared/image/ColourCodePoints.h"
 #include "shared/image/MetadataBlocks.h"
 #include "shared/image/MetadataFile.h"
+#include "shared/image/MetadataPng.h"
 #include "shared/image/MetadataTiff.h"
 #include "shared/platform/FileForReading.h"
 
+#include <QBuffer>
+#include <QImage>
 #include <QImageReader>
+#include <QImageWriter>
 #include <QtDebug>
 #include <QtEndian>
 
@@ -249,35 +253,26 @@ void setProfile(Exiv2::Image &image, const QByteArray &icc)
 #endif
 }
 
-bool isPng(const QByteArray &file)
+QByteArray pngChunk(const QByteArray &type, const QByteArray &data)
 {
-    return file.startsWith("\x89PNG");
-}
-
-/// Puts one more chunk into a PNG file, in front of all but the header.
-void insertChunk(QByteArray &file, const QByteArray &type, const QByteArray &data)
-{
-    constexpr qsizetype afterHeader = 8 + 12 + 13; // the signature, and the first chunk
     const QByteArray content = type + data;
     QByteArray length(4, 0);
     QByteArray checksum(4, 0);
     qToBigEndian(static_cast<quint32>(data.size()), length.data());
     qToBigEndian(static_cast<quint32>(crc32(0, bytesOf(content), static_cast<uInt>(content.size()))),
                  checksum.data());
-    file.insert(afterHeader, length + content + checksum);
+    return length + content + checksum;
 }
 
-/// Puts into a PNG file what exiv2 leaves without a name (profiles), or writes as a text, which few others
-/// look for (EXIF).
-void completePng(QByteArray &file, const EmbeddedMetadata &metadata)
+/// The file of one pixel.
+QByteArray smallestPng()
 {
-    if (const auto points = Colour::highDynamicRange(metadata.icc)) {
-        const char ofRgb[]{static_cast<char>(points->primaries), static_cast<char>(points->transfer), 0, 1};
-        insertChunk(file, "cICP", QByteArray(ofRgb, sizeof ofRgb));
-    } else if (!metadata.icc.isEmpty()) // packed, behind its name and the number of the packing
-        insertChunk(file, "iCCP", QByteArray("ICC\0\0", 5) + qCompress(metadata.icc).mid(4));
-    if (!metadata.exif.isEmpty())
-        insertChunk(file, "eXIf", metadata.exif);
+    QImage pixel(1, 1, QImage::Format_Mono);
+    pixel.fill(0);
+    pixel.setDotsPerMeterX(0); // or there would be a chunk of them
+    QBuffer buffer;
+    QImageWriter(&buffer, "png").write(pixel);
+    return buffer.data();
 }
 
 } // namespace
@@ -325,9 +320,9 @@ QByteArray withMetadata(const QByteArray &file, const EmbeddedMetadata &metadata
         Exiv2::ExifData exif;
         image->setByteOrder(Exiv2::ExifParser::decode(exif, bytesOf(metadata.exif),
                                                       static_cast<uint32_t>(metadata.exif.size())));
+        const bool isPng = file.startsWith("\x89PNG");
         for (const Exiv2::Exifdatum &datum : exif) // beside what a TIFF file has as its structure
-            if (!isPng(file)
-                && image->exifData().findKey(Exiv2::ExifKey(datum.key())) == image->exifData().end())
+            if (!isPng && image->exifData().findKey(Exiv2::ExifKey(datum.key())) == image->exifData().end())
                 image->exifData().add(datum);
         const bool holdsIptc = image->checkMode(Exiv2::mdIptc) & Exiv2::amWrite;
         const QByteArray xmp = holdsIptc ? metadata.xmp : metadata.xmpWithIptc();
@@ -336,13 +331,30 @@ QByteArray withMetadata(const QByteArray &file, const EmbeddedMetadata &metadata
         if (holdsIptc && !metadata.iptc.isEmpty())
             Exiv2::IptcParser::decode(image->iptcData(), bytesOf(metadata.iptc),
                                       static_cast<uint32_t>(metadata.iptc.size()));
-        if (!metadata.icc.isEmpty() && !isPng(file))
+        if (!metadata.icc.isEmpty() && !isPng)
             setProfile(*image, metadata.icc);
         image->writeMetadata();
         if (const QByteArray written = contentOf(image->io()); !written.isEmpty())
             whole = written;
     });
-    if (isPng(file))
-        completePng(whole, metadata);
     return whole;
+}
+
+/// Profiles, which exiv2 leaves without a name, and EXIF, which it writes as a text that few others look for,
+/// are made here; the rest is what it puts between header and pixels of another file.
+QByteArray pngChunks(const EmbeddedMetadata &metadata)
+{
+    QByteArray chunks;
+    if (!metadata.exif.isEmpty())
+        chunks = pngChunk("eXIf", metadata.exif);
+    if (const auto points = Colour::highDynamicRange(metadata.icc)) {
+        const char ofRgb[]{static_cast<char>(points->primaries), static_cast<char>(points->transfer), 0, 1};
+        chunks += pngChunk("cICP", QByteArray(ofRgb, sizeof ofRgb));
+    } else if (!metadata.icc.isEmpty()) // packed, behind its name and the number of the packing
+        chunks += pngChunk("iCCP", QByteArray("ICC\0\0", 5) + qCompress(metadata.icc).mid(4));
+    const QByteArray small = smallestPng();
+    return chunks
+           + withMetadata(small, metadata)
+                 .chopped(small.size() - PngWithChunks::behindHeader)
+                 .mid(PngWithChunks::behindHeader);
 }

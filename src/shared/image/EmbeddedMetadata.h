@@ -32,5 +32,5 @@ struct EmbeddedMetadata
 [[nodiscard]] EmbeddedMetadata metadataForCopy(const QString &path, QSize size, bool srgb, qsizetype mostExif,
                                                bool isTurned = false);
 
-/// An encoded JPEG, PNG, WebP or TIFF file with the metadata in it; as it was if they do not go into it.
+/// An encoded JPEG, WebP or TIFF file with the metadata in it; as it was if they do not go into it.
 [[nodiscard]] QByteArray withMetadata(const QByteArray &file, const EmbeddedMetadata &metadata);

@@ -5,6 +5,7 @@
 #include "shared/image/EmbeddedMetadata.h"
 #include "shared/image/ImageMetadata.h"
 #include "shared/image/MetadataBlocks.h"
+#include "shared/image/MetadataPng.h"
 
 #include <QBuffer>
 #include <QColorSpace>
@@ -17,7 +18,7 @@
 
 namespace {
 
-// A larger picture of a format whose files may be as large is written without metadata, for which the whole
+// A larger picture is written to TIFF, whose files may be as large, without metadata, for which the whole
 // file has to be in memory.
 constexpr qint64 mostInMemory = 512LL * 1024 * 1024;
 
@@ -29,11 +30,11 @@ bool encodesMetadata(const QByteArray &format)
     return format == "heic" || format == "heif" || format == "avif" || format == "jxl";
 }
 
-/// Whether metadata can be put into what the encoder has made.
+/// Whether metadata can be put into what the encoder makes, or has made.
 bool takesMetadata(const QImage &image, const QByteArray &format)
 {
-    static const QList<QByteArray> packed = {"jpg", "jpeg", "jfif", "webp"};
-    static const QList<QByteArray> large = {"png", "tif", "tiff"};
+    static const QList<QByteArray> packed = {"jpg", "jpeg", "jfif", "png", "webp"};
+    static const QList<QByteArray> large = {"tif", "tiff"};
     return packed.contains(format) || (large.contains(format) && image.sizeInBytes() <= mostInMemory);
 }
 
@@ -83,8 +84,7 @@ QImage withWritableRange(QImage image, const QByteArray &format)
     if (!Colour::highDynamicRange(image.colorSpace().iccProfile()))
         return image;
     image.convertTo(image.hasAlphaChannel() ? QImage::Format_RGBA64 : QImage::Format_RGBX64);
-    const bool isHeld = encodesMetadata(format) || (format == "png" && takesMetadata(image, format));
-    return isHeld ? image : Colour::inSrgb(std::move(image));
+    return encodesMetadata(format) || format == "png" ? image : Colour::inSrgb(std::move(image));
 }
 
 /// In sRGB; without a profile if it says nothing of these pixels.
@@ -128,9 +128,10 @@ int ImageWriting::bytesPerPixel(const QByteArray &format)
     // Measured as the peak of a process that writes 12 and 48 megapixels of noise on gradients (getrusage),
     // less that before: jpg 3.5 and 3.1, png 0.5 and 0.1, tif 2.2 and 0.5, webp 13.2 and 13.0, gif 1.0
     // and 1.0, heic 19.1 and 17.6, avif 22.5 and 21.5, jxl 50.8 and 50.0. Metadata that are put into a
-    // finished file take that file three times more, and a profile of webp the picture once more.
-    static const QHash<QByteArray, int> needs = {{"jpg", 6},   {"png", 12}, {"tif", 16},  {"tiff", 16},
-                                                 {"webp", 20}, {"gif", 2},  {"heic", 24}, {"heif", 24},
+    // finished file, of all but png, take that file three times more, and a profile of webp the picture once
+    // more.
+    static const QHash<QByteArray, int> needs = {{"jpg", 6},   {"png", 6}, {"tif", 16},  {"tiff", 16},
+                                                 {"webp", 20}, {"gif", 2}, {"heic", 24}, {"heif", 24},
                                                  {"avif", 28}, {"jxl", 56}};
     return needs.value(format, 8);
 }
@@ -138,9 +139,9 @@ int ImageWriting::bytesPerPixel(const QByteArray &format)
 bool ImageWriting::write(const QImage &image, const QByteArray &format, int quality, const QString &source,
                          QIODevice &device, Places places)
 {
-    const bool afterwards = takesMetadata(image, format);
     EmbeddedMetadata metadata;
-    if (!image.isNull() && (afterwards || encodesMetadata(format)))
+    const bool isTaken = takesMetadata(image, format);
+    if (!image.isNull() && (isTaken || encodesMetadata(format)))
         metadata = metadataForCopy(
             source, image.size(), image.colorSpace() == QColorSpace(QColorSpace::SRgb),
             format.startsWith('j') && format != "jxl" ? EmbeddedMetadata::mostExifOfJpeg : mostExif,
@@ -148,8 +149,9 @@ bool ImageWriting::write(const QImage &image, const QByteArray &format, int qual
     if (understoodAlone.contains(format) && !image.colorSpace().isValid())
         metadata.icc = image.colorSpace().iccProfile();
     QBuffer buffer;
-    const bool inMemory = afterwards && !metadata.isEmpty();
-    QImageWriter writer(inMemory ? &buffer : &device, format);
+    PngWithChunks png(device, format == "png" && !metadata.isEmpty() ? pngChunks(metadata) : QByteArray());
+    const bool inMemory = isTaken && format != "png" && !metadata.isEmpty();
+    QImageWriter writer(inMemory ? &buffer : format == "png" ? &png : &device, format);
     writer.setQuality(quality);
     writer.setOptimizedWrite(true);
     writer.setProgressiveScanWrite(true);
