@@ -157,7 +157,7 @@ private slots:
         for (const auto &[name, expected] :
              {std::pair("small.png", QRect(75, 50, 150, 100)),
               {"a.png", {150, 100, 300, 200}},
-              {"same.png", {64, 43, 128, 85}}}) { // kept, of the thumbnail, which is on show at the click
+              {"same.png", {64, 43, 128, 85}}}) {    // kept, of the thumbnail, which is on show at the click
             const int column = program->rowOf(name); // clang 14 lets no lambda use a structured binding
             untilOpened([&] { emit strip->clicked(strip->model()->index(0, column)); });
             QCOMPARE(program->crop(), expected);

@@ -32,8 +32,7 @@ auto result(Work work)
 /// Frees what takes the system a while to take back, as the pixels of a large picture do. No pixmap: a piece
 /// of work may end after the application's object.
 template <typename Value>
-    requires(!std::is_lvalue_reference_v<Value>)
-void free(Value &&value)
+requires(!std::is_lvalue_reference_v<Value>) void free(Value &&value)
 {
     QThreadPool::globalInstance()->start([freed = std::forward<Value>(value)] {});
 }
