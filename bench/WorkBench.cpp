@@ -2,7 +2,9 @@
 
 #include "batch/ImagesToPDFConvertThread.h"
 #include "library/ThumbnailDatabase.h"
+#include "shared/image/ColourToneMapping.h"
 #include "shared/image/ImageReading.h"
+#include "shared/platform/Platform.h"
 #include "shared/VistamoGlobal.h"
 
 #include <QDir>
@@ -14,6 +16,7 @@
 #include <atomic>
 #include <random>
 #include <thread>
+#include <utility>
 #include <vector>
 
 void measureRun(const QString &folder, bool converts)
@@ -141,4 +144,30 @@ void measurePlainDecoding(const QString &folder)
     for (std::thread &thread : threads)
         thread.join();
     print("scaled decode and encoding alone, two threads", milliseconds(time), "ms");
+}
+
+void measureToneMapping()
+{
+    QImage noise(6000, 4000, QImage::Format_RGBX64);
+    std::minstd_rand random(1);
+    for (int y = 0; y < noise.height(); ++y) {
+        auto *const line = reinterpret_cast<quint16 *>(noise.scanLine(y));
+        for (int i = 0; i < 4 * noise.width(); ++i) // to some 2000 cd/m2 in PQ
+            line[i] = static_cast<quint16>(random() % 45000 + 8 * i % 9000);
+    }
+    for (const auto &[name, transfer] : {std::pair("PQ", 16), {"HLG", 18}}) {
+        QList<double> times;
+        QList<double> ofProcessors;
+        for (int round = 0; round < 7; ++round) {
+            QImage image = noise.copy();
+            const qint64 used = Platform::processorTime();
+            QElapsedTimer time;
+            time.start();
+            image = Colour::toneMapped(std::move(image), {9, transfer});
+            times.append(milliseconds(time));
+            ofProcessors.append(static_cast<double>(Platform::processorTime() - used));
+        }
+        print(QStringLiteral("tone mapping of 24 megapixels in ") + name, median(times), "ms");
+        print(QStringLiteral("the same, processor time of ") + name, median(ofProcessors), "ms");
+    }
 }
