@@ -1,5 +1,6 @@
 #include "library/ThumbnailDatabase.h"
 
+#include "shared/platform/Platform.h"
 #include "shared/threads/Guarded.h"
 
 #include <QBuffer>
@@ -238,6 +239,7 @@ QString ThumbnailDatabase::folder()
     QString folder =
         QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Thumbnails");
     QDir().mkpath(folder);
+    Platform::keepToUser(folder); // there are all pictures, small
     return folder;
 }
 

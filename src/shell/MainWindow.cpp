@@ -71,12 +71,23 @@ void MainWindow::OnExitFullScreen()
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
+    storeGeometry();
+    event->accept();
+}
+
+void MainWindow::store()
+{
+    storeGeometry();
+    thumbsForm->store();
+}
+
+void MainWindow::storeGeometry() const
+{
     QSettings store = programSettings();
     BrowserSettings::posX.write(store, geometry().x());
     BrowserSettings::posY.write(store, geometry().y());
     BrowserSettings::width.write(store, geometry().width());
     BrowserSettings::height.write(store, geometry().height());
-    event->accept();
 }
 
 void MainWindow::showEvent(QShowEvent *event)

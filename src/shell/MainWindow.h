@@ -26,6 +26,9 @@ public:
     void open(const QString &path);
 
 public slots:
+    /// Brings to the disk what the end of the program would.
+    void store();
+
     void OnchangeTitle(QString title);
     void OnEnterFullScreen();
     void OnExitFullScreen();
@@ -37,6 +40,7 @@ protected:
 
 private:
     void loadWindowGeometry();
+    void storeGeometry() const;
 
     std::unique_ptr<Ui::MainWindow> ui;
     ThumbsForm *thumbsForm = nullptr;

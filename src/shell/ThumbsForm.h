@@ -56,6 +56,9 @@ public:
     /// Applies the theme's colours, and reads the folder again.
     void applyThemeChange();
 
+    /// Brings to the disk what the end of the program would: settings, and the exports that were asked for.
+    void store();
+
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 signals:

@@ -1,9 +1,12 @@
 #include "shared/image/ImageReading.h"
+#include "shared/platform/Platform.h"
+#include "shared/Settings.h"
 #include "shared/threads/StoppableThread.h"
 #include "shared/VistamoGlobal.h"
 #include "shell/MainWindow.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QIcon>
 
 #include <cstdlib>
@@ -23,10 +26,19 @@ int main(int argc, char *argv[])
     VistamoGlobal::showPdfAndConvertButtons = true;
 #endif
 
+    Platform::keepToUser(QFileInfo(programSettings().fileName()).path()); // the folders are listed there
+    Platform::whenAskedToEnd([] {
+        QApplication::closeAllWindows();
+        QCoreApplication::exit(); // also where one stays
+    });
+
     int code = 0;
     {
         MainWindow window;
         window.show();
+        // The session may end without another word, or go on after all.
+        QObject::connect(&application, &QGuiApplication::commitDataRequest, &window, &MainWindow::store,
+                         Qt::DirectConnection);
         if (const QStringList named = QApplication::arguments(); named.size() > 1)
             window.open(named[1]);
         code = QApplication::exec();

@@ -160,7 +160,9 @@ private slots:
         const QByteArray before = qgetenv("XDG_DATA_HOME");
         qputenv("XDG_DATA_HOME", QFile::encodeName(data));
         QCOMPARE(global.getThumbnailsFolder(), data + "/Thumbnails");
-        QVERIFY(QDir(data + "/Thumbnails").exists());
+        const auto permissions = QFile::permissions(data + "/Thumbnails");
+        QVERIFY(permissions & QFile::ExeOwner);
+        QVERIFY(!(permissions & (QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther)));
         qputenv("XDG_DATA_HOME", before);
 
         const QFileInfo info("/proc/self/status"); // keeps no birth time

@@ -1,6 +1,7 @@
 #include "shared/platform/PathIdentity.h"
 #include "shared/platform/Platform.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -113,6 +114,12 @@ bool Platform::giveName(const QFileDevice &file, const QString &path)
 std::optional<QFileDevice::Permissions> Platform::privatePermissions()
 {
     return QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+}
+
+void Platform::keepToUser(const QString &folder)
+{
+    QDir().mkpath(folder);
+    QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
 }
 
 bool Platform::renameToNew(const QString &from, const QString &to, HeldFiles &)

@@ -177,6 +177,8 @@ std::optional<QFileDevice::Permissions> Platform::privatePermissions()
     return std::nullopt;
 }
 
+void Platform::keepToUser(const QString &) {}
+
 bool Platform::renameToNew(const QString &from, const QString &to, HeldFiles &heldFiles)
 {
     const std::wstring source = nativePath(from);

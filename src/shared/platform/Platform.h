@@ -54,6 +54,10 @@ void markAtWork(const QFileDevice &file);
 /// of their folder.
 [[nodiscard]] std::optional<QFileDevice::Permissions> privatePermissions();
 
+/// Makes a folder, if it is not there, that nobody else may look into; nothing where what belongs to a user
+/// is closed to others by itself.
+void keepToUser(const QString &folder);
+
 /// Renames a file within its file system, also to a name that differs by case alone. False, with both as they
 /// were, if something else stands at `to`, a link to nothing too.
 [[nodiscard]] bool renameToNew(const QString &from, const QString &to, HeldFiles &heldFiles);
@@ -97,6 +101,10 @@ void returnFreedMemory();
 
 /// Lowers the priority of the calling thread from now on.
 void lowerThreadPriority();
+
+/// Calls `end`, on the GUI thread, when the system asks the program to end; at once if it asks again. Where
+/// it asks by closing the window, nothing. Needs the application's object.
+void whenAskedToEnd(const std::function<void()> &end);
 
 /// Asks the user for a folder, modal, in the system's own dialog. `startFolder` is shown first if it exists.
 /// Gives an empty string if the user cancels, otherwise a path as the system writes it.

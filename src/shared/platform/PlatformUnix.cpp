@@ -1,12 +1,16 @@
 #include "shared/platform/Platform.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QRegularExpression>
+#include <QSocketNotifier>
 
 #include <algorithm>
 #include <limits>
 
+#include <csignal>
 #include <ctime>
+#include <fcntl.h>
 #ifdef __GLIBC__
 #    include <malloc.h>
 #endif
@@ -67,6 +71,8 @@ qint64 resourceLimit(decltype(RLIMIT_AS) resource)
     return static_cast<qint64>(std::min<rlim_t>(limit.rlim_cur, unlimited));
 }
 
+int askedToEnd = -1; ///< the end of a pipe, since a signal's handler may do next to nothing but write
+
 } // namespace
 
 qint64 Platform::usableMemory()
@@ -95,6 +101,33 @@ void Platform::returnFreedMemory()
 #ifdef __GLIBC__
     malloc_trim(0);
 #endif
+}
+
+void Platform::whenAskedToEnd(const std::function<void()> &end)
+{
+    int ends[2] = {};
+    if (pipe(ends) != 0)
+        return;
+    for (const int file : ends)
+        fcntl(file, F_SETFD, FD_CLOEXEC);
+    askedToEnd = ends[1];
+    auto *const notifier = new QSocketNotifier(ends[0], QSocketNotifier::Read, qApp);
+    QObject::connect(notifier, &QSocketNotifier::activated, qApp, [=] {
+        notifier->setEnabled(false);
+        end();
+    });
+    struct sigaction ask = {};
+    ask.sa_handler = [](int) {
+        const int before = errno;
+        [[maybe_unused]] const auto written = write(askedToEnd, "", 1);
+        errno = before;
+    };
+    ask.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        struct sigaction before = {};
+        if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN)
+            sigaction(signal, &ask, nullptr);
+    }
 }
 
 void Platform::lowerThreadPriority()

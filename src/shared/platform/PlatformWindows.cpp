@@ -67,6 +67,8 @@ void Platform::returnFreedMemory()
     HeapCompact(GetProcessHeap(), 0);
 }
 
+void Platform::whenAskedToEnd(const std::function<void()> &) {}
+
 void Platform::lowerThreadPriority()
 {
     SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_BELOW_NORMAL);

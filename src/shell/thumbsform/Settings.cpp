@@ -60,6 +60,12 @@ void ThumbsForm::loadFolderList()
     }
 }
 
+void ThumbsForm::store()
+{
+    saveSettings();
+    exports.finish();
+}
+
 void ThumbsForm::saveSettings()
 {
     QSettings store = programSettings();

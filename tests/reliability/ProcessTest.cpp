@@ -1,0 +1,158 @@
+#include "shared/Settings.h"
+#include "support/Files.h"
+#include "support/Pictures.h"
+
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QSettings>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QStandardPaths>
+#include <QtTest>
+
+#include <map>
+#include <memory>
+
+/// Starts the program as a process of its own, ends it in every way, and looks at what it leaves.
+class ProcessTest : public FolderTest
+{
+    Q_OBJECT
+
+    using Process = std::unique_ptr<QProcess>;
+
+private slots:
+    void init()
+    {
+        newFolder({"photos", "other"});
+        programSettings().clear();
+        QDir(data()).removeRecursively();
+    }
+
+    void endsAsByClosingWhenAsked()
+    {
+        Pictures::saveMany(path("photos"), 3);
+        const Process program = started({path("photos")});
+        QTRY_COMPARE(thumbnails(), 3);
+        QVERIFY(end(*program));
+        QSettings settings = programSettings();
+        QCOMPARE(settings.value("General/folderListCount").toInt(), 1);
+        QVERIFY(settings.value("General/width").toInt() > 100);
+        QCOMPARE(QDir(data()).entryList({"*.journal", "*-wal"}, QDir::Files), QStringList());
+    }
+
+    void forTheUserAlone()
+    {
+        Pictures::saveMany(path("photos"), 3);
+        const Process program = started({path("photos")});
+        QTRY_COMPARE(thumbnails(), 3);
+        QVERIFY(end(*program));
+        const QString settings = QFileInfo(programSettings().fileName()).path();
+        constexpr auto ofOthers = QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
+        for (const QString &place : {settings, data()})
+            QVERIFY(!(QFile::permissions(place) & ofOthers));
+        // Nothing of the user's lies anywhere else.
+        QDirIterator home(QDir::homePath(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        while (home.hasNext()) {
+            const QString file = home.next();
+            QVERIFY2(file.startsWith(data()) || file.startsWith(settings)
+                         || !Files::read(file).contains(path("photos").toUtf8()),
+                     qPrintable(file));
+        }
+    }
+
+    void killedAtAnyMoment()
+    {
+        Pictures::saveMany(path("photos"), 60, QSize(800, 600));
+        std::map<QString, QByteArray> contents;
+        for (const QString &name : disk("photos"))
+            contents[name] = read("photos/" + name);
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("Seed %u", seed);
+        QRandomGenerator random(seed);
+        int kills =
+            qEnvironmentVariableIsSet("ORRELAN_KILLS") ? qEnvironmentVariableIntValue("ORRELAN_KILLS") : 8;
+        for (; kills > 0; --kills) {
+            const Process program = started({path("photos")});
+            QTest::qWait(random.bounded(500));
+            program->kill();
+            QVERIFY(program->waitForFinished());
+            QVERIFY2(isWhole(), qPrintable(path("photos")));
+        }
+        // Nothing that was healthy is passed over for that.
+        QVERIFY(QFile::remove(data() + "/thumbnail.db"));
+        const Process program = started({path("photos")});
+        QTRY_COMPARE(thumbnails(), 60);
+        QVERIFY(end(*program));
+        for (const auto &[name, content] : contents)
+            QCOMPARE(read("photos/" + name), content);
+    }
+
+    void twoAtOnce()
+    {
+        Pictures::saveMany(path("photos"), 3);
+        Pictures::saveMany(path("other"), 4);
+        const Process one = started({path("photos")});
+        const Process two = started({path("other")});
+        QTRY_COMPARE(thumbnails(), 7);
+        QVERIFY(end(*one));
+        QVERIFY(end(*two));
+        const QSettings settings = programSettings();
+        QStringList folders = {settings.value("General/folderList0").toString(),
+                               settings.value("General/folderList1").toString()};
+        folders.sort();
+        QCOMPARE(folders, QStringList({path("other"), path("photos")}));
+        QVERIFY(isWhole());
+    }
+
+private:
+    static QString data()
+    {
+        return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + "/Thumbnails";
+    }
+
+    static Process started(const QStringList &arguments)
+    {
+        auto program = std::make_unique<QProcess>();
+        program->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        program->start(PROGRAM, arguments);
+        return program;
+    }
+
+    /// Asks the program to end. True if it did so by itself.
+    static bool end(QProcess &program)
+    {
+        program.terminate();
+        return program.waitForFinished() && program.exitStatus() == QProcess::NormalExit
+               && program.exitCode() == 0;
+    }
+
+    /// The first value that a statement gives of the program's database; none if it cannot be run.
+    static QVariant ask(const QString &statement)
+    {
+        QVariant value;
+        {
+            QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", "look");
+            const QStringList files = QDir(data()).entryList({"thumbnail.db"}, QDir::Files);
+            db.setDatabaseName(data() + '/' + files.value(0));
+            if (QSqlQuery query(db); !files.isEmpty() && db.open()) {
+                query = QSqlQuery(db);
+                if (query.exec(statement) && query.next())
+                    value = query.value(0);
+            }
+        }
+        QSqlDatabase::removeDatabase("look");
+        return value;
+    }
+    static int thumbnails()
+    {
+        return ask("SELECT COUNT(DISTINCT fullPath) FROM FileData").toInt();
+    }
+    static bool isWhole()
+    {
+        return QDir(data()).entryList({"thumbnail.db"}, QDir::Files).isEmpty()
+               || ask("PRAGMA integrity_check").toString() == "ok";
+    }
+};
+
+QTEST_GUILESS_MAIN(ProcessTest)
+#include "ProcessTest.moc"
