@@ -143,10 +143,7 @@ private:
         QSqlDatabase::removeDatabase("look");
         return value;
     }
-    static int thumbnails()
-    {
-        return ask("SELECT COUNT(DISTINCT fullPath) FROM FileData").toInt();
-    }
+    static int thumbnails() { return ask("SELECT COUNT(DISTINCT fullPath) FROM FileData").toInt(); }
     static bool isWhole()
     {
         return QDir(data()).entryList({"thumbnail.db"}, QDir::Files).isEmpty()
