@@ -276,6 +276,17 @@ int FileList::rowOf(const ThumbnailAnswer &answer) const
     return firstRow([&](const TFileRecord &file) { return file.fileName == answer.fileName; });
 }
 
+QList<TFileRecord> FileList::setTicked(int first, int last, bool ticked)
+{
+    {
+        const QSignalBlocker once(mainModel);
+        for (int row = first; row <= last; ++row)
+            mainModel.item(row)->setCheckState(ticked ? Qt::Checked : Qt::Unchecked);
+    }
+    emit mainModel.dataChanged(mainModel.index(first, 0), mainModel.index(last, 0), {Qt::CheckStateRole});
+    return records().mid(first, last - first + 1);
+}
+
 void FileList::clear()
 {
     currentFolder.clear();

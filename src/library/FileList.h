@@ -56,6 +56,9 @@ public:
     /// or the answer belongs to another load.
     void take(const ThumbnailAnswer &answer);
 
+    /// Ticks the boxes of these rows, or takes the ticks off. Gives their files.
+    [[nodiscard]] QList<TFileRecord> setTicked(int first, int last, bool ticked);
+
     /// Empties the list.
     void clear();
 

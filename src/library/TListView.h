@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QListView>
 
 /// The grid of thumbnails. A right press selects like a left one, Space on an item counts as a click on its
@@ -18,7 +19,12 @@ signals:
     void leftMouseButtonPressEvent(QPoint pos);
     void contentScrolledEvent(int value);
 
+public:
+    /// Goes to the first file, from the current one on, whose name begins with what was typed of late.
+    void keyboardSearch(const QString &search) override;
+
 protected:
+    void contextMenuEvent(QContextMenuEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
@@ -27,5 +33,7 @@ protected:
     void scrollContentsBy(int dx, int dy) override;
 
 private:
+    QString typed; ///< of a name
+    QElapsedTimer sinceTyped;
     bool isDirDrop = false;
 };

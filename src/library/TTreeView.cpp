@@ -28,6 +28,20 @@ TTreeView::TTreeView(QWidget *parent)
 {
     setAcceptDrops(true);
     setDragEnabled(true);
+    restTimer.setSingleShot(true);
+    restTimer.setInterval(restMs);
+    connect(&restTimer, &QTimer::timeout, this, [this] {
+        if (currentIndex().isValid())
+            emit clicked(currentIndex());
+    });
+}
+
+void TTreeView::keyPressEvent(QKeyEvent *event)
+{
+    const QModelIndex before = currentIndex();
+    QTreeView::keyPressEvent(event);
+    if (currentIndex() != before)
+        restTimer.start();
 }
 
 void TTreeView::dragEnterEvent(QDragEnterEvent *event)

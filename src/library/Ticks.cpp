@@ -1,5 +1,6 @@
 #include "library/Ticks.h"
 
+#include <QSet>
 #include <QtDebug>
 
 #include <algorithm>
@@ -40,6 +41,23 @@ void Ticks::set(const QString &path, const QString &fileName, bool ticked)
             return found.endsWith(item.fileName) && item.path + QLatin1Char('/') + item.fileName == found;
         });
     }
+    assertInStep();
+}
+
+void Ticks::set(const QList<TFileRecord> &files, bool ticked)
+{
+    QSet<QString> gone;
+    for (const TFileRecord &file : files) {
+        if (ticked)
+            set(file.path, file.fileName, true);
+        else if (const QString found = find(file.path + QLatin1Char('/') + file.fileName); !found.isNull())
+            gone.insert(found);
+    }
+    for (const QString &file : gone)
+        tickedFiles.remove(NativeCaselessPath(file), file);
+    VistamoGlobal::checkedItemList.removeIf([&gone](const TCheckedItem &item) {
+        return !gone.isEmpty() && gone.contains(item.path + QLatin1Char('/') + item.fileName);
+    });
     assertInStep();
 }
 

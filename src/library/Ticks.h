@@ -25,6 +25,9 @@ public:
     /// Ticks a file that is not ticked yet, or takes the tick off one that is.
     void set(const QString &path, const QString &fileName, bool ticked);
 
+    /// The same for many.
+    void set(const QList<TFileRecord> &files, bool ticked);
+
     /// All ticked files, or those of one folder, with their paths.
     [[nodiscard]] QStringList files() const;
     [[nodiscard]] QStringList filesOf(const QString &folder) const;

@@ -27,6 +27,7 @@ MainWindow::MainWindow(QWidget *parent)
     connect(thumbsForm, SIGNAL(changeTitle(QString)), SLOT(OnchangeTitle(QString)));
     connect(thumbsForm, SIGNAL(enterFullScreen()), SLOT(OnEnterFullScreen()));
     connect(thumbsForm, SIGNAL(exitFullScreen()), SLOT(OnExitFullScreen()));
+    connect(thumbsForm, SIGNAL(switchFullScreen()), SLOT(switchFullScreen()));
     // Refused by Qt with a warning, as intended: the form has no way to end the program.
     connect(thumbsForm, SIGNAL(closeApp()), SLOT(OnCloseApp()));
     thumbsForm->show();
@@ -57,16 +58,34 @@ void MainWindow::OnchangeTitle(QString title)
 
 void MainWindow::OnEnterFullScreen()
 {
-    savedGeometry = geometry();
-    showFullScreen();
+    wasFullScreen = isFullScreen();
+    takeFullScreen();
     VistamoGlobal::isFullScreen = true;
 }
 
 void MainWindow::OnExitFullScreen()
 {
-    showNormal();
-    setGeometry(savedGeometry);
+    if (!wasFullScreen) {
+        showNormal();
+        setGeometry(savedGeometry);
+    }
     VistamoGlobal::isFullScreen = false;
+}
+
+void MainWindow::switchFullScreen()
+{
+    if (isFullScreen())
+        setWindowState(windowState() & ~Qt::WindowFullScreen);
+    else
+        takeFullScreen();
+}
+
+void MainWindow::takeFullScreen()
+{
+    if (!isFullScreen())
+        savedGeometry = geometry();
+    setWindowState(windowState() | Qt::WindowFullScreen);
+    show();
 }
 
 void MainWindow::closeEvent(QCloseEvent *event)
@@ -84,10 +103,11 @@ void MainWindow::store()
 void MainWindow::storeGeometry() const
 {
     QSettings store = programSettings();
-    BrowserSettings::posX.write(store, geometry().x());
-    BrowserSettings::posY.write(store, geometry().y());
-    BrowserSettings::width.write(store, geometry().width());
-    BrowserSettings::height.write(store, geometry().height());
+    const QRect place = isFullScreen() ? savedGeometry : geometry();
+    BrowserSettings::posX.write(store, place.x());
+    BrowserSettings::posY.write(store, place.y());
+    BrowserSettings::width.write(store, place.width());
+    BrowserSettings::height.write(store, place.height());
 }
 
 void MainWindow::showEvent(QShowEvent *event)

@@ -12,7 +12,7 @@ class MainWindow;
 }
 
 /// The top-level window around the one `ThumbsForm`. It remembers its place between runs, and goes to full
-/// screen and back when the form asks for it.
+/// screen and back when the form asks for it; what it remembers is the place from before.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -32,6 +32,7 @@ public slots:
     void OnchangeTitle(QString title);
     void OnEnterFullScreen();
     void OnExitFullScreen();
+    void switchFullScreen();
 
 protected:
     void showEvent(QShowEvent *event) override;
@@ -41,8 +42,10 @@ protected:
 private:
     void loadWindowGeometry();
     void storeGeometry() const;
+    void takeFullScreen();
 
     std::unique_ptr<Ui::MainWindow> ui;
     ThumbsForm *thumbsForm = nullptr;
-    QRect savedGeometry; ///< just before full screen
+    QRect savedGeometry;        ///< just before full screen
+    bool wasFullScreen = false; ///< as the slideshow began
 };

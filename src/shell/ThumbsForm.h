@@ -65,6 +65,7 @@ signals:
     void changeTitle(QString title);
     void enterFullScreen();
     void exitFullScreen();
+    void switchFullScreen();
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
@@ -115,11 +116,23 @@ private slots:
     void on_showCheckboxButton_clicked();
     void on_hideCheckboxButton_clicked();
 
+    // Keys
+    void onKeyPressTimer();
+    void showKeys();
+    void openCurrentPhoto();
+    void tickAll();
+    void untickAll();
+    void copyFiles();
+    void readAgain();
+    void showFirst();
+    void showLast();
+    void zoomIn();
+    void zoomOut();
+
     // Viewer
     void onImageLoaded(QPixmap pixmap);
     void onLoadImageFinished();
     void on_closeButton_clicked();
-    void onKeyPressTimer();
     void on_forwardButton_clicked();
     void on_backButton_clicked();
     void on_forward2Button_clicked();
@@ -200,9 +213,11 @@ private:
     void setUpMenus();
     void connectViews();
     void setUpContextMenu();
+    void setUpKeys();
     void endWorkers();
 
     // Pages
+    void focusPage();
     void prepareBatchForm(int mode);
     void sendCheckedItemsToBatchForm();
 
@@ -226,6 +241,7 @@ private:
     void checkDeleteButton();
     void setCheckboxVisible(bool visible);
     void applyListStyleSheet();
+    void tickRows(int first, int last, bool ticked);
     void removeItemFromList(QString path);
     QStringList selectedFiles() const;
 
@@ -234,6 +250,8 @@ private:
     void loadSelectedImage(const QString &path);
     void followShownFile();
     void step(PictureLoader::Step direction);
+    void stepTo(int row);
+    void showRow(int row);
 
     // View
     void refit();
@@ -279,6 +297,7 @@ private:
     const int maxIconSize = thumbnailSide; ///< pixels
     const int minIconSize = 128;           ///< pixels
     Ticks ticks;
+    QString lastTicked; ///< the file whose tick the user changed last
     FileMenu contextMenu;
 
     // Viewer

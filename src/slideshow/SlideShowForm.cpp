@@ -187,10 +187,15 @@ void SlideShowForm::showEvent(QShowEvent *)
 
 bool SlideShowForm::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::KeyPress && !keyPressPending && VistamoGlobal::isFullScreen
-        && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape)
+    const bool isKey = event->type() == QEvent::KeyPress || event->type() == QEvent::ShortcutOverride;
+    if (!isKey || !VistamoGlobal::isFullScreen)
+        return QWidget::eventFilter(watched, event);
+    const bool ends = static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape;
+    event->setAccepted(ends
+                       || event->type() == QEvent::ShortcutOverride); // or the system's keys would do nothing
+    if (ends && event->type() == QEvent::KeyPress && !keyPressPending)
         emit exitFullScreen();
-    return QWidget::eventFilter(watched, event);
+    return true; // the program's keys do nothing here
 }
 
 void SlideShowForm::onKeyPressTimer()

@@ -86,6 +86,7 @@ ThumbsForm::ThumbsForm(QWidget *parent)
     stackedLayout->addWidget(ui->widget2);
     stackedLayout->setCurrentIndex(BrowserPage);
     setLayout(stackedLayout);
+    connect(stackedLayout, &QStackedLayout::currentChanged, this, &ThumbsForm::focusPage);
     VistamoGlobal::buildImageFileExtensionList();
     setUpViews();
     setUpMenus();
@@ -95,6 +96,7 @@ ThumbsForm::ThumbsForm(QWidget *parent)
     setCheckboxVisible(VistamoGlobal::showCheckbox);
     openThumbnailDatabase();
     setUpContextMenu();
+    setUpKeys();
     applyListStyleSheet();
     loadSettings();
     ui->toolsButton->hide();

@@ -29,8 +29,11 @@ void ThumbsForm::onFolderShown(const QString &path)
 /// Shows the list of thumbnails, or in its place the frame that asks for a folder.
 void ThumbsForm::showList(bool visible)
 {
+    const bool changes = ui->mainListView->isHidden() == visible;
     ui->noItemFrame->setVisible(!visible);
     ui->mainListView->setVisible(visible);
+    if (changes)
+        focusPage();
 }
 
 void ThumbsForm::onFilesFound(const FoundFiles &files)

@@ -27,6 +27,23 @@ QHBoxLayout *rowOfTwoGroups(const QList<QWidget *> &left, const QList<QWidget *>
     return row;
 }
 
+/// Lets the Tab key go through a layout as the eye does. Gives the widget that it comes to last, the first
+/// one coming after `last`.
+QWidget *orderTabs(const QLayout *layout, QWidget *last = nullptr)
+{
+    for (int i = 0; layout && i < layout->count(); ++i) {
+        QLayoutItem *const item = layout->itemAt(i);
+        QWidget *const widget = item->widget();
+        if (widget && widget->focusPolicy() & Qt::TabFocus) {
+            if (last)
+                QWidget::setTabOrder(last, widget);
+            last = widget;
+        }
+        last = orderTabs(widget ? widget->layout() : item->layout(), last);
+    }
+    return last;
+}
+
 } // namespace
 
 void layoutThumbsPage(const Ui::ThumbsForm &ui)
@@ -53,6 +70,7 @@ void layoutThumbsPage(const Ui::ThumbsForm &ui)
                         ui.toolsButton, ui.optionsButton, ui.slideShowButton, ui.convertButton, ui.pdfButton},
                        {ui.webButton, ui.aboutButton}));
     page->addLayout(browserRow);
+    orderTabs(page);
 }
 
 void layoutViewerPage(const Ui::ThumbsForm &ui)
@@ -93,8 +111,10 @@ void layoutViewerPage(const Ui::ThumbsForm &ui)
     page->addLayout(imageRow);
     page->addWidget(ui.galleryTableView);
     page->addWidget(ui.fileInfoWidget);
+    orderTabs(page);
 
     for (QToolButton *const floating : {ui.back2Button, ui.forward2Button}) {
+        floating->setFocusPolicy(Qt::NoFocus); // the row above has the same
         floating->adjustSize();
         floating->raise();
     }

@@ -16,6 +16,16 @@ void ThumbsForm::showEvent(QShowEvent *)
     qApp->installEventFilter(this);
     connect(window()->windowHandle(), SIGNAL(screenChanged(QScreen *)), SLOT(onScreenChanged()),
             Qt::UniqueConnection);
+    focusPage();
+}
+
+/// Puts the focus where the eye is.
+void ThumbsForm::focusPage()
+{
+    if (stackedLayout->currentIndex() == ViewerPage)
+        ui->scrollArea->setFocus();
+    else if (stackedLayout->currentIndex() == BrowserPage)
+        (folders.isEmpty() ? static_cast<QWidget *>(ui->noItemFrame) : ui->mainListView)->setFocus();
 }
 
 void ThumbsForm::resizeEvent(QResizeEvent *)

@@ -3,6 +3,7 @@
 #include "shared/platform/ColourScheme.h"
 #include "ui_ThumbsForm.h"
 
+#include <QApplication>
 #include <QFileInfo>
 #include <QScrollBar>
 #include <QtDebug>
@@ -107,8 +108,26 @@ void ThumbsForm::onClickedListView(QModelIndex index)
     const TFileRecord *const record = fileList.at(index.row());
     if (!ui->showCheckboxButton->isChecked() || !item || !record)
         return;
+    const int lastRow = lastTicked.isEmpty() ? -1 : fileList.rowOf(lastTicked);
+    if (QApplication::keyboardModifiers() == Qt::ShiftModifier && lastRow >= 0) {
+        const bool ticked = fileList.list().item(lastRow)->checkState() == Qt::Checked;
+        tickRows(std::min(index.row(), lastRow), std::max(index.row(), lastRow), ticked);
+        return;
+    }
     // Qt has applied the click by now; one beside the box repeats the present state.
-    ticks.set(record->path, record->fileName, item->checkState() == Qt::Checked);
+    const bool ticked = item->checkState() == Qt::Checked;
+    if (ticked != ticks.contains(record->path, record->fileName))
+        lastTicked = record->fullPath;
+    ticks.set(record->path, record->fileName, ticked);
+    checkDeleteButton();
+}
+
+/// Ticks the files in these rows, or takes their ticks off; nothing while there are no check boxes.
+void ThumbsForm::tickRows(int first, int last, bool ticked)
+{
+    if (!ui->showCheckboxButton->isChecked() || first > last)
+        return;
+    ticks.set(fileList.setTicked(first, last, ticked), ticked);
     checkDeleteButton();
 }
 

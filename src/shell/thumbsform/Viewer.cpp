@@ -5,17 +5,13 @@
 #include "ui_ThumbsForm.h"
 #include "viewer/VistamoFilterDialog.h"
 
-#include <QApplication>
 #include <QDir>
-#include <QKeyEvent>
 #include <QStackedLayout>
 #include <QtDebug>
 
 #include <utility>
 
 namespace {
-
-constexpr int keyDebounceMs = 10;
 
 ImageRequest fileOf(const TFileRecord &record)
 {
@@ -103,11 +99,24 @@ void ThumbsForm::onLoadImageFinished()
     pictureView.reduce();
 }
 
-/// Shows the next file or the one before, around both ends. A zoom does not survive it.
+/// Shows the next file or the one before, around both ends.
 void ThumbsForm::step(PictureLoader::Step direction)
 {
     pictureLoader.setLastStep(direction);
-    selectedImageIndex = neighbourOf(pictureLoader.shown(), direction, fileList);
+    showRow(neighbourOf(pictureLoader.shown(), direction, fileList));
+}
+
+/// Shows the file in a row, if it is another one.
+void ThumbsForm::stepTo(int row)
+{
+    if (row != fileList.rowOf(pictureLoader.shown()))
+        showRow(row);
+}
+
+/// Shows the file in a row. A zoom does not survive it.
+void ThumbsForm::showRow(int row)
+{
+    selectedImageIndex = row;
     if (pictureView.mode() == ScaleMode::RealSize || pictureView.mode() == ScaleMode::Free) {
         setImageScale(ScaleMode::Fit);
         refit();
@@ -133,33 +142,6 @@ void ThumbsForm::on_forward2Button_clicked()
 void ThumbsForm::on_back2Button_clicked()
 {
     step(PictureLoader::Step::Back);
-}
-
-bool ThumbsForm::eventFilter(QObject *watched, QEvent *event)
-{
-    // They belong to a dialog or a menu that is up.
-    const bool isOurs = !QApplication::activeModalWidget() && !QApplication::activePopupWidget();
-    if (stackedLayout->currentIndex() == ViewerPage && event->type() == QEvent::KeyPress && isOurs
-        && !keyPressPending) {
-        const int key = static_cast<QKeyEvent *>(event)->key();
-        if (key == Qt::Key_Left || key == Qt::Key_Right) {
-            keyPressPending = true;
-            step(key == Qt::Key_Left ? PictureLoader::Step::Back : PictureLoader::Step::Forward);
-            if (!keyPressTimer) {
-                keyPressTimer = new QTimer(this);
-                connect(keyPressTimer, SIGNAL(timeout()), SLOT(onKeyPressTimer()));
-                keyPressTimer->start(keyDebounceMs);
-            }
-        }
-    }
-    return QObject::eventFilter(watched, event);
-}
-
-void ThumbsForm::onKeyPressTimer()
-{
-    keyPressTimer->stop();
-    keyPressPending = false;
-    std::exchange(keyPressTimer, nullptr)->deleteLater();
 }
 
 void ThumbsForm::onResetImageAction()

@@ -1,0 +1,223 @@
+#include "shell/Keys.h"
+#include "support/Program.h"
+
+/// The program without a mouse.
+class KeysTest : public ProgramTest
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        newFolder({"first", "second"});
+        for (const char *const name : {"apple.png", "bear.png", "bed and breakfast in the hills.png"})
+            Pictures::save(path("first") + '/' + name, size);
+        Pictures::save(path("second/only.png"), QSize(60, 40));
+        start({path("first")}, 3, QRect(60, 60, 1000, 700));
+        QVERIFY(QTest::qWaitForWindowActive(program->window.get()));
+        DialogSeam::setAnswerer([this](const DialogSeam::Question &question) -> std::optional<QVariant> {
+            return path(question.kind == DialogSeam::Kind::SelectFolder ? "second" : "exported.png");
+        });
+    }
+    void cleanup() { end(); }
+
+    void documentListsTheKeys()
+    {
+        QFile document(QFINDTESTDATA("../docs/keyboard.md"));
+        QVERIFY(document.open(QIODevice::ReadOnly));
+        const QStringList lines = QString::fromUtf8(document.readAll()).split('\n');
+        QCOMPARE(lines.filter(QRegularExpression("^(## |\\| (?!Key |---))")), documented());
+    }
+
+    void everyKeyActsInItsPlace()
+    {
+        const auto isChecked = [this](const char *name) {
+            return [=, this] { return program->find<QToolButton>(name)->isChecked(); };
+        };
+        const auto isOn = [this](const char *name) { return [=, this] { return program->isOn(name); }; };
+        const auto isAt = [this](int row) {
+            return [=, this] { return program->list()->currentIndex().row() == row; };
+        };
+        const auto ticks = [this](int count) {
+            return [=, this] {
+                return program->ticks().size() == count && VistamoGlobal::checkedItemList.size() == count;
+            };
+        };
+        const struct
+        {
+            const char *part; ///< that takes the focus first
+            const char *key;
+            std::function<bool()> outcome;
+            const char *dialog = ""; ///< that opens, and is closed
+        } cases[] = {
+            {"", "F11", [this] { return program->window->isFullScreen(); }},
+            {"", "F11", [this] { return !program->window->isFullScreen(); }},
+            {"", "F1", {}, "KeysDialog"},
+            {"", "Ctrl+O",
+             [this] {
+                 return program->tree() == QStringList{"second", "first"};
+             }},
+            {"sideTreeView", "Down", [this] { return program->settled() && program->rows() == 3; }},
+            {"mainListView", "Home", isAt(0)},
+            {"", "B, E, D, Space", isAt(2)},
+            {"", "A, N, D, Space", isAt(2)},
+            {"", "B, R, E, A", isAt(2)}, // behind the line break
+            {"", "Home", isAt(0)},
+            {"", "Space", ticks(1)},
+            {"", "End", isAt(2)},
+            {"", "Shift+Space", ticks(3)},
+            {"", "Ctrl+Shift+A", ticks(0)},
+            {"", "Ctrl+A", ticks(3)},
+            {"", "Del", {}, "VistamoDeleteDialog"},
+            {"", "F2", {}, "VistamoRenameDialog"},
+            {"", "Menu", {}, "FileMenu"},
+            {"", "Ctrl+C",
+             [this] {
+                 return copied()
+                        == QList{QUrl::fromLocalFile(path("first/bed and breakfast in the hills.png"))};
+             }},
+            {"", "F5",
+             [this] {
+                 return VistamoGlobal::fileDataList[1].size == QFileInfo(path("first/bear.png")).size();
+             }},
+            {"", "Return", isOn("hills.png")},
+            {"", "Home", isOn("apple.png")},
+            {"", "Space", isOn("bear.png")},
+            {"", "Left", isOn("apple.png")},
+            {"", "End", isOn("hills.png")},
+            {"", "R", [this] { return program->shown(size.transposed()) == "blue red yellow green"; }},
+            {"", "Shift+R", [this] { return program->shown(size) == "red green blue yellow"; }},
+            {"", "1", [this] { return text("percentResizeLabel") == "100%"; }},
+            {"", "+", [this] { return text("percentResizeLabel") == "110%"; }},
+            {"", "-", [this] { return text("percentResizeLabel") == "99%"; }},
+            {"", "F", isChecked("fitHButton")},
+            {"", "0", isChecked("fitVHButton")},
+            {"", "C", isChecked("cropButton")},
+            {"", "Ctrl+C", [this] { return QGuiApplication::clipboard()->image().size() == size; }},
+            {"", "Ctrl+S", [this] { return QImage(path("exported.png")).size() == size; }},
+            {"", "Right", isOn("apple.png")},
+            {"", "Esc", [this] { return program->find("widget1")->isVisible(); }},
+            {"", "Enter", isOn("apple.png")}, // seen last
+        };
+        QStringList tried;
+        for (const auto &test : cases) {
+            if (*test.part)
+                program->find(test.part)->setFocus();
+            if (qstrcmp(test.key, "F5") == 0) // of which no watch of the folder tells
+                Pictures::save(path("first/bear.png"), QSize(30, 20));
+            QString dialog;
+            if (*test.dialog)
+                whenDialog([&](QWidget *opened) { dialog = opened->metaObject()->className(); });
+            program->window->activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(program->window.get()));
+            press(test.key);
+            QTRY_VERIFY2(!test.outcome || test.outcome(), test.key);
+            QTRY_COMPARE(dialog, test.dialog);
+            tried.append(test.key);
+        }
+        for (const Keys::Key &key : Keys::all())
+            for (const QString &name : QString(key.receiver ? key.keys : "").split("; "))
+                QVERIFY2(name.isEmpty() || tried.contains(name), qPrintable(name));
+    }
+
+    void keysAreLeftToThoseThatNeedThem()
+    {
+        // A text field has all of them, and the arrows step as well.
+        program->open(0);
+        QTRY_COMPARE(text("sizeInfoLabel"), "900x600");
+        press("C");
+        auto *const field = program->find<QSpinBox>("leftSpinBox");
+        field->setFocus();
+        field->selectAll();
+        press("1, 0, R, F");
+        press("Del, Esc, Space, Ctrl+C");
+        QVERIFY(program->isOn("apple.png"));
+        QCOMPARE(field->value(), 10);
+        QVERIFY(program->find<QToolButton>("fitVHButton")->isChecked());
+        press("Right");
+        QTRY_VERIFY(program->isOn("bear.png"));
+        program->click("cropButton");
+        // A button has those that press it.
+        program->find("rotateRightButton")->setFocus();
+        press("Space");
+        QTRY_COMPARE(program->shown(size.transposed()), "blue red yellow green");
+        press("Return");
+        QVERIFY(program->isOn("bear.png"));
+        // A slider has its arrows.
+        QSlider slider;
+        slider.show();
+        slider.setFocus();
+        QVERIFY(QTest::qWaitForWindowActive(&slider));
+        QTest::keyClick(slider.windowHandle(), Qt::Key_Right);
+        QVERIFY(program->isOn("bear.png") && slider.value() == 1);
+        slider.close();
+        program->window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(program->window.get()));
+        // Escape alone is known to the slideshow, and does nothing else.
+        program->find("scrollArea")->setFocus();
+        press("Esc");
+        program->click("slideShowButton");
+        QVERIFY(VistamoGlobal::isFullScreen);
+        press("Ctrl+O, F11, F5, Ctrl+A");
+        QVERIFY(program->window->isFullScreen() && program->ticks().isEmpty());
+        press("Esc");
+        QVERIFY(!VistamoGlobal::isFullScreen && program->find("widget1")->isVisible());
+        QCOMPARE(program->tree(), QStringList{"first"});
+        QVERIFY(program->list()->hasFocus());
+        // Without boxes there is nothing to tick.
+        program->click("hideCheckboxButton");
+        press("Ctrl+A");
+        QVERIFY(VistamoGlobal::checkedItemList.isEmpty());
+    }
+
+    void tabKeyFollowsTheEye()
+    {
+        const auto round = [this] {
+            QStringList names;
+            for (int i = 0; i < 40 && !names.contains(QApplication::focusWidget()->objectName()); ++i) {
+                names.append(QApplication::focusWidget()->objectName());
+                press("Tab");
+            }
+            return names.join(' ');
+        };
+        QCOMPARE(round(), "mainListView openFileAddButton openFileMinButton plusButton showCheckboxButton "
+                          "hideCheckboxButton optionsButton slideShowButton webButton aboutButton");
+        program->open(0);
+        QCOMPARE(
+            round(),
+            "scrollArea backButton forwardButton fitVHButton fitHButton fitVButton fullButton "
+            "rotateLeftButton "
+            "rotateRightButton flipHButton flipVButton cropButton galleryButton adjustButton exportButton "
+            "closeButton");
+    }
+
+private:
+    void press(const char *keys)
+    {
+        const auto sequence = QKeySequence::fromString(keys);
+        if (sequence == QKeySequence(Qt::Key_Menu)) { // which real windows are given as an event of its own
+            QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(), QPoint());
+            QCoreApplication::sendEvent(program->list(), &event);
+            return;
+        }
+        QTest::keySequence(program->window->windowHandle(), sequence);
+    }
+    static QList<QUrl> copied() { return QGuiApplication::clipboard()->mimeData()->urls(); }
+    /// What the document says of the keys.
+    static QStringList documented()
+    {
+        QStringList lines;
+        QString title;
+        for (const Keys::Key &key : Keys::all()) {
+            if (title != Keys::title(key.place))
+                lines.append("## " + (title = Keys::title(key.place)));
+            lines.append(QStringLiteral("| %1 | %2 |").arg(Keys::text(key), key.does));
+        }
+        return lines;
+    }
+
+    const QSize size = {900, 600};
+};
+
+QTEST_MAIN(KeysTest)
+#include "KeysTest.moc"
