@@ -1,12 +1,12 @@
 #pragma once
 
+#include "library/FileModel.h"
 #include "library/ThumbnailIcons.h"
 #include "library/ThumbnailRequestQueue.h"
 #include "library/VistamoLoadFolderThread.h"
 
 #include <QObject>
 #include <QPixmap>
-#include <QStandardItemModel>
 
 #include <functional>
 #include <optional>
@@ -109,8 +109,8 @@ private:
 
     const Surroundings surroundings;
     Generation currentGeneration;
-    QStandardItemModel mainModel;
-    QStandardItemModel galleryModel;
+    FileModel mainModel;
+    FileModel galleryModel;
     ThumbnailIcons thumbnailIcons;
     bool fileHasLeft = false; ///< since the strip was filled
     QString currentFolder;

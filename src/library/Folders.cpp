@@ -2,13 +2,24 @@
 
 #include "shared/platform/PathIdentity.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QtDebug>
 
 #include <algorithm>
 
+QVariant FolderModel::data(const QModelIndex &index, int role) const
+{
+    const TFolderData folder = folders.value(index.row());
+    const bool isRoot = role == Qt::AccessibleTextRole && folder.fileName.isEmpty();
+    if (isRoot || role == Qt::ToolTipRole || role == Qt::AccessibleDescriptionRole)
+        return QDir::toNativeSeparators(folder.fullPath);
+    return QStandardItemModel::data(index, role);
+}
+
 Folders::Folders()
-    : folderRoot(treeModel.invisibleRootItem())
+    : treeModel(folderList)
+    , folderRoot(treeModel.invisibleRootItem())
     , storedFolders([this] { return paths(); })
 {
 }

@@ -6,6 +6,24 @@
 #include <QStandardItemModel>
 #include <QStringList>
 
+/// The folders as the tree has them: a row each, which holds its name and icon alone.
+class FolderModel : public QStandardItemModel
+{
+    Q_OBJECT
+
+public:
+    /// @param folders whose paths tell folders of one name apart
+    explicit FolderModel(const QList<TFolderData> &folders)
+        : folders(folders)
+    {
+    }
+
+    [[nodiscard]] QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+
+private:
+    const QList<TFolderData> &folders;
+};
+
 /// The user's list of folders, and the model of the side tree: entry n and row n are the same folder. The
 /// newest is on top. Looks at none of them. GUI thread.
 class Folders
@@ -41,8 +59,8 @@ public:
 private:
     void changed();
 
-    QStandardItemModel treeModel;
-    QStandardItem *const folderRoot;
     QList<TFolderData> folderList;
+    FolderModel treeModel;
+    QStandardItem *const folderRoot;
     StoredFolders storedFolders;
 };

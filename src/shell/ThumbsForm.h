@@ -249,6 +249,7 @@ private:
     void loadImage();
     void loadSelectedImage(const QString &path);
     void followShownFile();
+    void describePhoto(QSize size);
     void step(PictureLoader::Step direction);
     void stepTo(int row);
     void showRow(int row);

@@ -109,6 +109,7 @@ void ImagesToPDFForm::setToolMode(int mode)
     ui->qualityLabel->setVisible(converts && isJpgTarget());
     ui->qualitySpinBox->setVisible(converts && isJpgTarget());
     ui->createPdfButton->setToolTip(converts ? tr("Convert Images") : tr("Create PDF File"));
+    ui->createPdfButton->setAccessibleName(ui->createPdfButton->toolTip());
     ui->outputWidget->show();
 }
 

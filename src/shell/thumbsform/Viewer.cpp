@@ -61,6 +61,19 @@ void ThumbsForm::followShownFile()
         ui->galleryTableView->selectColumn(row);
     else
         ui->galleryTableView->clearSelection();
+    describePhoto(pictureLoader.loadImageThreadRunning() ? QSize() : pictureView.picture().size());
+}
+
+/// Lets a screen reader say which photo is on show.
+/// @param size of the photo; empty as long as it is not known
+void ThumbsForm::describePhoto(QSize size)
+{
+    QStringList description = {QFileInfo(pictureLoader.shown()).fileName()};
+    if (!size.isEmpty())
+        description.append(tr("%1 by %2 pixels").arg(size.width()).arg(size.height()));
+    if (const int row = fileList.rowOf(pictureLoader.shown()); row >= 0)
+        description.append(tr("%1 of %2").arg(row + 1).arg(fileList.count()));
+    ui->scrollArea->setAccessibleName(description.join(QLatin1String(", ")));
 }
 
 void ThumbsForm::loadSelectedImage(const QString &path)
@@ -81,6 +94,7 @@ void ThumbsForm::onImageLoaded(QPixmap pixmap)
 {
     QPixmap previous = pictureView.exchange(pixmap);
     ui->sizeInfoLabel->setText(QStringLiteral("%1x%2").arg(pixmap.width()).arg(pixmap.height()));
+    describePhoto(pixmap.size());
     initCropMode();
     refit();
     Background::free(std::move(previous));
