@@ -12,6 +12,10 @@
 #include <new>
 #include <thread>
 
+#ifdef Q_OS_WIN
+#    include "support/Imports.h"
+#endif
+
 /// Whether other threads than the first have no memory left.
 static std::atomic_bool memoryIsOut = false;
 static const auto firstThread = std::this_thread::get_id();
@@ -31,6 +35,15 @@ void operator delete(void *memory, size_t) noexcept
 {
     std::free(memory);
 }
+
+#ifdef Q_OS_WIN
+// A library there has what it was linked with.
+[[maybe_unused]] static const bool isForCodec = [] {
+    void *(*const mine)(size_t) = operator new;
+    Imports::replaceIn(GetModuleHandleW(L"libjxl"), "_Znwy", reinterpret_cast<void *>(mine));
+    return true;
+}();
+#endif
 
 /// JPEG XL files of kinds that the program does not write.
 class JxlTest : public FolderTest

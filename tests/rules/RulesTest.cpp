@@ -85,6 +85,7 @@ private slots:
         QCOMPARE(lines("Vistamo.ini"), QStringList({"[%General]", "exportImagePath=/d"}));
         setSettingsFolder({});
 
+        QDir::home().rmdir("Pictures"); // Wine makes one
         QCOMPARE(FolderPicker().picturesFolder(), QDir::homePath());
         QVERIFY(QDir::home().mkdir("Pictures"));
         QCOMPARE(QDir(FolderPicker().picturesFolder()), QDir(QDir::homePath() + "/Pictures"));

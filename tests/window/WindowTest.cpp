@@ -1,9 +1,12 @@
 #include "shared/image/ColourScreens.h"
+#include "shared/platform/FolderPicker.h"
 #include "support/Program.h"
 #include "support/Tools.h"
 #include "viewer/TImageLabel.h"
 
-#ifndef Q_OS_WIN
+#ifdef Q_OS_WIN
+#    include <windows.h>
+#else
 #    include "support/FakeColord.h"
 
 #    include <xcb/xcb.h>
@@ -263,9 +266,6 @@ private slots:
 
     void pictureIsEditedAndExported()
     {
-#ifdef Q_OS_WIN
-        QSKIP("Wine brings what is painted to the screen later.");
-#endif
         openOnly(QSize(900, 600));
         const auto colour = [&] { // beside the dialog
             const QImage screen = onScreen(program->find("scrollArea"));
@@ -304,10 +304,14 @@ private slots:
         QTRY_COMPARE(program->shown(QSize(600, 900)), "red blue green yellow");
         QCOMPARE(text("percentResizeLabel"), percent);
         QCOMPARE(text("sizeInfoLabel"), "900x600"); // tells of the file
+#ifdef Q_OS_WIN
+        qWarning("Left out: the dialog for a name, of which Wine's does not take the Return key.");
+#else
         const QString file = path("turned.tiff");
         choose("exportButton", 1, {"key", "ctrl+a", "type", "--args", "1", file, "key", "Return"});
         QTRY_VERIFY(QFile::exists(file));
         QCOMPARE(Pictures::quartersOf(QImage(file)), "red blue green yellow");
+#endif
     }
 
     void slideshowTakesTheWholeScreen()
@@ -320,6 +324,28 @@ private slots:
         xdo({"key", "Right", "key", "space", "key", "Escape"});
         QTRY_COMPARE(program->window->geometry(), before);
     }
+
+#ifdef Q_OS_WIN
+    void folderBrowserBelongsToTheWindow()
+    {
+        start({path("first")}, 6);
+        auto *const window = reinterpret_cast<HWND>(program->window->winId());
+        bool holdsWindow = false;
+        QTimer timer;
+        connect(&timer, &QTimer::timeout, this, [&] {
+            const HWND browser = FindWindowW(L"#32770", nullptr);
+            holdsWindow |= browser && GetWindow(browser, GW_OWNER) == window && !IsWindowEnabled(window);
+            if (browser)
+                PostMessageW(browser, WM_COMMAND, IDOK, 0);
+        });
+        timer.start(100);
+        // Without its start folder it would give another one.
+        const QString folder = QDir::homePath() + "/Album";
+        QVERIFY(QDir().mkpath(folder));
+        QCOMPARE(FolderPicker().selectFolder(folder, "Select Folder ..."), folder);
+        QVERIFY(holdsWindow);
+    }
+#endif
 
     void cropIsDraggedAtAnyZoom()
     {
@@ -417,6 +443,10 @@ private:
     static QImage onScreen(const QWidget *widget)
     {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::UpdateRequest);
+#ifdef Q_OS_WIN
+        MSG none; // who looks for messages and finds none lets Wine bring to the screen what is painted
+        PeekMessageW(&none, nullptr, WM_USER - 1, WM_USER - 1, PM_NOREMOVE);
+#endif
         const QRect place(widget->mapToGlobal(QPoint()), widget->size());
         QScreen *const atOrigin = QGuiApplication::primaryScreen(); // perhaps of several
         return atOrigin->grabWindow(0, place.x(), place.y(), place.width(), place.height()).toImage();
