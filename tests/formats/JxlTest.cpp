@@ -20,11 +20,14 @@
 static std::atomic_bool memoryIsOut = false;
 static const auto firstThread = std::this_thread::get_id();
 
+void *operator new(size_t bytes, const std::nothrow_t &) noexcept
+{
+    const bool isOut = memoryIsOut && std::this_thread::get_id() != firstThread;
+    return isOut ? nullptr : std::malloc(std::max<size_t>(bytes, 1));
+}
 void *operator new(size_t bytes)
 {
-    void *const memory = memoryIsOut && std::this_thread::get_id() != firstThread
-                             ? nullptr
-                             : std::malloc(std::max<size_t>(bytes, 1));
+    void *const memory = operator new(bytes, std::nothrow);
     return memory ? memory : throw std::bad_alloc();
 }
 void operator delete(void *memory) noexcept
