@@ -12,6 +12,7 @@
 
 #include <map>
 #include <memory>
+#include <sys/resource.h>
 
 /// Starts the program as a process of its own, ends it in every way, and looks at what it leaves.
 class ProcessTest : public FolderTest
@@ -87,6 +88,38 @@ private slots:
             QCOMPARE(read("photos/" + name), content);
     }
 
+    void pictureKillsItsDecoder_data()
+    {
+        QTest::addColumn<QByteArray>("how");
+        QTest::addColumn<int>("mostDeaths");
+        QTest::newRow("aborts") << QByteArray("abort") << 2;
+#ifndef __SANITIZE_ADDRESS__ // which maps more than any limit
+        QTest::newRow("eats memory") << QByteArray("eat") << 0;
+#endif
+        QTest::newRow("never returns") << QByteArray("loop") << 0;
+    }
+
+    void pictureKillsItsDecoder()
+    {
+        QFETCH(QByteArray, how);
+        Pictures::saveMany(path("photos"), 6);
+        write("photos/0002.png", "DEADLY " + how);
+        Pictures::age(path("photos/0002.png"));
+        int deaths = -1;
+        Process program;
+        do {
+            program = started({path("photos")}, DEADLY_PLUGINS);
+            const auto died = [&] { return program->state() == QProcess::NotRunning; };
+            QTRY_VERIFY(died() || thumbnails() == 6);
+            (void)QTest::qWaitFor(died, 1500); // a killer in the last place
+            ++deaths;
+        } while (!end(*program));
+        QFETCH(int, mostDeaths);
+        QVERIFY2(deaths <= mostDeaths && (deaths > 0) == (mostDeaths > 0),
+                 qPrintable(QString::number(deaths)));
+        QCOMPARE(thumbnails(), 6);
+    }
+
     void twoAtOnce()
     {
         Pictures::saveMany(path("photos"), 3);
@@ -110,9 +143,23 @@ private:
         return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + "/Thumbnails";
     }
 
-    static Process started(const QStringList &arguments)
+    static Process started(const QStringList &arguments, const QString &pluginPath = {})
     {
         auto program = std::make_unique<QProcess>();
+        if (!pluginPath.isEmpty()) {
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            environment.insert("QT_PLUGIN_PATH", pluginPath);
+            program->setProcessEnvironment(environment);
+            // Less than what is eaten.
+            program->setChildProcessModifier([] {
+                [[maybe_unused]] const rlimit memory = {rlim_t(3) << 30, rlim_t(3) << 30};
+#ifndef __SANITIZE_ADDRESS__
+                setrlimit(RLIMIT_DATA, &memory);
+#endif
+                const rlimit noCore = {0, 0};
+                setrlimit(RLIMIT_CORE, &noCore);
+            });
+        }
         program->setProcessChannelMode(QProcess::ForwardedErrorChannel);
         program->start(PROGRAM, arguments);
         return program;
@@ -143,7 +190,10 @@ private:
         QSqlDatabase::removeDatabase("look");
         return value;
     }
-    static int thumbnails() { return ask("SELECT COUNT(DISTINCT fullPath) FROM FileData").toInt(); }
+    static int thumbnails()
+    {
+        return ask("SELECT COUNT(DISTINCT fullPath) FROM FileData").toInt();
+    }
     static bool isWhole()
     {
         return QDir(data()).entryList({"thumbnail.db"}, QDir::Files).isEmpty()

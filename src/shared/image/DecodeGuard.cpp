@@ -1,5 +1,6 @@
 #include "shared/image/DecodeGuard.h"
 
+#include "shared/platform/Platform.h"
 #include "shared/threads/Guarded.h"
 
 #include <QDateTime>
@@ -18,6 +19,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <memory>
 #include <optional>
 
@@ -25,7 +27,7 @@ namespace {
 
 constexpr int deathsUntilPassedOver = 2;
 constexpr qsizetype slotCount = 32;
-constexpr qsizetype slotBytes = 4224; // the longest path of Linux, and two numbers
+constexpr qsizetype slotBytes = 4224; // the longest path of Linux, two numbers, and the mark at the end
 constexpr qsizetype journalBytes = slotCount * slotBytes;
 // A suspect waits this long to be alone, and the others wait this long for it: one that hangs blocks nobody.
 constexpr int longestAloneMs = 3000;
@@ -54,7 +56,18 @@ QByteArray slotText(const QString &path, const Note &note)
     return QByteArray::number(note.size) + ' ' + QByteArray::number(note.modified) + ' ' + path.toUtf8();
 }
 
-/// The files that stand in a journal.
+std::atomic<uchar *> mappedJournal = nullptr;
+thread_local int slotInDecoding = -1;
+
+/// Tells the journal that it is the calling thread's file at which the program dies. While it crashes.
+void markCulprit()
+{
+    uchar *const journal = mappedJournal;
+    if (journal && slotInDecoding >= 0)
+        journal[(slotInDecoding + 1) * slotBytes - 1] = 1;
+}
+
+/// The files that stand in a journal, or the one at which the program crashed, if that is known.
 QHash<QString, Note> filesIn(const QByteArray &journal)
 {
     QHash<QString, Note> files;
@@ -63,10 +76,14 @@ QHash<QString, Note> filesIn(const QByteArray &journal)
         const QByteArray text(slot, static_cast<qsizetype>(qstrnlen(slot, slotBytes)));
         const qsizetype first = text.indexOf(' ');
         const qsizetype second = text.indexOf(' ', first + 1);
-        if (first > 0 && second > 0)
-            files.insert(
-                QString::fromUtf8(text.mid(second + 1)),
-                {text.left(first).toLongLong(), text.mid(first + 1, second - first - 1).toLongLong(), 0});
+        if (first <= 0 || second <= 0)
+            continue;
+        const QString path = QString::fromUtf8(text.mid(second + 1));
+        const Note note = {text.left(first).toLongLong(),
+                           text.mid(first + 1, second - first - 1).toLongLong(), 0};
+        if (slot[slotBytes - 1] != 0)
+            return {{path, note}};
+        files.insert(path, note);
     }
     return files;
 }
@@ -157,11 +174,15 @@ public:
             return;
         // In full, so that a disk that fills up later takes the entries all the same.
         usable = file.write(QByteArray(journalBytes, 0)) == journalBytes;
+        if (usable)
+            mappedJournal = file.map(0, journalBytes);
     }
 
     void close()
     {
         usable = false;
+        if (uchar *const journal = mappedJournal.exchange(nullptr))
+            file.unmap(journal);
         taken.fill(false);
         if (file.isOpen()) {
             file.close();
@@ -173,7 +194,7 @@ public:
     int enter(const QByteArray &text)
     {
         const auto slot = std::find(taken.begin(), taken.end(), false);
-        if (!usable || slot == taken.end() || text.size() >= slotBytes)
+        if (!usable || slot == taken.end() || text.size() >= slotBytes - 1)
             return -1;
         *slot = true;
         const auto index = slot - taken.begin();
@@ -239,6 +260,7 @@ void DecodeGuard::start(const QString &folder)
     collectDeaths(directory, access->notes);
     const QString id = QUuid::createUuid().toString(QUuid::Id128);
     access->journal.open(directory.filePath(QStringLiteral("decoding-%1.journal").arg(id)));
+    Platform::whenCrashing(markCulprit);
 }
 
 void DecodeGuard::finish()
@@ -272,7 +294,7 @@ DecodeGuard::Decoding::Decoding(const QString &path)
         access->aloneUntil.setRemainingTime(longestAloneMs);
     }
     ++access->inFlight;
-    slot = access->journal.enter(slotText(path, now));
+    slot = slotInDecoding = access->journal.enter(slotText(path, now));
 }
 
 DecodeGuard::Decoding::~Decoding()
@@ -281,6 +303,7 @@ DecodeGuard::Decoding::~Decoding()
     if (!allowed)
         return;
     --access->inFlight;
+    slotInDecoding = -1;
     access->journal.leave(slot);
     if (suspect) {
         access->aloneUntil = {};

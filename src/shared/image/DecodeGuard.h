@@ -6,9 +6,10 @@
 ///
 /// While a picture is being decoded its path stands in a journal of this instance, a small file that
 /// outlives a crash. The next start reads the journals of instances that died. A file that was
-/// alone in decoding at two deaths is passed over until it changes. Files that were decoded in parallel at a
-/// death are suspects: from then on they are decoded alone where that can be had within a few seconds, so
-/// that the next death tells. One that decodes well is cleared of all suspicion.
+/// alone in decoding at two deaths, or in whose decoder the program crashed, is passed over until it changes.
+/// Where it is not known who killed it, files that were decoded in parallel are suspects: from then on they
+/// are decoded alone where that can be had within a few seconds, so that the next death tells. One that
+/// decodes well is cleared of all suspicion.
 ///
 /// Without a folder that can be written to there is no guard, and everything is decoded.
 namespace DecodeGuard {

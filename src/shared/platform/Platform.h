@@ -106,6 +106,10 @@ void lowerThreadPriority();
 /// it asks by closing the window, nothing. Needs the application's object.
 void whenAskedToEnd(const std::function<void()> &end);
 
+/// Calls `mark` on the thread that crashes the program, before it ends as it would without; `mark` may do no
+/// more than write to memory.
+void whenCrashing(void (*mark)());
+
 /// Asks the user for a folder, modal, in the system's own dialog. `startFolder` is shown first if it exists.
 /// Gives an empty string if the user cancels, otherwise a path as the system writes it.
 [[nodiscard]] QString selectFolder(const QString &startFolder, const QString &title);

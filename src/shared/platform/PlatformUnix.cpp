@@ -6,7 +6,10 @@
 #include <QSocketNotifier>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <limits>
+#include <utility>
 
 #include <csignal>
 #include <ctime>
@@ -73,6 +76,20 @@ qint64 resourceLimit(decltype(RLIMIT_AS) resource)
 
 int askedToEnd = -1; ///< the end of a pipe, since a signal's handler may do next to nothing but write
 
+constexpr std::array crashes = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT};
+std::array<struct sigaction, crashes.size()> actionsBefore;
+void (*markOfCrash)() = nullptr;
+
+/// What faulted does so once more when this returns.
+void onCrash(int signal, siginfo_t *what, void * /*context*/)
+{
+    markOfCrash();
+    for (std::size_t i = 0; i < crashes.size(); ++i)
+        sigaction(crashes[i], &actionsBefore[i], nullptr);
+    if (what->si_code <= 0) // somebody sent it
+        raise(signal);
+}
+
 } // namespace
 
 qint64 Platform::usableMemory()
@@ -128,6 +145,17 @@ void Platform::whenAskedToEnd(const std::function<void()> &end)
         if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN)
             sigaction(signal, &ask, nullptr);
     }
+}
+
+void Platform::whenCrashing(void (*mark)())
+{
+    if (std::exchange(markOfCrash, mark))
+        return;
+    struct sigaction action = {};
+    action.sa_sigaction = onCrash;
+    action.sa_flags = SA_SIGINFO;
+    for (std::size_t i = 0; i < crashes.size(); ++i)
+        sigaction(crashes[i], &action, &actionsBefore[i]);
 }
 
 void Platform::lowerThreadPriority()

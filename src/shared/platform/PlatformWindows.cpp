@@ -3,7 +3,9 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <csignal>
 #include <limits>
+#include <utility>
 
 #include <windows.h>
 
@@ -31,6 +33,15 @@ quint64 jobLimit()
     if (job.BasicLimitInformation.LimitFlags & JOB_OBJECT_LIMIT_JOB_MEMORY)
         limit = std::min<quint64>(limit, job.JobMemoryLimit);
     return limit;
+}
+
+void (*markOfCrash)() = nullptr;
+LPTOP_LEVEL_EXCEPTION_FILTER filterBefore = nullptr;
+
+LONG WINAPI onCrash(EXCEPTION_POINTERS *exception)
+{
+    markOfCrash();
+    return filterBefore ? filterBefore(exception) : EXCEPTION_CONTINUE_SEARCH;
 }
 
 } // namespace
@@ -68,6 +79,14 @@ void Platform::returnFreedMemory()
 }
 
 void Platform::whenAskedToEnd(const std::function<void()> &) {}
+
+void Platform::whenCrashing(void (*mark)())
+{
+    if (std::exchange(markOfCrash, mark))
+        return;
+    filterBefore = SetUnhandledExceptionFilter(onCrash);
+    std::signal(SIGABRT, [](int) { markOfCrash(); }); // which no filter sees
+}
 
 void Platform::lowerThreadPriority()
 {

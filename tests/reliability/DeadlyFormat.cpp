@@ -1,0 +1,49 @@
+#include <QImage>
+#include <QImageIOHandler>
+#include <QImageIOPlugin>
+#include <QThread>
+
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+/// Reads files that begin with "DEADLY": what follows says how their decoder fails.
+class DeadlyHandler : public QImageIOHandler
+{
+public:
+    bool canRead() const override { return true; }
+    bool read(QImage *) override
+    {
+        const QByteArray how = device()->readAll().mid(7);
+        if (how == "abort")
+            std::abort();
+        std::vector<std::vector<char>> eaten;
+        for (;;) {
+            if (how == "eat")
+                eaten.emplace_back(1 << 26, 'x');
+            else
+                QThread::msleep(10);
+        }
+    }
+};
+
+class DeadlyFormat : public QImageIOPlugin
+{
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID "org.qt-project.Qt.QImageIOHandlerFactoryInterface" FILE "deadly.json")
+
+public:
+    Capabilities capabilities(QIODevice *device, const QByteArray &) const override
+    {
+        return device && device->isReadable() && device->peek(6) == "DEADLY" ? CanRead : Capabilities();
+    }
+    QImageIOHandler *create(QIODevice *device, const QByteArray &format) const override
+    {
+        auto *const handler = new DeadlyHandler;
+        handler->setDevice(device);
+        handler->setFormat(format);
+        return handler;
+    }
+};
+
+#include "DeadlyFormat.moc"
