@@ -1,3 +1,4 @@
+#include "shared/image/Flipping.h"
 #include "shared/image/ImageReading.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
@@ -35,7 +36,7 @@ private slots:
             {"jpeg with a wrong marker in its middle", jpeg.left(jpeg.size() * 7 / 10) + noJpeg, upper},
             {"jpeg whose last scan is none", Pictures::progressiveJpeg(picture).chopped(2) + noJpeg,
              "red green blue yellow"},
-            {"cut bmp", Pictures::encoded(picture.mirrored(false, true), "bmp").left(400 * 1200 * 7 / 10),
+            {"cut bmp", Pictures::encoded(flipped(picture, Qt::Vertical), "bmp").left(400 * 1200 * 7 / 10),
              "? ? red green"},
         };
         for (const auto &[name, bytes, shown] : files) {

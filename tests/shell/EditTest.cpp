@@ -1,3 +1,4 @@
+#include "shared/image/Flipping.h"
 #include "support/Program.h"
 #include "viewer/TImageLabel.h"
 
@@ -75,7 +76,7 @@ private slots:
 
         // Opened again it has the old settings and the new picture, and the view goes by them until Escape.
         program->click("flipHButton");
-        expected = expected.mirrored(true, false);
+        expected = flipped(expected, Qt::Horizontal);
         choose("adjustButton", "Contrast");
         QCOMPARE(slider("contrast")->value(), 60);
         QCOMPARE(preview->pixmap().toImage().pixelColor(5, 5), expected.pixelColor(10, 10));
@@ -93,7 +94,7 @@ private slots:
         QVERIFY(label->width() > 2000);
         QCOMPARE(text("percentResizeLabel"), QString::number(label->width() / 6.0, 'g', 6) + '%');
         const QRect corner(label->rect().bottomRight() - QPoint(20, 20), QSize(1, 1));
-        const QImage mirrored = expected.mirrored(true, true); // the corner first
+        const QImage mirrored = flipped(expected, Qt::Horizontal | Qt::Vertical); // the corner first
         QTRY_COMPARE(label->grab(corner).toImage().pixelColor(0, 0), filtered(mirrored, 60, -50, 50, 128));
         program->click("closeButton");
         QVERIFY(!dialog->isVisible());
@@ -188,7 +189,7 @@ private slots:
             program->click("flipHButton");
         });
         const QImage turned = QImage(path("a.png")).transformed(QTransform().rotate(90));
-        const QImage expected = VistamoGlobal().applyFilter(turned, 4, 128).mirrored(true, false);
+        const QImage expected = flipped(VistamoGlobal().applyFilter(turned, 4, 128), Qt::Horizontal);
         QCOMPARE(Pictures::difference(exported("edited.png"), expected), 0.0);
         reset();
         program->click("flipVButton");

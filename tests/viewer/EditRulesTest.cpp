@@ -1,3 +1,4 @@
+#include "shared/image/Flipping.h"
 #include "shared/VistamoGlobal.h"
 #include "support/Pictures.h"
 #include "viewer/ColourFilters.h"
@@ -153,8 +154,8 @@ private slots:
             const QImage image = Pictures::noise(size);
             QCOMPARE(PictureTurning::rotated(image, true), image.transformed(QTransform().rotate(90)));
             QCOMPARE(PictureTurning::rotated(image, false), image.transformed(QTransform().rotate(-90)));
-            QCOMPARE(PictureTurning::mirrored(image, Qt::Horizontal), image.mirrored(true, false));
-            QCOMPARE(PictureTurning::mirrored(image, Qt::Vertical), image.mirrored(false, true));
+            QCOMPARE(PictureTurning::mirrored(image, Qt::Horizontal), flipped(image, Qt::Horizontal));
+            QCOMPARE(PictureTurning::mirrored(image, Qt::Vertical), flipped(image, Qt::Vertical));
         }
         QImage scan(9, 9, QImage::Format_RGB32);
         scan.setDotsPerMeterX(11811);

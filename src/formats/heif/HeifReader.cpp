@@ -3,6 +3,7 @@
 #include "formats/ClampToAlpha.h"
 #include "formats/heif/HeifColour.h"
 #include "formats/heif/HeifLimits.h"
+#include "shared/image/Flipping.h"
 
 #include <QImageReader>
 #include <QSysInfo>
@@ -151,7 +152,7 @@ QImage turned(const QImage &image, const Heif::Turn &turn)
 {
     switch (turn.kind) {
     case Heif::Turn::Mirror:
-        return image.mirrored(turn.value == 1, turn.value == 0);
+        return flipped(image, turn.value == 1 ? Qt::Horizontal : Qt::Vertical);
     case Heif::Turn::Quarters:
         return image.transformed(QTransform().rotate(-90 * turn.value));
     case Heif::Turn::Crop:

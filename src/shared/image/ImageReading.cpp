@@ -8,6 +8,7 @@
 #include "shared/image/DecodeGuard.h"
 #include "shared/image/DecodingNeed.h"
 #include "shared/image/ExifOrientation.h"
+#include "shared/image/Flipping.h"
 #include "shared/image/ImageMetadata.h"
 #include "shared/image/JpegEighth.h"
 #include "shared/image/JpegMarkers.h"
@@ -52,10 +53,11 @@ bool swapsSides(QImageIOHandler::Transformations transformation)
 QImage oriented(QImage image, QImageIOHandler::Transformations transformation)
 {
     const QColorSpace colours = image.colorSpace(); // lost by a turn of Qt's
-    const bool mirrored = transformation.testFlag(QImageIOHandler::TransformationMirror);
-    const bool flipped = transformation.testFlag(QImageIOHandler::TransformationFlip);
-    if (mirrored || flipped)
-        image = std::move(image).mirrored(mirrored, flipped);
+    Qt::Orientations directions;
+    directions.setFlag(Qt::Horizontal, transformation.testFlag(QImageIOHandler::TransformationMirror));
+    directions.setFlag(Qt::Vertical, transformation.testFlag(QImageIOHandler::TransformationFlip));
+    if (directions)
+        image = flipped(std::move(image), directions);
     if (swapsSides(transformation))
         image = image.transformed(QTransform().rotate(90));
     image.setColorSpace(colours);

@@ -1,6 +1,7 @@
 #include "shared/image/ImageReading.h"
 #include "shared/image/ColourCodePoints.h"
 #include "shared/image/DecodingNeed.h"
+#include "shared/image/Flipping.h"
 #include "shared/image/JpegMarkers.h"
 #include "shared/image/MemoryBudget.h"
 #include "support/Files.h"
@@ -218,7 +219,7 @@ private slots:
             });
             QTRY_COMPARE(MemoryBudget::waiting(), 1);
             // Of the other only the header was looked at.
-            write("a", Pictures::encoded(picture.mirrored(true, true), format));
+            write("a", Pictures::encoded(flipped(picture, Qt::Horizontal | Qt::Vertical), format));
             all.reset();
             QCOMPARE(Pictures::quartersOf(image.get()), "yellow blue green red");
         }
