@@ -30,11 +30,12 @@ void *operator new(size_t bytes)
     void *const memory = operator new(bytes, std::nothrow);
     return memory ? memory : throw std::bad_alloc();
 }
-void operator delete(void *memory) noexcept
+// GCC 14 takes one that is part of its callers for a mistake.
+[[gnu::noinline]] void operator delete(void *memory) noexcept
 {
     std::free(memory);
 }
-void operator delete(void *memory, size_t) noexcept
+[[gnu::noinline]] void operator delete(void *memory, size_t) noexcept
 {
     std::free(memory);
 }
