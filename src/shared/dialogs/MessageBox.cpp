@@ -2,9 +2,9 @@
 
 #include "shared/dialogs/DialogSeam.h"
 
+#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QTextDocument>
 
 void MessageBox::inform(const QString &title, const QString &text)
 {
@@ -34,9 +34,10 @@ bool MessageBox::confirm(const QString &text, const QString &informativeText)
     QMessageBox box;
     box.setTextFormat(Qt::PlainText);
     box.setText(text);
-    // This label guesses what it gets, and a path is no markup.
-    box.setInformativeText(Qt::mightBeRichText(informativeText) ? Qt::convertFromPlainText(informativeText)
-                                                                : informativeText);
+    box.setInformativeText(informativeText);
+    // Before Qt 6.8 this label guesses what it gets, and a path is no markup.
+    if (auto *const label = box.findChild<QLabel *>(QStringLiteral("qt_msgbox_informativelabel")))
+        label->setTextFormat(Qt::PlainText);
     box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
     box.setDefaultButton(QMessageBox::No);
     return box.exec() == QMessageBox::Yes;
