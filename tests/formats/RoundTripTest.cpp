@@ -122,6 +122,18 @@ private slots:
         }
     }
 
+    void missingCodecsCostTheirFormatsAlone()
+    {
+        if (!qEnvironmentVariableIsSet("LIBHEIF_PLUGIN_PATH"))
+            QSKIP("The codecs are there.");
+        QTest::ignoreMessage(QtDebugMsg, QRegularExpression("libheif-plugin-x265.* libheif-plugin-aomenc"));
+        const QImage image = gradient({96, 64}, QImage::Format_RGB888);
+        for (const char *const format : {"heic", "avif"})
+            QVERIFY(encoded(image, format, 95).isEmpty());
+        for (const char *const format : {"jxl", "webp", "png"})
+            QCOMPARE(decoded(encoded(image, format, 95)).size(), image.size());
+    }
+
     void qualityCostsBytes()
     {
         const QImage image = gradient({256, 256}, QImage::Format_RGB32);

@@ -30,12 +30,9 @@ using EncodingOptions = std::unique_ptr<heif_encoding_options, Release<heif_enco
     return error.code == heif_error_Ok;
 }
 
-/// Loads the library's codecs. Nothing unloads them again: another user of the library in the same process
-/// must not do so while we decode.
-inline void initialise()
-{
-    static const bool done = isOk(heif_init(nullptr));
-    static_cast<void>(done);
-}
+/// Loads the library's codecs, and says once in the debug output which packages have those that are not
+/// there. Nothing unloads them again: another user of the library in the same process must not do so while we
+/// decode.
+void initialise();
 
 } // namespace Heif
