@@ -2,6 +2,7 @@
 
 #include "shared/image/ColourScreens.h"
 #include "shared/platform/PathIdentity.h"
+#include "shared/platform/Platform.h"
 #include "shared/VistamoGlobal.h"
 #include "ui_SlideShowForm.h"
 
@@ -31,8 +32,10 @@ QString pathAt(int index)
 SlideShowForm::SlideShowForm(QWidget *parent)
     : QWidget(parent)
     , ui(std::make_unique<Ui::SlideShowForm>())
+    , awake(Platform::keepScreenAwake())
 {
     ui->setupUi(this);
+    setCursor(Qt::BlankCursor);
     // The label is as large as the screen; a window that had to be so too is not given the whole screen.
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
     connect(&Colour::Screens::all(), &Colour::Screens::changed, this, [this] {

@@ -57,6 +57,7 @@ private:
     void drawCountdown();
 
     const std::unique_ptr<Ui::SlideShowForm> ui;
+    const std::shared_ptr<void> awake; ///< as long as the show goes on
     bool widgetShown = false;
     bool keyPressPending = false;
     QTimer *keyPressTimer = nullptr;

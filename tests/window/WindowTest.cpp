@@ -9,6 +9,7 @@
 #else
 #    include "support/FakeColord.h"
 
+#    include <QDBusConnectionInterface>
 #    include <xcb/xcb.h>
 #endif
 
@@ -78,6 +79,39 @@ protected:
 private:
     QList<QUrl> urls;
 };
+
+#ifndef Q_OS_WIN
+/// Stands for what lets the screen fall asleep, on the session bus.
+class FakeScreenSaver : public QDBusVirtualObject
+{
+public:
+    [[nodiscard]] bool start()
+    {
+        return bus.registerVirtualObject("/org/freedesktop/ScreenSaver", this)
+               && bus.registerService("org.freedesktop.ScreenSaver");
+    }
+    /// True while anybody on the bus wishes that it does not.
+    [[nodiscard]] bool isKeptAwake() const
+    {
+        return std::any_of(wishes.cbegin(), wishes.cend(), [this](const QString &wish) {
+            return bus.interface()->isServiceRegistered(wish).value();
+        });
+    }
+
+private:
+    QString introspect(const QString & /*path*/) const override { return {}; }
+    bool handleMessage(const QDBusMessage &call, const QDBusConnection &on) override
+    {
+        if (call.member() == "Inhibit" && call.signature() == "ss")
+            wishes.append(call.service());
+        on.send(call.createReply(1U));
+        return true;
+    }
+
+    QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "screen saver");
+    QStringList wishes;
+};
+#endif
 
 } // namespace
 
@@ -317,12 +351,21 @@ private slots:
     void slideshowTakesTheWholeScreen()
     {
         start({path("first")}, 6);
+#ifndef Q_OS_WIN
+        FakeScreenSaver saver;
+        QVERIFY(saver.start());
+        const auto isAwake = [&saver](bool expected) { return saver.isKeptAwake() == expected; };
+#else
+        const auto isAwake = [](bool) { return true; };
+#endif
         const QRect before = program->window->geometry();
         click(middle(program->find("slideShowButton")));
+        QTRY_VERIFY(isAwake(true));
         QTRY_COMPARE(program->window->geometry(), QGuiApplication::primaryScreen()->geometry());
         QTRY_COMPARE(Pictures::quartersOf(onScreen(program->find("SlideShowForm"))), "red green blue yellow");
         xdo({"key", "Right", "key", "space", "key", "Escape"});
         QTRY_COMPARE(program->window->geometry(), before);
+        QTRY_VERIFY(isAwake(false));
     }
 
 #ifdef Q_OS_WIN

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <functional>
+#include <memory>
 #include <optional>
 
 class HeldFiles;
@@ -109,6 +110,10 @@ void whenAskedToEnd(const std::function<void()> &end);
 /// Calls `mark` on the thread that crashes the program, before it ends as it would without; `mark` may do no
 /// more than write to memory.
 void whenCrashing(void (*mark)());
+
+/// Keeps the screen from falling asleep for as long as what it gives lives, where the desktop can be told so.
+/// GUI thread.
+[[nodiscard]] std::shared_ptr<void> keepScreenAwake();
 
 /// Asks the user for a folder, modal, in the system's own dialog. `startFolder` is shown first if it exists.
 /// Gives an empty string if the user cancels, otherwise a path as the system writes it.

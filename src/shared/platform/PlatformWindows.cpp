@@ -73,6 +73,12 @@ bool Platform::isMountPlace(const QString &path)
     return places.match(path).hasMatch();
 }
 
+std::shared_ptr<void> Platform::keepScreenAwake()
+{
+    SetThreadExecutionState(ES_CONTINUOUS | ES_DISPLAY_REQUIRED);
+    return {nullptr, [](void *) { SetThreadExecutionState(ES_CONTINUOUS); }};
+}
+
 void Platform::returnFreedMemory()
 {
     HeapCompact(GetProcessHeap(), 0);
