@@ -9,13 +9,54 @@
 #include <QMouseEvent>
 #include <QPointingDevice>
 #include <QScrollBar>
+#include <QWheelEvent>
 
 #include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr int scrollMs = 120;
+
+} // namespace
 
 TListView::TListView(QWidget *parent)
     : QListView(parent)
 {
     setAcceptDrops(true);
+    scrolling.setTargetObject(verticalScrollBar());
+    scrolling.setPropertyName("value");
+    scrolling.setDuration(scrollMs);
+    scrolling.setEasingCurve(QEasingCurve::OutCubic);
+}
+
+/// A notch moves the list by a third of a row; with Ctrl it changes the size of the icons.
+void TListView::wheelEvent(QWheelEvent *event)
+{
+    const int turn = event->angleDelta().y();
+    event->accept();
+    if (turn == 0)
+        return;
+    if (event->modifiers() & Qt::ControlModifier) {
+        if (const int step = wheel.add(turn))
+            emit zoomRequested(step);
+        return;
+    }
+    const QRect first = model() ? visualRect(model()->index(0, 0)) : QRect();
+    const bool isMoving = scrolling.state() == QAbstractAnimation::Running;
+    const qreal from = isMoving || qRound(wheelTarget) == verticalScrollBar()->value()
+                           ? wheelTarget
+                           : verticalScrollBar()->value();
+    wheelTarget = std::clamp<qreal>(from - (first.height() + spacing()) / 3.0 * turn / WheelNotches::notch, 0,
+                                    verticalScrollBar()->maximum());
+    scrolling.stop();
+    if (std::abs(turn) < WheelNotches::notch) { // fingers move smoothly by themselves
+        verticalScrollBar()->setValue(qRound(wheelTarget));
+        return;
+    }
+    scrolling.setStartValue(verticalScrollBar()->value());
+    scrolling.setEndValue(qRound(wheelTarget));
+    scrolling.start();
 }
 
 void TListView::keyPressEvent(QKeyEvent *event)
@@ -83,6 +124,8 @@ void TListView::dropEvent(QDropEvent *event)
 
 void TListView::scrollContentsBy(int dx, int dy)
 {
+    if (verticalScrollBar()->value() != scrolling.currentValue().toInt())
+        scrolling.stop(); // something else moves the list
     QListView::scrollContentsBy(dx, dy);
     emit contentScrolledEvent(verticalScrollBar()->value());
 }

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "shared/WheelNotches.h"
+
 #include <QElapsedTimer>
 #include <QListView>
+#include <QPropertyAnimation>
 
 /// The grid of thumbnails. A right press selects like a left one, Space on an item counts as a click on its
 /// box; folders and images can be dropped on it.
@@ -18,6 +21,7 @@ signals:
     void rightMouseButtonPressEvent(QPoint pos);
     void leftMouseButtonPressEvent(QPoint pos);
     void contentScrolledEvent(int value);
+    void zoomRequested(int step); ///< above 0: larger
 
 public:
     /// Goes to the first file, from the current one on, whose name begins with what was typed of late.
@@ -29,11 +33,15 @@ protected:
     void mousePressEvent(QMouseEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dragMoveEvent(QDragMoveEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
     void dropEvent(QDropEvent *event) override;
     void scrollContentsBy(int dx, int dy) override;
 
 private:
-    QString typed; ///< of a name
+    WheelNotches wheel;
+    QPropertyAnimation scrolling;
+    qreal wheelTarget = 0; ///< of the scroll bar, in parts of a pixel too
+    QString typed;         ///< of a name
     QElapsedTimer sinceTyped;
     bool isDirDrop = false;
 };

@@ -111,6 +111,7 @@ private slots:
     void onMainListViewSelectionChanged(QItemSelection selected, QItemSelection deselected);
     void on_plusButton_clicked();
     void on_minButton_clicked();
+    void onZoomRequested(int step);
     void onClickedListView(QModelIndex index);
     void onDoubleClickListView(QModelIndex index);
     void on_showCheckboxButton_clicked();

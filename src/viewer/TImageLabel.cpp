@@ -5,11 +5,14 @@
 #include "viewer/ViewGeometry.h"
 
 #include <QCursor>
+#include <QGestureEvent>
 #include <QMouseEvent>
+#include <QNativeGestureEvent>
 #include <QPainter>
 #include <QtMath>
 #include <QWheelEvent>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -27,6 +30,12 @@ QRegion onWholePixels(const QRegion &region, QPointF way, int more)
 }
 
 } // namespace
+
+TImageLabel::TImageLabel(QWidget *parent)
+    : QLabel(parent)
+{
+    grabGesture(Qt::PinchGesture);
+}
 
 void TImageLabel::showImage(const QPixmap &full, const DisplayedImage &displayed,
                             const std::optional<QRect> &crop)
@@ -67,10 +76,32 @@ void TImageLabel::mouseMoveEvent(QMouseEvent *event)
 
 void TImageLabel::wheelEvent(QWheelEvent *event)
 {
-    // Eighths of a degree; a turn of less than half a degree counts for nothing.
-    const int degrees = qRound(event->angleDelta().y() / 8.0);
-    if (degrees != 0)
-        emit needToResizeImage(degrees > 0 ? 1 : -1);
+    const int turn = event->angleDelta().y();
+    if (const int step = turn != 0 ? wheel.add(turn) : 0)
+        emit needToResizeImage(step);
+}
+
+bool TImageLabel::event(QEvent *event)
+{
+    if (event->type() == QEvent::NativeGesture) { // of a touchpad
+        const auto *const gesture = static_cast<QNativeGestureEvent *>(event);
+        if (gesture->gestureType() == Qt::ZoomNativeGesture)
+            pinch(1 + gesture->value());
+    } else if (event->type() == QEvent::Gesture) { // of a touch screen
+        if (const QGesture *const gesture = static_cast<QGestureEvent *>(event)->gesture(Qt::PinchGesture))
+            pinch(static_cast<const QPinchGesture *>(gesture)->scaleFactor());
+        return true;
+    }
+    return QLabel::event(event);
+}
+
+/// Makes a step of each tenth by which fingers go apart or together.
+void TImageLabel::pinch(qreal factor)
+{
+    static const qreal step = std::log(1.1);
+    pinched += std::log(std::max(factor, 0.1));
+    for (; std::abs(pinched) >= step; pinched -= std::copysign(step, pinched))
+        emit needToResizeImage(pinched > 0 ? 1 : -1);
 }
 
 void TImageLabel::leaveEvent(QEvent *)

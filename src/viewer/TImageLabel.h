@@ -1,5 +1,6 @@
 #pragma once
 
+#include "shared/WheelNotches.h"
 #include "viewer/DisplayedImage.h"
 
 #include <QLabel>
@@ -13,7 +14,7 @@ class TImageLabel : public QLabel
     Q_OBJECT
 
 public:
-    using QLabel::QLabel;
+    explicit TImageLabel(QWidget *parent = nullptr);
 
     /// Shows `full` as `displayed` says, on whole pixels of the screen, with a crop rectangle over it if
     /// there is one, device-independent pixels of the view. Nothing is scaled here; painting renders what is
@@ -35,6 +36,7 @@ protected:
     void mousePressEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
+    bool event(QEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
     void leaveEvent(QEvent *event) override;
     void moveEvent(QMoveEvent *event) override;
@@ -44,6 +46,10 @@ private:
     [[nodiscard]] QPointF imageCorner() const;
     void paintInScreenColours(QPainter &painter, const QRect &exposed) const;
 
+    void pinch(qreal factor);
+
+    WheelNotches wheel;
+    qreal pinched = 0; ///< since the last step, as a logarithm
     bool cropMode = false;
     QPixmap fullImage;
     DisplayedImage displayedImage;

@@ -2,6 +2,9 @@
 
 #include <QEvent>
 #include <QScrollBar>
+#include <QWheelEvent>
+
+#include <cstdlib>
 
 TTableView::TTableView(QWidget *parent)
     : QTableView(parent)
@@ -31,4 +34,18 @@ void TTableView::showEvent(QShowEvent *event)
 {
     QTableView::showEvent(event);
     installEventFilter(this);
+}
+
+/// The wheel moves the strip to its sides, whichever way it turns.
+void TTableView::wheelEvent(QWheelEvent *event)
+{
+    const QPoint turn = event->angleDelta();
+    if (std::abs(turn.x()) >= std::abs(turn.y())) {
+        QTableView::wheelEvent(event);
+        return;
+    }
+    QWheelEvent sideways(event->position(), event->globalPosition(), event->pixelDelta().transposed(),
+                         turn.transposed(), event->buttons(), event->modifiers(), event->phase(),
+                         event->inverted(), event->source(), event->pointingDevice());
+    QTableView::wheelEvent(&sideways);
 }

@@ -19,4 +19,5 @@ public:
 
 protected:
     void showEvent(QShowEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
 };

@@ -1,5 +1,6 @@
 #include "library/FileNames.h"
 #include "library/ThumbnailDelegate.h"
+#include "library/TListView.h"
 #include "shared/dialogs/MessageBox.h"
 #include "support/Pictures.h"
 #include "viewer/CropOverlay.h"
@@ -18,6 +19,16 @@ QStandardItem *newItem(const QString &name, bool checkable)
     auto *const item = new QStandardItem(QIcon(square), wrapFileName(name));
     item->setCheckable(checkable);
     return item;
+}
+
+/// True if the wheel over a widget is taken for its own.
+bool turnWheel(QWidget *widget, QPoint turn, Qt::KeyboardModifiers keys = Qt::NoModifier)
+{
+    QWheelEvent event(QPointF(5, 5), QPointF(5, 5), QPoint(), turn, Qt::NoButton, keys, Qt::NoScrollPhase,
+                      false);
+    auto *const area = qobject_cast<QAbstractScrollArea *>(widget);
+    QApplication::sendEvent(area ? area->viewport() : widget, &event);
+    return event.isAccepted();
 }
 
 } // namespace
@@ -201,20 +212,75 @@ private slots:
         TImageLabel label;
         label.resize(100, 100);
         QSignalSpy steps(&label, &TImageLabel::needToResizeImage);
-        const QList<QPoint> turns = {{0, 120}, {0, 960}, {0, -120}, {0, 4}, {0, -4}, {0, 3}, {120, 0}};
-        for (const QPoint turn : turns) { // half a degree counts, less does not
-            QWheelEvent event(QPointF(5, 5), QPointF(5, 5), QPoint(), turn, Qt::NoButton, Qt::NoModifier,
-                              Qt::NoScrollPhase, false);
-            QApplication::sendEvent(&label, &event);
-            QVERIFY(event.isAccepted()); // or the scroll area would scroll as well
+        for (const QPoint turn : QList<QPoint>{{0, 120}, {0, 960}, {0, -120}, {0, 4}, {120, 0}})
+            QVERIFY(turnWheel(&label, turn)); // or the scroll area would scroll as well
+        QCOMPARE(steps, QSignalSpy::QList({{1}, {1}, {-1}}));
+        // What is finer than a notch adds up, one way at a time.
+        steps.clear();
+        for (const int turn : {-60, 50, 69, 1, 119, 2, -119})
+            turnWheel(&label, {0, turn});
+        QCOMPARE(steps, QSignalSpy::QList({{1}, {1}}));
+        // Fingers go apart by a third, in small parts, and back together.
+        steps.clear();
+        const auto *const touchpad = QPointingDevice::primaryPointingDevice();
+        for (const qreal part : {0.04, -0.04}) {
+            for (int i = 0; i < 8; ++i) {
+                QNativeGestureEvent event(Qt::ZoomNativeGesture, touchpad, 2, {}, {}, {}, part, {});
+                QApplication::sendEvent(&label, &event);
+            }
         }
-        QCOMPARE(steps, QSignalSpy::QList({{1}, {1}, {-1}, {1}, {-1}}));
+        QCOMPARE(steps, QSignalSpy::QList({{1}, {1}, {1}, {-1}, {-1}, {-1}}));
         QSignalSpy starts(&label, &TImageLabel::startDragImage);
         QSignalSpy ends(&label, &TImageLabel::endDragImage);
         for (const Qt::MouseButton button : {Qt::LeftButton, Qt::RightButton, Qt::MiddleButton})
             QTest::mouseClick(&label, button);
         QCOMPARE(starts.size(), 3);
         QCOMPARE(ends.size(), 3);
+    }
+
+    void wheelMovesTheListAndTheStrip()
+    {
+        QStandardItemModel model;
+        for (int i = 0; i < 60; ++i)
+            model.appendRow(newItem("name.jpg", true));
+        TListView list;
+        list.setViewMode(QListView::IconMode);
+        list.setIconSize(QSize(128, 128));
+        list.setSpacing(10);
+        list.setModel(&model);
+        list.resize(400, 300);
+        list.show();
+        const QScrollBar *const bar = list.verticalScrollBar();
+        QTRY_VERIFY(bar->maximum() > 1000);
+        const int row = list.visualRect(model.index(0, 0)).height() + list.spacing();
+        QSignalSpy moves(bar, &QScrollBar::valueChanged);
+        QSignalSpy zooms(&list, &TListView::zoomRequested);
+        turnWheel(&list, {0, -120});
+        QTRY_COMPARE(bar->value(), qRound(row / 3.0));
+        QVERIFY(moves.size() > 2); // smoothly
+        for (int i = 0; i < 8; ++i)
+            turnWheel(&list, {0, -15});
+        QCOMPARE(bar->value(), qRound(row * 2 / 3.0));
+        turnWheel(&list, {0, -480}); // and while that goes on
+        turnWheel(&list, {0, 120});
+        QTRY_COMPARE(bar->value(), qRound(row * 5 / 3.0));
+        for (const int turn : {120, -40, -80, -120})
+            turnWheel(&list, {0, turn}, Qt::ControlModifier);
+        QCOMPARE(zooms, QSignalSpy::QList({{1}, {-1}, {-1}}));
+        QCOMPARE(bar->value(), qRound(row * 5 / 3.0));
+        turnWheel(&list, {0, -1200});
+        list.setCurrentIndex(model.index(0, 0)); // wins over the wheel
+        QTest::keyClick(&list, Qt::Key_End);
+        QTRY_COMPARE(bar->value(), bar->maximum());
+
+        QStandardItemModel columns(1, 50);
+        TTableView strip;
+        strip.setModel(&columns);
+        strip.show();
+        turnWheel(&strip, {0, -120});
+        QVERIFY(strip.horizontalScrollBar()->value() > 0);
+        turnWheel(&strip, {120, 0});
+        QCOMPARE(strip.horizontalScrollBar()->value(), 0);
     }
 
     void stripKeepsItsPlace()

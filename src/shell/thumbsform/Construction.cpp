@@ -207,6 +207,7 @@ void ThumbsForm::connectViews()
     connect(ui->mainListView->selectionModel(), SIGNAL(selectionChanged(QItemSelection, QItemSelection)),
             SLOT(onMainListViewSelectionChanged(QItemSelection, QItemSelection)));
     connect(ui->mainListView, SIGNAL(contentScrolledEvent(int)), SLOT(onContentScrolledEvent(int)));
+    connect(ui->mainListView, SIGNAL(zoomRequested(int)), SLOT(onZoomRequested(int)));
 
     connect(ui->galleryTableView, SIGNAL(clicked(QModelIndex)), SLOT(onClickListView(QModelIndex)));
 

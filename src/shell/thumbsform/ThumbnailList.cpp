@@ -68,6 +68,11 @@ void ThumbsForm::on_minButton_clicked()
     ui->mainListView->setIconSize(QSize(VistamoGlobal::iconSize, VistamoGlobal::iconSize));
 }
 
+void ThumbsForm::onZoomRequested(int step)
+{
+    (step > 0 ? ui->plusButton : ui->minButton)->click();
+}
+
 void ThumbsForm::checkIconSizeButtons()
 {
     VistamoGlobal::iconSize = std::clamp(VistamoGlobal::iconSize, minIconSize, maxIconSize);
