@@ -11,5 +11,8 @@ class FileModel : public QStandardItemModel
 public:
     using QStandardItemModel::QStandardItemModel;
 
+    /// True for a file that is known to have no picture: not for one that is still being read.
+    [[nodiscard]] static bool cannotBeShown(int place);
+
     [[nodiscard]] QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
 };

@@ -7,6 +7,7 @@
 #include <QDropEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QPointingDevice>
 #include <QScrollBar>
 #include <QWheelEvent>
@@ -28,6 +29,24 @@ TListView::TListView(QWidget *parent)
     scrolling.setPropertyName("value");
     scrolling.setDuration(scrollMs);
     scrolling.setEasingCurve(QEasingCurve::OutCubic);
+}
+
+void TListView::setEmptyText(const QString &text)
+{
+    emptyText = text;
+    viewport()->update();
+}
+
+void TListView::paintEvent(QPaintEvent *event)
+{
+    QListView::paintEvent(event);
+    if (model() && model()->rowCount() > 0)
+        return;
+    QPainter painter(viewport());
+    QColor grey = palette().color(QPalette::Text);
+    grey.setAlphaF(0.65F);
+    painter.setPen(grey);
+    painter.drawText(viewport()->rect(), Qt::AlignCenter | Qt::TextWordWrap, emptyText);
 }
 
 /// A notch moves the list by a third of a row; with Ctrl it changes the size of the icons.

@@ -24,6 +24,9 @@ signals:
     void zoomRequested(int step); ///< above 0: larger
 
 public:
+    /// What is painted while there is no file.
+    void setEmptyText(const QString &text);
+
     /// Goes to the first file, from the current one on, whose name begins with what was typed of late.
     void keyboardSearch(const QString &search) override;
 
@@ -33,11 +36,13 @@ protected:
     void mousePressEvent(QMouseEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dragMoveEvent(QDragMoveEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
     void dropEvent(QDropEvent *event) override;
     void scrollContentsBy(int dx, int dy) override;
 
 private:
+    QString emptyText;
     WheelNotches wheel;
     QPropertyAnimation scrolling;
     qreal wheelTarget = 0; ///< of the scroll bar, in parts of a pixel too

@@ -1,5 +1,10 @@
 #include "library/ThumbnailDelegate.h"
 
+#include "library/FileModel.h"
+
+#include <QApplication>
+#include <QPainter>
+#include <QPainterPath>
 #include <QTextLayout>
 #include <QtMath>
 
@@ -10,7 +15,7 @@ namespace {
 
 constexpr qsizetype mostTexts = 500'000;
 // Wider than any line, as the style lays out text that is not to be wrapped.
-constexpr qreal endlessLine = std::numeric_limits<int>::max() / 256;
+constexpr int endlessLine = std::numeric_limits<int>::max() / 256;
 
 /// Room that the lines of `text` take, pixels, measured as the style does it for an item.
 QSize textSize(QString text, const QStyleOptionViewItem &option)
@@ -34,6 +39,36 @@ QSize textSize(QString text, const QStyleOptionViewItem &option)
 }
 
 } // namespace
+
+void ThumbnailDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
+                              const QModelIndex &index) const
+{
+    QStyledItemDelegate::paint(painter, option, index);
+    if (!FileModel::cannotBeShown(index.row()))
+        return;
+    QStyleOptionViewItem shown = option;
+    initStyleOption(&shown, index);
+    const QWidget *const view = option.widget;
+    QStyle *const style = view ? view->style() : QApplication::style();
+    const QRectF icon = style->subElementRect(QStyle::SE_ItemViewItemDecoration, &shown, view);
+    // A frame that is crossed out.
+    const qreal side = std::min(icon.width(), icon.height()) / 4;
+    QRectF frame(0, 0, side * 1.3, side);
+    frame.moveCenter(icon.center());
+    QPainterPath mark;
+    mark.addRect(frame);
+    mark.moveTo(frame.topLeft());
+    mark.lineTo(frame.bottomRight());
+    mark.moveTo(frame.topRight());
+    mark.lineTo(frame.bottomLeft());
+    QColor grey = option.palette.color(QPalette::Text);
+    grey.setAlphaF(0.6F);
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setPen(QPen(grey, side / 12, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter->drawPath(mark);
+    painter->restore();
+}
 
 QSize ThumbnailDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
 {

@@ -4,8 +4,9 @@
 #include <QHash>
 #include <QStyledItemDelegate>
 
-/// Draws a thumbnail with its name as the default delegate does, and answers for its size without laying out
-/// the text again: a list asks for the size of every item at each layout.
+/// Draws a thumbnail with its name as the default delegate does, with a mark in the place of one that cannot
+/// be shown, and answers for its size without laying out the text again: a list asks for the size of every
+/// item at each layout.
 class ThumbnailDelegate : public QStyledItemDelegate
 {
     Q_OBJECT
@@ -13,6 +14,8 @@ class ThumbnailDelegate : public QStyledItemDelegate
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
+    void paint(QPainter *painter, const QStyleOptionViewItem &option,
+               const QModelIndex &index) const override;
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 
 protected:

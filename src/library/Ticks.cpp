@@ -1,5 +1,6 @@
 #include "library/Ticks.h"
 
+#include <QFileInfo>
 #include <QSet>
 #include <QtDebug>
 
@@ -33,9 +34,11 @@ void Ticks::set(const QString &path, const QString &fileName, bool ticked)
     }
     if (ticked && found.isNull()) {
         tickedFiles.insert(NativeCaselessPath(file), file);
+        ++ticksOf[NativeCaselessPath(path)];
         items.append({path, fileName, true});
     } else if (!ticked && !found.isNull()) {
         tickedFiles.remove(NativeCaselessPath(found), found);
+        --ticksOf[NativeCaselessPath(path)];
         items.removeIf([&](const TCheckedItem &item) {
             // The end alone first: a joined path for each of many is costly.
             return found.endsWith(item.fileName) && item.path + QLatin1Char('/') + item.fileName == found;
@@ -53,8 +56,10 @@ void Ticks::set(const QList<TFileRecord> &files, bool ticked)
         else if (const QString found = find(file.path + QLatin1Char('/') + file.fileName); !found.isNull())
             gone.insert(found);
     }
-    for (const QString &file : gone)
+    for (const QString &file : gone) {
         tickedFiles.remove(NativeCaselessPath(file), file);
+        --ticksOf[NativeCaselessPath(QFileInfo(file).path())];
+    }
     VistamoGlobal::checkedItemList.removeIf([&gone](const TCheckedItem &item) {
         return !gone.isEmpty() && gone.contains(item.path + QLatin1Char('/') + item.fileName);
     });

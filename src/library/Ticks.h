@@ -28,6 +28,13 @@ public:
     /// The same for many.
     void set(const QList<TFileRecord> &files, bool ticked);
 
+    /// How many files are ticked, and how many of them in one folder.
+    [[nodiscard]] int count() const { return static_cast<int>(tickedFiles.size()); }
+    [[nodiscard]] int countOf(const QString &folder) const
+    {
+        return ticksOf.value(NativeCaselessPath(folder));
+    }
+
     /// All ticked files, or those of one folder, with their paths.
     [[nodiscard]] QStringList files() const;
     [[nodiscard]] QStringList filesOf(const QString &folder) const;
@@ -37,4 +44,5 @@ private:
     void assertInStep() const;
 
     QMultiHash<NativeCaselessPath, QString> tickedFiles; ///< with their paths
+    QHash<NativeCaselessPath, int> ticksOf;              ///< by folder
 };

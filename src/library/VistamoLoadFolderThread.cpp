@@ -101,7 +101,7 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
     };
 
     // The folder is read whole before anything is shown: what is on the screen first is final.
-    auto [files, cutOff] = folderEntries(path, [this] { return isStopping(); });
+    auto [files, cutOff, isUnreadable] = folderEntries(path, [this] { return isStopping(); });
     qsizetype sorted = 0;
     for (qsizetype i = 0; i < files.size() && !stopRequested; ++i) {
         if (i == sorted)
@@ -123,6 +123,7 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
     }
     batch.complete = !stopRequested;
     batch.cutOff = cutOff;
+    batch.isUnreadable = isUnreadable;
     publish();
     emit enumFilesFinish(row);
     qDebug() << "VistamoLoadFolderThread::loadFiles End";

@@ -20,6 +20,7 @@ struct FoundFiles
     QList<QFileInfo> infos;     ///< of the same files, with what the walk has read of them
     bool complete = false;      ///< the walk has ended with these
     bool cutOff = false;        ///< where it could not go on: further files may be there
+    bool isUnreadable = false;  ///< nothing can be said of the folder
     std::shared_ptr<void> turn; ///< back-pressure: while anybody holds it, the walk sends nothing further
 };
 Q_DECLARE_METATYPE(FoundFiles)

@@ -240,6 +240,7 @@ private:
     void tellScrollPosition();
     void checkIconSizeButtons();
     void checkDeleteButton();
+    void showTickCount();
     void setCheckboxVisible(bool visible);
     void applyListStyleSheet();
     void tickRows(int first, int last, bool ticked);

@@ -96,7 +96,21 @@ private slots:
     void foldersAreAddedAndRemoved()
     {
         start({}, 0);
-        for (const char *const name : {"a", "b", "b/", "A"}) // a slash or another case is no new folder
+        auto *const frame = program->find("noItemFrame"); // is a button, and lights up under a drag
+        const QImage dark = frame->grab().toImage();
+        QMimeData data;
+        data.setUrls({QUrl::fromLocalFile(path("a"))});
+        QDragEnterEvent enters({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(frame, &enters);
+        QVERIFY(frame->grab().toImage() != dark);
+        QDragLeaveEvent leaves;
+        QApplication::sendEvent(frame, &leaves);
+        QCOMPARE(frame->grab().toImage(), dark);
+        choosesFolder(QString());
+        QTest::mouseClick(frame, Qt::LeftButton);
+        choosesFolder(path("a"));
+        QTest::keyClick(frame, Qt::Key_Space);
+        for (const char *const name : {"b", "b/", "A"}) // a slash or another case is no new folder
             addFolder(path(name));
         QCOMPARE(program->tree(), QStringList({"b", "a"}));
         program->click("openFileMinButton");
@@ -324,8 +338,10 @@ private slots:
             QTest::mouseClick(program->list()->viewport(), Qt::LeftButton, {},
                               {item.left() + 9, item.center().y()});
         }
+        QCOMPARE(text("tickCountLabel"), "2 ticked, 2 of them here");
         show(1, 5); // whose files have the same names
         QCOMPARE(program->ticks(), QStringList());
+        QCOMPARE(text("tickCountLabel"), "2 ticked, 0 of them here");
         program->tick("0003.jpg");
         program->choose(3);
         QTest::keyClick(program->list(), Qt::Key_Space); // takes it off
@@ -333,6 +349,42 @@ private slots:
         QCOMPARE(VistamoGlobal::checkedItemList.size(), 2);
         show(0, 30);
         QCOMPARE(program->ticks(), QStringList({"0001.jpg", "0003.jpg"}));
+        for (const char *const name : {"0001.jpg", "0003.jpg"}) {
+            QVERIFY(program->find("tickCountLabel")->isVisible());
+            program->deleted(path("a/") + name);
+        }
+        QVERIFY(!program->find("tickCountLabel")->isVisible());
+    }
+
+    void listSaysWhyNothingIsSeen()
+    {
+        write("b/broken.jpg", "broken");
+        start({path("a"), path("b"), path("c")}, 30);
+        show(1, 6);
+        const auto painted = [this](int row) {
+            const QRect item = program->list()->visualRect(program->index(row));
+            return program->list()->viewport()->grab(item).toImage();
+        };
+        const auto said = [this](int row) {
+            return program->index(row).data(Qt::AccessibleDescriptionRole).toString();
+        };
+        QCOMPARE(said(4), "5 of 6");
+        QCOMPARE(said(5), "6 of 6, cannot be shown");
+        const QImage marked = painted(5);
+        VistamoGlobal::fileDataList[5].imageRect = QRect(); // as while it is loading
+        QVERIFY(painted(5) != marked);
+        VistamoGlobal::fileDataList[5].imageRect = QRect(1, 1, 0, 0);
+        const auto whole = [this] { return program->list()->viewport()->grab().toImage(); };
+        show(2, 0);
+        const QImage empty = whole();
+        QVERIFY(QDir().rmdir(path("c")));
+        QTRY_VERIFY(whole() != empty); // cannot be read
+        const QImage unreadable = whole();
+        QVERIFY(QDir().mkdir(path("c")));
+        QTRY_COMPARE(whole(), empty);
+        Pictures::save(path("c/one.jpg"));
+        QTRY_COMPARE(program->rows(), 1);
+        QVERIFY(whole() != empty && whole() != unreadable);
     }
 
     void selectionAndPlaceStayWithTheirFiles()

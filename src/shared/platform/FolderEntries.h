@@ -20,6 +20,7 @@ struct FolderListing
     QList<FolderEntry> entries;
     bool cutOff =
         false; ///< it could not be read to its end, though it may be there: further ones may be in it
+    bool isUnreadable = false; ///< for whatever reason
 };
 
 /// The files and folders directly in a folder, in no order, those that links lead to among them; none if the

@@ -43,5 +43,6 @@ FolderListing folderEntries(const QString &folder, const std::function<bool()> &
             listing.entries.append({name, name.toCaseFolded(), isFolder, entry->is_symlink(unknown)});
     }
     listing.cutOff = error && !isAnswer(error);
+    listing.isUnreadable = static_cast<bool>(error);
     return listing;
 }

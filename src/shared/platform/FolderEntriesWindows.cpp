@@ -42,7 +42,10 @@ FolderListing folderEntries(const QString &folder, const std::function<bool()> &
             listing.entries.append({name, name.toCaseFolded(), isFolder, isLink(entry)});
         found = FindNextFileW(search, &entry) != FALSE;
     }
-    listing.cutOff = !found && !isAnswer(GetLastError());
+    const DWORD error = found ? ERROR_SUCCESS : GetLastError();
+    listing.cutOff = !found && !isAnswer(error);
+    // The root of an empty drive has not even the entries that all other folders have.
+    listing.isUnreadable = !found && error != ERROR_NO_MORE_FILES && error != ERROR_FILE_NOT_FOUND;
     if (search != INVALID_HANDLE_VALUE)
         FindClose(search);
     return listing;

@@ -198,6 +198,7 @@ void ThumbsForm::connectViews()
         connect(view, SIGNAL(addFolder(QString)), SLOT(onAddFolder(QString)));
         connect(view, SIGNAL(addFolder(QString, QString)), SLOT(onAddFolder(QString, QString)));
     }
+    connect(ui->noItemFrame, SIGNAL(clicked()), SLOT(on_openFileAddButton_clicked()));
     connect(ui->sideTreeView, SIGNAL(needToMoveitem(int, int)), SLOT(onNeedToMoveitem(int, int)));
 
     connect(ui->mainListView, SIGNAL(clicked(QModelIndex)), SLOT(onClickedListView(QModelIndex)));

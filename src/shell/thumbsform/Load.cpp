@@ -19,6 +19,8 @@ void ThumbsForm::onFolderShown(const QString &path)
 {
     ui->pathValueLabel->setText(QDir::toNativeSeparators(path));
     ui->pathWidget->show();
+    ui->mainListView->setEmptyText({});
+    showTickCount();
     showList(true);
     ui->openFileMinButton->setEnabled(true);
     ui->slideShowButton->setEnabled(true);
@@ -43,6 +45,8 @@ void ThumbsForm::onFilesFound(const FoundFiles &files)
     if (!requests)
         return;
     if (files.complete) {
+        ui->mainListView->setEmptyText(files.isUnreadable ? tr("This folder cannot be read.")
+                                                          : tr("There are no photos in this folder."));
         // A folder on a drive that did not answer at the start is watched from its first walk on.
         if (folderWatch.watch(files.path))
             folderWatch.reportSoon(files.path); // it may have changed since the walk

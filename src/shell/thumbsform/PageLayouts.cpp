@@ -50,8 +50,8 @@ void layoutThumbsPage(const Ui::ThumbsForm &ui)
 {
     auto *const pathLayout = new QHBoxLayout(ui.pathWidget);
     pathLayout->setContentsMargins(0, 0, 0, 0);
-    pathLayout->setAlignment(Qt::AlignLeft);
-    pathLayout->addWidget(ui.pathValueLabel);
+    pathLayout->addWidget(ui.pathValueLabel, 1);
+    pathLayout->addWidget(ui.tickCountLabel);
 
     auto *const noItemLayout = new QVBoxLayout(ui.noItemFrame);
     noItemLayout->setAlignment(Qt::AlignVCenter);

@@ -105,6 +105,15 @@ void ThumbsForm::checkDeleteButton()
                              ? !ticks.isEmpty()
                              : !ui->mainListView->selectionModel()->selectedRows(0).isEmpty();
     ui->deleteButton->setEnabled(enabled);
+    showTickCount();
+}
+
+/// Tells how many files are ticked, in all folders and in the one on show.
+void ThumbsForm::showTickCount()
+{
+    ui->tickCountLabel->setText(
+        tr("%1 ticked, %2 of them here").arg(ticks.count()).arg(ticks.countOf(folderLoad.path())));
+    ui->tickCountLabel->setVisible(!ticks.isEmpty());
 }
 
 void ThumbsForm::onClickedListView(QModelIndex index)
