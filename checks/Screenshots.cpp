@@ -140,20 +140,20 @@ void choose(const QString &text)
 void chooseOfFile(const QString &text)
 {
     auto *const list = find<QListView>("mainListView");
+    waitUntil([=] { return list->isActiveWindow(); }, "the main window's turn");
     begin([=] {
         const QPointF middle = list->visualRect(list->currentIndex()).center();
         QMouseEvent event(QEvent::MouseButtonPress, middle, list->viewport()->mapToGlobal(middle),
                           Qt::RightButton, Qt::RightButton, Qt::NoModifier);
         QApplication::sendEvent(list->viewport(), &event);
     });
-    waitUntil([] { return QApplication::activePopupWidget() != nullptr; }, "a menu");
+    QMenu *menu = nullptr;
+    waitUntil([&] { return (menu = qobject_cast<QMenu *>(QApplication::activePopupWidget())); }, "a menu");
     begin([=] {
-        auto *const menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+        menu->close(); // which knows the file until its loop ends, behind the dialog
         for (QAction *const action : menu->actions())
             if (action->text() == text)
-                menu->setActiveAction(action);
-        QKeyEvent event(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
-        QApplication::sendEvent(menu, &event);
+                action->trigger();
     });
 }
 
