@@ -225,6 +225,13 @@ private:
             button->click();
     }
 
+    /// A show ends with Escape, as all that is modal ends by itself.
+    void endShow()
+    {
+        if (auto *const show = program->window->findChild<QWidget *>("SlideShowForm"))
+            QTest::keyClick(show, Qt::Key_Escape);
+    }
+
     void act()
     {
         using Action = std::function<void()>;
@@ -306,11 +313,7 @@ private:
                     clickIfThere("slideShowButton");
             },
         };
-        // A show ends with Escape, as all that is modal ends by itself.
-        if (program->window->findChild<QWidget *>("SlideShowForm")) {
-            QWidget *const show = program->window->findChild<QWidget *>("SlideShowForm");
-            QTest::keyClick(show, Qt::Key_Escape);
-        }
+        endShow();
         actions[static_cast<size_t>(below(static_cast<qsizetype>(actions.size())))]();
     }
 
@@ -326,6 +329,7 @@ private:
         neighbour->pause();
         until([] { return !QApplication::activeModalWidget() && !QApplication::activePopupWidget(); },
               "a dialog stays");
+        endShow();
         until([this] { return !program->window->findChild<QWidget *>("SlideShowForm"); }, "a show stays");
         if (auto *const close = program->find<QAbstractButton>("closeButton"); close->isVisible())
             close->click();
