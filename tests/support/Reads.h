@@ -7,6 +7,7 @@
 #ifdef Q_OS_WIN
 #    include "support/Imports.h"
 #else
+#    include <sys/stat.h>
 #    include <sys/syscall.h>
 #    include <unistd.h>
 #endif
@@ -33,7 +34,9 @@ static const decltype(&ReadFile) usualRead = Imports::replace<decltype(&ReadFile
 
 ssize_t read(int file, void *bytes, size_t count)
 {
-    if (beforeRead())
+    struct stat info = {};
+    // An event loop reads, too, as it wakes up.
+    if (beforeRead() && fstat(file, &info) == 0 && S_ISREG(info.st_mode))
         beforeRead()(lseek(file, 0, SEEK_CUR), static_cast<qint64>(count));
     return syscall(SYS_read, file, bytes, count);
 }
