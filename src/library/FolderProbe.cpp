@@ -6,9 +6,9 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFileInfo>
-#include <QSet>
 #include <QtDebug>
 
+#include <map>
 #include <memory>
 #include <system_error>
 #include <thread>
@@ -37,6 +37,7 @@ QHash<QString, FolderState> probeFolders(const QStringList &paths, int milliseco
 {
     // Shared with the threads, since one that hangs outlives the call.
     const auto answers = std::make_shared<Answers>();
+    std::map<QString, std::thread> threads;
     for (const QString &path : paths) {
         const auto look = [answers, path] {
             const FolderState state = stateOf(path);
@@ -45,16 +46,19 @@ QHash<QString, FolderState> probeFolders(const QStringList &paths, int milliseco
             access.wakeOne();
         };
         try {
-            std::thread(look).detach();
+            threads.try_emplace(path, look);
         } catch (const std::system_error &error) {
             qDebug() << "probeFolders: " << error.what(); // too many threads: no answer
         }
     }
 
     const QDeadlineTimer deadline(milliseconds);
-    const qsizetype different = QSet<QString>(paths.cbegin(), paths.cend()).size();
     auto access = answers->lock();
-    while (access->size() < different && access.wait(deadline)) {
+    while (access->size() < static_cast<qsizetype>(threads.size()) && access.wait(deadline)) {
     }
+    // Only one that hangs is let go: in the compiler's runtime for Windows, one that ends just then takes the
+    // next one with it.
+    for (auto &[path, thread] : threads)
+        access->contains(path) ? thread.join() : thread.detach();
     return *access;
 }

@@ -80,7 +80,9 @@ private slots:
         rmdir(qPrintable(mountPoint));
 #endif
         for (const auto &[path, state] : cases)
-            QVERIFY2(states.contains(path) && states[path] == state, qPrintable(path));
+            QVERIFY2(
+                states.contains(path) && states[path] == state,
+                qPrintable(QString("%1: %2").arg(path).arg(states.contains(path) ? int(states[path]) : -1)));
     }
 
     void ticksKeepTheirOrder()
