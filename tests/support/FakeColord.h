@@ -9,17 +9,17 @@
 #include <QDBusVirtualObject>
 #include <QtTest>
 
+#include <unistd.h>
+
 /// Stands for the service that knows the profiles of screens, on a system bus of the test's own. Made before
-/// anything of the process looks for that bus.
+/// anything of the process connects to that bus.
 class FakeColord : public QDBusVirtualObject
 {
 public:
     FakeColord()
     {
-        daemon.start("dbus-daemon", {"--session", "--nofork", "--print-address"});
-        if (daemon.waitForStarted() && daemon.waitForReadyRead())
-            address = daemon.readLine().trimmed();
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", address.isEmpty() ? "unix:path=/nowhere" : address.toLatin1());
+        daemon.start("dbus-daemon", {"--session", "--nofork", "--print-address", "--address=" + address});
+        static_cast<void>(daemon.waitForStarted() && daemon.waitForReadyRead());
     }
     ~FakeColord() override
     {
@@ -78,7 +78,12 @@ private:
     const QString interface = "org.freedesktop.ColorManager";
     const QString root = "/org/freedesktop/ColorManager";
     QProcess daemon;
-    QString address;
+    // The addresses of all busses are read with the first of them, by the application itself from Qt 6.8 on.
+    inline static const QString address = [] {
+        const QString own = QStringLiteral("unix:abstract=orrelan-test-%1").arg(getpid());
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", own.toLatin1());
+        return own;
+    }();
     QString screen;
     QString file;
 };
