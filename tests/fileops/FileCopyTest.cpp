@@ -290,7 +290,7 @@ private slots:
         QCOMPARE(QFileInfo(path("a.jpg")).size(), 600'000'000);
         const int unnamed = Platform::openUnnamed(path("to"), true);
         QCOMPARE(leftovers().size(), unnamed >= 0 ? 0 : 1);
-        QFile().open(unnamed, QFile::ReadWrite, QFile::AutoCloseHandle); // and closed
+        static_cast<void>(QFile().open(unnamed, QFile::ReadWrite, QFile::AutoCloseHandle)); // and closed
         // What may be left is hidden, has no suffix of a picture, and goes a day later.
         for (const QString name : {".orrelan-0123abcd.tmp", "orrelan-0123abcd.tmp", ".orrelan-1.tmp"})
             write("to/" + name, "left");
