@@ -438,7 +438,10 @@ private slots:
             const QImage after = onScreen(area);
             QVERIFY(after != before);
             const QRect part(area->mapTo(program->window.get(), QPoint()), area->size());
-            QCOMPARE(after, program->window->grab(part).toImage().convertToFormat(after.format()));
+            const QImage whole = program->window->grab(part).toImage();
+            for (int y = 0; y < after.height(); ++y) // parts may round differently
+                for (int x = 0; x < after.width(); ++x)
+                    QVERIFY(Pictures::isNear(after.pixelColor(x, y), whole.pixelColor(x, y), 16));
         }
     }
 
