@@ -2,33 +2,141 @@
 
 #include <QAccessible>
 
+#ifndef Q_OS_WIN
+#    include <QtDBus>
+#endif
+
 namespace {
 
-/// What is wrong with the names in a part of the window: a widget that takes the focus, or a button, without
-/// a name or a description of its own, or called as another.
-void findFaults(QAccessibleInterface *part, QStringList &names, QStringList &faults)
+/// A part of the window as a screen reader has it.
+struct Part
 {
-    const QAccessible::State state = part->state();
-    if (state.invisible)
-        return;
-    const bool isButton = part->role() == QAccessible::Button || part->role() == QAccessible::ButtonMenu
-                          || part->role() == QAccessible::CheckBox;
-    const bool isCell = part->tableCellInterface();
-    if (isButton || (state.focusable && part->object())) {
-        const QString name = part->text(QAccessible::Name);
-        const QString text = name + " (" + part->object()->objectName() + ')';
-        if (name.isEmpty() || name == "Enable")
-            faults.append("nameless: " + text);
-        if (part->text(QAccessible::Description).isEmpty() && part->role() != QAccessible::PageTabList)
-            faults.append("not described: " + text);
-        if (names.contains(name))
-            faults.append("called as another: " + text);
-        names.append(name);
+    QString role;
+    QString name;
+    QString description;
+    bool isControl = false; ///< a button, or takes the focus
+    QList<Part> children;
+
+    /// As text, a line for each part.
+    [[nodiscard]] QString text(const QString &indent = {}) const
+    {
+        QString lines = indent + role + " \"" + name + "\" " + description + '\n';
+        for (const Part &child : children)
+            lines += child.text(indent + "  ");
+        return lines;
     }
-    for (int i = 0; !isCell && i < part->childCount(); ++i)
-        if (QAccessibleInterface *const child = part->child(i))
-            findFaults(child, names, faults);
+};
+
+Part partOf(QAccessibleInterface *widget)
+{
+    const QAccessible::Role role = widget->role();
+    const bool isButton =
+        role == QAccessible::Button || role == QAccessible::ButtonMenu || role == QAccessible::CheckBox;
+    Part part{role == QAccessible::PageTabList ? "page tab list" : "",
+              widget->text(QAccessible::Name),
+              widget->text(QAccessible::Description),
+              isButton || (widget->state().focusable && widget->object()),
+              {}};
+    for (int i = 0; !widget->tableCellInterface() && i < widget->childCount(); ++i)
+        if (QAccessibleInterface *const child = widget->child(i); child && !child->state().invisible)
+            part.children.append(partOf(child));
+    return part;
 }
+
+/// What is wrong with the names of a part: a widget that takes the focus, or a button, without a name or a
+/// description of its own, or called as another.
+void findFaults(const Part &part, QStringList &names, QStringList &faults)
+{
+    if (part.isControl) {
+        const QString text = part.name + " (" + part.description + ')';
+        if (part.name.isEmpty() || part.name == "Enable")
+            faults.append("nameless: " + text);
+        if (part.description.isEmpty() && part.role != "page tab list")
+            faults.append("not described: " + text);
+        if (names.contains(part.name))
+            faults.append("called as another: " + text);
+        names.append(part.name);
+    }
+    for (const Part &child : part.children)
+        findFaults(child, names, faults);
+}
+
+#ifndef Q_OS_WIN
+/// Reads the program from outside, over the bus of the screen readers.
+class ReaderBus
+{
+public:
+    ReaderBus()
+    {
+        const QDBusConnection session = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "session");
+        const QVariantList address =
+            ask(session, {"org.a11y.Bus", "/org/a11y/bus"}, "org.a11y.Bus", "GetAddress");
+        bus = QDBusConnection::connectToBus(address.value(0).toString(), "readers");
+    }
+
+    [[nodiscard]] QList<Part> programs() const
+    {
+        return childrenOf({"org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root"});
+    }
+
+private:
+    struct Place
+    {
+        QString service;
+        QString path;
+    };
+
+    /// The answer comes from this same process: its event loop goes on.
+    static QVariantList ask(const QDBusConnection &on, const Place &place, const QString &interface,
+                            const QString &method, const QVariantList &arguments = {})
+    {
+        QDBusMessage call = QDBusMessage::createMethodCall(place.service, place.path, interface, method);
+        call.setArguments(arguments);
+        const QDBusPendingCallWatcher answer(on.asyncCall(call));
+        QEventLoop loop;
+        QObject::connect(&answer, &QDBusPendingCallWatcher::finished, &loop, &QEventLoop::quit);
+        loop.exec();
+        return answer.reply().arguments();
+    }
+    [[nodiscard]] QVariantList ask(const Place &place, const QString &method) const
+    {
+        return ask(bus, place, accessible, method);
+    }
+    [[nodiscard]] QList<Part> childrenOf(const Place &place) const
+    {
+        QList<Part> children;
+        const auto places = ask(place, "GetChildren").value(0).value<QDBusArgument>();
+        for (places.beginArray(); !places.atEnd();) {
+            Place child;
+            QDBusObjectPath path;
+            places.beginStructure();
+            places >> child.service >> path;
+            places.endStructure();
+            child.path = path.path();
+            children.append(partOf(child));
+        }
+        return children;
+    }
+    [[nodiscard]] Part partOf(const Place &place) const
+    {
+        constexpr uint focusable = 1U << 11U;
+        const auto value = [&](const char *name) {
+            const QVariantList of = {accessible, name};
+            const QVariant answer = ask(bus, place, "org.freedesktop.DBus.Properties", "Get", of).value(0);
+            return answer.value<QDBusVariant>().variant().toString();
+        };
+        const uint states = qdbus_cast<QList<uint>>(ask(place, "GetState").value(0)).value(0);
+        const QString role = ask(place, "GetRoleName").value(0).toString();
+        const bool isCell = role == "cell" || role.endsWith(" item") || role.endsWith(" header");
+        return {role, value("Name"), value("Description"),
+                role.contains("button") || role == "check box" || (states & focusable && !isCell),
+                isCell ? QList<Part>() : childrenOf(place)};
+    }
+
+    const QString accessible = "org.a11y.atspi.Accessible";
+    QDBusConnection bus = QDBusConnection("");
+};
+#endif
 
 } // namespace
 
@@ -82,6 +190,27 @@ private slots:
         }
     }
 
+    void readersFindItAllOnTheirBus()
+    {
+#ifdef Q_OS_WIN
+        QSKIP("Readers have another way there.");
+#else
+        start({path("first"), path("second")}, 2);
+        program->tick("other.png");
+        const ReaderBus bus;
+        for (const bool viewer : {false, true}) {
+            if (viewer)
+                program->open(0);
+            QTRY_VERIFY(!bus.programs().isEmpty());
+            const QList<Part> programs = bus.programs();
+            QCOMPARE(programs.size(), 1);
+            qInfo().noquote() << programs[0].text();
+            check(programs[0]);
+            QVERIFY(programs[0].text().contains("other.png"));
+        }
+#endif
+    }
+
     void filesAndFoldersSayWhichTheyAre()
     {
         start({path("first"), path("second")}, 2);
@@ -107,9 +236,13 @@ private slots:
 private:
     static void check(QWidget *window)
     {
+        check(partOf(QAccessible::queryAccessibleInterface(window)));
+    }
+    static void check(const Part &part)
+    {
         QStringList names;
         QStringList faults;
-        findFaults(QAccessible::queryAccessibleInterface(window), names, faults);
+        findFaults(part, names, faults);
         QCOMPARE(faults.join("; "), QString());
         QVERIFY(!names.isEmpty());
     }
