@@ -348,6 +348,46 @@ private slots:
 #endif
     }
 
+    void everythingIsDoneWithoutAMouse()
+    {
+#ifdef Q_OS_WIN
+        QSKIP("Wine's dialogs do not take the Return key.");
+#else
+        VistamoGlobal::showPdfAndConvertButtons = true;
+        start({}, 0);
+        answer(path("first"));
+        xdo({"key", "ctrl+o"});
+        settle(6);
+        QTRY_VERIFY(program->list()->hasFocus());
+        xdo({"key", "Right", "key", "Return"});
+        QTRY_COMPARE(text("sizeInfoLabel"), "1500x1000");
+        QTRY_VERIFY(program->scale() < 1); // the picture itself is up
+        xdo({"key", "c"});
+        QTRY_VERIFY(program->find<QToolButton>("cropButton")->isChecked());
+        goTo("leftSpinBox", "shift+Tab");
+        for (const char *const value : {"30", "20", "400", "300"})
+            xdo({"key", "ctrl+a", "type", "--args", "1", value, "key", "Tab"});
+        QTRY_COMPARE(program->crop(), QRect(30, 20, 400, 300));
+        goTo("exportCropImageButton");
+        answer(path("crop.png"));
+        xdo({"key", "space"});
+        QTRY_COMPARE(QImage(path("crop.png")).size(), QSize(400, 300));
+        xdo({"key", "Escape"});
+        QTRY_VERIFY(program->list()->hasFocus());
+        xdo({"key", "ctrl+a"});
+        QTRY_COMPARE(program->ticks().size(), 6);
+        goTo("pdfButton");
+        xdo({"key", "space"});
+        QTRY_VERIFY(program->window->findChild<QWidget *>("ImagesToPDFForm"));
+        goTo("createPdfButton");
+        answer(path("third/album.pdf"));
+        when(&messageBox, [] { QVERIFY(QProcess::startDetached("xdotool", {"key", "Return"})); });
+        xdo({"key", "space"});
+        QTRY_COMPARE(awaited, 0);
+        QCOMPARE(Files::read(path("third/album.pdf")).count("/Type /Page\n"), 6);
+#endif
+    }
+
     void slideshowTakesTheWholeScreen()
     {
         start({path("first")}, 6);
@@ -464,6 +504,28 @@ private:
         });
         click(middle(program->find(button)));
         QTRY_COMPARE(awaited, 0);
+    }
+    /// Types an answer into the next dialog, which may end before that returns.
+    void answer(const QString &typed)
+    {
+        when(&QApplication::activeModalWidget, [typed] {
+            const QStringList keys = {"key", "ctrl+a", "type", "--args", "1", typed, "key", "Return"};
+            QVERIFY(QProcess::startDetached("xdotool", keys));
+        });
+    }
+    static QWidget *messageBox()
+    {
+        return qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+    }
+    /// Presses a key until the focus is on this widget.
+    void goTo(const QString &name, const char *key = "Tab") const
+    {
+        const auto isThere = [&] {
+            return QApplication::focusWidget() && QApplication::focusWidget()->objectName() == name;
+        };
+        for (int i = 0; i < 40 && !isThere(); ++i)
+            xdo({"key", key});
+        QVERIFY2(isThere(), qPrintable(name));
     }
     /// Does something once there is such a widget, which may have an event loop of its own.
     void when(QWidget *(*widget)(), const std::function<void()> &action)

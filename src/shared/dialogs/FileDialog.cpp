@@ -3,7 +3,7 @@
 #include "shared/dialogs/DialogSeam.h"
 #include "shared/dialogs/MessageBox.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -16,7 +16,8 @@ QString askForFile(const QString &caption, const QString &start, const QString &
 {
     if (const auto answer = DialogSeam::answer({DialogSeam::Kind::SaveFile, caption, start}))
         return answer->toString();
-    return QFileDialog::getSaveFileName(parent, caption, start, filter, chosenFilter);
+    return QFileDialog::getSaveFileName(parent ? parent : QApplication::activeWindow(), caption, start,
+                                        filter, chosenFilter);
 }
 
 /// A suffix by which a picture can be written; the last part of a date is none.

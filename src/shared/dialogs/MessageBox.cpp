@@ -2,6 +2,7 @@
 
 #include "shared/dialogs/DialogSeam.h"
 
+#include <QApplication>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
@@ -10,7 +11,7 @@ void MessageBox::inform(const QString &title, const QString &text)
 {
     if (DialogSeam::answer({DialogSeam::Kind::Message, title, text}))
         return;
-    QMessageBox box(QMessageBox::Information, title, text, QMessageBox::Ok);
+    QMessageBox box(QMessageBox::Information, title, text, QMessageBox::Ok, QApplication::activeWindow());
     box.setTextFormat(Qt::PlainText); // a folder's name is no markup
     box.exec();
 }
@@ -19,7 +20,7 @@ bool MessageBox::informWithAction(const QString &title, const QString &text, con
 {
     if (const auto answer = DialogSeam::answer({DialogSeam::Kind::MessageWithAction, title, text}))
         return answer->toBool();
-    QMessageBox box(QMessageBox::Information, title, text, QMessageBox::Ok, nullptr,
+    QMessageBox box(QMessageBox::Information, title, text, QMessageBox::Ok, QApplication::activeWindow(),
                     Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
     const QPushButton *const actionButton = box.addButton(action, QMessageBox::ActionRole);
     box.setTextFormat(Qt::PlainText);
@@ -31,7 +32,7 @@ bool MessageBox::confirm(const QString &text, const QString &informativeText)
 {
     if (const auto answer = DialogSeam::answer({DialogSeam::Kind::Confirm, text, informativeText}))
         return answer->toBool();
-    QMessageBox box;
+    QMessageBox box(QApplication::activeWindow());
     box.setTextFormat(Qt::PlainText);
     box.setText(text);
     box.setInformativeText(informativeText);
