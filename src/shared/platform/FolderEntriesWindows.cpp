@@ -1,5 +1,6 @@
 #include "shared/platform/FolderEntries.h"
 #include "shared/platform/NativePath.h"
+#include "shared/platform/Platform.h"
 
 #include <QFileInfo>
 
@@ -45,7 +46,8 @@ FolderListing folderEntries(const QString &folder, const std::function<bool()> &
     const DWORD error = found ? ERROR_SUCCESS : GetLastError();
     listing.cutOff = !found && !isAnswer(error);
     // The root of an empty drive has not even the entries that all other folders have.
-    listing.isUnreadable = !found && error != ERROR_NO_MORE_FILES && error != ERROR_FILE_NOT_FOUND;
+    listing.isUnreadable = !found && error != ERROR_NO_MORE_FILES
+                           && (error != ERROR_FILE_NOT_FOUND || Platform::isMissing(folder));
     if (search != INVALID_HANDLE_VALUE)
         FindClose(search);
     return listing;
