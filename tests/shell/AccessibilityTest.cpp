@@ -115,6 +115,7 @@ private:
             child.path = path.path();
             children.append(partOf(child));
         }
+        places.endArray();
         return children;
     }
     [[nodiscard]] Part partOf(const Place &place) const
