@@ -3,7 +3,9 @@
 #include <QImageIOPlugin>
 #include <QThread>
 
+#include <csignal>
 #include <cstdlib>
+#include <vector>
 
 /// Reads files that begin with "DEADLY": what follows says how their decoder fails.
 class DeadlyHandler : public QImageIOHandler
@@ -15,6 +17,14 @@ public:
         const QByteArray how = device()->readAll().mid(7);
         if (how == "abort")
             std::abort();
+        constexpr int bytes = 1 << 16;
+        std::vector<std::vector<char>> eaten;
+        while (how.startsWith("eat") && (how == "eat all" || eaten.size() < (7U << 28U) / bytes))
+            eaten.emplace_back(bytes, 'x');
+        if (how == "eat most") { // as the system does it
+            QThread::msleep(50);
+            raise(SIGKILL);
+        }
         for (;;)
             QThread::msleep(10);
     }

@@ -232,6 +232,13 @@ struct State
 };
 Guarded<State> state;
 
+/// True while the process takes three quarters of what it may use.
+bool isMemoryShort()
+{
+    static const qint64 usable = Platform::usableMemory();
+    return Platform::usedMemory() > usable / 4 * 3;
+}
+
 /// The journals of instances that died become notes.
 void collectDeaths(const QDir &folder, Notes &notes)
 {
@@ -287,7 +294,9 @@ DecodeGuard::Decoding::Decoding(const QString &path)
     }
     while (!access->aloneUntil.hasExpired() && access.wait(access->aloneUntil)) {
     }
-    if (suspect) {
+    // Whoever eats all memory is then in the journal alone, and those that come by do not starve.
+    alone = suspect || isMemoryShort();
+    if (alone) {
         access->aloneUntil.setRemainingTime(longestAloneMs);
         while (access->inFlight > 0 && access.wait(access->aloneUntil)) {
         }
@@ -305,9 +314,9 @@ DecodeGuard::Decoding::~Decoding()
     --access->inFlight;
     slotInDecoding = -1;
     access->journal.leave(slot);
-    if (suspect) {
+    if (alone)
         access->aloneUntil = {};
+    if (suspect)
         access->notes.remove(path);
-    }
     access.wakeAll();
 }

@@ -9,7 +9,7 @@
 /// alone in decoding at two deaths, or in whose decoder the program crashed, is passed over until it changes.
 /// Where it is not known who killed it, files that were decoded in parallel are suspects: from then on they
 /// are decoded alone where that can be had within a few seconds, so that the next death tells. One that
-/// decodes well is cleared of all suspicion.
+/// decodes well is cleared of all suspicion. While memory is short all files are decoded so.
 ///
 /// Without a folder that can be written to there is no guard, and everything is decoded.
 namespace DecodeGuard {
@@ -36,6 +36,7 @@ private:
     const QString path;
     int slot = -1;
     bool suspect = false;
+    bool alone = false;
     bool allowed = true;
 };
 

@@ -23,6 +23,7 @@
 #include <QTransform>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace {
@@ -260,7 +261,7 @@ QImage ImageReading::read(const QString &path, Colours colours)
 }
 
 ImageReading::HeldPicture ImageReading::readAndHold(const QString &path, Colours colours, int bytesPerPixel)
-{
+try {
     if (!canBeOpened(path))
         return {};
     HeldPicture picture = PictureFile(path).read(bytesPerPixel);
@@ -273,10 +274,13 @@ ImageReading::HeldPicture ImageReading::readAndHold(const QString &path, Colours
     if (colours == Colours::Srgb)
         picture.image = Colour::inSrgb(std::move(picture.image));
     return picture;
+} catch (const std::bad_alloc &) { // which costs this picture, not the program
+    qDebug() << "No memory for" << path;
+    return {};
 }
 
 ImageReading::Thumbnail ImageReading::readThumbnail(const QString &path, int side)
-{
+try {
     if (!canBeOpened(path))
         return {};
     PictureFile file(path);
@@ -295,6 +299,9 @@ ImageReading::Thumbnail ImageReading::readThumbnail(const QString &path, int sid
         image = image.scaled(thumbnailSize(fullSize, side), Qt::IgnoreAspectRatio, Qt::FastTransformation);
     }
     return {Colour::inSrgb(std::move(image)), fullSize};
+} catch (const std::bad_alloc &) {
+    qDebug() << "No memory for" << path;
+    return {};
 }
 
 QSize ImageReading::thumbnailSize(QSize full, int side)

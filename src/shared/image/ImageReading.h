@@ -23,7 +23,8 @@ enum class Colours
     AsStored ///< left as they are, with the profile that says what they mean
 };
 
-/// The picture upright and in full. Null if the file is no picture, is broken, too large or gone.
+/// The picture upright and in full. Null if the file is no picture, is broken, too large for the memory that
+/// there is, or gone.
 [[nodiscard]] QImage read(const QString &path, Colours colours = Colours::Srgb);
 
 /// A picture with its share of the memory that decoded pictures may take together, which is given back when

@@ -19,6 +19,9 @@ namespace Platform {
 /// system sets on the process (on Linux its control groups and resource limits).
 [[nodiscard]] qint64 usableMemory();
 
+/// Bytes of memory that this process takes at this moment; 0 if the system does not tell.
+[[nodiscard]] qint64 usedMemory();
+
 /// Processor time that this process has used, milliseconds.
 [[nodiscard]] qint64 processorTime();
 

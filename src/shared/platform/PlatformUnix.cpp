@@ -98,6 +98,14 @@ qint64 Platform::usableMemory()
     return std::min({machine, controlGroupLimit(), resourceLimit(RLIMIT_AS), resourceLimit(RLIMIT_DATA)});
 }
 
+qint64 Platform::usedMemory()
+{
+    QFile file(QStringLiteral("/proc/self/statm")); // pages: all that is mapped, what of it is in memory, ...
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    return file.readLine().split(' ').value(1).toLongLong() * sysconf(_SC_PAGE_SIZE);
+}
+
 qint64 Platform::processorTime()
 {
     timespec used = {};

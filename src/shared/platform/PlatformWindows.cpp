@@ -8,6 +8,8 @@
 #include <utility>
 
 #include <windows.h>
+// After it.
+#include <psapi.h>
 
 namespace {
 
@@ -53,6 +55,14 @@ qint64 Platform::usableMemory()
     if (!GlobalMemoryStatusEx(&status))
         return 0;
     return static_cast<qint64>(std::min<quint64>({status.ullTotalPhys, status.ullTotalVirtual, jobLimit()}));
+}
+
+qint64 Platform::usedMemory()
+{
+    PROCESS_MEMORY_COUNTERS memory = {};
+    return K32GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof(memory))
+               ? static_cast<qint64>(memory.PagefileUsage)
+               : 0;
 }
 
 qint64 Platform::processorTime()
