@@ -5,11 +5,15 @@
 #include "shared/VistamoGlobal.h"
 #include "ui_OptionsDialog.h"
 
+#include <algorithm>
+
 OptionsDialog::OptionsDialog(QWidget *parent)
     : QDialog(parent)
     , ui(std::make_unique<Ui::OptionsDialog>())
 {
     ui->setupUi(this);
+    const int widest = std::max(ui->bkColorLabel->minimumWidth(), ui->bkColorLabel->sizeHint().width());
+    ui->bkColorLabel->setMinimumWidth(widest); // or a large font is cut
 }
 
 OptionsDialog::~OptionsDialog() = default;

@@ -1,3 +1,5 @@
+#include "batch/ScrollingColumn.h"
+#include "shared/dialogs/ElidedLabel.h"
 #include "support/Program.h"
 
 #include <QAccessible>
@@ -154,10 +156,30 @@ private slots:
         Pictures::save(path("first/a name of many letters.png"), QSize(90, 60));
         Pictures::save(path("first/other.png"), QSize(60, 40));
     }
-    void cleanup() { end(); }
-
-    void everythingHasANameOfItsOwn()
+    void cleanup()
     {
+        end();
+        QApplication::setFont(font);
+        QApplication::setLayoutDirection(Qt::LeftToRight);
+    }
+
+    void everythingHasANameOfItsOwnAndRoomForItsText_data()
+    {
+        QTest::addColumn<int>("times");
+        QTest::addColumn<Qt::LayoutDirection>("direction");
+        QTest::newRow("as it is") << 1 << Qt::LeftToRight;
+        QTest::newRow("twice the font") << 2 << Qt::LeftToRight;
+        QTest::newRow("twice the font, right to left") << 2 << Qt::RightToLeft;
+    }
+
+    void everythingHasANameOfItsOwnAndRoomForItsText()
+    {
+        QFETCH(int, times);
+        QFETCH(Qt::LayoutDirection, direction);
+        QFont large = font;
+        large.setPointSizeF(font.pointSizeF() * times);
+        QApplication::setFont(large);
+        QApplication::setLayoutDirection(direction);
         start({}, 0);
         check(program->window.get());
         start({path("first"), path("second")}, 2);
@@ -181,6 +203,8 @@ private slots:
         program->open(0);
         program->click("cropButton");
         check(program->window.get());
+        // Photos have the same sides everywhere.
+        QVERIFY(program->find("backButton")->x() < program->find("forwardButton")->x());
         program->call("onContrastAction");
         check(program->find("VistamoFilterDialog"));
         program->click("closeButton");
@@ -238,6 +262,39 @@ private:
     static void check(QWidget *window)
     {
         check(partOf(QAccessible::queryAccessibleInterface(window)));
+        QTRY_COMPARE_WITH_TIMEOUT(clippedIn(window).join("; "), QString(), 1000);
+    }
+    /// The labels, buttons and fields that are smaller than their texts, or reach out of what they stand in.
+    static QStringList clippedIn(const QWidget *window)
+    {
+        QStringList clipped;
+        for (const auto *const widget : window->findChildren<QWidget *>()) {
+            const auto *const label = qobject_cast<const QLabel *>(widget);
+            if (!widget->isVisible() || !(label ? !label->text().isEmpty() : isFieldOrButton(widget)))
+                continue;
+            QSize text = widget->sizeHint();
+            if (widget->hasHeightForWidth())
+                text = QSize(0, widget->heightForWidth(widget->width()));
+            else if (qobject_cast<const ElidedLabel *>(widget))
+                text.setWidth(0);
+            bool fits = text == text.boundedTo(widget->size());
+            int scrolled = 0;
+            for (const QWidget *part = widget; !part->isWindow();) {
+                if (qobject_cast<const ScrollingColumn *>(part->parentWidget()->parentWidget()))
+                    scrolled = QWIDGETSIZE_MAX;
+                part = part->parentWidget();
+                const QRect room = part->rect().adjusted(0, -scrolled, 0, scrolled);
+                fits &= room.contains(QRect(widget->mapTo(part, QPoint()), widget->size()));
+            }
+            if (!fits)
+                clipped.append(widget->objectName());
+        }
+        return clipped;
+    }
+    static bool isFieldOrButton(const QWidget *widget)
+    {
+        return qobject_cast<const QAbstractButton *>(widget) || qobject_cast<const QComboBox *>(widget)
+               || qobject_cast<const QAbstractSpinBox *>(widget);
     }
     static void check(const Part &part)
     {
@@ -247,6 +304,8 @@ private:
         QCOMPARE(faults.join("; "), QString());
         QVERIFY(!names.isEmpty());
     }
+
+    const QFont font = QApplication::font();
 };
 
 QTEST_MAIN(AccessibilityTest)

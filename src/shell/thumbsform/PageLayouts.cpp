@@ -75,6 +75,7 @@ void layoutThumbsPage(const Ui::ThumbsForm &ui)
 
 void layoutViewerPage(const Ui::ThumbsForm &ui)
 {
+    ui.widget2->setLayoutDirection(Qt::LeftToRight); // a photo has the same sides everywhere
     QHBoxLayout *const toolRow = rowOfTwoGroups(
         {ui.backButton, ui.forwardButton, ui.line, ui.fitVHButton, ui.fitHButton, ui.fitVButton,
          ui.fullButton, ui.line_2, ui.rotateLeftButton, ui.rotateRightButton, ui.flipHButton, ui.flipVButton,
