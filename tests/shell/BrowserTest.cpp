@@ -377,11 +377,11 @@ private slots:
         const auto whole = [this] { return program->list()->viewport()->grab().toImage(); };
         show(2, 0);
         const QImage empty = whole();
-        QVERIFY(QDir().rmdir(path("c")));
+        write("c/notes.txt", "x"); // Wine tells of what happens within a folder alone
+        QVERIFY(QDir().rename(path("c"), path("d")));
         QTRY_VERIFY(whole() != empty); // cannot be read
         const QImage unreadable = whole();
-        QVERIFY(QDir().mkdir(path("c")));
-        QTRY_COMPARE(whole(), empty);
+        QVERIFY(QDir().rename(path("d"), path("c")));
         Pictures::save(path("c/one.jpg"));
         QTRY_COMPARE(program->rows(), 1);
         QVERIFY(whole() != empty && whole() != unreadable);
@@ -482,7 +482,7 @@ private slots:
     {
         start({path("b")}, 5);
         program->open(4);
-        QVERIFY(QDir(path("b")).removeRecursively());
+        QTRY_VERIFY(QDir(path("b")).removeRecursively()); // on Windows when nobody reads from it
         QTRY_COMPARE(program->rows(), 0);
         for (const char *const button :
              {"backButton", "forward2Button", "back2Button", "fullButton", "fitHButton"})
@@ -492,7 +492,7 @@ private slots:
         emit program->strip()->clicked(QModelIndex());
         program->click("closeButton");
         QTRY_COMPARE(text("pathValueLabel"), "Total: 0   Path: " + QDir::toNativeSeparators(path("b")));
-        QTRY_VERIFY(QDir().mkpath(path("b"))); // it comes back; on Windows when nobody watches the old one
+        QTRY_VERIFY(QDir().mkpath(path("b"))); // it comes back
         Pictures::saveMany(path("b"), 2);
         QTRY_COMPARE_WITH_TIMEOUT(program->rows(), 2, 20000);
     }
