@@ -3,6 +3,7 @@
 #include "shared/image/ImageReading.h"
 #include "shared/image/ImageWriting.h"
 #include "shared/image/MemoryBudget.h"
+#include "shared/platform/Platform.h"
 #include "shared/VistamoGlobal.h"
 #include "support/ColourProfiles.h"
 #include "support/Failures.h"
@@ -14,6 +15,7 @@
 #include <QtGui>
 #include <QtTest>
 
+#include <cmath>
 #include <cstdlib>
 #include <future>
 #include <memory>
@@ -287,6 +289,15 @@ private slots:
             exports.finish();
             QVERIFY(QFile::exists(path(exported ? "out/b.jxl" : "out/a.jxl")));
         }
+        // What cannot be had at all is not tried.
+        const qint64 usable = Platform::usableMemory();
+        MemoryBudget::setBytes(usable / 2);
+        const int side = qCeil(std::sqrt(double(usable) / ImageWriting::bytesPerPixel("jxl")));
+        QImage huge(side, side, QImage::Format_Mono);
+        huge.fill(0);
+        QBuffer file;
+        file.open(QIODevice::WriteOnly);
+        QVERIFY(!ImageWriting::write(huge, "jxl", -1, {}, file));
         MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
     }
 

@@ -4,8 +4,10 @@
 #include "shared/image/ColourConversion.h"
 #include "shared/image/EmbeddedMetadata.h"
 #include "shared/image/ImageMetadata.h"
+#include "shared/image/MemoryBudget.h"
 #include "shared/image/MetadataBlocks.h"
 #include "shared/image/MetadataPng.h"
+#include "shared/platform/Platform.h"
 
 #include <QBuffer>
 #include <QColorSpace>
@@ -23,6 +25,21 @@ namespace {
 constexpr qint64 mostInMemory = 512LL * 1024 * 1024;
 
 constexpr qsizetype mostExif = 16 * 1024 * 1024;
+
+/// False, after a line in the debug output, if an encoder that has all memory for itself would not get along
+/// with it: some end the program then.
+bool hasMemoryFor(const QImage &image, const QByteArray &format)
+{
+    const qint64 need = qint64(image.width()) * image.height() * ImageWriting::bytesPerPixel(format)
+                        * (image.depth() > 32 ? 2 : 1);
+    if (need <= MemoryBudget::bytes())
+        return true;
+    Platform::returnFreedMemory();
+    const qint64 room = Platform::usableMemory() - Platform::usedMemory();
+    if (need > room)
+        qDebug() << "Cannot encode" << format << image.size() << "takes" << need << "bytes, left are" << room;
+    return need <= room;
+}
 
 /// Whether the encoder of the format takes metadata.
 bool encodesMetadata(const QByteArray &format)
@@ -139,6 +156,8 @@ int ImageWriting::bytesPerPixel(const QByteArray &format)
 bool ImageWriting::write(const QImage &image, const QByteArray &format, int quality, const QString &source,
                          QIODevice &device, Places places)
 {
+    if (!hasMemoryFor(image, format))
+        return false;
     EmbeddedMetadata metadata;
     const bool isTaken = takesMetadata(image, format);
     if (!image.isNull() && (isTaken || encodesMetadata(format)))

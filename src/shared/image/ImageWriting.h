@@ -31,7 +31,8 @@ enum class Places
 /// @param format the suffix of such files, in lower case
 /// @param quality 0 to 100; below 0: the format's own choice
 /// @param source may be gone or have no metadata
-/// False, after a line in the debug output, if there is no encoder or the device fails.
+/// False, after a line in the debug output, if there is no encoder, if there is not the memory that it takes,
+/// or if the device fails.
 [[nodiscard]] bool write(const QImage &image, const QByteArray &format, int quality, const QString &source,
                          QIODevice &device, Places places = Places::AsInSource);
 
