@@ -2,6 +2,7 @@
 
 #include <QGenericPlugin>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -222,19 +223,99 @@ void open(int row)
     begin([=] { emit list->doubleClicked(list->model()->index(row, 0)); });
 }
 
-/// The main window and what stands over it.
-QImage screen()
+/// Where the main window and what stands over it are on the screen.
+QRect shownArea()
 {
     QRect area;
     for (const QWidget *const top : QApplication::topLevelWidgets())
         if (top->isVisible())
             area |= top->objectName() == "MainWindow" ? top->geometry() : top->frameGeometry();
-    return QGuiApplication::primaryScreen()->grabWindow(0).toImage().copy(area);
+    return area;
 }
 
-void save(const QString &name, const QImage &image)
+/// In pixels of the screen.
+QRect inPixels(const QRect &rect)
+{
+    return {rect.topLeft() * qApp->devicePixelRatio(), rect.size() * qApp->devicePixelRatio()};
+}
+
+QImage screen()
+{
+    return QGuiApplication::primaryScreen()->grabWindow(0).toImage().copy(inPixels(shownArea()));
+}
+
+/// Whether a widget has a text or an icon to be seen, or neither.
+QString kindOf(const QWidget *widget)
+{
+    const auto *const button = qobject_cast<const QToolButton *>(widget);
+    const auto *const label = qobject_cast<const QLabel *>(widget);
+    const auto *const field = qobject_cast<const QLineEdit *>(widget);
+    if (button && button->toolButtonStyle() == Qt::ToolButtonIconOnly)
+        return "icon";
+    const bool isText = label   ? !label->text().isEmpty()
+                        : field ? !field->text().isEmpty()
+                                : qobject_cast<const QAbstractButton *>(widget)
+                                      || qobject_cast<const QComboBox *>(widget)
+                                      || qobject_cast<const QTabBar *>(widget);
+    return isText ? "text" : "";
+}
+
+/// A frame is no text and no icon.
+QRect withoutFrame(const QWidget *widget)
+{
+    const bool hasFrame =
+        qobject_cast<const QAbstractButton *>(widget) || qobject_cast<const QComboBox *>(widget);
+    return hasFrame ? widget->rect().adjusted(3, 3, -3, -3) : widget->rect();
+}
+
+/// The texts and icons of the window that has the input, and where a picture of the screen has them:
+/// what scripts/check-contrast looks at. Of the names of photos the last line.
+QJsonArray texts()
+{
+    QJsonArray found;
+    QWidget *const dialog = QApplication::activeModalWidget();
+    const QWidget *const window = dialog ? dialog : QApplication::activeWindow();
+    const auto add = [&](const QWidget *widget, const QRect &part, const QString &name, const QString &kind,
+                         bool enabled) {
+        const QPoint offset = widget->mapToGlobal(QPoint()) - shownArea().topLeft();
+        const QRect seen = part & widget->visibleRegion().boundingRect();
+        const QRect rect = inPixels(seen.translated(offset));
+        if (seen == part)
+            found.append(QJsonObject{{"name", name},
+                                     {"kind", kind},
+                                     {"enabled", enabled},
+                                     {"rect", QJsonArray{rect.x(), rect.y(), rect.width(), rect.height()}}});
+    };
+    for (const auto *const widget : window ? window->findChildren<QWidget *>() : QWidgetList()) {
+        if (!widget->isVisible())
+            continue;
+        if (const QString kind = kindOf(widget); !kind.isEmpty())
+            add(widget, withoutFrame(widget), widget->objectName(), kind, widget->isEnabled());
+        const auto *const view = qobject_cast<const QAbstractItemView *>(widget);
+        if (!view || !view->model() || qobject_cast<const QHeaderView *>(view)
+            || view->objectName() == "galleryTableView") // shows no names
+            continue;
+        for (int row = 0; row < view->model()->rowCount(); ++row) {
+            const QModelIndex item = view->model()->index(row, 0);
+            QRect rect = view->visualRect(item);
+            if (qobject_cast<const QListView *>(view)) // photos above their names
+                rect.setTop(std::max(rect.top(), rect.bottom() - view->fontMetrics().height()));
+            else
+                rect.setLeft(rect.left() + std::max(view->iconSize().width(), view->fontMetrics().height())
+                             + 8);
+            add(view->viewport(), rect, view->objectName() + ' ' + item.data().toString(), "text",
+                item.flags() & Qt::ItemIsEnabled && view->isEnabled());
+        }
+    }
+    return found;
+}
+
+void save(const QString &name, const QImage &image, const QJsonArray &texts = {})
 {
     image.save(name + ".png");
+    QFile file(name + ".json");
+    if (file.open(QIODevice::WriteOnly))
+        file.write(QJsonDocument(texts).toJson());
     std::printf("%s.png\n", qPrintable(QDir::current().filePath(name)));
     std::fflush(stdout);
 }
@@ -251,7 +332,7 @@ void shot(const QString &name)
             quiet.start();
         }
     }
-    save(name, image);
+    save(name, image, inGui(texts));
 }
 
 void shotOfDialog(const char *widget, const QString &name)

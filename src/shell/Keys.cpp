@@ -33,6 +33,8 @@ const QList<Keys::Key> &Keys::all()
         {Photos, "F2", TEXT("Renames the file"), form, SLOT(onRenameAction())},
         {Photos, "F5", TEXT("Reads the folder again"), form, SLOT(readAgain())},
         {Photos, TEXT("Menu"), TEXT("Opens the menu of the photo")},
+        {Photos, TEXT("Wheel"), TEXT("Moves the list by a third of a row")},
+        {Photos, TEXT("Ctrl+wheel"), TEXT("Shows the thumbnails larger or smaller")},
 
         {Viewer, TEXT("Left; Right"), TEXT("Shows the photo before, or the next one")},
         {Viewer, "Space", TEXT("Shows the next photo"), "forwardButton", click},
@@ -49,6 +51,8 @@ const QList<Keys::Key> &Keys::all()
         {Viewer, "Ctrl+S", TEXT("Exports the whole photo to a file"), form,
          SLOT(imageFileActionClicked(bool))},
         {Viewer, "Ctrl+C", TEXT("Copies the photo"), form, SLOT(pasteboardActionMenuClicked(bool))},
+        {Viewer, TEXT("Wheel; Pinch"), TEXT("Zooms")},
+        {Viewer, TEXT("Wheel over the strip"), TEXT("Moves the strip")},
         {Viewer, "Esc", TEXT("Goes back to the list"), "closeButton", click},
     };
     return keys;

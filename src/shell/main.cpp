@@ -1,4 +1,5 @@
 #include "shared/image/ImageReading.h"
+#include "shared/platform/ColourScheme.h"
 #include "shared/platform/Platform.h"
 #include "shared/Settings.h"
 #include "shared/threads/StoppableThread.h"
@@ -21,6 +22,7 @@ int main(int argc, char *argv[])
     QGuiApplication::setDesktopFileName(QStringLiteral("orrelan-gallery"));
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/resources/images/Gallery128.png")));
     QApplication::setStyle(QStringLiteral("Fusion"));
+    QApplication::setPalette(readableSelection(QApplication::palette()));
     ImageReading::setAllocationLimit();
 #ifdef ORRELAN_SHOW_PDF_AND_CONVERT_BUTTONS
     VistamoGlobal::showPdfAndConvertButtons = true;

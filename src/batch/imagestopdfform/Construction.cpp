@@ -30,6 +30,10 @@ ImagesToPDFForm::ImagesToPDFForm(QWidget *parent)
             SLOT(on_itemSelection_changed(QItemSelection, QItemSelection)));
     connect(ui->previewImage, SIGNAL(mouseDoubleClick()), SLOT(on_PreviewImage_DoubleClick()));
     updateItemSelection(0);
+    QPalette onGround; // where small icons stand out more than on a button's face
+    onGround.setColor(QPalette::Button, palette().color(QPalette::Base));
+    ui->outputFolderButton->setPalette(onGround);
+    ui->pdfFilenameButton->setPalette(onGround);
     connect(cocoaCode.get(), SIGNAL(folderSelected(QString)), SLOT(on_FolderSelected(QString)));
     loadSettings();
     uiReady = true;

@@ -1,8 +1,30 @@
 #include "shared/platform/ColourScheme.h"
 
 #include <QGuiApplication>
-#include <QPalette>
 #include <QStyleHints>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+/// As the WCAG reckons it, 0 to 1.
+double luminance(const QColor &colour)
+{
+    const auto linear = [](double part) {
+        return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF())
+           + 0.0722 * linear(colour.blueF());
+}
+
+double contrast(const QColor &one, const QColor &other)
+{
+    const auto [dark, light] = std::minmax({luminance(one), luminance(other)});
+    return (light + 0.05) / (dark + 0.05);
+}
+
+} // namespace
 
 // Before 6.5 Qt knows no colour scheme: the palette tells.
 
@@ -23,4 +45,22 @@ bool isThemeChange(const QEvent &event)
         return true;
 #endif
     return event.type() == QEvent::ThemeChange;
+}
+
+QPalette readableSelection(const QPalette &palette)
+{
+    // Texts need 4.5, and thin letters do not reach their full colour.
+    constexpr double leastContrast = 5;
+    constexpr int mostSteps = 100;
+    QPalette readable;
+    for (const auto group : {QPalette::Active, QPalette::Inactive}) {
+        const QColor text = palette.color(group, QPalette::HighlightedText);
+        QColor back = palette.color(group, QPalette::Highlight);
+        const bool isOnDark = contrast(text, Qt::black) > contrast(text, Qt::white);
+        for (int step = 0; step < mostSteps && contrast(text, back) < leastContrast; ++step)
+            back = isOnDark ? back.darker(105) : back.lighter(105);
+        readable.setColor(group, QPalette::HighlightedText, text);
+        readable.setColor(group, QPalette::Highlight, back);
+    }
+    return readable;
 }

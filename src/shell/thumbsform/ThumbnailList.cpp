@@ -174,6 +174,13 @@ void ThumbsForm::applyListStyleSheet()
         QStringLiteral("QListView::indicator:checked { border: 1px solid %1; }").arg(colour));
     ui->mainListView->setStyleSheet(
         QStringLiteral("QListView::indicator:unchecked { border: 1px solid %1; }").arg(colour));
+    // Icons stand out too little on the face of a pressed button.
+    for (auto *const button : findChildren<QToolButton *>()) {
+        QPalette colours;
+        colours.setColor(QPalette::Button, palette().color(QPalette::Base));
+        if (button->isCheckable() && button->autoRaise())
+            button->setPalette(colours);
+    }
 }
 
 void ThumbsForm::applyThemeChange()
