@@ -282,6 +282,7 @@ DecodeGuard::Decoding::Decoding(const QString &path)
 {
     // Before the lock, since a drive may take its time to answer.
     const Note now = noteOf(QFileInfo(path));
+    const bool hasLittleMemory = isMemoryShort();
 
     auto access = state.lock();
     if (const auto note = access->notes.of(path)) {
@@ -295,7 +296,7 @@ DecodeGuard::Decoding::Decoding(const QString &path)
     while (!access->aloneUntil.hasExpired() && access.wait(access->aloneUntil)) {
     }
     // Whoever eats all memory is then in the journal alone, and those that come by do not starve.
-    alone = suspect || isMemoryShort();
+    alone = suspect || hasLittleMemory;
     if (alone) {
         access->aloneUntil.setRemainingTime(longestAloneMs);
         while (access->inFlight > 0 && access.wait(access->aloneUntil)) {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <fstream>
 #include <limits>
 #include <utility>
 
@@ -100,10 +101,10 @@ qint64 Platform::usableMemory()
 
 qint64 Platform::usedMemory()
 {
-    QFile file(QStringLiteral("/proc/self/statm")); // pages: all that is mapped, what of it is in memory, ...
-    if (!file.open(QIODevice::ReadOnly))
-        return 0;
-    return file.readLine().split(' ').value(1).toLongLong() * sysconf(_SC_PAGE_SIZE);
+    qint64 mapped = 0;
+    qint64 inMemory = 0;
+    std::ifstream("/proc/self/statm") >> mapped >> inMemory; // pages
+    return inMemory * sysconf(_SC_PAGE_SIZE);
 }
 
 qint64 Platform::processorTime()
