@@ -373,6 +373,15 @@ private slots:
         const QImage marked = painted(5);
         VistamoGlobal::fileDataList[5].imageRect = QRect(); // as while it is loading
         QVERIFY(painted(5) != marked);
+        const auto paintedInStrip = [this] {
+            const QTableView *const strip = program->strip();
+            return strip->viewport()->grab(strip->visualRect(strip->model()->index(0, 5))).toImage();
+        };
+        program->open(5);
+        const QImage loading = paintedInStrip();
+        VistamoGlobal::fileDataList[5].imageRect = QRect(1, 1, 0, 0);
+        QVERIFY(paintedInStrip() != loading);
+        program->click("closeButton");
         VistamoGlobal::fileDataList[5].imageRect = QRect(1, 1, 0, 0);
         const auto whole = [this] { return program->list()->viewport()->grab().toImage(); };
         show(2, 0);

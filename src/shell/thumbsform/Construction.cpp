@@ -140,6 +140,7 @@ void ThumbsForm::setUpViews()
     ui->mainListView->setItemDelegate(new ThumbnailDelegate(this));
     ui->mainListView->setModel(&fileList.list());
 
+    ui->galleryTableView->setItemDelegate(new ThumbnailDelegate(this));
     ui->galleryTableView->setModel(&fileList.strip());
     ui->galleryTableView->setEditTriggers(QAbstractItemView::NoEditTriggers);
     ui->galleryTableView->setDragEnabled(false);
