@@ -1,10 +1,10 @@
 #include "shared/image/ImageReading.h"
-#include "shared/platform/ColourScheme.h"
 #include "shared/platform/Platform.h"
 #include "shared/Settings.h"
 #include "shared/threads/StoppableThread.h"
 #include "shared/VistamoGlobal.h"
 #include "shell/MainWindow.h"
+#include "shell/ReadableStyle.h"
 
 #include <QApplication>
 #include <QFileInfo>
@@ -21,8 +21,7 @@ int main(int argc, char *argv[])
                                              + QStringLiteral("/" ORRELAN_PLUGINS));
     QGuiApplication::setDesktopFileName(QStringLiteral("orrelan-gallery"));
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/resources/images/Gallery128.png")));
-    QApplication::setStyle(QStringLiteral("Fusion"));
-    QApplication::setPalette(readableSelection(QApplication::palette()));
+    QApplication::setStyle(new ReadableStyle(QStringLiteral("Fusion")));
     ImageReading::setAllocationLimit();
 #ifdef ORRELAN_SHOW_PDF_AND_CONVERT_BUTTONS
     VistamoGlobal::showPdfAndConvertButtons = true;

@@ -2,6 +2,7 @@
 #include "library/ThumbnailDelegate.h"
 #include "library/TListView.h"
 #include "shared/dialogs/MessageBox.h"
+#include "shell/ReadableStyle.h"
 #include "support/Pictures.h"
 #include "viewer/CropOverlay.h"
 #include "viewer/TImageLabel.h"
@@ -20,6 +21,17 @@ QStandardItem *newItem(const QString &name, bool checkable)
     item->setCheckable(checkable);
     return item;
 }
+
+/// Has the palette of a desktop, which may change.
+class Desktop : public QProxyStyle
+{
+public:
+    using QProxyStyle::polish;
+    using QProxyStyle::QProxyStyle;
+    void polish(QPalette &palette) override { palette.setColor(QPalette::Highlight, highlight); }
+
+    QColor highlight;
+};
 
 /// True if the wheel over a widget is taken for its own.
 bool turnWheel(QWidget *widget, QPoint turn, Qt::KeyboardModifiers keys = Qt::NoModifier)
@@ -53,6 +65,21 @@ private slots:
         });
         QVERIFY(!MessageBox::confirm(name, name));
         QCOMPARE(shown, name + name);
+    }
+
+    void selectionStaysReadableWhenTheThemeChanges()
+    {
+        auto *const desktop = new Desktop("Fusion");
+        QApplication::setStyle(new ReadableStyle(desktop));
+        const auto shown = [desktop](const QColor &highlight) {
+            desktop->highlight = highlight;
+            QApplication::setPalette({});
+            return QApplication::palette().color(QPalette::Highlight);
+        };
+        const QColor light(160, 200, 250);
+        QVERIFY(shown(light).lightness() < light.lightness()); // under white texts
+        for (const Qt::GlobalColor strong : {Qt::darkBlue, Qt::black})
+            QCOMPARE(shown(strong), QColor(strong));
     }
 
     void sizesAreThoseOfTheDefaultDelegate()

@@ -23,6 +23,7 @@ bool MessageBox::informWithAction(const QString &title, const QString &text, con
     QMessageBox box(QMessageBox::Information, title, text, QMessageBox::Ok, QApplication::activeWindow(),
                     Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
     const QPushButton *const actionButton = box.addButton(action, QMessageBox::ActionRole);
+    box.setEscapeButton(QMessageBox::Ok); // of two, Qt picks none by itself
     box.setTextFormat(Qt::PlainText);
     box.exec();
     return box.clickedButton() == actionButton;

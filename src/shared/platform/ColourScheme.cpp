@@ -47,20 +47,17 @@ bool isThemeChange(const QEvent &event)
     return event.type() == QEvent::ThemeChange;
 }
 
-QPalette readableSelection(const QPalette &palette)
+void makeSelectionReadable(QPalette &palette)
 {
     // Texts need 4.5, and thin letters do not reach their full colour.
     constexpr double leastContrast = 5;
     constexpr int mostSteps = 100;
-    QPalette readable;
     for (const auto group : {QPalette::Active, QPalette::Inactive}) {
         const QColor text = palette.color(group, QPalette::HighlightedText);
         QColor back = palette.color(group, QPalette::Highlight);
         const bool isOnDark = contrast(text, Qt::black) > contrast(text, Qt::white);
         for (int step = 0; step < mostSteps && contrast(text, back) < leastContrast; ++step)
             back = isOnDark ? back.darker(105) : back.lighter(105);
-        readable.setColor(group, QPalette::HighlightedText, text);
-        readable.setColor(group, QPalette::Highlight, back);
+        palette.setColor(group, QPalette::Highlight, back);
     }
-    return readable;
 }

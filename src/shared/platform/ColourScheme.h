@@ -9,6 +9,14 @@
 /// True for the event by which a window learns that the system's theme has changed.
 [[nodiscard]] bool isThemeChange(const QEvent &event);
 
-/// The colours of selected texts of a palette, their background so much darker or lighter that they can be
-/// read. Sets nothing else.
-[[nodiscard]] QPalette readableSelection(const QPalette &palette);
+/// Makes the background of a palette's selected texts so much darker or lighter that they can be read.
+void makeSelectionReadable(QPalette &palette);
+
+/// Lets a button's face be the ground of lists and fields, from which small icons stand out more.
+template <typename Button>
+void putOnGround(Button &button, const QPalette &surroundings)
+{
+    QPalette colours;
+    colours.setColor(QPalette::Button, surroundings.color(QPalette::Base));
+    button.setPalette(colours);
+}

@@ -174,12 +174,9 @@ void ThumbsForm::applyListStyleSheet()
         QStringLiteral("QListView::indicator:checked { border: 1px solid %1; }").arg(colour));
     ui->mainListView->setStyleSheet(
         QStringLiteral("QListView::indicator:unchecked { border: 1px solid %1; }").arg(colour));
-    // Icons stand out too little on the face of a pressed button.
     for (auto *const button : findChildren<QToolButton *>()) {
-        QPalette colours;
-        colours.setColor(QPalette::Button, palette().color(QPalette::Base));
         if (button->isCheckable() && button->autoRaise())
-            button->setPalette(colours);
+            putOnGround(*button, palette()); // icons stand out too little on the face of a pressed button
     }
 }
 
