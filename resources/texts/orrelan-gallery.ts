@@ -466,6 +466,10 @@
         <source>Are you sure you want to overwrite </source>
         <translation type="unfinished"></translation>
     </message>
+    <message>
+        <source>Adding images: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>ImagesToPDFPreviewDialog</name>
@@ -1136,6 +1140,10 @@
     </message>
     <message>
         <source>%1 of %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Exporting, %1 left</source>
         <translation type="unfinished"></translation>
     </message>
 </context>

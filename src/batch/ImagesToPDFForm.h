@@ -46,6 +46,9 @@ public:
     /// Adds these files to the list, in their order.
     void setSourceFiles(const QList<VistamoGlobal::TFileData> &files);
 
+protected:
+    void changeEvent(QEvent *event) override;
+
 signals:
     void closeToolWidget();
     void closeApp();
@@ -104,6 +107,7 @@ private:
     };
 
     // Construction
+    void colourButtons();
     void setUpList();
     void fillComboBoxes();
     void loadSettings();
@@ -119,6 +123,7 @@ private:
     void addUrls(const QList<QUrl> &urls);
     [[nodiscard]] bool addUrlsThreadActive() const { return addUrlsThread.isActive(); }
     void startAddUrlsThread(const QList<QUrl> &urls);
+    void showCollected(qsizetype count);
 
     // The list
     void updateFormState(State state);
@@ -167,6 +172,8 @@ private:
     QPointer<ImagesToPDFProgressForm> progressForm;
 
     Worker<ImagesToPDFAddUrlsThread> addUrlsThread;
+    QTimer collectingTimer; ///< until it is told how many images were added
+    qsizetype collected = 0;
 
     QTimer updateTimer;
     QString selectedFile;

@@ -182,7 +182,8 @@ private slots:
     void showFilterDialog(int filterIndex);
 
     // Export
-    void onSaveImageFinished() {} ///< kept for the interface: the worker is free again by then
+    void onSaveImageFinished();
+    void onExportsWorking(qsizetype left);
     void imageFileActionClicked(bool checked);
     void pasteboardActionMenuClicked(bool checked);
     void on_exportCropImageButton_clicked();

@@ -20,6 +20,7 @@ Exports::Exports()
     *receiver->lock() = this;
     writers.push_back(std::make_unique<Writer>());
     connect(&hangTimer, &QTimer::timeout, this, &Exports::passHanging);
+    connect(&hangTimer, &QTimer::timeout, this, &Exports::tellWork);
 }
 
 Exports::~Exports()
@@ -106,6 +107,14 @@ void Exports::passHanging()
     writers.push_back(std::make_unique<Writer>());
     if (!others.isEmpty())
         write(others, *writers.back());
+}
+
+void Exports::tellWork()
+{
+    qsizetype left = 0;
+    for (const auto &writer : writers)
+        left += writer->isActive() ? (*writer)->left() : 0;
+    emit working(left);
 }
 
 void Exports::finish()

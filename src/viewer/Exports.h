@@ -43,6 +43,9 @@ public:
     void finish();
 
 signals:
+    /// About once a second: so many pictures are yet to be written.
+    void working(qsizetype left);
+
     void made(const QImage &picture);
 
     /// Nothing is left to write.
@@ -54,6 +57,7 @@ private:
     void write(const TSaveImageRequest &request);
     void write(const QList<TSaveImageRequest> &requests, Writer &writer);
     void passHanging();
+    void tellWork();
 
     std::vector<std::unique_ptr<Writer>> writers; ///< that at work last; before it those that hung
     QTimer hangTimer;                             ///< runs while something is being written

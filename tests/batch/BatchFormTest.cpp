@@ -1,6 +1,7 @@
 #include "batch/ImagesToPDFForm.h"
 #include "batch/ImagesToPDFFrame.h"
 #include "batch/ImagesToPDFProgressForm.h"
+#include "shared/image/MemoryBudget.h"
 #include "support/Program.h"
 
 /// The batch tools through the program's real form.
@@ -53,6 +54,13 @@ private slots:
         find<QComboBox>("targetComboBox")->setCurrentText("JPG");
         QCOMPARE(batchSettings().value("General/targeFileType").toInt(), 4);
         QCOMPARE(batchSettings().allKeys().size(), 11);
+        for (const Qt::GlobalColor colour : {Qt::black, Qt::white}) { // the theme changes
+            QApplication::setPalette(QColor(colour));
+            const QPalette ground = find("sourceTreeView")->palette();
+            for (const char *const button : {"outputFolderButton", "pdfFilenameButton"})
+                QCOMPARE(tool(button)->palette().color(QPalette::Button), ground.color(QPalette::Base));
+        }
+        QApplication::setPalette({});
         tool("pdfNoMarginButton")->click();
         QVERIFY(!find("pdfMarginSizeSpinBox")->isVisible());
         tool("backButton")->click();
@@ -221,8 +229,14 @@ private slots:
     {
         open("convertButton", {});
         Pictures::saveMany(path("photos"), 60, QSize(1500, 1000));
+        MemoryBudget::setBytes(1);
+        auto all = std::make_unique<const MemoryBudget::Share>(1); // nothing is decoded
         add({"photos"});
+        QTRY_VERIFY(find("collectedLabel")->isVisible());
+        all.reset();
         QTRY_VERIFY(rows().size() > 2);
+        QCOMPARE(text("collectedLabel"), QStringLiteral("Adding images: %1").arg(rows().size()));
+        MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
         tool("backButton")->click(); // the form, while it fills its list
         QTRY_VERIFY(!form());
 
@@ -241,6 +255,7 @@ private slots:
         QTRY_VERIFY(view()->isVisible());
         QVERIFY(disk("out").size() < 60);
         QCOMPARE(asked, QStringList()); // no message
+        QTRY_VERIFY(!find("collectedLabel")->isVisible());
 
         QVERIFY(QDir(path("out")).removeRecursively() && QDir().mkdir(path("out")));
         tool("createPdfButton")->click();

@@ -1,4 +1,5 @@
 #include "shared/image/Flipping.h"
+#include "shared/image/MemoryBudget.h"
 #include "support/Program.h"
 #include "viewer/TImageLabel.h"
 
@@ -130,6 +131,17 @@ private slots:
         answer = path("crop.png");
         program->click("exportCropImageButton");
         QCOMPARE(written(), expected);
+        // What takes longer than a moment says how far it is.
+        MemoryBudget::setBytes(1);
+        auto all = std::make_unique<const MemoryBudget::Share>(1);
+        exportTo(path("slow.png"));
+        exportTo(path("late.png"));
+        QTRY_COMPARE(text("exportLabel"), "Exporting, 2 left");
+        QVERIFY(program->find("exportLabel")->isVisible());
+        all.reset();
+        QTRY_VERIFY(!program->find("exportLabel")->isVisible());
+        MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
+        answer = path("crop.png");
 
         // It stays while it is wide enough and the picture is of the same size.
         program->click("cropButton");

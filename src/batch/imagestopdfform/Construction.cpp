@@ -2,6 +2,7 @@
 
 #include "batch/ImagesToPDFPreviewDialog.h"
 #include "batch/ImagesToPDFProgressForm.h"
+#include "shared/platform/ColourScheme.h"
 #include "ui_ImagesToPDFForm.h"
 
 #include <QDir>
@@ -30,10 +31,9 @@ ImagesToPDFForm::ImagesToPDFForm(QWidget *parent)
             SLOT(on_itemSelection_changed(QItemSelection, QItemSelection)));
     connect(ui->previewImage, SIGNAL(mouseDoubleClick()), SLOT(on_PreviewImage_DoubleClick()));
     updateItemSelection(0);
-    QPalette onGround; // where small icons stand out more than on a button's face
-    onGround.setColor(QPalette::Button, palette().color(QPalette::Base));
-    ui->outputFolderButton->setPalette(onGround);
-    ui->pdfFilenameButton->setPalette(onGround);
+    colourButtons();
+    collectingTimer.setSingleShot(true);
+    connect(&collectingTimer, &QTimer::timeout, ui->collectedLabel, &QWidget::show);
     connect(cocoaCode.get(), SIGNAL(folderSelected(QString)), SLOT(on_FolderSelected(QString)));
     loadSettings();
     uiReady = true;
@@ -43,6 +43,19 @@ ImagesToPDFForm::~ImagesToPDFForm()
 {
     addUrlsThread.release();
     delete progressForm; // ends its run
+}
+
+void ImagesToPDFForm::colourButtons()
+{
+    for (QToolButton *const button : {ui->outputFolderButton, ui->pdfFilenameButton})
+        putOnGround(*button, palette());
+}
+
+void ImagesToPDFForm::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        colourButtons();
 }
 
 void ImagesToPDFForm::setUpList()

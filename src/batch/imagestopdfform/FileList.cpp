@@ -8,6 +8,12 @@
 
 #include <algorithm>
 
+namespace {
+
+constexpr int showAfterMs = 500; // what is over sooner needs no telling
+
+} // namespace
+
 void ImagesToPDFForm::clearFileList()
 {
     fileListModel.removeRows(0, fileListModel.rowCount());
@@ -67,17 +73,27 @@ void ImagesToPDFForm::startAddUrlsThread(const QList<QUrl> &urls)
     addUrlsThread.on(&Thread::filesFound, [this](const QList<BatchFile> &files) { onFilesFound(files); });
     addUrlsThread.on(&Thread::addUrlsFinish, [this](const QString &lastPath) { onAddUrlsFinish(lastPath); });
     addUrlsThread->addUrls(urls);
+    showCollected(0);
+    collectingTimer.start(showAfterMs);
     addUrlsThread.start(QThread::InheritPriority, [this](Thread &ended) {
         if (const QList<QUrl> waiting = ended.takeWaiting(); !waiting.isEmpty())
-            startAddUrlsThread(waiting);
-        else
-            onAddUrlsReadyToClose();
+            return startAddUrlsThread(waiting);
+        collectingTimer.stop();
+        ui->collectedLabel->hide();
+        onAddUrlsReadyToClose();
     });
 }
 
 void ImagesToPDFForm::onFilesFound(const QList<BatchFile> &files)
 {
     fileListModel.addFiles(files);
+    showCollected(collected + files.size());
+}
+
+void ImagesToPDFForm::showCollected(qsizetype count)
+{
+    collected = count;
+    ui->collectedLabel->setText(tr("Adding images: %1").arg(count));
 }
 
 void ImagesToPDFForm::onAddUrlsFinish(QString lastPath)

@@ -224,6 +224,7 @@ void ThumbsForm::connectViews()
     connect(&adjustments, SIGNAL(resultAvailable(QImage)), SLOT(on_filterResultAvailable(QImage)));
     connect(&adjustments, SIGNAL(finished()), SLOT(on_filterFinished()));
     connect(&exports, SIGNAL(finished()), SLOT(onSaveImageFinished()));
+    connect(&exports, SIGNAL(working(qsizetype)), SLOT(onExportsWorking(qsizetype)));
     connect(&exports, &Exports::made, this,
             [](const QImage &picture) { QGuiApplication::clipboard()->setImage(picture); });
 

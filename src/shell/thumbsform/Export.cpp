@@ -1,6 +1,7 @@
 #include "shell/ThumbsForm.h"
 
 #include "shared/dialogs/FileDialog.h"
+#include "ui_ThumbsForm.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -42,6 +43,18 @@ void ThumbsForm::pasteboardActionMenuClicked(bool)
     }
     exports.dropMade(); // or an older picture would take this one's place
     QGuiApplication::clipboard()->setImage(pictureView.picture().toImage());
+}
+
+/// Tells how far exports are that take longer than a moment.
+void ThumbsForm::onExportsWorking(qsizetype left)
+{
+    ui->exportLabel->setText(tr("Exporting, %1 left").arg(left));
+    ui->exportLabel->show();
+}
+
+void ThumbsForm::onSaveImageFinished()
+{
+    ui->exportLabel->hide();
 }
 
 /// Asks for a path, at which the next dialog starts, and exports a picture there, whatever is on show by

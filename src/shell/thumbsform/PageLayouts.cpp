@@ -103,7 +103,7 @@ void layoutViewerPage(const Ui::ThumbsForm &ui)
     auto *const infoRow = new QHBoxLayout(ui.fileInfoWidget);
     infoRow->setAlignment(Qt::AlignLeft);
     infoRow->setContentsMargins(6, 0, 2, 4);
-    addAll(infoRow, {ui.sizeInfoLabel, ui.percentResizeLabel});
+    addAll(infoRow, {ui.sizeInfoLabel, ui.percentResizeLabel, ui.exportLabel});
 
     auto *const page = new QVBoxLayout(ui.widget2);
     page->setContentsMargins(0, 0, 0, 0);
