@@ -13,15 +13,18 @@
 #include <QDirIterator>
 #include <QGuiApplication>
 #include <QMap>
+#include <QRandomGenerator>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QStorageInfo>
 #include <QtDebug>
 
 #include <algorithm>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <new>
+#include <thread>
 
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -30,6 +33,7 @@
 /// way, or kills it there.
 ///
 ///     FailingCalls [EVERY [NAME]]       every so many cases, all unless named; of one piece of work
+///     FailingCalls --kills COUNT [SEED] kills so many pieces of work at random moments instead
 ///
 /// Afterwards each file has to be whole, old or new, in its old or its new place, and what is said to be done
 /// has to be done. It ends with 1 where something was wrong.
@@ -170,8 +174,8 @@ void prepare(const Work &work)
         Files::write(file.key(), *file);
 }
 
-/// Does the work once. What is wrong then; empty for nothing.
-QString tryOut(const Work &work, const Plan &plan)
+/// Does the work once, or kills it after a time. What is wrong then; empty for nothing.
+QString tryOut(const Work &work, const Plan &plan, std::chrono::microseconds killAfter = {})
 {
     prepare(work);
     CallFailures::report->calls = 0;
@@ -184,9 +188,14 @@ QString tryOut(const Work &work, const Plan &plan)
         const bool done = work.run();
         _exit(done ? 1 : 0);
     }
+    if (killAfter.count() > 0) {
+        std::this_thread::sleep_for(killAfter);
+        kill(child, SIGKILL);
+    }
     int status = 0;
     waitpid(child, &status, 0);
-    const bool mayBeKilled = plan.kind == Plan::KillBefore || plan.kind == Plan::KillAfter;
+    const bool mayBeKilled =
+        plan.kind == Plan::KillBefore || plan.kind == Plan::KillAfter || killAfter.count() > 0;
     if (WIFSIGNALED(status) && !(mayBeKilled && WTERMSIG(status) == SIGKILL))
         return QStringLiteral("it ended by signal %1").arg(WTERMSIG(status));
     return fault(work, WIFEXITED(status) && WEXITSTATUS(status) == 1, plan);
@@ -438,21 +447,40 @@ int main(int argc, char **argv)
     CallFailures::report = new (shared) CallFailures::Report;
     CallFailures::isOfTest = [](const char *) { return false; };
 
-    const int every = argc > 1 ? std::max(1, std::atoi(argv[1])) : 1;
-    const QString wanted = argc > 2 ? QString::fromLocal8Bit(argv[2]) : QString();
     int cases = 0;
     int faults = 0;
-    const auto check = [&](const Work &work, const Plan &plan) {
-        QString wrong = tryOut(work, plan);
+    const auto check = [&](const Work &work, const Plan &plan, std::chrono::microseconds killAfter = {}) {
+        QString wrong = tryOut(work, plan, killAfter);
         if (wrong.isEmpty() && work.name == QLatin1String("database"))
             wrong = faultOfDatabase(work);
         if (!wrong.isEmpty() && ++faults < 30)
             std::printf("WRONG: %s, call %ld (%s), kind %d, error %d: %s\n", qPrintable(work.name), plan.at,
                         CallFailures::report->failed, plan.kind, plan.error, qPrintable(wrong));
     };
-    for (const Work &work : allWork()) {
-        if ((!wanted.isEmpty() && work.name != wanted)
-            || (hasTrash && work.name.startsWith(QLatin1String("trash"))))
+    QList<Work> all = allWork();
+    if (hasTrash)
+        all.removeIf([](const Work &work) { return work.name.startsWith(QLatin1String("trash")); });
+
+    if (argc > 2 && QByteArray(argv[1]) == "--kills") {
+        QRandomGenerator random(argc > 3 ? QByteArray(argv[3]).toUInt()
+                                         : QRandomGenerator::global()->generate());
+        const int kills = std::atoi(argv[2]);
+        for (; cases < kills; ++cases) {
+            const Work &work = all[cases % all.size()];
+            const auto begin = std::chrono::steady_clock::now();
+            check(work, {});
+            const std::chrono::duration<double, std::micro> took = std::chrono::steady_clock::now() - begin;
+            check(work, {}, std::chrono::microseconds(1 + random.bounded(static_cast<int>(took.count()))));
+        }
+        clear();
+        std::printf("%d kills, %d wrong\n", cases, faults);
+        return faults == 0 ? 0 : 1;
+    }
+
+    const int every = argc > 1 ? std::max(1, std::atoi(argv[1])) : 1;
+    const QString wanted = argc > 2 ? QString::fromLocal8Bit(argv[2]) : QString();
+    for (const Work &work : std::as_const(all)) {
+        if (!wanted.isEmpty() && work.name != wanted)
             continue;
         check(work, {});
         const long calls = CallFailures::report->calls;
