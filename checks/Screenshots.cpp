@@ -387,7 +387,15 @@ private:
         click("slideShowButton");
         shotOfDialog("SlideShowForm", "slideshow");
         click("optionsButton");
-        shotOfDialog("OptionsDialog", "options-dialog");
+        waitFor("OptionsDialog");
+        shot("options-dialog");
+        click("bkColorButton");
+        shotOfDialog("ColourDialog", "colour-dialog");
+        dismiss("OptionsDialog");
+        click("aboutButton");
+        shotOfDialog("AboutDialog", "about-dialog");
+        begin([] { QMetaObject::invokeMethod(seen("ThumbsForm"), "showKeys"); });
+        shotOfDialog("KeysDialog", "keys-dialog");
     }
 
     void visitDialogs()

@@ -8,6 +8,7 @@
 KeysDialog::KeysDialog(QWidget *parent)
     : QDialog(parent)
 {
+    setObjectName(QStringLiteral("KeysDialog"));
     setWindowTitle(tr("Keys"));
     auto *const list = new QTreeWidget(this);
     list->setAccessibleName(tr("Keys"));

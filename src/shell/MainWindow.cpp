@@ -67,7 +67,10 @@ void MainWindow::OnExitFullScreen()
 {
     if (!wasFullScreen) {
         showNormal();
-        setGeometry(savedGeometry);
+        // A compositor gives the size back by itself, and ends a program that takes more than the screen
+        // before.
+        if (!QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+            setGeometry(savedGeometry);
     }
     VistamoGlobal::isFullScreen = false;
 }
