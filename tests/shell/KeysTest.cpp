@@ -1,4 +1,5 @@
 #include "shell/Keys.h"
+#include "shell/ReadableStyle.h"
 #include "support/Program.h"
 
 /// The program without a mouse.
@@ -7,6 +8,8 @@ class KeysTest : public ProgramTest
     Q_OBJECT
 
 private slots:
+    static void initTestCase() { QApplication::setStyle(new ReadableStyle("Fusion")); }
+
     void init()
     {
         newFolder({"first", "second"});
@@ -174,9 +177,15 @@ private slots:
     {
         const auto round = [this] {
             QStringList names;
+            press("Tab"); // from now on the focus is shown
+            press("Shift+Tab");
             for (int i = 0; i < 40 && !names.contains(QApplication::focusWidget()->objectName()); ++i) {
-                names.append(QApplication::focusWidget()->objectName());
+                QWidget *const stop = QApplication::focusWidget();
+                const QImage focused = stop->grab().toImage();
                 press("Tab");
+                names.append(stop->objectName());
+                if (stop->grab().toImage() == focused)
+                    names.append("(unseen)");
             }
             return names.join(' ');
         };
@@ -189,6 +198,9 @@ private slots:
             "rotateLeftButton "
             "rotateRightButton flipHButton flipVButton cropButton galleryButton adjustButton exportButton "
             "closeButton");
+        program->click("closeButton");
+        program->call("onImagesToPDFAction");
+        QVERIFY(!round().contains("unseen"));
     }
 
 private:
