@@ -252,7 +252,7 @@ QString kindOf(const QWidget *widget)
     const auto *const field = qobject_cast<const QLineEdit *>(widget);
     if (button && button->toolButtonStyle() == Qt::ToolButtonIconOnly)
         return "icon";
-    const bool isText = label   ? !label->text().isEmpty()
+    const bool isText = label   ? !label->text().trimmed().isEmpty()
                         : field ? !field->text().isEmpty()
                                 : qobject_cast<const QAbstractButton *>(widget)
                                       || qobject_cast<const QComboBox *>(widget)
@@ -298,11 +298,14 @@ QJsonArray texts()
         for (int row = 0; row < view->model()->rowCount(); ++row) {
             const QModelIndex item = view->model()->index(row, 0);
             QRect rect = view->visualRect(item);
-            if (qobject_cast<const QListView *>(view)) // photos above their names
+            if (qobject_cast<const QListView *>(view)) { // photos above their names
                 rect.setTop(std::max(rect.top(), rect.bottom() - view->fontMetrics().height()));
-            else
+            } else { // in rows that may be much wider
                 rect.setLeft(rect.left() + std::max(view->iconSize().width(), view->fontMetrics().height())
                              + 8);
+                rect.setWidth(
+                    std::min(rect.width(), view->fontMetrics().horizontalAdvance(item.data().toString())));
+            }
             add(view->viewport(), rect, view->objectName() + ' ' + item.data().toString(), "text",
                 item.flags() & Qt::ItemIsEnabled && view->isEnabled());
         }

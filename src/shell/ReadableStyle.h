@@ -6,8 +6,8 @@
 #include <QProxyStyle>
 #include <QStyleOption>
 
-/// A style whose selected texts can be read, whatever palette the desktop has, or changes to, and which shows
-/// by their frames that views have the focus.
+/// A style whose links and selected texts can be read, whatever palette the desktop has, or changes to, and
+/// which shows by their frames that views have the focus.
 class ReadableStyle : public QProxyStyle
 {
 public:
@@ -17,7 +17,7 @@ public:
     void polish(QPalette &palette) override
     {
         QProxyStyle::polish(palette);
-        makeSelectionReadable(palette);
+        makeReadable(palette);
     }
 
     void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,

@@ -28,9 +28,14 @@ class Desktop : public QProxyStyle
 public:
     using QProxyStyle::polish;
     using QProxyStyle::QProxyStyle;
-    void polish(QPalette &palette) override { palette.setColor(QPalette::Highlight, highlight); }
+    void polish(QPalette &palette) override
+    {
+        palette.setColor(QPalette::Highlight, highlight);
+        palette.setColor(QPalette::Window, ground);
+    }
 
     QColor highlight;
+    QColor ground = Qt::white;
 };
 
 /// True if the wheel over a widget is taken for its own.
@@ -80,6 +85,13 @@ private slots:
         QVERIFY(shown(light).lightness() < light.lightness()); // under white texts
         for (const Qt::GlobalColor strong : {Qt::darkBlue, Qt::black})
             QCOMPARE(shown(strong), QColor(strong));
+        const auto link = [desktop](const QColor &ground) {
+            desktop->ground = ground;
+            QApplication::setPalette({});
+            return QApplication::palette().color(QPalette::Link);
+        };
+        QCOMPARE(link(Qt::white), QColor(Qt::blue));
+        QVERIFY(link(Qt::black).lightness() > 150);
     }
 
     void sizesAreThoseOfTheDefaultDelegate()

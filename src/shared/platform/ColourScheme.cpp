@@ -24,6 +24,18 @@ double contrast(const QColor &one, const QColor &other)
     return (light + 0.05) / (dark + 0.05);
 }
 
+/// The colour, so much darker or lighter that it stands out from the other one.
+QColor standingOut(QColor colour, const QColor &other)
+{
+    // Texts need 4.5, and thin letters do not reach their full colour.
+    constexpr double leastContrast = 5;
+    constexpr int mostSteps = 100;
+    const bool isOnDark = contrast(other, Qt::black) < contrast(other, Qt::white);
+    for (int step = 0; step < mostSteps && contrast(colour, other) < leastContrast; ++step)
+        colour = isOnDark ? colour.lighter(105) : colour.darker(105);
+    return colour;
+}
+
 } // namespace
 
 // Before 6.5 Qt knows no colour scheme: the palette tells.
@@ -47,17 +59,14 @@ bool isThemeChange(const QEvent &event)
     return event.type() == QEvent::ThemeChange;
 }
 
-void makeSelectionReadable(QPalette &palette)
+void makeReadable(QPalette &palette)
 {
-    // Texts need 4.5, and thin letters do not reach their full colour.
-    constexpr double leastContrast = 5;
-    constexpr int mostSteps = 100;
     for (const auto group : {QPalette::Active, QPalette::Inactive}) {
         const QColor text = palette.color(group, QPalette::HighlightedText);
-        QColor back = palette.color(group, QPalette::Highlight);
-        const bool isOnDark = contrast(text, Qt::black) > contrast(text, Qt::white);
-        for (int step = 0; step < mostSteps && contrast(text, back) < leastContrast; ++step)
-            back = isOnDark ? back.darker(105) : back.lighter(105);
-        palette.setColor(group, QPalette::Highlight, back);
+        palette.setColor(group, QPalette::Highlight,
+                         standingOut(palette.color(group, QPalette::Highlight), text));
+        palette.setColor(
+            group, QPalette::Link,
+            standingOut(palette.color(group, QPalette::Link), palette.color(group, QPalette::Window)));
     }
 }

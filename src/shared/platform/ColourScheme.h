@@ -9,8 +9,8 @@
 /// True for the event by which a window learns that the system's theme has changed.
 [[nodiscard]] bool isThemeChange(const QEvent &event);
 
-/// Makes the background of a palette's selected texts so much darker or lighter that they can be read.
-void makeSelectionReadable(QPalette &palette);
+/// Makes links, and what is behind selected texts, so much darker or lighter that they can be read.
+void makeReadable(QPalette &palette);
 
 /// Lets a button's face be the ground of lists and fields, from which small icons stand out more.
 template <typename Button>
