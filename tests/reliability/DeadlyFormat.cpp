@@ -15,15 +15,25 @@ public:
     bool read(QImage *) override
     {
         const QByteArray how = device()->readAll().mid(7);
+        if (how == "late") {
+            QThread::sleep(1);
+            return false;
+        }
+        if (how == "abort" || how == "crash")
+            QThread::msleep(100); // by now another is in decoding
         if (how == "abort")
             std::abort();
+        if (how == "crash")
+            *static_cast<volatile int *>(nullptr) = 1;
         constexpr int bytes = 1 << 16;
         std::vector<std::vector<char>> eaten;
         while (how.startsWith("eat") && (how == "eat all" || eaten.size() < (7U << 28U) / bytes))
             eaten.emplace_back(bytes, 'x');
         if (how == "eat most") { // as the system does it
             QThread::msleep(50);
+#ifdef SIGKILL
             raise(SIGKILL);
+#endif
         }
         for (;;)
             QThread::msleep(10);
