@@ -90,12 +90,14 @@ bool replaceOpenFile(const std::wstring &from, const std::wstring &to)
 }
 
 /// The same in two steps, for other file systems. Of a program that is killed between them, the old file
-/// stays beside the new one. Failed, it leaves the error of what was tried before.
+/// stays beside the new one: nothing is begun that cannot be ended. Failed, it leaves the error of what was
+/// tried before.
 bool replaceSetAside(const std::wstring &from, const std::wstring &to)
 {
     const DWORD error = GetLastError();
     const std::wstring previous = to + L".previous";
-    if (isOpen(to) && moveFile(to, previous)) {
+    const bool canBeMoved = WindowsHandle(from, DELETE, FILE_FLAG_OPEN_REPARSE_POINT).isValid();
+    if (canBeMoved && isOpen(to) && moveFile(to, previous)) {
         if (moveFile(from, to)) {
             if (!removeDespiteProtection(previous))
                 qDebug() << "Left behind" << QString::fromStdWString(previous);
@@ -114,15 +116,26 @@ bool isFolder(const std::wstring &path)
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
 }
 
+/// Copies one stream of a file, or nothing of it.
 void copyStream(const std::wstring &from, const std::wstring &to)
 {
     const WindowsHandle source(from, GENERIC_READ);
-    const WindowsHandle target(to, GENERIC_WRITE, 0, WindowsHandle::shareAll, CREATE_ALWAYS);
-    char bytes[1 << 16];
-    DWORD length = 0;
-    while (source.isValid() && target.isValid() && ReadFile(source, bytes, sizeof(bytes), &length, nullptr)
-           && length > 0 && WriteFile(target, bytes, length, &length, nullptr)) {
+    if (!source.isValid())
+        return;
+    bool done = false;
+    {
+        const WindowsHandle target(to, GENERIC_WRITE, 0, WindowsHandle::shareAll, CREATE_ALWAYS);
+        if (!target.isValid()) // a file system without streams
+            return;
+        char bytes[1 << 16];
+        DWORD length = 0;
+        DWORD written = 0;
+        while ((done = ReadFile(source, bytes, sizeof(bytes), &length, nullptr)) && length > 0
+               && (done = WriteFile(target, bytes, length, &written, nullptr) && written == length)) {
+        }
     }
+    if (!done && !DeleteFileW(to.c_str()))
+        qDebug() << "Left in part" << QString::fromStdWString(to);
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 #include <QStorageInfo>
 #include <QtTest>
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <future>
@@ -20,6 +21,7 @@
 #ifdef Q_OS_WIN
 #    include "shared/platform/NativePath.h"
 #    include "shared/platform/WindowsHandle.h"
+#    include "support/Imports.h"
 
 #    include <shellapi.h>
 #endif
@@ -179,6 +181,29 @@ private slots:
                                      {}};
         QVERIFY(run(operation, [&] { other.reset(); }));
         QCOMPARE(state(), QStringList({"a.jpg: better", "b.jpg: new"}));
+    }
+
+    void nothingIsSetAsideThatCannotBeReplaced()
+    {
+        start();
+        FileForReading reader(path("a.jpg"));
+        QVERIFY(reader.open());
+        std::optional<WindowsHandle> other(std::in_place, nativePath(path("b.jpg")), GENERIC_READ, 0,
+                                           FILE_SHARE_READ);
+        static std::atomic_int setAside;
+        static const decltype(&MoveFileExW) usualMove = Imports::replace<decltype(&MoveFileExW)>(
+            "MoveFileExW", [](const wchar_t *from, const wchar_t *to, DWORD flags) {
+                setAside += QString::fromWCharArray(to).endsWith(".previous") ? 1 : 0;
+                return usualMove(from, to, flags);
+            });
+        QVERIFY(!run({"replaced",
+                      [this](FileCopy::Progress &progress) {
+                          return Platform::replaceFile(at("b.jpg"), at("a.jpg"), progress.heldFiles);
+                      },
+                      {}}));
+        QCOMPARE(setAside, 0);
+        other.reset();
+        QCOMPARE(state(), before);
     }
 
     void whatCannotBeFlushedIsTold()
