@@ -14,6 +14,7 @@
 
 int main(int argc, char *argv[])
 {
+    Platform::followDarkDesktop();
     QApplication application(argc, argv);
     // Last: Qt drops its own plug-ins that come after ours with the same formats.
     QCoreApplication::setLibraryPaths(QCoreApplication::libraryPaths()

@@ -114,6 +114,10 @@ void whenAskedToEnd(const std::function<void()> &end);
 /// more than write to memory.
 void whenCrashing(void (*mark)());
 
+/// Lets Qt take over the colours of a dark desktop, where it does so only if told to. Before the
+/// application's object.
+void followDarkDesktop();
+
 /// Keeps the screen from falling asleep for as long as what it gives lives, where the desktop can be told so.
 /// GUI thread.
 [[nodiscard]] std::shared_ptr<void> keepScreenAwake();

@@ -156,6 +156,8 @@ void Platform::whenAskedToEnd(const std::function<void()> &end)
     }
 }
 
+void Platform::followDarkDesktop() {}
+
 void Platform::whenCrashing(void (*mark)())
 {
     if (std::exchange(markOfCrash, mark))

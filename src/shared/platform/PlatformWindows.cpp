@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <limits>
 #include <utility>
 
@@ -22,6 +23,9 @@ namespace {
 
 // A drive without its medium is none, and no box of the system's has to say so.
 [[maybe_unused]] const UINT errorMode = SetErrorMode(GetErrorMode() | SEM_FAILCRITICALERRORS);
+
+// Who has died of an error has no window to tell it in.
+[[maybe_unused]] const int runtimeErrorMode = _set_error_mode(_OUT_TO_STDERR);
 
 /// What the job that the process runs in allows it, bytes.
 quint64 jobLimit()
@@ -95,6 +99,15 @@ void Platform::returnFreedMemory()
 }
 
 void Platform::whenAskedToEnd(const std::function<void()> &) {}
+
+// Before 6.5 Qt makes no more than frames dark by itself.
+void Platform::followDarkDesktop()
+{
+#if QT_VERSION < QT_VERSION_CHECK(6, 5, 0)
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "windows:darkmode=2");
+#endif
+}
 
 void Platform::whenCrashing(void (*mark)())
 {
