@@ -9,6 +9,12 @@
 #include <type_traits>
 #include <utility>
 
+#ifdef Q_OS_WIN
+#    include <windows.h>
+// After it.
+#    include <shlobj.h>
+#endif
+
 namespace {
 
 constexpr int longestWaitMs = 30000;
@@ -168,13 +174,28 @@ void answer(const QString &name)
     });
 }
 
+/// The same for a folder, of which the dialog may be the system's own.
+void answerWithFolder(const QString &name)
+{
+#ifdef Q_OS_WIN
+    HWND browser = nullptr;
+    waitUntil([&] { return (browser = FindWindowW(L"#32770", nullptr)); }, "the folder browser");
+    const std::wstring path = QDir::toNativeSeparators(QDir(photos()).filePath(name)).toStdWString();
+    SendMessageW(browser, BFFM_SETSELECTIONW, TRUE, reinterpret_cast<LPARAM>(path.c_str()));
+    PostMessageW(browser, WM_COMMAND, IDOK, 0);
+#else
+    answer(name);
+#endif
+}
+
 void waitUntilShown(const QString &path)
 {
     auto *const status = find<QLabel>("pathValueLabel");
     auto *const list = find<QListView>("mainListView");
     waitUntil(
         [=] {
-            return status->text().startsWith("Total: ") && status->text().endsWith(path)
+            return status->text().startsWith("Total: ")
+                   && status->text().endsWith(QDir::toNativeSeparators(path))
                    && list->model()->rowCount() == QDir(path).entryList(QDir::Files).size();
         },
         path);
@@ -409,7 +430,7 @@ private:
         chooseOfFile("Rename...");
         shotOfDialog("VistamoRenameDialog", "rename-dialog");
         chooseOfFile("Copy to...");
-        answer("Favourites");
+        answerWithFolder("Favourites");
         shotOfDialog("VistamoOverwriteFileDialog", "overwrite-dialog");
     }
 
@@ -495,6 +516,7 @@ class Screenshots : public QGenericPlugin
 public:
     QObject *create(const QString &, const QString &) override
     {
+        QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs); // which nobody could answer
         auto *const visitor = new Visitor;
         QTimer::singleShot(0, visitor, [visitor] { visitor->start(); });
         return visitor;
