@@ -8,6 +8,7 @@ ManifestDPIAware true
 SetCompressor /SOLID lzma
 RequestExecutionLevel user
 
+!include "LogicLib.nsh"
 !include "MUI2.nsh"
 
 !define NAME "Orrelan Gallery"
@@ -98,6 +99,12 @@ Section
 SectionEnd
 
 Section "Uninstall"
+    ; While the program runs, nothing goes.
+    Delete "$INSTDIR\${PROGRAM}"
+    ${If} ${FileExists} "$INSTDIR\${PROGRAM}"
+        Abort "${NAME} is running."
+    ${EndIf}
+
     ; What was installed, by name: never a folder with what else the user put there.
     !include "${FILES}.nsh"
     Delete "$INSTDIR\uninstall.exe"
