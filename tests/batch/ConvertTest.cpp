@@ -232,10 +232,10 @@ private slots:
         const QImage shown = ImageReading::read(path("in/a.jpg"));
         const QString photo = "Camera, 1, 2020:02:29 12:00:00, 50/1 27/1 0/1, %1, %2, ?, holiday, 1, Kyiv";
         for (const QString format : {"jpg", "png", "webp", "tiff", "heic", "heif", "avif", "jxl"}) {
-#ifdef Q_OS_WIN
-            if (format == "jxl") // which exiv2, as it is built there, does not read
+            if (format == "jxl" && !Exiv2::enableBMFF()) {
+                qWarning("Left out: JPEG XL, which exiv2 does not read as it was built.");
                 continue;
-#endif
+            }
             QVERIFY(convert({"in/a.jpg"}, '.' + format, true).isEmpty());
             const QString converted = "out/a." + format;
             QCOMPARE(toldOf(converted), photo.arg("60, 40", "65535, ?"));
