@@ -161,10 +161,18 @@ private slots:
             QVERIFY(read("all.pdf").startsWith("%PDF-1.6"));
         }
 
-        // A name that leads to another folder is none.
-        VistamoGlobal::pdfFileName = "real/../other.pdf";
-        create({"a.png"});
-        QVERIFY(!QFile::exists(path("other.pdf")));
+        // What is no name, or one in another folder.
+        QStringList none = {"real/../other.pdf", "real"};
+#ifdef Q_OS_WIN
+        none.append({"a.png:b.pdf", "CON.pdf", "b?.pdf", "other.pdf.", "real\\b.pdf"});
+#endif
+        const QStringList files = QDir(folder->path()).entryList();
+        for (const QString &name : none) {
+            VistamoGlobal::pdfFileName = name;
+            create({"a.png"});
+            QCOMPARE(QDir(folder->path()).entryList(), files);
+            QCOMPARE(disk("real").filter("b.pdf"), QStringList());
+        }
     }
 
 private:

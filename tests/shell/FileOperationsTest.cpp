@@ -128,6 +128,9 @@ private slots:
         QStringList none = {"a", "", ".", "..", "../b", "/b"};
         if (Files::link(path("gone.png"), path("photos/B.png")))
             none.append("B");
+#ifdef Q_OS_WIN
+        none.append({"a:b", "CON", "b?", "target\\b", "\t"});
+#endif
         for (const QString &name : none)
             rename("b.png", name);
         QCOMPARE(disk("."), QStringList());
@@ -136,7 +139,9 @@ private slots:
         QCOMPARE(QDir(path("photos")).entryList(QDir::Files | QDir::Hidden),
                  QStringList({"a.png", "b.png", "c.png"}));
         QCOMPARE(read("photos/a.png"), contents["photos/a.png"]);
-#ifndef Q_OS_WIN // Wine leaves a name that differs by case alone as it is
+#ifdef Q_OS_WIN
+        qWarning("Left out: a name that differs by case alone, which Wine leaves as it is.");
+#else
         rename("b.png", "B");
         QCOMPARE(disk("photos"), QStringList({"B.png", "a.png", "c.png"}));
         QTRY_VERIFY(program->settled() && program->fileNames().contains("B.png"));
@@ -199,7 +204,9 @@ private slots:
         program->click("deleteButton");
         QCOMPARE(disk("photos"), QStringList("c.png"));
         QTRY_COMPARE(program->rows(), 1);
-#ifndef Q_OS_WIN // where files in the bin have other names
+#ifdef Q_OS_WIN
+        qWarning("Left out: putting back from the bin, where files have other names.");
+#else
         const QString trash = qEnvironmentVariable("XDG_DATA_HOME") + "/Trash/files/";
         for (const QString name : {"a.png", "b.png"}) {
             QVERIFY(QFile::rename(trash + name, path("photos/" + name))); // put back

@@ -58,6 +58,11 @@ private slots:
     {
         save({{QSize(9, 6), "folder.png"}, {QSize(9, 6), "gone/a.png"}});
         QVERIFY(QFileInfo(path("folder.png")).isDir());
+#ifdef Q_OS_WIN
+        for (const QString name : {"a:b.png", "CON.png", "b?.png", "b.png.", "b.png "})
+            save({{QSize(9, 6), name}});
+        QCOMPARE(disk("."), QStringList());
+#endif
 
         for (const QString name : {"old.jpg", "old.tiff", "old.png"}) {
             save({{QSize(90, 60), name}});
