@@ -49,6 +49,8 @@ static bool tag(const QString &file)
     WIN32_FIND_STREAM_DATA content = {};
     const HANDLE streams = FindFirstStreamW(file.toStdWString().c_str(), FindStreamInfoStandard, &content, 0);
     FindClose(streams);
+    if (streams == INVALID_HANDLE_VALUE)
+        qWarning("Left out: further streams of a file, of which Wine knows none.");
     return streams != INVALID_HANDLE_VALUE && Files::write(file + ":tag", "sea");
 }
 
@@ -173,7 +175,10 @@ private slots:
         Failures::giveToNobody({path("."), path("to"), path("a.jpg")});
         Failures::inClosedFolder(path("to"), [&] {
             QVERIFY(!copy("a.jpg", "to/old.jpg", Existing::Replace));
-            QVERIFY(!Failures::permissionsCount || !copy("a.jpg", "to/new.jpg"));
+            if (Failures::permissionsCount)
+                QVERIFY(!copy("a.jpg", "to/new.jpg"));
+            else
+                qWarning("Left out: a folder that may not be written, which permissions do not stop there.");
         });
         Failures::onUnreadableFile(path("a.jpg"), check);
 

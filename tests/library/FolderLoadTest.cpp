@@ -6,20 +6,42 @@
 
 #include <QtTest>
 
+#include <atomic>
+
 /// What happens before any look at a file of this name; nothing on Windows.
 static std::function<void()> beforeLook;
 static const char *const lookedFor = "comes back";
 
-#ifndef Q_OS_WIN
+/// The entries that folders give before they fail, as on a drive that goes away; below 0: they don't.
+static std::atomic_int entriesUntilFailure = -1;
+
+#ifdef Q_OS_WIN
+
+static std::atomic<DWORD> failure = ERROR_IO_DEVICE;
+
+static const decltype(&FindFirstFileExW) usualFirst = Imports::replace<decltype(&FindFirstFileExW)>(
+    "FindFirstFileExW",
+    [](const wchar_t *pattern, FINDEX_INFO_LEVELS level, void *entry, FINDEX_SEARCH_OPS search, void *filter,
+       DWORD flags) -> HANDLE {
+        if (entriesUntilFailure != 0)
+            return usualFirst(pattern, level, entry, search, filter, flags);
+        SetLastError(failure);
+        return INVALID_HANDLE_VALUE;
+    });
+
+static const decltype(&FindNextFileW) usualNext = Imports::replace<decltype(&FindNextFileW)>(
+    "FindNextFileW", [](HANDLE search, WIN32_FIND_DATAW *entry) -> BOOL {
+        if (--entriesUntilFailure != 0)
+            return usualNext(search, entry);
+        SetLastError(failure);
+        return FALSE;
+    });
+
+#else
 
 #    include <dirent.h>
 #    include <dlfcn.h>
 #    include <unistd.h>
-
-#    include <atomic>
-
-/// The entries that folders give before they fail, as on a drive that goes away; below 0: they don't.
-static std::atomic_int entriesUntilFailure = -1;
 
 extern "C" dirent *readdir(DIR *folder)
 {
@@ -139,9 +161,16 @@ private slots:
             QVERIFY2(complete && !cutOff && names.isEmpty(), nothing);
         }
 
-#ifndef Q_OS_WIN
+#ifdef Q_OS_WIN
+        entriesUntilFailure = 0;
+        failure = ERROR_ACCESS_DENIED;
+        walk("c");
+        failure = ERROR_IO_DEVICE;
+        entriesUntilFailure = -1;
+#else
         QVERIFY(unlink(latin1.constData()) == 0); // or the folder could not be removed
         Failures::onUnreadableFile(path("c"), [this] { walk("c"); });
+#endif
         QVERIFY(complete && !cutOff && names.isEmpty());
 
         // A drive that fails is not taken for an empty folder, nor for a smaller one.
@@ -151,7 +180,6 @@ private slots:
             entriesUntilFailure = -1;
             QVERIFY(complete && cutOff && names.size() < 2);
         }
-#endif
     }
 
     void batchesGrowAndWaitUntilOneIsTakenIn()

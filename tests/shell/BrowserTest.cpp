@@ -462,6 +462,9 @@ private slots:
 
     void stormOfChangesEndsWithTheDisk()
     {
+#ifdef Q_OS_WIN
+        qWarning("Left out: 9,000 of 10,000 files, of which each takes ten times as long.");
+#endif
         start({path("b")}, 5);
         std::atomic_int failures = 0;
         const std::unique_ptr<QThread> storm(QThread::create([&failures, folder = path("b")] {
@@ -554,7 +557,7 @@ private:
     }
 
 #ifdef Q_OS_WIN
-    static constexpr int stormFiles = 1000; // there a file takes ten times as long
+    static constexpr int stormFiles = 1000;
 #else
     static constexpr int stormFiles = 10000;
 #endif
