@@ -322,8 +322,10 @@ QJsonArray texts()
             if (qobject_cast<const QListView *>(view)) { // photos above their names
                 rect.setTop(std::max(rect.top(), rect.bottom() - view->fontMetrics().height()));
             } else { // in rows that may be much wider
-                rect.setLeft(rect.left() + std::max(view->iconSize().width(), view->fontMetrics().height())
-                             + 8);
+                const bool isBare =
+                    item.data(Qt::DecorationRole).isNull() && item.data(Qt::CheckStateRole).isNull();
+                const int mark = std::max(view->iconSize().width(), view->fontMetrics().height()) + 8;
+                rect.setLeft(rect.left() + (isBare ? 0 : mark));
                 rect.setWidth(
                     std::min(rect.width(), view->fontMetrics().horizontalAdvance(item.data().toString())));
             }

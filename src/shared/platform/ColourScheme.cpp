@@ -28,7 +28,7 @@ double contrast(const QColor &one, const QColor &other)
 QColor standingOut(QColor colour, const QColor &other)
 {
     // Texts need 4.5, and thin letters do not reach their full colour.
-    constexpr double leastContrast = 5;
+    constexpr double leastContrast = 5.8;
     constexpr int mostSteps = 100;
     const bool isOnDark = contrast(other, Qt::black) < contrast(other, Qt::white);
     for (int step = 0; step < mostSteps && contrast(colour, other) < leastContrast; ++step)
