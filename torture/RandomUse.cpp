@@ -1,3 +1,4 @@
+#include "batch/ImagesToPDFForm.h"
 #include "support/Program.h"
 
 #include <QMenu>
@@ -141,7 +142,9 @@ public:
             folders.append(path(name));
         DialogSeam::setAnswerer([this](const DialogSeam::Question &question) { return answer(question); });
         neighbour = std::make_unique<Neighbour>(folders, random.generate());
+        VistamoGlobal::showPdfAndConvertButtons = true;
         Program::setFolders(folders, QRect(0, 0, 900, 700));
+        VistamoGlobal::outputFolder = path("exports"); // not over photos
         program = std::make_unique<Program>();
         neighbour->start(QThread::LowPriority);
         treatDialogs();
@@ -178,7 +181,7 @@ private:
         case DialogSeam::Kind::SaveFile:
             return below(4) == 0 ? QString() : path(QStringLiteral("exports/%1.jpg").arg(below(10)));
         case DialogSeam::Kind::OpenFiles:
-            return QStringList();
+            return program->fileNames().isEmpty() ? QStringList() : QStringList{anyFile(), anyFile()};
         case DialogSeam::Kind::SelectColour:
             return QColor(Qt::red);
         default:
@@ -230,6 +233,27 @@ private:
     {
         if (auto *const show = program->window->findChild<QWidget *>("SlideShowForm"))
             QTest::keyClick(show, Qt::Key_Escape);
+    }
+
+    QString anyFile()
+    {
+        const auto &records = VistamoGlobal::fileDataList;
+        const TFileRecord &record = records[below(records.size())];
+        return record.path + '/' + record.fileName;
+    }
+
+    ImagesToPDFForm *batchForm() const { return program->window->findChild<ImagesToPDFForm *>(); }
+
+    void useBatchForm()
+    {
+        const auto buttons = batchForm()->findChildren<QAbstractButton *>();
+        QAbstractButton *const button = buttons[below(buttons.size())];
+        if (!button->isVisible() || !button->isEnabled() || button->objectName() == "outputFolderButton")
+            return;
+        button->click();
+        const auto boxes = batchForm() ? batchForm()->findChildren<QComboBox *>() : QList<QComboBox *>();
+        if (!boxes.isEmpty() && below(3) == 0)
+            boxes[below(boxes.size())]->setCurrentIndex(below(12));
     }
 
     void act()
@@ -312,8 +336,11 @@ private:
                 if (below(5) == 0)
                     clickIfThere("slideShowButton");
             },
+            [this] { clickIfThere(below(2) ? "pdfButton" : "convertButton"); },
         };
         endShow();
+        if (batchForm())
+            return useBatchForm();
         actions[static_cast<size_t>(below(static_cast<qsizetype>(actions.size())))]();
     }
 
@@ -331,6 +358,7 @@ private:
               "a dialog stays");
         endShow();
         until([this] { return !program->window->findChild<QWidget *>("SlideShowForm"); }, "a show stays");
+        until([this] { return isBatchClosed(); }, "a batch stays");
         if (auto *const close = program->find<QAbstractButton>("closeButton"); close->isVisible())
             close->click();
         const int folder = below(folders.size());
@@ -359,6 +387,17 @@ private:
         neighbour->resume();
     }
 
+    bool isBatchClosed() const
+    {
+        if (!batchForm())
+            return true;
+        for (const char *const name : {"cancelButton", "backButton"})
+            for (auto *const button : batchForm()->findChildren<QAbstractButton *>(name))
+                if (button->isVisible() && button->isEnabled())
+                    button->click();
+        return false;
+    }
+
     /// Each file has to be in one of the folders or in the trash.
     void findAll()
     {
@@ -372,7 +411,8 @@ private:
         for (const int number : neighbour->files())
             if (!found.contains(number))
                 fail(QStringLiteral("file %1 is lost").arg(number));
-        std::printf("%zu files are where they belong\n", neighbour->files().size());
+        std::printf("%zu files are where they belong, %d were written\n", neighbour->files().size(),
+                    static_cast<int>(disk("exports").size()));
     }
 
     QRandomGenerator random;
