@@ -77,7 +77,7 @@ public:
     void show(int count)
     {
         int shown = 0;
-        for (int round = 0; shown < count || !broken.isEmpty(); ++round) {
+        while (shown < count || !broken.isEmpty()) {
             const QString folder = path("round");
             QDir().mkpath(folder);
             for (const QString &name : wholeNames)
