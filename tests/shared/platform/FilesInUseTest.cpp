@@ -86,6 +86,8 @@ private slots:
     {
         base = QString("folder ").repeated(12).trimmed().append('/').repeated(5);
         for (const Operation &operation : operations) {
+            if (QByteArray(operation.name) == "deleted")
+                continue; // the bin takes no such paths
             start();
             QVERIFY(at("a.jpg").size() > 400);
             QVERIFY2(run(operation), operation.name);
@@ -310,7 +312,7 @@ private:
     FileCopy::Progress progress;
     QString base; ///< the folder of the files, with a slash
     const QStringList before = {"a.jpg: was there", "b.jpg: new"};
-    const Operation operations[6] = {
+    const QList<Operation> operations = {
         {"replaced",
          [this](FileCopy::Progress &progress) {
              ReplacementFile file(at("a.jpg"), progress.heldFiles, ReplacementFile::Link::Replace);
@@ -344,6 +346,11 @@ private:
              return Platform::removeFile(at("a.jpg"), progress.heldFiles);
          },
          {"b.jpg: new"}},
+#ifdef Q_OS_WIN
+        {"deleted",
+         [this](FileCopy::Progress &progress) { return FileCopy::moveToTrash(at("a.jpg"), progress); },
+         {"b.jpg: new"}},
+#endif
     };
 };
 
