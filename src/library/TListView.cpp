@@ -80,6 +80,11 @@ void TListView::wheelEvent(QWheelEvent *event)
 
 void TListView::keyPressEvent(QKeyEvent *event)
 {
+    if (event->key() == Qt::Key_Space && event->modifiers() == Qt::NoModifier && isSearching()
+        && rowThatBeginsWith(typed + u' ', 0) >= 0) {
+        keyboardSearch(QStringLiteral(" ")); // a part of the name
+        return;
+    }
     QListView::keyPressEvent(event); // has changed the box by now
     if (event->key() == Qt::Key_Space && currentIndex().isValid())
         emit clicked(currentIndex());
@@ -87,19 +92,31 @@ void TListView::keyPressEvent(QKeyEvent *event)
 
 void TListView::keyboardSearch(const QString &search)
 {
-    if (!sinceTyped.isValid() || sinceTyped.hasExpired(QApplication::keyboardInputInterval()))
+    if (!isSearching())
         typed.clear();
     sinceTyped.start();
     typed += search;
     // A letter by itself goes on from file to file.
     const int first = currentIndex().row() + (typed.size() == 1 ? 1 : 0);
-    for (int i = 0; i < model()->rowCount(); ++i) {
-        const QModelIndex index = model()->index((std::max(first, 0) + i) % model()->rowCount(), 0);
-        if (index.data().toString().remove(u'\n').startsWith(typed, Qt::CaseInsensitive)) {
-            setCurrentIndex(index);
-            return;
-        }
+    if (const int row = rowThatBeginsWith(typed, std::max(first, 0)); row >= 0)
+        setCurrentIndex(model()->index(row, 0));
+}
+
+bool TListView::isSearching() const
+{
+    return sinceTyped.isValid() && !sinceTyped.hasExpired(QApplication::keyboardInputInterval());
+}
+
+int TListView::rowThatBeginsWith(const QString &text, int first) const
+{
+    const int count = model()->rowCount();
+    for (int i = 0; i < count; ++i) {
+        const int row = (first + i) % count;
+        const QString name = model()->index(row, 0).data().toString().remove(u'\n');
+        if (name.startsWith(text, Qt::CaseInsensitive))
+            return row;
     }
+    return -1;
 }
 
 /// Opens the menu also for the key that menus have, at the current file.

@@ -42,6 +42,11 @@ protected:
     void scrollContentsBy(int dx, int dy) override;
 
 private:
+    /// True while what is typed goes on a name that was begun.
+    bool isSearching() const;
+    /// Looked for from the row `first` on, and round; -1 if there is none.
+    int rowThatBeginsWith(const QString &text, int first) const;
+
     QString emptyText;
     WheelNotches wheel;
     QPropertyAnimation scrolling;

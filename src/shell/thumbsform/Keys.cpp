@@ -57,10 +57,10 @@ bool ThumbsForm::eventFilter(QObject *watched, QEvent *event)
     // They belong to a dialog or a menu that is up, or to a slider.
     const bool isOurs = !QApplication::activeModalWidget() && !QApplication::activePopupWidget()
                         && !qobject_cast<const QAbstractSlider *>(focus);
-    if (stackedLayout->currentIndex() == ViewerPage && event->type() == QEvent::KeyPress && isOurs
-        && !keyPressPending) {
+    if (stackedLayout->currentIndex() == ViewerPage && event->type() == QEvent::KeyPress && isOurs) {
         const int key = static_cast<QKeyEvent *>(event)->key();
-        if (key == Qt::Key_Left || key == Qt::Key_Right) {
+        const bool isStep = key == Qt::Key_Left || key == Qt::Key_Right;
+        if (isStep && !keyPressPending) { // the window's press is the view's as well
             keyPressPending = true;
             step(key == Qt::Key_Left ? PictureLoader::Step::Back : PictureLoader::Step::Forward);
             if (!keyPressTimer) {
@@ -69,6 +69,8 @@ bool ThumbsForm::eventFilter(QObject *watched, QEvent *event)
                 keyPressTimer->start(keyDebounceMs);
             }
         }
+        if (isStep && watched == ui->scrollArea)
+            return true; // or it would scroll as well
     }
     return QObject::eventFilter(watched, event);
 }
