@@ -66,11 +66,15 @@ void MainWindow::OnEnterFullScreen()
 void MainWindow::OnExitFullScreen()
 {
     if (!wasFullScreen) {
-        showNormal();
-        // A compositor gives the size back by itself, and ends a program that takes more than the screen
-        // before.
-        if (!QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
-            setGeometry(savedGeometry);
+        // A compositor gives the size back by itself, maximised or not, and ends a program that takes more
+        // than the screen before.
+        if (QGuiApplication::platformName().startsWith(QLatin1String("wayland"))) {
+            setWindowState(windowState() & ~Qt::WindowFullScreen);
+        } else {
+            const QRect before = geometryBeforeFullScreen();
+            showNormal();
+            setGeometry(before);
+        }
     }
     VistamoGlobal::isFullScreen = false;
 }
@@ -91,6 +95,12 @@ void MainWindow::takeFullScreen()
     show();
 }
 
+/// Also where the desktop took the full screen by itself.
+QRect MainWindow::geometryBeforeFullScreen() const
+{
+    return savedGeometry.isValid() ? savedGeometry : normalGeometry();
+}
+
 void MainWindow::closeEvent(QCloseEvent *event)
 {
     storeGeometry();
@@ -106,7 +116,7 @@ void MainWindow::store()
 void MainWindow::storeGeometry() const
 {
     QSettings store = programSettings();
-    const QRect place = isFullScreen() ? savedGeometry : geometry();
+    const QRect place = isFullScreen() ? geometryBeforeFullScreen() : geometry();
     BrowserSettings::posX.write(store, place.x());
     BrowserSettings::posY.write(store, place.y());
     BrowserSettings::width.write(store, place.width());
@@ -121,6 +131,8 @@ void MainWindow::showEvent(QShowEvent *event)
 
 void MainWindow::changeEvent(QEvent *event)
 {
+    if (event->type() == QEvent::WindowStateChange && !isFullScreen())
+        savedGeometry = {};
     if (isThemeChange(*event) && thumbsForm)
         thumbsForm->applyThemeChange();
 }

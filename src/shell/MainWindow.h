@@ -42,10 +42,11 @@ protected:
 private:
     void loadWindowGeometry();
     void storeGeometry() const;
+    [[nodiscard]] QRect geometryBeforeFullScreen() const;
     void takeFullScreen();
 
     std::unique_ptr<Ui::MainWindow> ui;
     ThumbsForm *thumbsForm = nullptr;
-    QRect savedGeometry;        ///< just before full screen
+    QRect savedGeometry;        ///< just before full screen, if the program took it; else null
     bool wasFullScreen = false; ///< as the slideshow began
 };

@@ -184,6 +184,25 @@ private slots:
         QVERIFY(VistamoGlobal::checkedItemList.isEmpty());
     }
 
+    void fullScreenKeepsThePlaceOfTheWindow()
+    {
+        MainWindow *const window = program->window.get();
+        press("F11");
+        press("F11");
+        const QRect place(80, 70, 1010, 710);
+        window->setGeometry(place);
+        window->showFullScreen(); // as the desktop does it
+        window->store();
+        const QSettings store = programSettings();
+        QCOMPARE(QSize(BrowserSettings::width.read(store), BrowserSettings::height.read(store)),
+                 place.size());
+        program->click("slideShowButton");
+        press("Esc");
+        QVERIFY(window->isFullScreen());
+        press("F11");
+        QCOMPARE(window->geometry(), place);
+    }
+
     void tabKeyFollowsTheEye()
     {
         const auto round = [this] {
