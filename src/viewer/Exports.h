@@ -43,7 +43,7 @@ public:
     void finish();
 
 signals:
-    /// About once a second: so many pictures are yet to be written.
+    /// About once a second: so many pictures are yet to be written to files.
     void working(qsizetype left);
 
     void made(const QImage &picture);

@@ -79,6 +79,15 @@ bool VistamoSaveImageThread::isWriting(const QString &path) const
                           [&](const TSaveImageRequest &request) { return goesTo(path, request); });
 }
 
+qsizetype VistamoSaveImageThread::left() const
+{
+    const auto access = asked.lock();
+    const QList<TSaveImageRequest> &waiting = access->requestList;
+    return std::count_if(waiting.cbegin(), waiting.cend(),
+                         [](const TSaveImageRequest &request) { return !request.fileName.isEmpty(); })
+           + (access->fileName.isEmpty() ? 0 : 1);
+}
+
 bool VistamoSaveImageThread::isDone() const
 {
     return isFinished() && asked.lock()->requestList.isEmpty();

@@ -49,8 +49,8 @@ public:
     /// True while a picture is being written to this path, or about to be.
     [[nodiscard]] bool isWriting(const QString &path) const;
 
-    /// How many pictures are yet to be written, while the thread runs: that in hand too.
-    [[nodiscard]] qsizetype left() const { return asked.lock()->requestList.size() + 1; }
+    /// How many pictures are yet to be written to files, while the thread runs: that in hand too.
+    [[nodiscard]] qsizetype left() const;
 
     /// True if nothing is left to write; the thread may still be ending.
     [[nodiscard]] bool isDone() const;

@@ -120,9 +120,13 @@ private slots:
 
         // Pictures for the clipboard have no path, and so none in common.
         const QSignalSpy made(&exports, &Exports::made);
+        const QSignalSpy working(&exports, &Exports::working);
         exports.make([&] { return drive.acquire(), QImage(); });
         exports.make([] { return QImage(80, 10, QImage::Format_RGB32); });
         QTRY_COMPARE(made.size(), 1);
+        QVERIFY(!working.isEmpty());
+        for (const QList<QVariant> &told : working)
+            QCOMPARE(told[0].toInt(), 0);
         drive.release();
         QTRY_VERIFY(!exports.saveImageThreadRunning());
 

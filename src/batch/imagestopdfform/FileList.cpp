@@ -58,6 +58,10 @@ void ImagesToPDFForm::on_AddURLs(QList<QUrl> urls)
 void ImagesToPDFForm::addUrls(const QList<QUrl> &urls)
 {
     ui->sourceTreeView->clearSelection();
+    if (!addUrlsThreadActive()) {
+        showCollected(0);
+        collectingTimer.start(showAfterMs);
+    }
     startAddUrlsThread(urls);
 }
 
@@ -73,8 +77,6 @@ void ImagesToPDFForm::startAddUrlsThread(const QList<QUrl> &urls)
     addUrlsThread.on(&Thread::filesFound, [this](const QList<BatchFile> &files) { onFilesFound(files); });
     addUrlsThread.on(&Thread::addUrlsFinish, [this](const QString &lastPath) { onAddUrlsFinish(lastPath); });
     addUrlsThread->addUrls(urls);
-    showCollected(0);
-    collectingTimer.start(showAfterMs);
     addUrlsThread.start(QThread::InheritPriority, [this](Thread &ended) {
         if (const QList<QUrl> waiting = ended.takeWaiting(); !waiting.isEmpty())
             return startAddUrlsThread(waiting);

@@ -49,7 +49,7 @@ void ThumbsForm::pasteboardActionMenuClicked(bool)
 void ThumbsForm::onExportsWorking(qsizetype left)
 {
     ui->exportLabel->setText(tr("Exporting, %1 left").arg(left));
-    ui->exportLabel->show();
+    ui->exportLabel->setVisible(left > 0);
 }
 
 void ThumbsForm::onSaveImageFinished()

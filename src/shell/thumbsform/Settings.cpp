@@ -64,6 +64,7 @@ void ThumbsForm::store()
 {
     saveSettings();
     exports.finish();
+    onSaveImageFinished(); // which those that were waited for don't tell
 }
 
 void ThumbsForm::saveSettings()
