@@ -203,9 +203,9 @@ private:
         if (auto *const menu = qobject_cast<QMenu *>(QApplication::activePopupWidget())) {
             const QList<QAction *> actions = menu->actions();
             QAction *const action = actions.value(below(actions.size() + 1));
+            menu->close(); // first, as a click does: nobody picks from it twice
             if (action && action->isEnabled() && !action->menu())
                 action->trigger();
-            menu->close();
             return;
         }
         QWidget *const dialog = QApplication::activeModalWidget();
