@@ -45,6 +45,13 @@
     </message>
 </context>
 <context>
+    <name>BatchListModel</name>
+    <message>
+        <source>%1 of %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>CocoaCode</name>
     <message>
         <source>Select folder ...</source>

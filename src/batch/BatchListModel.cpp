@@ -101,6 +101,8 @@ QStringList BatchListModel::paths() const
 
 QVariant BatchListModel::data(const QModelIndex &index, int role) const
 {
+    if (role == Qt::AccessibleDescriptionRole)
+        return tr("%1 of %2").arg(index.row() + 1).arg(rowCount());
     const QVariant own = QStandardItemModel::data(index, role);
     if (role != Qt::DecorationRole || own.isValid() || !index.isValid())
         return own;

@@ -110,7 +110,7 @@ private:
     const Surroundings surroundings;
     Generation currentGeneration;
     FileModel mainModel;
-    FileModel galleryModel;
+    FileModel galleryModel{&mainModel};
     ThumbnailIcons thumbnailIcons;
     bool fileHasLeft = false; ///< since the strip was filled
     QString currentFolder;

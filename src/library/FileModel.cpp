@@ -1,11 +1,23 @@
 #include "library/FileModel.h"
 
+#include "library/FileNames.h"
 #include "shared/VistamoGlobal.h"
 
-bool FileModel::cannotBeShown(int place)
+namespace {
+
+/// Files stand in one row, or in one column.
+int placeOf(const QModelIndex &index)
 {
-    const QRect picture = VistamoGlobal::fileDataList.value(place).imageRect;
-    return picture != QRect() && picture.isEmpty();
+    return index.row() + index.column();
+}
+
+} // namespace
+
+bool FileModel::cannotBeShown(const QModelIndex &index)
+{
+    const TFileRecord file = VistamoGlobal::fileDataList.value(placeOf(index));
+    return file.imageRect != QRect() && file.imageRect.isEmpty()
+           && index.data().toString() == wrapFileName(file.fileName);
 }
 
 QVariant FileModel::data(const QModelIndex &index, int role) const
@@ -14,10 +26,10 @@ QVariant FileModel::data(const QModelIndex &index, int role) const
         return QStandardItemModel::data(index, Qt::DisplayRole).toString().remove(u'\n');
     if (role != Qt::AccessibleDescriptionRole)
         return QStandardItemModel::data(index, role);
-    const int number = index.row() + index.column();
-    const QString place = tr("%1 of %2").arg(number + 1).arg(rowCount() * columnCount())
-                          + (cannotBeShown(number) ? tr(", cannot be shown") : QString());
-    const bool ticked = flags(index).testFlag(Qt::ItemIsUserCheckable)
-                        && QStandardItemModel::data(index, Qt::CheckStateRole) == Qt::Checked;
+    const QString place = tr("%1 of %2").arg(placeOf(index) + 1).arg(rowCount() * columnCount())
+                          + (cannotBeShown(index) ? tr(", cannot be shown") : QString());
+    const QModelIndex row = list ? list->index(placeOf(index), 0) : index;
+    const bool ticked = row.flags().testFlag(Qt::ItemIsUserCheckable)
+                        && row.data(Qt::CheckStateRole) == Qt::Checked && row.data() == index.data();
     return ticked ? place + tr(", ticked") : place;
 }

@@ -44,7 +44,7 @@ void ThumbnailDelegate::paint(QPainter *painter, const QStyleOptionViewItem &opt
                               const QModelIndex &index) const
 {
     QStyledItemDelegate::paint(painter, option, index);
-    if (!FileModel::cannotBeShown(index.row() + index.column())) // files stand in one row, or one column
+    if (!FileModel::cannotBeShown(index))
         return;
     QStyleOptionViewItem shown = option;
     initStyleOption(&shown, index);

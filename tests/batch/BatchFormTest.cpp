@@ -280,6 +280,9 @@ private:
         program->click(button);
         QVERIFY(form()->isVisible());
         QTRY_COMPARE(rows().size(), ticked.size());
+        for (int row = 0; row < ticked.size(); ++row) // as a screen reader has it
+            QCOMPARE(view()->model()->index(row, 0).data(Qt::AccessibleDescriptionRole).toString(),
+                     QStringLiteral("%1 of %2").arg(row + 1).arg(ticked.size()));
         QTRY_COMPARE(view()->isVisible(), !ticked.isEmpty());
     }
 

@@ -255,7 +255,7 @@ private slots:
                      "a name of many letters.png, 90 by 60 pixels, 1 of 2");
         program->click("forwardButton");
         QTRY_COMPARE(program->find("scrollArea")->accessibleName(), "other.png, 60 by 40 pixels, 2 of 2");
-        QCOMPARE(said("galleryTableView", 0, 1), "other.png | 2 of 2");
+        QCOMPARE(said("galleryTableView", 0, 1), "other.png | 2 of 2, ticked");
     }
 
 private:
