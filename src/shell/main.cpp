@@ -14,8 +14,9 @@
 
 int main(int argc, char *argv[])
 {
-    Platform::followDarkDesktop();
+    auto toldQt = Platform::followDarkDesktop();
     QApplication application(argc, argv);
+    toldQt.reset();
     // Last: Qt drops its own plug-ins that come after ours with the same formats.
     QCoreApplication::setLibraryPaths(QCoreApplication::libraryPaths()
                                       << QCoreApplication::applicationDirPath()

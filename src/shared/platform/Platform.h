@@ -115,8 +115,9 @@ void whenAskedToEnd(const std::function<void()> &end);
 void whenCrashing(void (*mark)());
 
 /// Lets Qt take over the colours of a dark desktop, where it does so only if told to. Before the
-/// application's object.
-void followDarkDesktop();
+/// application's object; what it gives is let go of once that stands, or programs that it starts would be
+/// told too.
+[[nodiscard]] std::shared_ptr<void> followDarkDesktop();
 
 /// Keeps the screen from falling asleep for as long as what it gives lives, where the desktop can be told so.
 /// GUI thread.

@@ -156,7 +156,10 @@ void Platform::whenAskedToEnd(const std::function<void()> &end)
     }
 }
 
-void Platform::followDarkDesktop() {}
+std::shared_ptr<void> Platform::followDarkDesktop()
+{
+    return {};
+}
 
 void Platform::whenCrashing(void (*mark)())
 {

@@ -101,12 +101,15 @@ void Platform::returnFreedMemory()
 void Platform::whenAskedToEnd(const std::function<void()> &) {}
 
 // Before 6.5 Qt makes no more than frames dark by itself.
-void Platform::followDarkDesktop()
+std::shared_ptr<void> Platform::followDarkDesktop()
 {
 #if QT_VERSION < QT_VERSION_CHECK(6, 5, 0)
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "windows:darkmode=2");
+        return {nullptr, [](void *) { qunsetenv("QT_QPA_PLATFORM"); }};
+    }
 #endif
+    return {};
 }
 
 void Platform::whenCrashing(void (*mark)())
