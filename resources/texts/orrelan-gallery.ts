@@ -553,6 +553,217 @@
     </message>
 </context>
 <context>
+    <name>Keys</name>
+    <message>
+        <source>Lists the keys</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Takes the full screen, and leaves it</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Adds a folder</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Tab; Shift+Tab</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Goes to the next part of the window, and back</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Up; Down; Home; End</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Shows the folder that it stops at</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Up; Down; Left; Right; Home; End; PgUp; PgDown</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Goes to another photo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Letters and digits</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Goes to the photo whose name begins with them</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Opens the photo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Space</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Ticks the photo, or takes its tick off</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Shift+Space</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Gives all from the last tick to here the same</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Ticks all photos of the folder</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Takes their ticks off</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Copies the file, for a file manager</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Asks whether to move to the trash</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Renames the file</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Reads the folder again</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Menu</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Opens the menu of the photo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Wheel</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Moves the list by a third of a row</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Ctrl+wheel</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Shows the thumbnails larger or smaller</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Left; Right</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Shows the photo before, or the next one</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Shows the next photo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Shows the first photo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Shows the last photo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Zooms in</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Zooms out</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Fits the photo into the view</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Shows the photo at its real size</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Fits the width of the photo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Turns the photo right</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Turns the photo left</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Shows the crop rectangle, or takes it away</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Exports the whole photo to a file</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Copies the photo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Wheel; Pinch</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Zooms</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Wheel over the strip</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Moves the strip</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Goes back to the list</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Everywhere</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>In the list of folders</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>In the list of photos</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>In the viewer</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>KeysDialog</name>
     <message>
         <source>Keys</source>

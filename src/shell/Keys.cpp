@@ -6,62 +6,78 @@
 #include <QCoreApplication>
 #include <QLineEdit>
 
-#define TEXT(text) QT_TRANSLATE_NOOP("Keys", text)
-
 const QList<Keys::Key> &Keys::all()
 {
     static const char *const form = "ThumbsForm";
     static const char *const click = SLOT(click());
     using enum Place;
     static const QList<Key> keys = {
-        {Everywhere, "F1", TEXT("Lists the keys"), form, SLOT(showKeys())},
-        {Everywhere, "F11", TEXT("Takes the full screen, and leaves it"), form, SIGNAL(switchFullScreen())},
-        {Everywhere, "Ctrl+O", TEXT("Adds a folder"), "openFileAddButton", click},
-        {Everywhere, TEXT("Tab; Shift+Tab"), TEXT("Goes to the next part of the window, and back")},
+        {Everywhere, "F1", QT_TRANSLATE_NOOP("Keys", "Lists the keys"), form, SLOT(showKeys())},
+        {Everywhere, "F11", QT_TRANSLATE_NOOP("Keys", "Takes the full screen, and leaves it"), form,
+         SIGNAL(switchFullScreen())},
+        {Everywhere, "Ctrl+O", QT_TRANSLATE_NOOP("Keys", "Adds a folder"), "openFileAddButton", click},
+        {Everywhere, QT_TRANSLATE_NOOP("Keys", "Tab; Shift+Tab"),
+         QT_TRANSLATE_NOOP("Keys", "Goes to the next part of the window, and back")},
 
-        {Folders, TEXT("Up; Down; Home; End"), TEXT("Shows the folder that it stops at")},
+        {Folders, QT_TRANSLATE_NOOP("Keys", "Up; Down; Home; End"),
+         QT_TRANSLATE_NOOP("Keys", "Shows the folder that it stops at")},
 
-        {Photos, TEXT("Up; Down; Left; Right; Home; End; PgUp; PgDown"), TEXT("Goes to another photo")},
-        {Photos, TEXT("Letters and digits"), TEXT("Goes to the photo whose name begins with them")},
-        {Photos, "Return; Enter", TEXT("Opens the photo"), form, SLOT(openCurrentPhoto())},
-        {Photos, TEXT("Space"), TEXT("Ticks the photo, or takes its tick off")},
-        {Photos, TEXT("Shift+Space"), TEXT("Gives all from the last tick to here the same")},
-        {Photos, "Ctrl+A", TEXT("Ticks all photos of the folder"), form, SLOT(tickAll())},
-        {Photos, "Ctrl+Shift+A", TEXT("Takes their ticks off"), form, SLOT(untickAll())},
-        {Photos, "Ctrl+C", TEXT("Copies the file, for a file manager"), form, SLOT(copyFiles())},
-        {Photos, "Del", TEXT("Asks whether to move to the trash"), "deleteButton", click},
-        {Photos, "F2", TEXT("Renames the file"), form, SLOT(onRenameAction())},
-        {Photos, "F5", TEXT("Reads the folder again"), form, SLOT(readAgain())},
-        {Photos, TEXT("Menu"), TEXT("Opens the menu of the photo")},
-        {Photos, TEXT("Wheel"), TEXT("Moves the list by a third of a row")},
-        {Photos, TEXT("Ctrl+wheel"), TEXT("Shows the thumbnails larger or smaller")},
+        {Photos, QT_TRANSLATE_NOOP("Keys", "Up; Down; Left; Right; Home; End; PgUp; PgDown"),
+         QT_TRANSLATE_NOOP("Keys", "Goes to another photo")},
+        {Photos, QT_TRANSLATE_NOOP("Keys", "Letters and digits"),
+         QT_TRANSLATE_NOOP("Keys", "Goes to the photo whose name begins with them")},
+        {Photos, "Return; Enter", QT_TRANSLATE_NOOP("Keys", "Opens the photo"), form,
+         SLOT(openCurrentPhoto())},
+        {Photos, QT_TRANSLATE_NOOP("Keys", "Space"),
+         QT_TRANSLATE_NOOP("Keys", "Ticks the photo, or takes its tick off")},
+        {Photos, QT_TRANSLATE_NOOP("Keys", "Shift+Space"),
+         QT_TRANSLATE_NOOP("Keys", "Gives all from the last tick to here the same")},
+        {Photos, "Ctrl+A", QT_TRANSLATE_NOOP("Keys", "Ticks all photos of the folder"), form,
+         SLOT(tickAll())},
+        {Photos, "Ctrl+Shift+A", QT_TRANSLATE_NOOP("Keys", "Takes their ticks off"), form, SLOT(untickAll())},
+        {Photos, "Ctrl+C", QT_TRANSLATE_NOOP("Keys", "Copies the file, for a file manager"), form,
+         SLOT(copyFiles())},
+        {Photos, "Del", QT_TRANSLATE_NOOP("Keys", "Asks whether to move to the trash"), "deleteButton",
+         click},
+        {Photos, "F2", QT_TRANSLATE_NOOP("Keys", "Renames the file"), form, SLOT(onRenameAction())},
+        {Photos, "F5", QT_TRANSLATE_NOOP("Keys", "Reads the folder again"), form, SLOT(readAgain())},
+        {Photos, QT_TRANSLATE_NOOP("Keys", "Menu"), QT_TRANSLATE_NOOP("Keys", "Opens the menu of the photo")},
+        {Photos, QT_TRANSLATE_NOOP("Keys", "Wheel"),
+         QT_TRANSLATE_NOOP("Keys", "Moves the list by a third of a row")},
+        {Photos, QT_TRANSLATE_NOOP("Keys", "Ctrl+wheel"),
+         QT_TRANSLATE_NOOP("Keys", "Shows the thumbnails larger or smaller")},
 
-        {Viewer, TEXT("Left; Right"), TEXT("Shows the photo before, or the next one")},
-        {Viewer, "Space", TEXT("Shows the next photo"), "forwardButton", click},
-        {Viewer, "Home", TEXT("Shows the first photo"), form, SLOT(showFirst())},
-        {Viewer, "End", TEXT("Shows the last photo"), form, SLOT(showLast())},
-        {Viewer, "+", TEXT("Zooms in"), form, SLOT(zoomIn())},
-        {Viewer, "-", TEXT("Zooms out"), form, SLOT(zoomOut())},
-        {Viewer, "0", TEXT("Fits the photo into the view"), "fitVHButton", click},
-        {Viewer, "1", TEXT("Shows the photo at its real size"), "fullButton", click},
-        {Viewer, "F", TEXT("Fits the width of the photo"), "fitHButton", click},
-        {Viewer, "R", TEXT("Turns the photo right"), "rotateRightButton", click},
-        {Viewer, "Shift+R", TEXT("Turns the photo left"), "rotateLeftButton", click},
-        {Viewer, "C", TEXT("Shows the crop rectangle, or takes it away"), "cropButton", click},
-        {Viewer, "Ctrl+S", TEXT("Exports the whole photo to a file"), form,
+        {Viewer, QT_TRANSLATE_NOOP("Keys", "Left; Right"),
+         QT_TRANSLATE_NOOP("Keys", "Shows the photo before, or the next one")},
+        {Viewer, "Space", QT_TRANSLATE_NOOP("Keys", "Shows the next photo"), "forwardButton", click},
+        {Viewer, "Home", QT_TRANSLATE_NOOP("Keys", "Shows the first photo"), form, SLOT(showFirst())},
+        {Viewer, "End", QT_TRANSLATE_NOOP("Keys", "Shows the last photo"), form, SLOT(showLast())},
+        {Viewer, "+", QT_TRANSLATE_NOOP("Keys", "Zooms in"), form, SLOT(zoomIn())},
+        {Viewer, "-", QT_TRANSLATE_NOOP("Keys", "Zooms out"), form, SLOT(zoomOut())},
+        {Viewer, "0", QT_TRANSLATE_NOOP("Keys", "Fits the photo into the view"), "fitVHButton", click},
+        {Viewer, "1", QT_TRANSLATE_NOOP("Keys", "Shows the photo at its real size"), "fullButton", click},
+        {Viewer, "F", QT_TRANSLATE_NOOP("Keys", "Fits the width of the photo"), "fitHButton", click},
+        {Viewer, "R", QT_TRANSLATE_NOOP("Keys", "Turns the photo right"), "rotateRightButton", click},
+        {Viewer, "Shift+R", QT_TRANSLATE_NOOP("Keys", "Turns the photo left"), "rotateLeftButton", click},
+        {Viewer, "C", QT_TRANSLATE_NOOP("Keys", "Shows the crop rectangle, or takes it away"), "cropButton",
+         click},
+        {Viewer, "Ctrl+S", QT_TRANSLATE_NOOP("Keys", "Exports the whole photo to a file"), form,
          SLOT(imageFileActionClicked(bool))},
-        {Viewer, "Ctrl+C", TEXT("Copies the photo"), form, SLOT(pasteboardActionMenuClicked(bool))},
-        {Viewer, TEXT("Wheel; Pinch"), TEXT("Zooms")},
-        {Viewer, TEXT("Wheel over the strip"), TEXT("Moves the strip")},
-        {Viewer, "Esc", TEXT("Goes back to the list"), "closeButton", click},
+        {Viewer, "Ctrl+C", QT_TRANSLATE_NOOP("Keys", "Copies the photo"), form,
+         SLOT(pasteboardActionMenuClicked(bool))},
+        {Viewer, QT_TRANSLATE_NOOP("Keys", "Wheel; Pinch"), QT_TRANSLATE_NOOP("Keys", "Zooms")},
+        {Viewer, QT_TRANSLATE_NOOP("Keys", "Wheel over the strip"),
+         QT_TRANSLATE_NOOP("Keys", "Moves the strip")},
+        {Viewer, "Esc", QT_TRANSLATE_NOOP("Keys", "Goes back to the list"), "closeButton", click},
     };
     return keys;
 }
 
 QString Keys::title(Place place)
 {
-    static const char *const titles[] = {TEXT("Everywhere"), TEXT("In the list of folders"),
-                                         TEXT("In the list of photos"), TEXT("In the viewer")};
+    static const char *const titles[] = {
+        QT_TRANSLATE_NOOP("Keys", "Everywhere"), QT_TRANSLATE_NOOP("Keys", "In the list of folders"),
+        QT_TRANSLATE_NOOP("Keys", "In the list of photos"), QT_TRANSLATE_NOOP("Keys", "In the viewer")};
     return QCoreApplication::translate("Keys", titles[static_cast<int>(place)]);
 }
 

@@ -2,6 +2,8 @@
 
 #include "shell/Keys.h"
 
+#include <QCoreApplication>
+#include <QScreen>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -20,7 +22,7 @@ KeysDialog::KeysDialog(QWidget *parent)
             group = new QTreeWidgetItem(list, {Keys::title(key.place)});
             group->setFirstColumnSpanned(true);
         }
-        new QTreeWidgetItem(group, {Keys::text(key), tr(key.does)});
+        new QTreeWidgetItem(group, {Keys::text(key), QCoreApplication::translate("Keys", key.does)});
     }
     list->expandAll();
     list->setCurrentItem(list->topLevelItem(0));
@@ -28,6 +30,7 @@ KeysDialog::KeysDialog(QWidget *parent)
         list->resizeColumnToContents(column);
     (new QVBoxLayout(this))->addWidget(list);
     // All columns are to be seen, and as much of the list as a small screen has room for.
-    resize(list->columnWidth(0) + list->columnWidth(1) + 6 * fontMetrics().height(),
-           36 * fontMetrics().height());
+    resize(QSize(list->columnWidth(0) + list->columnWidth(1) + 6 * fontMetrics().height(),
+                 36 * fontMetrics().height())
+               .boundedTo(screen()->availableSize()));
 }
