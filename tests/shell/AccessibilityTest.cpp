@@ -249,6 +249,8 @@ private slots:
         };
         QCOMPARE(said("mainListView", 0, 0), "a name of many letters.png | 1 of 2");
         QCOMPARE(said("mainListView", 1, 0), "other.png | 2 of 2, ticked");
+        for (const auto *const button : program->find("widget1")->findChildren<QAbstractButton *>())
+            QVERIFY2(!button->isVisible() || !button->toolTip().isEmpty(), qPrintable(button->objectName()));
         QCOMPARE(said("sideTreeView", 0, 0), "first | " + QDir::toNativeSeparators(path("first")));
         program->open(0);
         QTRY_COMPARE(program->find("scrollArea")->accessibleName(),
