@@ -25,21 +25,30 @@ bool isOpen(const std::wstring &path)
     return !alone.isValid() && GetLastError() == ERROR_SHARING_VIOLATION;
 }
 
-/// What an operation came to that has just ended.
-Outcome outcome(bool done, std::initializer_list<std::wstring> paths)
+/// What an operation on these files comes to. Denied though nobody has one open, it is tried once more: who
+/// had may have let go since.
+template <typename Operation>
+Outcome outcome(const Operation &operation, std::initializer_list<std::wstring> paths)
 {
-    if (done)
-        return Outcome::Done;
-    switch (GetLastError()) {
-    case ERROR_SHARING_VIOLATION:
-    case ERROR_LOCK_VIOLATION:
-    case ERROR_USER_MAPPED_FILE:
-        return Outcome::Held;
-    case ERROR_ACCESS_DENIED: // of a target that is open, too
-        return std::any_of(paths.begin(), paths.end(), isOpen) ? Outcome::Held : Outcome::Failed;
-    default:
-        return Outcome::Failed;
+    for (const bool isFirst : {true, false}) {
+        if (operation())
+            return Outcome::Done;
+        switch (GetLastError()) {
+        case ERROR_SHARING_VIOLATION:
+        case ERROR_LOCK_VIOLATION:
+        case ERROR_USER_MAPPED_FILE:
+            return Outcome::Held;
+        case ERROR_ACCESS_DENIED: // of a target that is open, too
+            if (std::any_of(paths.begin(), paths.end(), isOpen))
+                return Outcome::Held;
+            if (isFirst)
+                break;
+            [[fallthrough]];
+        default:
+            return Outcome::Failed;
+        }
     }
+    return Outcome::Failed;
 }
 
 bool moveFile(const std::wstring &from, const std::wstring &to, DWORD flags = 0)
@@ -196,7 +205,8 @@ bool Platform::renameToNew(const QString &from, const QString &to, HeldFiles &he
 {
     const std::wstring source = nativePath(from);
     const std::wstring target = nativePath(to);
-    return heldFiles.tryAgain([&] { return outcome(moveFile(source, target), {source}); });
+    const auto move = [&] { return moveFile(source, target); };
+    return heldFiles.tryAgain([&] { return outcome(move, {source}); });
 }
 
 bool Platform::replaceFile(const QString &from, const QString &to, HeldFiles &heldFiles)
@@ -204,17 +214,18 @@ bool Platform::replaceFile(const QString &from, const QString &to, HeldFiles &he
     const std::wstring source = nativePath(from);
     const std::wstring target = nativePath(to);
     const auto move = [&] { return moveFile(source, target, MOVEFILE_REPLACE_EXISTING); };
-    return !isFolder(target) && heldFiles.tryAgain([&] {
-        const bool done = replaceOpenFile(source, target) || despiteProtection(target, move)
-                          || replaceSetAside(source, target);
-        return outcome(done, {source, target});
-    });
+    const auto replace = [&] {
+        return replaceOpenFile(source, target) || despiteProtection(target, move)
+               || replaceSetAside(source, target);
+    };
+    return !isFolder(target) && heldFiles.tryAgain([&] { return outcome(replace, {source, target}); });
 }
 
 bool Platform::removeFile(const QString &path, HeldFiles &heldFiles)
 {
     const std::wstring file = nativePath(path);
-    return heldFiles.tryAgain([&] { return outcome(removeDespiteProtection(file), {file}); });
+    const auto remove = [&] { return removeDespiteProtection(file); };
+    return heldFiles.tryAgain([&] { return outcome(remove, {file}); });
 }
 
 /// The access list of the copy stays that of its folder, as with any copy there.

@@ -247,6 +247,24 @@ private slots:
         QCOMPARE(Platform::usableMemory(), qint64(bytes));
     }
 
+    /// Somebody has the file open at the first try, and no more when it is asked who.
+    void whoLetsGoAtOnceStandsInNobodysWay()
+    {
+        start();
+        static bool isDenied = true;
+        static decltype(&MoveFileExW) usual = nullptr;
+        usual = Imports::replace<decltype(usual)>(
+            "MoveFileExW", [](const wchar_t *from, const wchar_t *to, DWORD flags) -> BOOL {
+                if (!std::exchange(isDenied, false))
+                    return usual(from, to, flags);
+                SetLastError(ERROR_ACCESS_DENIED);
+                return FALSE;
+            });
+        QVERIFY(Platform::renameToNew(path("a.jpg"), path("c.jpg"), progress.heldFiles));
+        QVERIFY(!isDenied);
+        QCOMPARE(state(), QStringList({"b.jpg: new", "c.jpg: was there"}));
+    }
+
     void whatIsDeletedIsInTheBinOrStays()
     {
         start();
