@@ -275,7 +275,7 @@ private slots:
         auto *const strip = program->strip();
         QTRY_VERIFY(strip->model()->columnCount() > 50);
         strip->selectColumn(50);
-        QVERIFY(batches.wait());
+        QVERIFY(strip->model()->columnCount() == 3000 || batches.wait());
         QCOMPARE(strip->selectionModel()->selectedIndexes().value(0).column(), 50);
         auto *const view = program->find<QTreeView>("sideTreeView");
         view->setCurrentIndex(view->model()->index(1, 0));
