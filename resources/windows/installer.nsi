@@ -71,6 +71,13 @@ InstallDirRegKey HKCU "${UNINSTALL}" "InstallLocation"
 !macroend
 
 Section
+    ; What is there goes first: an older version may have files that this one has not, and while it runs it stays whole.
+    ${If} ${FileExists} "$INSTDIR\uninstall.exe"
+        ExecWait '"$INSTDIR\uninstall.exe" /S _?=$INSTDIR'
+        ${If} ${FileExists} "$INSTDIR\${PROGRAM}"
+            Abort "${NAME} is running."
+        ${EndIf}
+    ${EndIf}
     SetOutPath "$INSTDIR"
     File /r "${FILES}/*"
     WriteUninstaller "$INSTDIR\uninstall.exe"
