@@ -100,6 +100,20 @@
     </message>
 </context>
 <context>
+    <name>FileWork</name>
+    <message>
+        <source>%1 of %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>FolderModel</name>
+    <message>
+        <source>%1 of %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>ImagesToPDFForm</name>
     <message>
         <source>Form</source>

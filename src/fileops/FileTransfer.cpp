@@ -31,11 +31,14 @@ bool FileTransfer::transfer(Mode mode, const QStringList &sources)
         if (const QString target = targetOf(source); isOneFile(source, target))
             written.insert(NativeCaselessPath(target), target);
     }
+    FileRunner::Place place = {0, sources.size()};
     for (const QString &source : sources) {
+        ++place.number;
         const QString target = targetOf(source);
         if (isTaken(source, target))
             continue;
-        if (!transferFile(*runner, source, target, FileCopy::Existing::Keep) && !runner->isCancelled()) {
+        if (!transferFile(*runner, place, source, target, FileCopy::Existing::Keep)
+            && !runner->isCancelled()) {
             fileExistsList.append(target);
             fileSourceList.append(source);
         }
@@ -60,8 +63,8 @@ void FileTransfer::overwrite(const QStringList &targets, const QStringList &sour
         qDebug() << "fileSourceList: " << sources.value(i);
         // What cannot be transferred stays as it was.
         if (!isTaken(sources.value(i), targets[i]))
-            static_cast<void>(
-                transferFile(*runner, sources.value(i), targets[i], FileCopy::Existing::Replace));
+            static_cast<void>(transferFile(*runner, {i + 1, targets.size()}, sources.value(i), targets[i],
+                                           FileCopy::Existing::Replace));
     }
     runner.reset();
     finish();
@@ -83,8 +86,8 @@ bool FileTransfer::isTaken(const QString &source, const QString &target) const
 }
 
 /// Copies one file, or moves it. False if that failed.
-bool FileTransfer::transferFile(FileRunner &runner, const QString &source, const QString &target,
-                                FileCopy::Existing existing)
+bool FileTransfer::transferFile(FileRunner &runner, FileRunner::Place place, const QString &source,
+                                const QString &target, FileCopy::Existing existing)
 {
     auto moved = FileCopy::Moved::Copied;
     const auto work = [&](FileCopy::Progress &progress) {
@@ -93,7 +96,7 @@ bool FileTransfer::transferFile(FileRunner &runner, const QString &source, const
         moved = FileCopy::move(source, target, existing, progress);
         return moved != FileCopy::Moved::No;
     };
-    if (!runner.run(source, work))
+    if (!runner.run(source, place, work))
         return false;
     ++copiedFileCount;
     written.insert(NativeCaselessPath(target), target);

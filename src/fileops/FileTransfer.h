@@ -55,8 +55,8 @@ public:
 
 private:
     [[nodiscard]] bool isTaken(const QString &source, const QString &target) const;
-    [[nodiscard]] bool transferFile(FileRunner &runner, const QString &source, const QString &target,
-                                    FileCopy::Existing existing);
+    [[nodiscard]] bool transferFile(FileRunner &runner, FileRunner::Place place, const QString &source,
+                                    const QString &target, FileCopy::Existing existing);
 
     const Surroundings surroundings;
     Mode moveMode = Mode::Copy;

@@ -29,8 +29,10 @@ FileWork::FileWork(QWidget *window)
 
 FileWork::~FileWork() = default;
 
-bool FileWork::run(const QString &path, const Work &work)
+bool FileWork::run(const QString &path, Place place, const Work &work)
 {
+    progress.done = 0;
+    progress.total = 0; // stays so where no bytes are moved
     bool result = false;
     bool done = false;
     std::thread thread([&] {
@@ -44,7 +46,7 @@ bool FileWork::run(const QString &path, const Work &work)
     // end of the program comes after the work.
     QEventLoop events;
     while (!done) {
-        showProgress(path);
+        showProgress(path, place);
         const bool dialogIsUp = dialog && !isCancelled();
         events.processEvents(QEventLoop::WaitForMoreEvents
                              | (dialogIsUp ? QEventLoop::AllEvents : QEventLoop::ExcludeUserInputEvents));
@@ -54,7 +56,7 @@ bool FileWork::run(const QString &path, const Work &work)
 }
 
 /// Makes the dialog once its time has come, and says how far the work is.
-void FileWork::showProgress(const QString &path)
+void FileWork::showProgress(const QString &path, Place place)
 {
     if (!sinceStart.hasExpired(shownAfterMs) || !sinceUpdate.hasExpired(updateMs) || isCancelled())
         return;
@@ -65,9 +67,16 @@ void FileWork::showProgress(const QString &path)
         return QLocale().formattedDataSize(bytes, 1, QLocale::DataSizeTraditionalFormat);
     };
     const qint64 total = progress.total;
-    dialog->setLabelText(QFileInfo(path).fileName() + QLatin1Char('\n') + size(progress.done)
-                         + QStringLiteral(" / ") + size(total));
-    dialog->setValue(total > 0 ? static_cast<int>(steps * progress.done / total) : 0);
+    const qint64 done = progress.done;
+    QStringList reached;
+    if (place.count > 1)
+        reached.append(tr("%1 of %2").arg(place.number).arg(place.count));
+    if (total > 0)
+        reached.append(size(done) + QStringLiteral(" / ") + size(total));
+    dialog->setLabelText(QFileInfo(path).fileName() + QLatin1Char('\n') + reached.join(QStringLiteral(", ")));
+    const double files = static_cast<double>(place.number - 1)
+                         + (total > 0 ? static_cast<double>(done) / static_cast<double>(total) : 0.0);
+    dialog->setValue(static_cast<int>(steps * files / static_cast<double>(place.count)));
 }
 
 void FileWork::makeDialog()

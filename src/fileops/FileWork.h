@@ -13,8 +13,8 @@
 class QProgressDialog;
 
 /// Lets file operations run on another thread, one after the other, while the window stays alive. The user
-/// can do nothing else meanwhile. An operation of more than two seconds shows its file and bytes, with a
-/// button that cancels. GUI thread.
+/// can do nothing else meanwhile. After two seconds it is shown which file of how many is in hand, with its
+/// bytes, and a button that cancels. GUI thread.
 class FileWork : public QObject, public FileRunner
 {
     Q_OBJECT
@@ -24,11 +24,11 @@ public:
     explicit FileWork(QWidget *window);
     ~FileWork() override;
 
-    [[nodiscard]] bool run(const QString &path, const Work &work) override;
+    [[nodiscard]] bool run(const QString &path, Place place, const Work &work) override;
     [[nodiscard]] bool isCancelled() const override { return progress.cancelled; }
 
 private:
-    void showProgress(const QString &path);
+    void showProgress(const QString &path, Place place);
     void makeDialog();
 
     const QPointer<QWidget> window;

@@ -75,7 +75,7 @@ void VistamoDeleteDialog::on_applyButton_clicked()
                                                    + fileModel.item(row, FileName)->text(),
                                                fileModel.item(row, Index)->text().toInt()};
         emit readyToDeleteFile();
-        if (work.run(file.fullPath, [&file](FileCopy::Progress &progress) {
+        if (work.run(file.fullPath, {row + 1, fileModel.rowCount()}, [&file](FileCopy::Progress &progress) {
                 return FileCopy::moveToTrash(file.fullPath, progress);
             }))
             result.append(file);

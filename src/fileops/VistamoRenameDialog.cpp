@@ -41,7 +41,7 @@ void VistamoRenameDialog::on_renameButton_clicked()
     };
     // A file that is refused keeps its name.
     if (isNewFileName(baseName, FileNameRules::Unix) && isNewFileName(fileName))
-        static_cast<void>(FileWork(this).run(filePath, rename));
+        static_cast<void>(FileWork(this).run(filePath, {}, rename));
     close();
 }
 

@@ -12,8 +12,11 @@ QVariant FolderModel::data(const QModelIndex &index, int role) const
 {
     const TFolderData folder = folders.value(index.row());
     const bool isRoot = role == Qt::AccessibleTextRole && folder.fileName.isEmpty();
-    if (isRoot || role == Qt::ToolTipRole || role == Qt::AccessibleDescriptionRole)
-        return QDir::toNativeSeparators(folder.fullPath);
+    const QString path = QDir::toNativeSeparators(folder.fullPath);
+    if (isRoot || role == Qt::ToolTipRole)
+        return path;
+    if (role == Qt::AccessibleDescriptionRole)
+        return tr("%1 of %2").arg(index.row() + 1).arg(rowCount()) + QStringLiteral(", ") + path;
     return QStandardItemModel::data(index, role);
 }
 

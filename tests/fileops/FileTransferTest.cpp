@@ -102,7 +102,7 @@ private:
             : left(left)
         {
         }
-        bool run(const QString &, const Work &work) override
+        bool run(const QString &, Place, const Work &work) override
         {
             const bool done = work(progress);
             left -= left > 0;

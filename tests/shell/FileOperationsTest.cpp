@@ -225,8 +225,10 @@ private slots:
         select({"large0.png", "large1.png", "large2.png"});
         readablePieces.acquire(readablePieces.available() - 4); // within the second file
         QString label;
+        int reached = 0;
         whenDialog([&](QWidget *dialog) {
             label = qobject_cast<QProgressDialog *>(dialog)->labelText();
+            reached = qobject_cast<QProgressDialog *>(dialog)->value();
             dialog->findChild<QPushButton *>()->click();
             readablePieces.release(1000);
         });
@@ -234,7 +236,8 @@ private slots:
         time.start();
         program->call("onCopytoAction");
         QVERIFY(time.elapsed() >= 2000);
-        QCOMPARE(label, "large2.png\n1.0 MB / 3.0 MB");
+        QCOMPARE(label, "large2.png\n3 of 3, 1.0 MB / 3.0 MB");
+        QCOMPARE(reached, 777); // thousandths, of all three
         // What was in the way is not offered for overwriting.
         QCOMPARE(messages, QStringList("Kestrix: 1 file has been successfully copied to the target."));
         QCOMPARE(QDir(target).entryList(QDir::Files | QDir::Hidden),
