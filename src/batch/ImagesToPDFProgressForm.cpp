@@ -114,8 +114,11 @@ void ImagesToPDFProgressForm::askToOverwrite(const QStringList &fileExistsList,
     connect(dialog, SIGNAL(convertFinish()), SLOT(handleConvertFinish()));
     dialog->setFiles(fileExistsList, fileSourceList);
     dialog->exec();
-    if (dialog)
-        dialog->deleteLater(); // closed by its title bar
+    if (!dialog)
+        return;
+    dialog->deleteLater();
+    if (dialog->isEnabled()) // closed by Escape or its title bar: nobody else would end the run
+        handleConvertFinish();
 }
 
 void ImagesToPDFProgressForm::handleOverwriteFiles(QStringList urls)

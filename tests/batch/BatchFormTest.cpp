@@ -192,6 +192,10 @@ private slots:
         QVERIFY(!view()->isVisible());
         find<QPushButton>("cancelButton")->click();
         QTRY_VERIFY(view()->isVisible());
+        // Escape is as Cancel.
+        whenDialog([](QWidget *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
+        tool("createPdfButton")->click();
+        QTRY_VERIFY(view()->isVisible() && dialogsSeen == 3);
     }
 
     void aPdfIsMadeAndAskedAboutWhereItExists()

@@ -58,6 +58,7 @@ void OverwriteFileDialog::on_overwriteButton_clicked()
 
 void OverwriteFileDialog::on_cancelButton_clicked()
 {
+    setEnabled(false);
     emit convertFinish();
     deleteLater();
 }

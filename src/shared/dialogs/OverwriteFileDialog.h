@@ -10,7 +10,7 @@ class OverwriteFileDialog;
 }
 
 /// Asks which of the files that stand in the way are to be overwritten. With nothing ticked, or closed by its
-/// title bar, it reports nothing.
+/// title bar, it reports nothing. Once a button has been clicked it is disabled.
 class OverwriteFileDialog : public QDialog
 {
     Q_OBJECT
