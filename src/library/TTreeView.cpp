@@ -44,6 +44,20 @@ void TTreeView::keyPressEvent(QKeyEvent *event)
         restTimer.start();
 }
 
+void TTreeView::mousePressEvent(QMouseEvent *event)
+{
+    beforePress = currentIndex();
+    QTreeView::mousePressEvent(event);
+}
+
+void TTreeView::startDrag(Qt::DropActions supportedActions)
+{
+    targetRow = -1;
+    QTreeView::startDrag(supportedActions);
+    if (targetRow < 0 && beforePress.isValid()) // the press had made the row the current one
+        setCurrentIndex(beforePress);
+}
+
 void TTreeView::dragEnterEvent(QDragEnterEvent *event)
 {
     if (event->source() != this) {

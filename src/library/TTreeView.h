@@ -4,7 +4,8 @@
 #include <QTreeView>
 
 /// The list of folders. Takes folders and images dropped from elsewhere, and lets its own rows be dragged to
-/// another place; the owner does the moving. A row that a key has reached counts as clicked after a moment.
+/// another place; the owner does the moving. A row whose drag ends nowhere is no longer current. A row that a
+/// key has reached counts as clicked after a moment.
 class TTreeView : public QTreeView
 {
     Q_OBJECT
@@ -34,12 +35,15 @@ signals:
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void startDrag(Qt::DropActions supportedActions) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dragMoveEvent(QDragMoveEvent *event) override;
     void dropEvent(QDropEvent *event) override;
 
 private:
     QTimer restTimer;
+    QPersistentModelIndex beforePress; ///< was current
     bool isDirDrop = false;
     int sourceRow = -1;
     int targetRow = -1;

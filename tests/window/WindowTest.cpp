@@ -284,6 +284,9 @@ private slots:
         check(middle(view, 0), middle(view, 1) + toEdge, {"third", "first", "second"});
         check(middle(view, 2), middle(view, 0) + toEdge, {"third", "second", "first"});
         check(middle(view, 2), middle(view, 0), {"first", "third", "second"}); // in its place
+        // Taken to where nothing can be dropped: what is highlighted is the folder on show.
+        check(middle(view, 1), middle(program->find("pathWidget")), {"first", "third", "second"});
+        QTRY_COMPARE(view->currentIndex().row(), 0);
     }
 
     void pictureIsViewed()
