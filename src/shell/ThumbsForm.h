@@ -69,6 +69,7 @@ signals:
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
+    void changeEvent(QEvent *event) override;
     void showEvent(QShowEvent *event) override;
 
 private slots:
@@ -244,6 +245,7 @@ private:
     void showTickCount();
     void setCheckboxVisible(bool visible);
     void applyListStyleSheet();
+    void colourButtons();
     void tickRows(int first, int last, bool ticked);
     void removeItemFromList(QString path);
     QStringList selectedFiles() const;

@@ -208,6 +208,8 @@ private slots:
         checkList("a");
         for (const Qt::GlobalColor colour : {Qt::black, Qt::white}) {
             QApplication::setPalette(QColor(colour));
+            QCOMPARE(program->find("showCheckboxButton")->palette().color(QPalette::Button),
+                     program->window->palette().color(QPalette::Base));
             QEvent change(QEvent::ThemeChange);
             QApplication::sendEvent(program->window.get(), &change);
             QVERIFY(program->list()->styleSheet().contains(isDarkColourScheme() ? "white" : "black"));

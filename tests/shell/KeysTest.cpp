@@ -172,6 +172,12 @@ private slots:
         slider.close();
         program->window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(program->window.get()));
+        // A window that the desktop shows again has the focus where it was.
+        program->find("rotateRightButton")->setFocus();
+        QShowEvent again;
+        QSpontaneKeyEvent::setSpontaneous(&again);
+        qApp->notify(program->find("ThumbsForm"), &again); // sending would say that it is the program's
+        QVERIFY(program->find("rotateRightButton")->hasFocus());
         // Escape alone is known to the slideshow, and does nothing else.
         program->find("scrollArea")->setFocus();
         press("Esc");

@@ -98,6 +98,7 @@ ThumbsForm::ThumbsForm(QWidget *parent)
     setUpContextMenu();
     setUpKeys();
     applyListStyleSheet();
+    colourButtons();
     loadSettings();
     ui->toolsButton->hide();
     ui->pdfButton->setVisible(VistamoGlobal::showPdfAndConvertButtons);

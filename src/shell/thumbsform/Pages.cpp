@@ -6,17 +6,19 @@
 
 #include <QApplication>
 #include <QDesktopServices>
+#include <QShowEvent>
 #include <QStackedLayout>
 #include <QtDebug>
 #include <QWindow>
 
-void ThumbsForm::showEvent(QShowEvent *)
+void ThumbsForm::showEvent(QShowEvent *event)
 {
     widgetShown = true;
     qApp->installEventFilter(this);
     connect(window()->windowHandle(), SIGNAL(screenChanged(QScreen *)), SLOT(onScreenChanged()),
             Qt::UniqueConnection);
-    focusPage();
+    if (!event->spontaneous()) // or it is the desktop that shows the window again
+        focusPage();
 }
 
 /// Puts the focus where the eye is.

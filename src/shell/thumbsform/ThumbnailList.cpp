@@ -174,10 +174,22 @@ void ThumbsForm::applyListStyleSheet()
         QStringLiteral("QListView::indicator:checked { border: 1px solid %1; }").arg(colour));
     ui->mainListView->setStyleSheet(
         QStringLiteral("QListView::indicator:unchecked { border: 1px solid %1; }").arg(colour));
+}
+
+/// Icons stand out too little on the face of a pressed button.
+void ThumbsForm::colourButtons()
+{
     for (auto *const button : findChildren<QToolButton *>()) {
         if (button->isCheckable() && button->autoRaise())
-            putOnGround(*button, palette()); // icons stand out too little on the face of a pressed button
+            putOnGround(*button, palette());
     }
+}
+
+void ThumbsForm::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        colourButtons();
 }
 
 void ThumbsForm::applyThemeChange()
