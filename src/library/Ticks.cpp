@@ -1,10 +1,10 @@
 #include "library/Ticks.h"
 
 #include <QFileInfo>
-#include <QSet>
 #include <QtDebug>
 
 #include <algorithm>
+#include <numeric>
 
 /// The path under which a file is ticked; null if it is not.
 QString Ticks::find(const QString &file) const
@@ -39,6 +39,7 @@ void Ticks::set(const QString &path, const QString &fileName, bool ticked)
     } else if (!ticked && !found.isNull()) {
         tickedFiles.remove(NativeCaselessPath(found), found);
         --ticksOf[NativeCaselessPath(path)];
+        missing[NativeCaselessPath(path)].remove(found);
         items.removeIf([&](const TCheckedItem &item) {
             // The end alone first: a joined path for each of many is costly.
             return found.endsWith(item.fileName) && item.path + QLatin1Char('/') + item.fileName == found;
@@ -59,11 +60,35 @@ void Ticks::set(const QList<TFileRecord> &files, bool ticked)
     for (const QString &file : gone) {
         tickedFiles.remove(NativeCaselessPath(file), file);
         --ticksOf[NativeCaselessPath(QFileInfo(file).path())];
+        missing[NativeCaselessPath(QFileInfo(file).path())].remove(file);
     }
     VistamoGlobal::checkedItemList.removeIf([&gone](const TCheckedItem &item) {
         return !gone.isEmpty() && gone.contains(item.path + QLatin1Char('/') + item.fileName);
     });
     assertInStep();
+}
+
+void Ticks::setPresent(const QString &folder, const QList<TFileRecord> &files)
+{
+    const QStringList ticked =
+        ticksOf.value(NativeCaselessPath(folder)) > 0 ? filesOf(folder) : QStringList();
+    QSet<QString> without(ticked.begin(), ticked.end());
+    for (auto file = files.begin(); file != files.end() && !without.isEmpty(); ++file)
+        without.remove(find(file->path + QLatin1Char('/') + file->fileName));
+    missing[NativeCaselessPath(folder)] = without;
+}
+
+int Ticks::count() const
+{
+    const auto without = std::accumulate(missing.begin(), missing.end(), qsizetype(0),
+                                         [](qsizetype sum, const auto &files) { return sum + files.size(); });
+    return static_cast<int>(tickedFiles.size() - without);
+}
+
+int Ticks::countOf(const QString &folder) const
+{
+    const NativeCaselessPath path(folder);
+    return ticksOf.value(path) - static_cast<int>(missing.value(path).size());
 }
 
 QStringList Ticks::files() const

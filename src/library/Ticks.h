@@ -4,6 +4,7 @@
 #include "shared/VistamoGlobal.h"
 
 #include <QMultiHash>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -28,12 +29,13 @@ public:
     /// The same for many.
     void set(const QList<TFileRecord> &files, bool ticked);
 
+    /// Tells which files a folder has. A tick whose file has gone, or has another name by now, stays for when
+    /// it comes back, and is not counted until then.
+    void setPresent(const QString &folder, const QList<TFileRecord> &files);
+
     /// How many files are ticked, and how many of them in one folder.
-    [[nodiscard]] int count() const { return static_cast<int>(tickedFiles.size()); }
-    [[nodiscard]] int countOf(const QString &folder) const
-    {
-        return ticksOf.value(NativeCaselessPath(folder));
-    }
+    [[nodiscard]] int count() const;
+    [[nodiscard]] int countOf(const QString &folder) const;
 
     /// All ticked files, or those of one folder, with their paths.
     [[nodiscard]] QStringList files() const;
@@ -45,4 +47,5 @@ private:
 
     QMultiHash<NativeCaselessPath, QString> tickedFiles; ///< with their paths
     QHash<NativeCaselessPath, int> ticksOf;              ///< by folder
+    QHash<NativeCaselessPath, QSet<QString>> missing;    ///< of the ticked files, by folder
 };

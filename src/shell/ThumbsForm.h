@@ -303,7 +303,8 @@ private:
     const int maxIconSize = thumbnailSide; ///< pixels
     const int minIconSize = 128;           ///< pixels
     Ticks ticks;
-    QString lastTicked; ///< the file whose tick the user changed last
+    QString lastTicked;     ///< the file whose tick the user changed last
+    bool ticksRest = false; ///< also the files that a walk has yet to find
     FileMenu contextMenu;
 
     // Viewer

@@ -351,6 +351,21 @@ private slots:
         QCOMPARE(VistamoGlobal::checkedItemList.size(), 2);
         show(0, 30);
         QCOMPARE(program->ticks(), QStringList({"0001.jpg", "0003.jpg"}));
+        // A tick whose file has another name now waits for it, and is no ticked file.
+        QVERIFY(QFile::rename(path("a/0003.jpg"), path("a/other.jpg")));
+        QTRY_COMPARE(text("tickCountLabel"), "1 ticked, 1 of them here");
+        // All of a folder are those, too, that are yet to be found.
+        program->openFolder(1);
+        program->call("tickAll");
+        QCOMPARE(program->rows(), 0);
+        settle(5);
+        QCOMPARE(program->ticks().size(), 5);
+        QCOMPARE(text("tickCountLabel"), "6 ticked, 5 of them here");
+        program->call("untickAll");
+        QCOMPARE(text("tickCountLabel"), "1 ticked, 0 of them here");
+        QVERIFY(QFile::rename(path("a/other.jpg"), path("a/0003.jpg")));
+        show(0, 30);
+        QCOMPARE(text("tickCountLabel"), "2 ticked, 2 of them here");
         for (const char *const name : {"0001.jpg", "0003.jpg"}) {
             QVERIFY(program->find("tickCountLabel")->isVisible());
             program->deleted(path("a/") + name);

@@ -96,10 +96,13 @@ void ThumbsForm::openCurrentPhoto()
 void ThumbsForm::tickAll()
 {
     tickRows(0, fileList.count() - 1, true);
+    const FolderLoad::State state = folderLoad.state();
+    ticksRest = state == FolderLoad::State::Running || state == FolderLoad::State::Stopping;
 }
 
 void ThumbsForm::untickAll()
 {
+    ticksRest = false;
     tickRows(0, fileList.count() - 1, false);
 }
 

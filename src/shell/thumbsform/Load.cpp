@@ -20,6 +20,7 @@ void ThumbsForm::onFolderShown(const QString &path)
     ui->pathValueLabel->setText(QDir::toNativeSeparators(path));
     ui->pathWidget->show();
     ui->mainListView->setEmptyText({});
+    ticksRest = false;
     showTickCount();
     showList(true);
     ui->openFileMinButton->setEnabled(true);
@@ -41,10 +42,17 @@ void ThumbsForm::showList(bool visible)
 void ThumbsForm::onFilesFound(const FoundFiles &files)
 {
     const bool readAgain = fileList.isReadAgain();
+    const int known = fileList.count();
     const auto requests = fileList.take(files, VistamoGlobal::showCheckbox);
     if (!requests)
         return;
+    if (ticksRest && !readAgain)
+        tickRows(known, fileList.count() - 1, true);
     if (files.complete) {
+        ticksRest = false;
+        if (!files.isUnreadable) // or they are not known to be gone
+            ticks.setPresent(files.path, VistamoGlobal::fileDataList);
+        showTickCount();
         ui->mainListView->setEmptyText(files.isUnreadable ? tr("This folder cannot be read.")
                                                           : tr("There are no photos in this folder."));
         // A folder on a drive that did not answer at the start is watched from its first walk on.

@@ -113,7 +113,7 @@ void ThumbsForm::showTickCount()
 {
     ui->tickCountLabel->setText(
         tr("%1 ticked, %2 of them here").arg(ticks.count()).arg(ticks.countOf(folderLoad.path())));
-    ui->tickCountLabel->setVisible(!ticks.isEmpty());
+    ui->tickCountLabel->setVisible(ticks.count() > 0);
 }
 
 void ThumbsForm::onClickedListView(QModelIndex index)
