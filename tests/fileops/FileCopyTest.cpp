@@ -289,7 +289,7 @@ private slots:
         };
         QTRY_VERIFY(isCopied());
         copying.kill();
-        QVERIFY(copying.waitForFinished());
+        QVERIFY(copying.waitForFinished(patience));
         QCOMPARE(copying.exitStatus(), QProcess::CrashExit);
         QCOMPARE(read("to/old.jpg"), "what was there");
         QCOMPARE(QFileInfo(path("a.jpg")).size(), 600'000'000);

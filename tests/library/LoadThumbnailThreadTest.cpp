@@ -163,7 +163,7 @@ private slots:
         };
         connect(&thread, &VistamoLoadThumbnailThread::thumbnailsFound, &thread, take, Qt::DirectConnection);
         thread.start();
-        const QDeadlineTimer hangs(20'000);
+        const QDeadlineTimer hangs(patience);
         while (added < all) {
             thread.addRequest(QFileInfo(path("a.jpg")), added);
             ++added;
@@ -171,7 +171,7 @@ private slots:
                 std::this_thread::yield();
         }
         thread.setEnumFinished();
-        QVERIFY(thread.wait(5000) && !hangs.hasExpired() && inOrder && taken == all);
+        QVERIFY(thread.wait(patience) && !hangs.hasExpired() && inOrder && taken == all);
 
         WorkQueue<Work> queue;
         std::jthread other([&] {

@@ -83,7 +83,7 @@ private slots:
             const Process program = started({path("photos")});
             QTest::qWait(random.bounded(500));
             program->kill();
-            QVERIFY(program->waitForFinished());
+            QVERIFY(program->waitForFinished(patience));
             QVERIFY2(isWhole(), qPrintable(path("photos")));
         }
         // Nothing that was healthy is passed over for that.
@@ -129,7 +129,7 @@ private slots:
         do {
             program = started({path("photos")}, DEADLY_PLUGINS);
             const auto died = [&] { return program->state() == QProcess::NotRunning; };
-            QTRY_VERIFY_WITH_TIMEOUT(died() || thumbnails() == photos, 30000);
+            QTRY_VERIFY(died() || thumbnails() == photos);
             (void)QTest::qWaitFor(died, 1500); // a killer in the last place
             ++deaths;
         } while (!end(*program) && deaths < mostDeaths + 1);
@@ -189,7 +189,7 @@ private:
     static bool end(QProcess &program)
     {
         program.terminate();
-        return program.waitForFinished() && program.exitStatus() == QProcess::NormalExit
+        return program.waitForFinished(patience) && program.exitStatus() == QProcess::NormalExit
                && program.exitCode() == 0;
     }
 

@@ -264,7 +264,7 @@ private:
     static void check(QWidget *window)
     {
         check(partOf(QAccessible::queryAccessibleInterface(window)));
-        QTRY_COMPARE_WITH_TIMEOUT(clippedIn(window).join("; "), QString(), 1000);
+        QTRY_COMPARE(clippedIn(window).join("; "), QString());
     }
     /// The labels, buttons and fields that are smaller than their texts, or reach out of what they stand in.
     static QStringList clippedIn(const QWidget *window)

@@ -292,7 +292,7 @@ private slots:
                 const auto row = program->fileNames().indexOf("b.png");
                 return VistamoGlobal::fileDataList.value(row).size == read("photos/b.png").size();
             };
-            QVERIFY2(QTest::qWaitFor(isRead, skipped ? 500 : 5000) != skipped, name);
+            QVERIFY2(QTest::qWaitFor(isRead, skipped ? 500 : patience) != skipped, name);
         }
         QCOMPARE(disk("photos").size(), 3);
     }

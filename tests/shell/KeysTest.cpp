@@ -21,7 +21,7 @@ private slots:
             Pictures::save(path("first") + '/' + name, size);
         Pictures::save(path("second/only.png"), QSize(60, 40));
         start({path("first")}, 3, QRect(60, 60, 1000, 700));
-        QVERIFY(QTest::qWaitForWindowActive(program->window.get()));
+        QVERIFY(QTest::qWaitForWindowActive(program->window.get(), patience));
         DialogSeam::setAnswerer([this](const DialogSeam::Question &question) -> std::optional<QVariant> {
             return path(question.kind == DialogSeam::Kind::SelectFolder ? "second" : "exported.png");
         });
@@ -127,7 +127,7 @@ private slots:
             if (*test.dialog)
                 whenDialog([&](QWidget *opened) { dialog = opened->metaObject()->className(); });
             program->window->activateWindow();
-            QVERIFY(QTest::qWaitForWindowActive(program->window.get()));
+            QVERIFY(QTest::qWaitForWindowActive(program->window.get(), patience));
             press(test.key);
             QTRY_VERIFY2(!test.outcome || test.outcome(), test.key);
             QTRY_COMPARE(dialog, test.dialog);
@@ -166,12 +166,12 @@ private slots:
         QSlider slider;
         slider.show();
         slider.setFocus();
-        QVERIFY(QTest::qWaitForWindowActive(&slider));
+        QVERIFY(QTest::qWaitForWindowActive(&slider, patience));
         QTest::keyClick(slider.windowHandle(), Qt::Key_Right);
         QVERIFY(program->isOn("alone.png") && slider.value() == 1);
         slider.close();
         program->window->activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(program->window.get()));
+        QVERIFY(QTest::qWaitForWindowActive(program->window.get(), patience));
         // A window that the desktop shows again has the focus where it was.
         program->find("rotateRightButton")->setFocus();
         QShowEvent again;

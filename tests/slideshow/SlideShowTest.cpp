@@ -24,7 +24,7 @@ private slots:
         QCOMPARE(form()->cursor().shape(), Qt::BlankCursor);
         for (int step = 0; step < 4; ++step) { // from the selected one on, and round
             const QString colour = order[(1 + step) % 3].section('.', 0, 0);
-            QTRY_COMPARE_WITH_TIMEOUT(middle(), QColor(colour == "broken" ? "blue" : colour), 1800);
+            QTRY_COMPARE_WITH_TIMEOUT(middle(), QColor(colour == "broken" ? "blue" : colour), 2500);
             QVERIFY(digitsShown());
         }
         QTest::keyClick(program->window.get(), Qt::Key_Escape);

@@ -165,7 +165,7 @@ private slots:
         QCOMPARE(pictureOf(shown).width(), 8000);
         QVERIFY(QFile::remove(slow.path));
         QVERIFY(!pictureOf(shown).isNull()); // as for an export that comes late
-        QVERIFY(finished.wait() && !loader.request().shared);
+        QVERIFY(finished.wait(patience) && !loader.request().shared);
     }
 };
 

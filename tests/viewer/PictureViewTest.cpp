@@ -1,5 +1,6 @@
 #include "viewer/PictureView.h"
 #include "shared/VistamoGlobal.h"
+#include "support/Files.h"
 #include "support/Pictures.h"
 #include "viewer/Adjustments.h"
 #include "viewer/ColourFilters.h"
@@ -47,7 +48,7 @@ private slots:
 
         // The smooth view is due eleven ticks after the last fast one, and is the last itself.
         QSignalSpy ticks(&view, &PictureView::highQualityTick);
-        QVERIFY(ticks.wait() && !view.countDown());
+        QVERIFY(ticks.wait(patience) && !view.countDown());
         view.redraw(false, {port});
         for (int tick = 1; tick <= 11; ++tick)
             QCOMPARE(view.countDown(), tick == 11);
@@ -131,13 +132,13 @@ private slots:
         // Opened again while the thread ends: there is another one by the time that this is heard of.
         QCOMPARE(adjustments.apply()(picture), ColourFilters::applyAdjustments(picture, 20, 60, 50, 90));
         adjustments.setActive(true);
-        QVERIFY(finished.wait());
+        QVERIFY(finished.wait(patience));
         QTRY_COMPARE(view, ask(30));
         // A view that comes after the dialog is not shown.
         view = QImage();
         ask(80);
         adjustments.cancel();
-        QVERIFY(finished.wait() && view.isNull());
+        QVERIFY(finished.wait(patience) && view.isNull());
     }
 };
 

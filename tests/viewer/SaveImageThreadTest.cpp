@@ -159,11 +159,11 @@ private slots:
         };
         make(10);
         make(20);
-        QVERIFY(finished.wait());
+        QVERIFY(finished.wait(patience));
         QCOMPARE(widths, QList({20}));
         make(30);
         exports.dropMade();
-        QVERIFY(finished.wait());
+        QVERIFY(finished.wait(patience));
         QCOMPARE(widths, QList({20}));
     }
 

@@ -30,7 +30,7 @@ QPoint origin;
 void xdo(const QStringList &arguments)
 {
     Tools::Tool tool("xdotool", arguments);
-    QTRY_VERIFY_WITH_TIMEOUT(tool.hasEnded(), 20000);
+    QTRY_VERIFY(tool.hasEnded());
     QVERIFY(tool.printed());
 }
 
@@ -595,10 +595,12 @@ private:
         if (isOnWayland()) {
             QImage last;
             QImage now;
-            static_cast<void>(QTest::qWaitFor([&] {
-                last = std::exchange(now, display());
-                return now == last;
-            }));
+            static_cast<void>(QTest::qWaitFor(
+                [&] {
+                    last = std::exchange(now, display());
+                    return now == last;
+                },
+                patience));
             return now.copy(place.translated(origin));
         }
 #endif
@@ -608,7 +610,7 @@ private:
     /// Looks at the screen before anything else can happen; a compositor has to be waited for.
     static bool atOnce(const std::function<bool()> &condition)
     {
-        return isOnWayland() ? QTest::qWaitFor(condition) : condition();
+        return isOnWayland() ? QTest::qWaitFor(condition, patience) : condition();
     }
     /// Learns where the compositor has put the window from where the pointer comes into it.
     static void findOrigin()
@@ -624,7 +626,7 @@ private:
     void drop(const QStringList &files, const QWidget *target)
     {
         DragSource source(files, isOnWayland() ? program->window.get() : nullptr); // to know where it is
-        QVERIFY(QTest::qWaitForWindowExposed(source.window()));
+        QVERIFY(QTest::qWaitForWindowExposed(source.window(), patience));
         drag(middle(&source), middle(target));
     }
     void start(const QStringList &folders, int rows)
@@ -655,7 +657,7 @@ private:
         xcb_disconnect(connection);
         QSignalSpy changed(&Colour::Screens::all(), &Colour::Screens::changed);
         emit qGuiApp->applicationStateChanged(Qt::ApplicationActive); // back from where it was chosen
-        QVERIFY(changed.wait());
+        QVERIFY(changed.wait(patience));
     }
 
     /// All of the X display.

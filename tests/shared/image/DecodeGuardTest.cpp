@@ -105,7 +105,7 @@ private:
     {
         QProcess process;
         process.start(QCoreApplication::applicationFilePath(), QStringList{"--die", notes} + files);
-        QVERIFY(process.waitForFinished());
+        QVERIFY(process.waitForFinished(patience));
         QCOMPARE(process.exitCode(), 7);
     }
 
