@@ -354,6 +354,7 @@ private slots:
         // A tick whose file has another name now waits for it, and is no ticked file.
         QVERIFY(QFile::rename(path("a/0003.jpg"), path("a/other.jpg")));
         QTRY_COMPARE(text("tickCountLabel"), "1 ticked, 1 of them here");
+        settle(30);
         // All of a folder are those, too, that are yet to be found.
         program->openFolder(1);
         program->call("tickAll");
