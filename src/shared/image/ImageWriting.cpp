@@ -149,7 +149,7 @@ int ImageWriting::bytesPerPixel(const QByteArray &format)
     // more.
     static const QHash<QByteArray, int> needs = {{"jpg", 6},   {"png", 6}, {"tif", 16},  {"tiff", 16},
                                                  {"webp", 20}, {"gif", 2}, {"heic", 24}, {"heif", 24},
-                                                 {"avif", 28}, {"jxl", 56}};
+                                                 {"avif", 24}, {"jxl", 56}};
     return needs.value(format, 8);
 }
 

@@ -103,8 +103,9 @@ qint64 Platform::usedMemory()
 {
     qint64 mapped = 0;
     qint64 inMemory = 0;
-    std::ifstream("/proc/self/statm") >> mapped >> inMemory; // pages
-    return inMemory * sysconf(_SC_PAGE_SIZE);
+    qint64 ofFiles = 0; // which the system takes back when it needs them
+    std::ifstream("/proc/self/statm") >> mapped >> inMemory >> ofFiles; // pages
+    return (inMemory - ofFiles) * sysconf(_SC_PAGE_SIZE);
 }
 
 qint64 Platform::processorTime()
