@@ -356,9 +356,10 @@ private slots:
         QTRY_COMPARE(text("tickCountLabel"), "1 ticked, 1 of them here");
         settle(30);
         // All of a folder are those, too, that are yet to be found.
+        program->call("readAgain");
         program->openFolder(1);
         program->call("tickAll");
-        QCOMPARE(program->rows(), 0);
+        QCOMPARE(program->rows(), 30); // of the folder before
         settle(5);
         QCOMPARE(program->ticks().size(), 5);
         QCOMPARE(text("tickCountLabel"), "6 ticked, 5 of them here");

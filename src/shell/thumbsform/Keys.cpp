@@ -1,5 +1,6 @@
 #include "shell/Keys.h"
 
+#include "shared/platform/PathIdentity.h"
 #include "shell/KeysDialog.h"
 #include "shell/ThumbsForm.h"
 #include "ui_ThumbsForm.h"
@@ -95,7 +96,8 @@ void ThumbsForm::openCurrentPhoto()
 
 void ThumbsForm::tickAll()
 {
-    tickRows(0, fileList.count() - 1, true);
+    if (ExactPath(fileList.folder()) == ExactPath(folderLoad.path())) // or the rows are still the last one's
+        tickRows(0, fileList.count() - 1, true);
     const FolderLoad::State state = folderLoad.state();
     ticksRest = state == FolderLoad::State::Running || state == FolderLoad::State::Stopping;
 }

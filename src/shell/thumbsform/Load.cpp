@@ -46,11 +46,12 @@ void ThumbsForm::onFilesFound(const FoundFiles &files)
     const auto requests = fileList.take(files, VistamoGlobal::showCheckbox);
     if (!requests)
         return;
-    if (ticksRest && !readAgain)
+    const bool isOnShow = ExactPath(files.path) == ExactPath(folderLoad.path()); // or one before it ends
+    if (ticksRest && isOnShow && !readAgain)
         tickRows(known, fileList.count() - 1, true);
     if (files.complete) {
-        ticksRest = false;
-        if (!files.isUnreadable) // or they are not known to be gone
+        ticksRest = ticksRest && !isOnShow;
+        if (!files.isUnreadable && !files.cutOff) // or they are not known to be gone
             ticks.setPresent(files.path, VistamoGlobal::fileDataList);
         showTickCount();
         ui->mainListView->setEmptyText(files.isUnreadable ? tr("This folder cannot be read.")
