@@ -4,10 +4,11 @@
 
 #include <QPainter>
 #include <QProxyStyle>
+#include <QPushButton>
 #include <QStyleOption>
 
 /// A style whose links and selected texts can be read, whatever palette the desktop has, or changes to, and
-/// which shows by their frames that views have the focus.
+/// which shows by frames that views and push buttons have the focus.
 class ReadableStyle : public QProxyStyle
 {
 public:
@@ -25,11 +26,14 @@ public:
     {
         constexpr State byKey = State_HasFocus | State_KeyboardFocusChange;
         QProxyStyle::drawPrimitive(element, option, painter, widget);
-        if (element != PE_Frame || (option->state & byKey) != byKey)
+        // A default button looks as though it had the focus: one that has it has a second frame.
+        const bool isButton = element == PE_PanelButtonCommand && qobject_cast<const QPushButton *>(widget);
+        if ((element != PE_Frame && !isButton) || (option->state & byKey) != byKey)
             return;
+        const int inside = isButton ? 2 : 0;
         painter->save();
         painter->setPen(option->palette.color(QPalette::Highlight));
-        painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+        painter->drawRect(option->rect.adjusted(inside, inside, -1 - inside, -1 - inside));
         painter->restore();
     }
 };

@@ -106,8 +106,21 @@ private slots:
         QDragLeaveEvent leaves;
         QApplication::sendEvent(frame, &leaves);
         QCOMPARE(frame->grab().toImage(), dark);
-        choosesFolder(QString());
+        QStringList asked; // from where on
+        DialogSeam::setAnswerer([&](const DialogSeam::Question &question) {
+            asked.append(QDir::cleanPath(question.text));
+            return QString();
+        });
         QTest::mouseClick(frame, Qt::LeftButton);
+        QTest::keyClick(frame, Qt::Key_Return);
+        QCOMPARE(asked.size(), 2);
+#ifndef Q_OS_WIN // which says itself where documents are
+        QCOMPARE(asked.last(), QDir::homePath());
+        QVERIFY(QDir::home().mkdir("Documents"));
+        QTest::keyClick(frame, Qt::Key_Enter);
+        QVERIFY(QDir::home().rmdir("Documents"));
+        QCOMPARE(asked.last(), QDir::home().filePath("Documents"));
+#endif
         choosesFolder(path("a"));
         QTest::keyClick(frame, Qt::Key_Space);
         for (const char *const name : {"b", "b/", "A"}) // a slash or another case is no new folder
@@ -229,6 +242,10 @@ private slots:
         const int top = last().top();
         program->window->resize(program->window->width() + 500, program->window->height());
         QTRY_VERIFY(last().top() < top);
+        for (const auto &[step, size] : {std::pair(1, 256), {1, 256}, {-1, 128}}) { // the wheel, with Ctrl
+            QVERIFY(QMetaObject::invokeMethod(program->list(), "zoomRequested", Q_ARG(int, step)));
+            QCOMPARE(program->list()->iconSize().width(), size);
+        }
     }
 
     void thumbnailsAreFoundInAnotherTimeZone()
@@ -284,6 +301,15 @@ private slots:
         program->click("openFileMinButton");
         QTRY_COMPARE(program->tree(), QStringList({"a", "c"}));
         checkNames("c");
+        // An arrow key shows the folder on which it has rested.
+        QSignalSpy clicks(view, &QTreeView::clicked);
+        QElapsedTimer time;
+        time.start();
+        for (const Qt::Key key : {Qt::Key_Home, Qt::Key_End, Qt::Key_Home})
+            QTest::keyClick(view, key);
+        QTRY_COMPARE(clicks.size(), 1);
+        QVERIFY(time.elapsed() >= 270); // 300, as Qt's timers keep it
+        checkNames("a");
         program->call("onRefreshTimer"); // the time of the threads that were stopped is over
         QVERIFY(!StoppableThread::someLeftBehind);
     }
@@ -341,6 +367,17 @@ private slots:
                               {item.left() + 9, item.center().y()});
         }
         QCOMPARE(text("tickCountLabel"), "2 ticked, 2 of them here");
+        const auto clickOn = [this](int row, Qt::KeyboardModifiers keys) {
+            auto *const view = program->list()->viewport();
+            const QRect item = program->list()->visualRect(program->index(row));
+            QTest::mouseClick(program->window->windowHandle(), Qt::LeftButton, keys,
+                              view->mapTo(program->window.get(), QPoint(item.left() + 9, item.center().y())));
+        };
+        for (const auto &[from, to, count] : {std::tuple(6, 4, 5), {4, 6, 2}}) {
+            clickOn(from, {});
+            clickOn(to, Qt::ShiftModifier); // all from there to here
+            QCOMPARE(program->ticks().size(), count);
+        }
         show(1, 5); // whose files have the same names
         QCOMPARE(program->ticks(), QStringList());
         QCOMPARE(text("tickCountLabel"), "2 ticked, 0 of them here");

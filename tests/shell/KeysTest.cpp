@@ -83,8 +83,10 @@ private slots:
             {"", "Menu", {}, "FileMenu"},
             {"", "Ctrl+C",
              [this] {
-                 return copied()
-                        == QList{QUrl::fromLocalFile(path("first/bed and breakfast in the hills.png"))};
+                 const QUrl url = QUrl::fromLocalFile(path("first/bed and breakfast in the hills.png"));
+                 const QMimeData *const data = QGuiApplication::clipboard()->mimeData();
+                 return data->urls() == QList{url}
+                        && data->data("x-special/gnome-copied-files") == "copy\n" + url.toEncoded();
              }},
             {"", "F5",
              [this] {
@@ -112,6 +114,7 @@ private slots:
             {"", "Right", isOn("apple.png", "450x300")},
             {"", "Esc", [this] { return program->find("widget1")->isVisible(); }},
             {"", "Enter", isOn("apple.png", "450x300")}, // seen last
+            {"", "Ctrl+O", [this] { return program->settled() && program->rows() == 1; }},
         };
         QStringList tried;
         const QSignalSpy scrolled(program->find<QScrollArea>("scrollArea")->horizontalScrollBar(),
@@ -219,14 +222,15 @@ private slots:
 
     void tabKeyFollowsTheEye()
     {
-        const auto round = [this] {
+        const auto round = [] {
             QStringList names;
-            press("Tab"); // from now on the focus is shown
-            press("Shift+Tab");
+            QWindow *const window = QApplication::focusWidget()->window()->windowHandle();
+            QTest::keyClick(window, Qt::Key_Tab); // from now on the focus is shown
+            QTest::keyClick(window, Qt::Key_Tab, Qt::ShiftModifier);
             for (int i = 0; i < 40 && !names.contains(QApplication::focusWidget()->objectName()); ++i) {
                 QWidget *const stop = QApplication::focusWidget();
                 const QImage focused = stop->grab().toImage();
-                press("Tab");
+                QTest::keyClick(window, Qt::Key_Tab);
                 names.append(stop->objectName());
                 if (stop->grab().toImage() == focused)
                     names.append("(unseen)");
@@ -243,8 +247,35 @@ private slots:
             "rotateRightButton flipHButton flipVButton cropButton galleryButton adjustButton exportButton "
             "closeButton");
         program->click("closeButton");
+        const auto inDialog = [&](const char *slot) {
+            QString names;
+            whenDialog([&](QWidget *dialog) {
+                QVERIFY(QTest::qWaitForWindowActive(dialog));
+                names = round();
+            });
+            program->call(slot);
+            return names;
+        };
+        QCOMPARE(inDialog("onRenameAction"), "newNameLineEdit renameButton closeButton");
+        program->call("tickAll");
+        QCOMPARE(inDialog("on_deleteButton_clicked"), "fileTreeView applyButton cancelButton");
+        QCOMPARE(inDialog("on_optionsButton_clicked"),
+                 "qt_tabwidget_tabbar bkColorButton delaySpinBox countdownCheckBox");
+        program->call("untickAll");
         program->call("onImagesToPDFAction");
-        QVERIFY(!round().contains("unseen"));
+        program->window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(program->window.get()));
+        QCOMPARE(round(),
+                 "openFileAddButton backButton optionsScrollArea outputFolderLineEdit outputFolderButton "
+                 "pdfFilenameLineEdit pdfFilenameButton pdfPageOrientationPortraitButton "
+                 "pdfPageOrientationLanscapeButton pdfPaperSizeComboBox pdfResizeImageToPaperCheckBox "
+                 "pdfSmoothEdgesCheckBox pdfQualityComboBox pdfNoMarginButton pdfAddMarginButton "
+                 "pdfMarginSizeSpinBox");
+        program.reset();
+        start({}, 0);
+        QVERIFY(QTest::qWaitForWindowActive(program->window.get()));
+        QCOMPARE(round(), "noItemFrame openFileAddButton plusButton showCheckboxButton hideCheckboxButton "
+                          "optionsButton webButton aboutButton");
     }
 
 private:
@@ -258,7 +289,6 @@ private:
         }
         QTest::keySequence(program->window->windowHandle(), sequence);
     }
-    static QList<QUrl> copied() { return QGuiApplication::clipboard()->mimeData()->urls(); }
     /// What the document says of the keys.
     static QStringList documented()
     {
