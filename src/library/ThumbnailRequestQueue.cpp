@@ -15,8 +15,8 @@ constexpr size_t stepBack = 50;
 
 void ThumbnailRequestQueue::append(TThumbnailRequest request)
 {
-    Q_ASSERT_X(isEmpty() || at(size() - 1).row < request.row, "ThumbnailRequestQueue",
-               qPrintable(QStringLiteral("row %1 after %2").arg(request.row).arg(at(size() - 1).row)));
+    if (!isEmpty())
+        request.row = std::max(request.row, at(size() - 1).row);
     after.push_back(std::move(request));
 }
 

@@ -21,7 +21,8 @@ struct TThumbnailRequest
 class ThumbnailRequestQueue
 {
 public:
-    /// Adds a request at the end. Rows come in ascending order.
+    /// Adds a request at the end. Rows come in ascending order; those that come again, since files have left
+    /// the list, count as the last.
     void append(TThumbnailRequest request);
 
     /// Takes the next request, or nothing if the queue is empty.

@@ -194,6 +194,13 @@ private slots:
         takes(0.5f, 300, 399); // the rows from 160 on are done
         takes(0.2f, 4, 3);
         QVERIFY(!queue.takeNext(1, count));
+        append(100);
+        count -= 10; // which have left the list
+        append(20);
+        takes(1, 470, 499);
+        for (int again = 0; again < 10; ++again)
+            takes(1, 499, 499);
+        takes(1, 500, 509);
     }
 
     void neighbours()
