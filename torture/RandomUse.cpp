@@ -364,14 +364,27 @@ private:
         const int folder = below(folders.size());
         program->openFolder(folder);
         const QString path = folders[folder];
-        const auto onDisk = [&] {
-            QStringList names = QDir(path).entryList({QStringLiteral("*.png")}, QDir::Files);
-            names.sort();
-            QStringList shown = program->fileNames();
-            shown.sort();
-            return names == shown;
+        const auto namesOnDisk = [&] {
+            const QStringList names = QDir(path).entryList({QStringLiteral("*.png")}, QDir::Files);
+            return QSet<QString>(names.begin(), names.end());
         };
-        until([&] { return program->settled() && onDisk(); }, "the list is not that of the disk");
+        const auto namesShown = [&] {
+            const QStringList names = program->fileNames();
+            return QSet<QString>(names.begin(), names.end());
+        };
+        if (!QTest::qWaitFor([&] { return program->settled() && namesOnDisk() == namesShown(); },
+                             longestPauseMs)) {
+            for (const TFileRecord &record : VistamoGlobal::fileDataList)
+                if (record.imageRect == QRect())
+                    std::printf("Without its icon: %s\n", qPrintable(record.fileName));
+            const QStringList notShown = (namesOnDisk() - namesShown()).values();
+            const QStringList notThere = (namesShown() - namesOnDisk()).values();
+            fail(QStringLiteral(
+                     "the list is not that of the disk: \"%1\", walking %2, not shown %3, not there %4")
+                     .arg(program->text("pathValueLabel"))
+                     .arg(VistamoGlobal::vistamoLoadFolderThreadStat)
+                     .arg(notShown.join(' '), notThere.join(' ')));
+        }
         if (program->rows() > 0) {
             const QString name = program->fileNames()[below(program->rows())];
             const int number = contentOf(path + '/' + name).toInt();
