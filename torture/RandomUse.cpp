@@ -144,7 +144,6 @@ public:
         neighbour = std::make_unique<Neighbour>(folders, random.generate());
         VistamoGlobal::showPdfAndConvertButtons = true;
         Program::setFolders(folders, QRect(0, 0, 900, 700));
-        VistamoGlobal::outputFolder = path("exports"); // not over photos
         program = std::make_unique<Program>();
         neighbour->start(QThread::LowPriority);
         treatDialogs();
@@ -177,6 +176,8 @@ private:
     {
         switch (question.kind) {
         case DialogSeam::Kind::SelectFolder:
+            if (batchForm()) // what it writes is no photo that nobody may lose
+                return path("exports");
             return below(4) == 0 ? QString() : folders[below(folders.size())];
         case DialogSeam::Kind::SaveFile:
             return below(4) == 0 ? QString() : path(QStringLiteral("exports/%1.jpg").arg(below(10)));
