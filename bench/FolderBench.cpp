@@ -1,6 +1,7 @@
 #include "Measuring.h"
 
 #include "library/TListView.h"
+#include "shared/platform/Platform.h"
 #include "shared/VistamoGlobal.h"
 #include "shell/MainWindow.h"
 
@@ -104,8 +105,12 @@ void measureFolder(const Program &program, const QString &folder)
         print("first screen of icons", milliseconds(time), "ms");
         print("all rows", waitFor(time, [&] { return records.size() >= files; }), "ms");
         print("all icons", waitFor(time, [&] { return seen.isComplete(); }), "ms");
+        print("processor time from the start to all icons", static_cast<double>(Platform::processorTime()),
+              "ms");
         print("longest wait for the GUI thread", watch.longestMs(), "ms");
     }
+    if (std::any_of(records.cbegin(), records.cend(), [](const auto &r) { return r.imageRect.isEmpty(); }))
+        qFatal("A photo has no thumbnail.");
     print("resident memory", statusMegabytes("VmRSS"), "MB");
     print("peak of the resident memory", statusMegabytes("VmHWM"), "MB");
 
