@@ -60,11 +60,12 @@ Write jxl(int quality)
     return [=](auto &image, auto &device) { return JxlWriter::write(image, device, quality); };
 }
 
-Write jpeg(int quality)
+Write jpeg(int quality, bool isProgressive)
 {
     return [=](auto &image, auto &device) {
         QImageWriter writer(&device, "jpeg");
         writer.setQuality(quality);
+        writer.setProgressiveScanWrite(isProgressive);
         return writer.write(image);
     };
 }
@@ -139,7 +140,7 @@ int main(int argc, char *argv[])
     if (format == "heif")
         writeAll(written({heif(HeifWriter::Coding::Hevc), heif(HeifWriter::Coding::Av1)}), arguments[2]);
     else if (format == "jpeg")
-        writeAll(written({jpeg(20), jpeg(95)}), arguments[2]);
+        writeAll(written({jpeg(20, false), jpeg(95, false), jpeg(20, true), jpeg(95, true)}), arguments[2]);
     else if (format == "bmp" || format == "png")
         writeAll(written({[=](auto &image, auto &device) { return image.save(&device, format.toLatin1()); }}),
                  arguments[2]);

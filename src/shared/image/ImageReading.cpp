@@ -147,7 +147,12 @@ public:
         if (!decoding || reader.format() != "jpeg" || scaled.width() > eighth.width()
             || scaled.height() > eighth.height() || file.size() > mostJpegBytes)
             return {};
-        const MemoryBudget::Share share(file.size() + 8LL * eighth.width() * eighth.height());
+        const qint64 coefficients = JpegMarkers::coefficientBytes(look()).value_or(0);
+        if (coefficients > MemoryBudget::bytes())
+            return {};
+        // Of the coefficients of several scans those of the smaller colours are kept.
+        const MemoryBudget::Share share(file.size() + 8LL * eighth.width() * eighth.height()
+                                        + coefficients / 2);
         QImage image = readJpegEighth(look().readAll());
         if (image.isNull())
             return {};

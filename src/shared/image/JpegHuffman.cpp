@@ -31,11 +31,13 @@ std::optional<Bytes> BitReader::rest() const
     return Bytes(full.at, full.end);
 }
 
-std::optional<Table> Table::parsed(Bytes counts, Bytes symbols, bool isAc)
+std::optional<Table> Table::parsed(Bytes counts, Bytes symbols, Kind kind)
 {
-    const auto isMeant = [isAc](uint8_t symbol) {
+    const auto isMeant = [kind](uint8_t symbol) {
         const int size = symbol & 15;
-        return isAc ? size <= 10 && (size > 0 || symbol == 0 || symbol == 0xf0) : symbol <= 11;
+        if (kind == Kind::Means)
+            return symbol <= 11;
+        return size <= 10 && (size > 0 || symbol == 0 || symbol == 0xf0 || kind == Kind::CoefficientsOfScans);
     };
     Table table;
     if (symbols.size() > table.symbols.size() || !std::all_of(symbols.begin(), symbols.end(), isMeant))
@@ -55,7 +57,7 @@ std::optional<Table> Table::parsed(Bytes counts, Bytes symbols, bool isAc)
         table.ends[length] = code << (16 - length);
         code <<= 1;
     }
-    if (isAc)
+    if (kind == Kind::Coefficients)
         table.makeSteps();
     return table;
 }

@@ -74,9 +74,35 @@ constexpr int lookupBits = 12;
 class Table
 {
 public:
+    /// What the codes stand for: differences of means, or what else a block has.
+    enum class Kind
+    {
+        Means,
+        Coefficients,
+        CoefficientsOfScans ///< in a progressive picture
+    };
+
     /// From a DHT segment behind the table's number: how many codes there are of each length, and their
-    /// symbols. Null unless all symbols mean something in a sequential picture of 8 bits.
-    [[nodiscard]] static std::optional<Table> parsed(Bytes counts, Bytes symbols, bool isAc);
+    /// symbols. Null unless all symbols mean something in a picture of 8 bits.
+    [[nodiscard]] static std::optional<Table> parsed(Bytes counts, Bytes symbols, Kind kind);
+
+    /// The next symbol, or nothing if the data is broken. Takes up to 16 bits.
+    [[nodiscard]] std::optional<int> readSymbol(BitReader &reader) const
+    {
+        const Code code = next(reader);
+        reader.skip(code.length);
+        return code.length > 0 ? std::optional<int>(code.symbol) : std::nullopt;
+    }
+
+    /// The coefficient of so many bits that follows its symbol.
+    [[nodiscard]] static int coefficient(BitReader &reader, int size)
+    {
+        // One bit more than there are, as a shift by the whole width is undefined.
+        const int value = static_cast<int>(reader.peek(size + 1) >> 1);
+        reader.skip(size);
+        const bool isNegative = size > 0 && value >> (size - 1) == 0;
+        return isNegative ? value - (1 << size) + 1 : value;
+    }
 
     /// The difference of the mean from that of the last block, quantised, or nothing if the data is broken.
     /// Takes up to 27 bits.
@@ -155,14 +181,6 @@ private:
     {
         const Code code = codes[reader.peek(lookupBits)];
         return code.length ? code : nextLong(reader.peek(16));
-    }
-    [[nodiscard]] static int coefficient(BitReader &reader, int size)
-    {
-        // One bit more than there are, as a shift by the whole width is undefined.
-        const int value = static_cast<int>(reader.peek(size + 1) >> 1);
-        reader.skip(size);
-        const bool isNegative = size > 0 && value >> (size - 1) == 0;
-        return isNegative ? value - (1 << size) + 1 : value;
     }
     [[nodiscard]] Code nextLong(uint32_t bits) const;
     void makeSteps();

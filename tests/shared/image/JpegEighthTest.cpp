@@ -1,5 +1,6 @@
 #include "shared/image/JpegEighth.h"
 #include "shared/image/ImageReading.h"
+#include "shared/image/JpegMarkers.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
 
@@ -53,8 +54,12 @@ private slots:
         files["odd size"] = Pictures::encoded(shades(QSize(641, 399)), "jpg", 90);
         files["narrow"] = Pictures::encoded(shades(QSize(9, 300)), "jpg", 90);
         files["grey"] = Pictures::encoded(wide.convertToFormat(QImage::Format_Grayscale8), "jpg", 90);
+        files["progressive, odd size"] = Pictures::progressiveJpeg(shades(QSize(641, 399)));
+        files["progressive, grey"] =
+            Pictures::progressiveJpeg(wide.convertToFormat(QImage::Format_Grayscale8));
         wide.setColorSpace(QColorSpace::AdobeRgb);
         files["profile"] = Pictures::encoded(wide, "jpg", 90);
+        files["progressive, profile"] = Pictures::progressiveJpeg(wide);
         files["restart markers"] = withRestarts(20);
         for (const auto &[name, file] : files.asKeyValueRange()) {
             const QImage eighth = readJpegEighth(file);
@@ -70,8 +75,8 @@ private slots:
 
     void aPartOfAFileIsLeftToOthers()
     {
-        for (const QByteArray &file :
-             {Pictures::encoded(shades(QSize(41, 33)), "jpg", 90), withRestarts(3)}) {
+        for (const QByteArray &file : {Pictures::encoded(shades(QSize(41, 33)), "jpg", 90), withRestarts(3),
+                                       Pictures::progressiveJpeg(shades(QSize(41, 33)))}) {
             QVERIFY(!readJpegEighth(file).isNull());
             for (qsizetype length = 0; length < file.size(); ++length)
                 QVERIFY2(readJpegEighth(file.first(length)).isNull(), qPrintable(QString::number(length)));
@@ -79,7 +84,25 @@ private slots:
         QByteArray wrongOrder = withRestarts(3);
         wrongOrder.replace("\xff\xd1", "\xff\xd2");
         QVERIFY(readJpegEighth(wrongOrder).isNull());
-        QVERIFY(readJpegEighth(Pictures::progressiveJpeg(shades(QSize(64, 64)))).isNull());
+    }
+
+    void progressiveIsAsInTheLibraryOnceAllScansAreThere()
+    {
+        QByteArray file = Pictures::progressiveJpeg(Pictures::noise(QSize(640, 400)));
+        const QImage eighth = readJpegEighth(file);
+        const QImage expected = Pictures::decoded(file, eighth.size());
+        QCOMPARE(eighth.size(), QSize(80, 50));
+        for (int y = 0; y < eighth.height(); ++y)
+            for (int x = 0; x < eighth.width(); ++x)
+                QVERIFY(Pictures::isNear(eighth.pixelColor(x, y), expected.pixelColor(x, y), 2));
+
+        QBuffer buffer(&file);
+        QVERIFY(buffer.open(QIODevice::ReadOnly));
+        QList<qint64> ends = JpegMarkers::scanEnds(buffer, 100);
+        QVERIFY(ends.size() > 5);
+        ends.removeLast();
+        for (const qint64 end : ends)
+            QVERIFY(readJpegEighth(JpegMarkers::cutAt(buffer, end)).isNull());
     }
 
     void thumbnailIsQtsWhereTheFileIsCutOff()
