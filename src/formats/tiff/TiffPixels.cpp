@@ -313,14 +313,20 @@ private:
             const int sample = plane + offset;
             if (sample >= colours && sample != alphaSample)
                 break;
-            const auto each = [&](auto set) {
+            const auto eachOf = [&](auto valueAt, auto set) {
                 Sample *to = line;
-                for (int i = 0; i < count; ++i, to += stride) {
-                    const qsizetype index = static_cast<qsizetype>(i) * together + offset;
-                    set(to, sizeof(Sample) == 1     ? row[index]
-                            : sample == alphaSample ? kind.alphaAt(row, index)
-                                                    : kind.colourAt(row, index, sample));
-                }
+                for (int i = 0; i < count; ++i, to += stride)
+                    set(to, static_cast<Sample>(valueAt(static_cast<qsizetype>(i) * together + offset)));
+            };
+            const auto each = [&](auto set) {
+                if (sizeof(Sample) == 1)
+                    eachOf([row](qsizetype index) { return row[index]; }, set);
+                else if (kind.isPlain()) // the most frequent kind, without a question for each sample
+                    eachOf([row](qsizetype index) { return Tiff::Samples::plainAt(row, index); }, set);
+                else if (sample == alphaSample)
+                    eachOf([&](qsizetype index) { return kind.alphaAt(row, index); }, set);
+                else
+                    eachOf([&](qsizetype index) { return kind.colourAt(row, index, sample); }, set);
             };
             if (sample == alphaSample)
                 each([](Sample *to, Sample value) { to[3] = value; });

@@ -40,6 +40,10 @@ public:
                || (format == SAMPLEFORMAT_UINT && bits > 8 && bits < 16 && !isLab());
     }
 
+    /// True if samples of 16 bits are taken as they are, by `plainAt`.
+    bool isPlain() const { return bits == 16 && !isFloating() && !isLab(); }
+    static uint16_t plainAt(const uchar *row, qsizetype index) { return numberAt<uint16_t>(row, index); }
+
     /// One sample of a channel of the colour, brought to 16 bits out of the range that was measured. Those of
     /// Lab go from 0 to 100 and from -128 to 127.
     uint16_t colourAt(const uchar *row, qsizetype index, int channel) const
