@@ -315,6 +315,11 @@ bool FileList::remove(const QString &path)
     return true;
 }
 
+QSet<QString> FileList::names() const
+{
+    return namesOf(records());
+}
+
 const TFileRecord *FileList::at(int row) const
 {
     return row >= 0 && row < count() ? &records()[row] : nullptr;

@@ -7,6 +7,7 @@
 
 #include <QObject>
 #include <QPixmap>
+#include <QSet>
 
 #include <functional>
 #include <optional>
@@ -67,6 +68,9 @@ public:
     [[nodiscard]] bool remove(const QString &path);
 
     [[nodiscard]] int count() const { return static_cast<int>(VistamoGlobal::fileDataList.size()); }
+
+    /// The names of all files.
+    [[nodiscard]] QSet<QString> names() const;
 
     /// The file in a row; null if the list has no such row (any more).
     [[nodiscard]] const TFileRecord *at(int row) const;

@@ -247,6 +247,8 @@ private:
     void applyListStyleSheet();
     void colourButtons();
     void tickRows(int first, int last, bool ticked);
+    void tickFolder(bool ticked);
+    void tickRest(const QSet<QString> &before);
     void removeItemFromList(QString path);
     QStringList selectedFiles() const;
 
@@ -303,8 +305,9 @@ private:
     const int maxIconSize = thumbnailSide; ///< pixels
     const int minIconSize = 128;           ///< pixels
     Ticks ticks;
-    QString lastTicked;     ///< the file whose tick the user changed last
-    bool ticksRest = false; ///< also the files that a walk has yet to find
+    QString lastTicked;      ///< the file whose tick the user changed last
+    QString restOf;          ///< the folder whose files that a walk has yet to find are ticked, or lose it
+    bool restTicked = false; ///< which of both
     FileMenu contextMenu;
 
     // Viewer

@@ -400,11 +400,28 @@ private slots:
         settle(5);
         QCOMPARE(program->ticks().size(), 5);
         QCOMPARE(text("tickCountLabel"), "6 ticked, 5 of them here");
-        program->call("untickAll");
-        QCOMPARE(text("tickCountLabel"), "1 ticked, 0 of them here");
-        QVERIFY(QFile::rename(path("a/other.jpg"), path("a/0003.jpg")));
+        Pictures::save(path("b/new.png"), QSize(60, 40));
+        program->call("readAgain");
+        program->call("tickAll");
+        settle(6);
+        QCOMPARE(program->ticks().size(), 6);
         show(0, 30);
-        QCOMPARE(text("tickCountLabel"), "2 ticked, 2 of them here");
+        program->call("readAgain");
+        program->openFolder(1);
+        program->call("untickAll");
+        QCOMPARE(program->rows(), 30);
+        settle(6);
+        QCOMPARE(program->ticks(), QStringList());
+        QCOMPARE(text("tickCountLabel"), "1 ticked, 0 of them here");
+        program->openFolder(0);
+        program->click("hideCheckboxButton");
+        program->call("tickAll"); // which has no boxes to tick
+        program->click("showCheckboxButton");
+        settle(30);
+        QCOMPARE(text("tickCountLabel"), "1 ticked, 1 of them here");
+        QVERIFY(QFile::rename(path("a/other.jpg"), path("a/0003.jpg")));
+        QTRY_COMPARE(text("tickCountLabel"), "2 ticked, 2 of them here");
+        settle(30);
         for (const char *const name : {"0001.jpg", "0003.jpg"}) {
             QVERIFY(program->find("tickCountLabel")->isVisible());
             program->deleted(path("a/") + name);

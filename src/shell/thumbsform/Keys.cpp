@@ -96,16 +96,12 @@ void ThumbsForm::openCurrentPhoto()
 
 void ThumbsForm::tickAll()
 {
-    if (ExactPath(fileList.folder()) == ExactPath(folderLoad.path())) // or the rows are still the last one's
-        tickRows(0, fileList.count() - 1, true);
-    const FolderLoad::State state = folderLoad.state();
-    ticksRest = state == FolderLoad::State::Running || state == FolderLoad::State::Stopping;
+    tickFolder(true);
 }
 
 void ThumbsForm::untickAll()
 {
-    ticksRest = false;
-    tickRows(0, fileList.count() - 1, false);
+    tickFolder(false);
 }
 
 /// Puts the selected file on the clipboard, as file managers do.

@@ -20,7 +20,8 @@ void ThumbsForm::onFolderShown(const QString &path)
     ui->pathValueLabel->setText(QDir::toNativeSeparators(path));
     ui->pathWidget->show();
     ui->mainListView->setEmptyText({});
-    ticksRest = false;
+    if (ExactPath(path) != ExactPath(restOf))
+        restOf.clear();
     showTickCount();
     showList(true);
     ui->openFileMinButton->setEnabled(true);
@@ -42,15 +43,16 @@ void ThumbsForm::showList(bool visible)
 void ThumbsForm::onFilesFound(const FoundFiles &files)
 {
     const bool readAgain = fileList.isReadAgain();
-    const int known = fileList.count();
+    const bool ticksRest = ExactPath(files.path) == ExactPath(restOf);
+    const QSet<QString> before = ticksRest ? fileList.names() : QSet<QString>();
     const auto requests = fileList.take(files, VistamoGlobal::showCheckbox);
     if (!requests)
         return;
-    const bool isOnShow = ExactPath(files.path) == ExactPath(folderLoad.path()); // or one before it ends
-    if (ticksRest && isOnShow && !readAgain)
-        tickRows(known, fileList.count() - 1, true);
+    if (ticksRest)
+        tickRest(before);
     if (files.complete) {
-        ticksRest = ticksRest && !isOnShow;
+        if (ticksRest)
+            restOf.clear();
         if (!files.isUnreadable && !files.cutOff) // or they are not known to be gone
             ticks.setPresent(files.path, VistamoGlobal::fileDataList);
         showTickCount();

@@ -1,6 +1,7 @@
 #include "shell/ThumbsForm.h"
 
 #include "shared/platform/ColourScheme.h"
+#include "shared/platform/PathIdentity.h"
 #include "ui_ThumbsForm.h"
 
 #include <QApplication>
@@ -143,6 +144,31 @@ void ThumbsForm::tickRows(int first, int last, bool ticked)
         return;
     ticks.set(fileList.setTicked(first, last, ticked), ticked);
     checkDeleteButton();
+}
+
+/// Ticks all files of the folder on show, those too that a walk has yet to find, or takes their ticks off.
+void ThumbsForm::tickFolder(bool ticked)
+{
+    if (!ui->showCheckboxButton->isChecked())
+        return;
+    if (ExactPath(fileList.folder()) == ExactPath(folderLoad.path())) // or the rows are still the last one's
+        tickRows(0, fileList.count() - 1, ticked);
+    const FolderLoad::State state = folderLoad.state();
+    if (state == FolderLoad::State::Running || state == FolderLoad::State::Stopping)
+        restOf = folderLoad.path();
+    restTicked = ticked;
+}
+
+/// Does the same to the rows that a walk has added.
+/// @param before the names of those that were there
+void ThumbsForm::tickRest(const QSet<QString> &before)
+{
+    for (int row = 0; row < fileList.count(); ++row) {
+        const int first = row;
+        while (row < fileList.count() && !before.contains(fileList.at(row)->fileName))
+            ++row;
+        tickRows(first, row - 1, restTicked);
+    }
 }
 
 void ThumbsForm::onDoubleClickListView(QModelIndex index)
