@@ -439,8 +439,8 @@ private slots:
         const auto isAwake = [&saver](bool expected) { return saver.isKeptAwake() == expected; };
 #endif
         const QSize screen = QGuiApplication::primaryScreen()->size();
-        if (isOnWayland()) // which forbids more than the screen to those that fill it
-            program->window->resize(screen + QSize(40, 40));
+        // There, more than the screen is forbidden to those that fill it.
+        program->window->resize(isOnWayland() ? screen + QSize(40, 40) : QSize(760, 600));
         const QRect before = program->window->geometry();
         const auto isAsBefore = [&] { // there, the frame's size comes and goes
             const QRect now = program->window->geometry();
@@ -451,9 +451,13 @@ private slots:
         QTRY_VERIFY(isAwake(true));
         QTRY_COMPARE(program->window->geometry(), QGuiApplication::primaryScreen()->geometry());
         QTRY_COMPARE(Pictures::quartersOf(onScreen(program->find("SlideShowForm"))), "red green blue yellow");
+        Pictures::save(path("first/new.png"), QSize(60, 40));
+        QTRY_COMPARE(program->rows(), 7);
         xdo({"key", "Right", "key", "space", "key", "Escape"});
         QTRY_VERIFY(isAsBefore());
         QTRY_VERIFY(isAwake(false));
+        // Nor is the list laid out for the whole screen any more.
+        QTRY_COMPARE(program->list()->horizontalScrollBar()->maximum(), 0);
     }
 
 #ifdef Q_OS_WIN

@@ -38,6 +38,7 @@ void ThumbsForm::OnExitFullScreen()
     stackedLayout->setCurrentIndex(BrowserPage);
     emit exitFullScreen();
     widgetShown = true;
+    fileList.reflow(); // what has changed meanwhile may be laid out for the whole screen
 }
 
 void ThumbsForm::onSlideShowDestroyed()
