@@ -13,6 +13,7 @@ KeysDialog::KeysDialog(QWidget *parent)
     setObjectName(QStringLiteral("KeysDialog"));
     setWindowTitle(tr("Keys"));
     auto *const list = new QTreeWidget(this);
+    list->setObjectName(QStringLiteral("keysList"));
     list->setAccessibleName(tr("Keys"));
     list->setAccessibleDescription(tr("The keys of the program, and what each of them does"));
     list->setHeaderLabels({tr("Key"), tr("What it does")});

@@ -99,7 +99,7 @@ private:
         QEventLoop loop;
         QObject::connect(&answer, &QDBusPendingCallWatcher::finished, &loop, &QEventLoop::quit);
         loop.exec();
-        return answer.reply().arguments();
+        return answer.isError() ? QVariantList() : answer.reply().arguments();
     }
     [[nodiscard]] QVariantList ask(const Place &place, const QString &method) const
     {
@@ -112,7 +112,10 @@ private:
     [[nodiscard]] QList<Part> childrenOf(const Place &place, bool hiddenToo) const
     {
         QList<Part> children;
-        const auto places = ask(place, "GetChildren").value(0).value<QDBusArgument>();
+        const QVariantList answer = ask(place, "GetChildren");
+        if (answer.isEmpty()) // it has gone meanwhile
+            return children;
+        const auto places = answer[0].value<QDBusArgument>();
         for (places.beginArray(); !places.atEnd();) {
             Place child;
             QDBusObjectPath path;
@@ -135,7 +138,8 @@ private:
             return answer.value<QDBusVariant>().variant().toString();
         };
         const QString role = ask(place, "GetRoleName").value(0).toString();
-        const bool isCell = role == "cell" || role.endsWith(" item") || role.endsWith(" header");
+        const bool isCell =
+            role == "cell" || role.endsWith(" item") || role.endsWith(" header") || role == "page tab";
         return {role, value("Name"), value("Description"),
                 role.contains("button") || role == "check box" || (!isCell && is(place, focusable)),
                 isCell ? QList<Part>() : childrenOf(place, hiddenToo)};
@@ -161,6 +165,8 @@ private slots:
         newFolder({"first", "second"});
         Pictures::save(path("first/a name of many letters.png"), QSize(90, 60));
         Pictures::save(path("first/other.png"), QSize(60, 40));
+        Pictures::save(path("second/other.png"), QSize(60, 40));
+        choosesFolder(path("second"));
     }
     void cleanup()
     {
@@ -204,8 +210,8 @@ private slots:
         whenDialog([this](QWidget *dialog) { check(dialog); });
         program->call("showKeys");
         whenDialog([this](QWidget *dialog) { check(dialog); });
-        const QStringList paths = {path("first/other.png")};
-        program->call("handleOverwriteFiles", Q_ARG(QStringList, paths), Q_ARG(QStringList, paths));
+        program->call("onCopytoAction"); // over another
+        QTRY_COMPARE(dialogsSeen, 6);
         program->open(0);
         program->click("cropButton");
         check(program->window.get());
@@ -217,7 +223,7 @@ private slots:
         for (const char *const button : {"pdfButton", "convertButton"}) {
             program->click(button);
             check(program->window.get());
-            program->call("onCloseToolWidget");
+            closeBatchForm();
         }
     }
 
@@ -243,9 +249,38 @@ private slots:
         read("other.png");
         program->call("onImagesToPDFAction");
         read("push button \"Remove Image\"", false);
-        program->call("onCloseToolWidget");
+        closeBatchForm();
+        program->call("on_convertButton_clicked");
+        read("combo box \"PNG\"", false);
+        closeBatchForm();
+        const auto readDialog = [&](const QWidget *dialog, const QString &part) {
+            const QList<Part> windows = bus.programs(false).value(0).children;
+            const auto its = std::find_if(windows.begin(), windows.end(), [&](const Part &window) {
+                return window.name == dialog->windowTitle();
+            });
+            QVERIFY2(its != windows.end(), qPrintable(part));
+            qInfo().noquote() << its->text();
+            check(*its);
+            QVERIFY2(its->text().contains(part), qPrintable(part));
+        };
+        const auto readModal = [&](const char *slot, const QString &part) {
+            const int before = dialogsSeen;
+            whenDialog([&](const QWidget *dialog) { readDialog(dialog, part); });
+            program->call(slot);
+            QTRY_COMPARE(dialogsSeen, before + 1);
+        };
+        program->choose(0);
+        readModal("onRenameAction", "push button \"Rename\"");
+        readModal("on_deleteButton_clicked", "push button \"Apply\"");
+        readModal("on_optionsButton_clicked", "push button \"Change");
+        readModal("on_aboutButton_clicked", "push button \"Close\"");
+        readModal("showKeys", "\"Keys\"");
+        readModal("onCopytoAction", "push button \"Overwrite\"");
         program->open(0);
+        program->click("cropButton");
         read("other.png");
+        program->call("onContrastAction");
+        readDialog(program->find("VistamoFilterDialog"), "slider \"Contrast\"");
 #endif
     }
 
@@ -274,6 +309,11 @@ private slots:
     }
 
 private:
+    void closeBatchForm()
+    {
+        program->call("onCloseToolWidget");
+        QTRY_VERIFY(!program->window->findChild<QWidget *>("ImagesToPDFForm"));
+    }
     static void check(QWidget *window)
     {
         check(partOf(QAccessible::queryAccessibleInterface(window)));

@@ -222,8 +222,18 @@ private slots:
 
     void tabKeyFollowsTheEye()
     {
-        const auto round = [] {
+        // True if the eye, which reads by lines, comes to the second after the first.
+        const auto isPassed = [](const QWidget *first, const QWidget *second) {
+            const auto place = [](const QWidget *stop) {
+                return QRect(stop->mapTo(stop->window(), QPoint()), stop->size());
+            };
+            const QRect one = place(first);
+            const QRect other = place(second);
+            return one.bottom() < other.top() || (one.top() <= other.bottom() && one.left() < other.left());
+        };
+        const auto round = [&] {
             QStringList names;
+            const QWidget *last = nullptr;
             QWindow *const window = QApplication::focusWidget()->window()->windowHandle();
             QTest::keyClick(window, Qt::Key_Tab); // from now on the focus is shown
             QTest::keyClick(window, Qt::Key_Tab, Qt::ShiftModifier);
@@ -232,8 +242,11 @@ private slots:
                 const QImage focused = stop->grab().toImage();
                 QTest::keyClick(window, Qt::Key_Tab);
                 names.append(stop->objectName());
-                if (stop->grab().toImage() == focused)
+                if (QApplication::focusWidget() != stop && stop->grab().toImage() == focused)
                     names.append("(unseen)");
+                if (last && qobject_cast<QDialog *>(stop->window()) && !isPassed(last, stop))
+                    names.append("(back)");
+                last = stop;
             }
             return names.join(' ');
         };
@@ -254,6 +267,7 @@ private slots:
                 names = round();
             });
             program->call(slot);
+            static_cast<void>(QTest::qWaitFor([&] { return !names.isEmpty(); }));
             return names;
         };
         QCOMPARE(inDialog("onRenameAction"), "newNameLineEdit renameButton closeButton");
@@ -261,6 +275,18 @@ private slots:
         QCOMPARE(inDialog("on_deleteButton_clicked"), "fileTreeView applyButton cancelButton");
         QCOMPARE(inDialog("on_optionsButton_clicked"),
                  "qt_tabwidget_tabbar bkColorButton delaySpinBox countdownCheckBox");
+        QCOMPARE(inDialog("on_aboutButton_clicked"), "webLabel closeButton");
+        QCOMPARE(inDialog("showKeys"), "keysList");
+        QVERIFY(QFile::copy(path("first/apple.png"), path("second/apple.png")));
+        QCOMPARE(inDialog("onCopytoAction"), "treeWidget overwriteButton cancelButton");
+        program->open(0);
+        QTRY_COMPARE(text("sizeInfoLabel"), "900x600");
+        program->call("onContrastAction");
+        QVERIFY(QTest::qWaitForWindowActive(program->find("VistamoFilterDialog")));
+        QCOMPARE(round(),
+                 "contrastSlider contrastSpinBox brightnessSlider brightnessSpinBox gammaSlider gammaSpinBox "
+                 "invertColorsSlider invertColorsSpinBox applyButton cancelButton");
+        program->call("on_closeButton_clicked");
         program->call("untickAll");
         program->call("onImagesToPDFAction");
         program->window->activateWindow();
