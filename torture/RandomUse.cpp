@@ -373,8 +373,13 @@ private:
             const QStringList names = program->fileNames();
             return QSet<QString>(names.begin(), names.end());
         };
-        if (!QTest::qWaitFor([&] { return program->settled() && namesOnDisk() == namesShown(); },
-                             longestPauseMs)) {
+        const auto agree = [&] { return program->settled() && namesOnDisk() == namesShown(); };
+        // What came with one of the program's own changes, which it passes over, is seen with the next.
+        for (int nudges = 0; nudges < 3 && !QTest::qWaitFor(agree, longestPauseMs / 6); ++nudges) {
+            Files::write(path + "/.nudge", {});
+            QFile::remove(path + "/.nudge");
+        }
+        if (!QTest::qWaitFor(agree, longestPauseMs / 2)) {
             for (const TFileRecord &record : VistamoGlobal::fileDataList)
                 if (record.imageRect == QRect())
                     std::printf("Without its icon: %s\n", qPrintable(record.fileName));

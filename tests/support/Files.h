@@ -59,8 +59,7 @@ inline bool link(const QString &target, const QString &path)
 inline QString possibleName(QString name)
 {
 #ifdef Q_OS_WIN
-    for (const QChar none : QStringLiteral("\n\"*/:<>?\\|"))
-        name.remove(none);
+    name.removeIf([](QChar sign) { return sign < u' ' || QStringLiteral("\"*/:<>?\\|").contains(sign); });
 #endif
     return name;
 }

@@ -12,7 +12,7 @@ namespace {
 
 // A share that is never given back, since its file hangs on a dead drive, holds up nobody for longer than
 // this.
-constexpr int longestWaitMs = 10000;
+constexpr int longestWaitMs = 30000;
 constexpr int longestWaitOfEncodersMs = 600000;
 
 constexpr qint64 mostBytes = std::numeric_limits<qint64>::max() / 1024; ///< so that no sum overflows
