@@ -188,8 +188,9 @@ private slots:
     {
         QFETCH(int, times);
         QFETCH(Qt::LayoutDirection, direction);
+        constexpr qreal usualPoints = 10; // of desktops
         QFont large = font;
-        large.setPointSizeF(font.pointSizeF() * times);
+        large.setPointSizeF(std::max(font.pointSizeF(), times == 1 ? 0 : usualPoints) * times);
         QApplication::setFont(large);
         QApplication::setLayoutDirection(direction);
         start({}, 0);

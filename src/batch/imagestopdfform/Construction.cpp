@@ -6,6 +6,7 @@
 #include "ui_ImagesToPDFForm.h"
 
 #include <QDir>
+#include <QLayout>
 
 #include <utility>
 
@@ -23,6 +24,9 @@ ImagesToPDFForm::ImagesToPDFForm(QWidget *parent)
     ui->setupUi(this);
     setUpList();
     fillComboBoxes();
+    // In a large font their texts need more than the width that is set, which counts for more than they do.
+    for (QWidget *const options : {ui->outputWidget, ui->optionsWidget})
+        options->setMinimumWidth(qMax(options->minimumWidth(), options->layout()->minimumSize().width()));
     updateFormState(State::Empty);
     ui->noItemFrame->setAcceptDrops(true);
     // That of the list stays unconnected: what is dropped on it is not added.
