@@ -91,7 +91,7 @@ private slots:
 
     void exportThatHangsHoldsUpNothingElse()
     {
-        const qint64 usual = std::exchange(VistamoSaveImageThread::deadAfterMs, 300);
+        const qint64 usual = std::exchange(VistamoSaveImageThread::deadAfterMs, 1000);
         const auto backToUsual = qScopeGuard([=] { VistamoSaveImageThread::deadAfterMs = usual; });
         QSemaphore drive;
         Exports exports;
