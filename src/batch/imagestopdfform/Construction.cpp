@@ -5,14 +5,15 @@
 #include "shared/platform/ColourScheme.h"
 #include "ui_ImagesToPDFForm.h"
 
+#include <QBoxLayout>
 #include <QDir>
-#include <QLayout>
 
 #include <utility>
 
 namespace {
 
 constexpr int listColumnWidth = 500;
+constexpr int optionsWidth = 400;
 
 } // namespace
 
@@ -24,9 +25,10 @@ ImagesToPDFForm::ImagesToPDFForm(QWidget *parent)
     ui->setupUi(this);
     setUpList();
     fillComboBoxes();
-    // In a large font their texts need more than the width that is set, which counts for more than they do.
-    for (QWidget *const options : {ui->outputWidget, ui->optionsWidget})
-        options->setMinimumWidth(qMax(options->minimumWidth(), options->layout()->minimumSize().width()));
+    // No minimum of the widgets, which would count for more than their texts in a large font.
+    for (QBoxLayout *const options : {ui->outputLayout, ui->pdfOptionsLayout})
+        options->addStrut(optionsWidth - options->contentsMargins().left()
+                          - options->contentsMargins().right());
     updateFormState(State::Empty);
     ui->noItemFrame->setAcceptDrops(true);
     // That of the list stays unconnected: what is dropped on it is not added.
