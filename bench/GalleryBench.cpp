@@ -11,6 +11,7 @@
 //   gallery-bench convert DIR      all photos of a folder are converted to JPG
 //   gallery-bench pdf DIR          all photos of a folder become one PDF
 //   gallery-bench lookups          the thumbnail database, small and large
+//   gallery-bench batchlist        rows of a long batch list are moved and removed
 //   gallery-bench tones            pictures of high dynamic range are mapped to what screens show
 //   gallery-bench decoding DIR     what thumbnails cost at the least
 //
@@ -50,6 +51,8 @@ bool measuredWithoutWindow(const QString &what, const QString &path)
         measureRun(path, what == "convert");
     else if (what == "lookups")
         measureLookups();
+    else if (what == "batchlist")
+        measureBatchList();
     else if (what == "tones")
         measureToneMapping();
     else if (what == "decoding")

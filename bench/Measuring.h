@@ -86,5 +86,6 @@ void measureEdits(const Program &program, const QString &path);
 void measureIdle(const Program &program, const QString &folder);
 void measureRun(const QString &folder, bool converts);
 void measureLookups();
+void measureBatchList();
 void measureToneMapping();
 void measurePlainDecoding(const QString &folder);

@@ -1,6 +1,8 @@
 #include "Measuring.h"
 
+#include "batch/BatchListModel.h"
 #include "batch/ImagesToPDFConvertThread.h"
+#include "batch/ImagesToPDFForm.h"
 #include "library/ThumbnailDatabase.h"
 #include "shared/image/ColourToneMapping.h"
 #include "shared/image/ImageReading.h"
@@ -12,6 +14,8 @@
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QTemporaryDir>
+#include <QToolButton>
+#include <QTreeView>
 
 #include <atomic>
 #include <random>
@@ -121,6 +125,42 @@ void measureLookups()
     print("database lookup among 1,000 rows", small, "us");
     print("database lookup among 1,000,000 rows", large, "us");
     print("database lookup, 1,000,000 rows against 1,000", large / small, "");
+}
+
+void measureBatchList()
+{
+    constexpr int count = 20000;
+    QList<BatchFile> files;
+    for (int i = 0; i < count; ++i)
+        files.append({keyOfRow(i), "4032x3024", {}});
+    ImagesToPDFForm form;
+    form.show();
+    QMetaObject::invokeMethod(&form, "onFilesFound", Q_ARG(QList<BatchFile>, files));
+    QMetaObject::invokeMethod(&form, "onAddUrlsFinish", Q_ARG(QString, files.last().key.fullPath));
+    runFor(500);
+    auto *const view = form.findChild<QTreeView *>("sourceTreeView");
+    const auto *const model = view->model();
+    // Presses the button with the rows `first` to `last` selected, or those of them that are even.
+    const auto press = [&](const char *button, int first, int last, bool evenAlone) {
+        QItemSelection selection;
+        for (int row = first; evenAlone && row <= last; row += 2)
+            selection.append(QItemSelectionRange(model->index(row, 0)));
+        if (!evenAlone)
+            selection.append(QItemSelectionRange(model->index(first, 0), model->index(last, 0)));
+        view->clearSelection();
+        view->selectionModel()->select(selection, QItemSelectionModel::Select);
+        runFor(500);
+        QElapsedTimer time;
+        time.start();
+        form.findChild<QToolButton *>(button)->click();
+        QCoreApplication::processEvents();
+        print(QStringLiteral("batch list of 20,000: %1, %2").arg(button, evenAlone ? "every second" : "all"),
+              milliseconds(time), "ms");
+    };
+    press("upButton", 1, count - 1, false);
+    press("downButton", 0, count - 2, true);
+    press("removeButton", 0, count - 2, true);
+    press("removeButton", 0, count / 2 - 1, false);
 }
 
 void measurePlainDecoding(const QString &folder)

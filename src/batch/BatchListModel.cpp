@@ -8,9 +8,10 @@
 #include <QIcon>
 #include <QPixmapCache>
 #include <QSet>
+#include <QSignalBlocker>
 
 #include <algorithm>
-#include <functional>
+#include <numeric>
 #include <utility>
 
 namespace {
@@ -21,7 +22,8 @@ enum Role
     PathRole = Qt::UserRole,
     SizeRole,
     CreationTimeRole,
-    KeyRole ///< a hash, so that a long list is quick to look through
+    KeyRole,  ///< a hash, so that a long list is quick to look through
+    PlaceRole ///< where the row goes when the list is put in order
 };
 
 constexpr int repaintAfterMs = 100;
@@ -48,6 +50,7 @@ QStandardItem *newItem(const BatchFile &file)
 BatchListModel::BatchListModel(QObject *parent)
     : QStandardItemModel(parent)
 {
+    setSortRole(PlaceRole);
     repaintTimer.setSingleShot(true);
     connect(&repaintTimer, &QTimer::timeout, this, [this] {
         for (const QPersistentModelIndex &index : std::exchange(missed, {}))
@@ -77,16 +80,47 @@ void BatchListModel::addFiles(const QList<BatchFile> &files)
     invisibleRootItem()->appendRows(items);
 }
 
-void BatchListModel::removeFiles(QList<int> rows)
+void BatchListModel::removeFiles(const QList<int> &rows)
 {
-    std::sort(rows.begin(), rows.end(), std::greater());
-    for (auto first = rows.cbegin(); first != rows.cend();) {
-        auto last = first; // of adjacent rows, which are removed at once
-        while (std::next(last) != rows.cend() && *std::next(last) == *last - 1)
-            ++last;
-        removeRows(*last, *first - *last + 1);
-        first = std::next(last);
+    if (rows.isEmpty())
+        return;
+    QList<int> kept = inOrder();
+    for (const int row : rows)
+        kept[row] = -1;
+    kept.removeAll(-1);
+    const int count = static_cast<int>(kept.size());
+    putInOrder(kept + rows);
+    removeRows(count, rowCount() - count);
+}
+
+void BatchListModel::moveFiles(const QList<int> &rows, int step)
+{
+    QList<int> order = inOrder();
+    for (const int row : rows) {
+        if (row + step >= 0 && row + step < order.size())
+            order.swapItemsAt(row, row + step);
     }
+    putInOrder(order);
+}
+
+/// The rows as they stand.
+QList<int> BatchListModel::inOrder() const
+{
+    QList<int> rows(rowCount());
+    std::iota(rows.begin(), rows.end(), 0);
+    return rows;
+}
+
+/// One change of all rows, since each that comes or goes alone costs as much as the list and its selection
+/// are long.
+void BatchListModel::putInOrder(const QList<int> &rows)
+{
+    {
+        const QSignalBlocker unseen(this);
+        for (int place = 0; place < rows.size(); ++place)
+            setData(index(rows[place], 0), place, PlaceRole);
+    }
+    sort(0);
 }
 
 QStringList BatchListModel::paths() const

@@ -20,8 +20,11 @@ public:
     /// the end.
     void addFiles(const QList<BatchFile> &files);
 
-    /// Takes rows out, given in any order.
-    void removeFiles(QList<int> rows);
+    /// Takes rows out, given in any order, each once.
+    void removeFiles(const QList<int> &rows);
+
+    /// Moves rows up (-1) or down (1), one after the other; one at the end of the list stays there.
+    void moveFiles(const QList<int> &rows, int step);
 
     /// The paths, top first.
     [[nodiscard]] QStringList paths() const;
@@ -30,6 +33,8 @@ public:
 
 private:
     [[nodiscard]] QPixmap icon(const QModelIndex &index) const;
+    [[nodiscard]] QList<int> inOrder() const;
+    void putInOrder(const QList<int> &rows);
 
     mutable QTimer repaintTimer;                 ///< runs while the database was busy
     mutable QList<QPersistentModelIndex> missed; ///< rows whose icon it did not give

@@ -104,6 +104,7 @@ private slots:
         QCOMPARE(view()->currentIndex().row(), 1);
         select({0, 1, 2});
         tool("removeButton")->click();
+        QVERIFY(!view()->currentIndex().isValid());
         QVERIFY(find("noItemFrame")->isVisible() && !find("previewImage")->isVisible());
 
         // Folders are looked through, a file that is there already moves to the end.
@@ -114,6 +115,19 @@ private slots:
         tool("openFileAddButton")->click();
         QTRY_COMPARE(rows().mid(2), QStringList({"a", "d"}));
         QCOMPARE(rows().size(), 4);
+        const QStringList four = rows();
+        select({1, 3});
+        tool("upButton")->click();
+        QCOMPARE(rows(), QStringList({four[1], four[0], four[3], four[2]}));
+        QCOMPARE(view()->selectionModel()->selectedRows(), QModelIndexList({view()->model()->index(0, 0)}));
+        QVERIFY(!tool("upButton")->isEnabled() && tool("downButton")->isEnabled());
+        // Where a reader stands he stays, or beside it.
+        view()->setCurrentIndex(view()->model()->index(2, 0));
+        select({0, 2});
+        tool("removeButton")->click();
+        QCOMPARE(rows(), QStringList({four[0], four[2]}));
+        QCOMPARE(view()->currentIndex().row(), 0);
+        QVERIFY(view()->selectionModel()->selectedRows().isEmpty() && !tool("removeButton")->isEnabled());
         QVERIFY(asked.last().startsWith("Add Image Files: "));
         tool("clearButton")->click();
         QVERIFY(find("noItemFrame")->isVisible());

@@ -6,11 +6,28 @@
 #include "shared/platform/FolderPicker.h"
 #include "ui_ImagesToPDFForm.h"
 
+#include <QSet>
+
 #include <algorithm>
 
 namespace {
 
 constexpr int showAfterMs = 500; // what is over sooner needs no telling
+
+/// The row itself, or the nearest above it, or else below, that is not among those removed; one past the end
+/// if none is left.
+int rowLeftBeside(int row, const QList<int> &removed)
+{
+    const QSet<int> rows(removed.begin(), removed.end());
+    int left = row;
+    while (rows.contains(left))
+        --left;
+    if (left >= 0)
+        return left;
+    while (rows.contains(row))
+        ++row;
+    return row;
+}
 
 } // namespace
 
@@ -149,18 +166,26 @@ void ImagesToPDFForm::updateItemSelection(int count)
     showPreviewImage(selectedFile, false);
 }
 
-/// In the order of the selection.
+/// In the order of the selection. Its ranges do not meet; the model's own list of rows looks at all of them
+/// for each row.
 QList<int> ImagesToPDFForm::selectedRows() const
 {
     QList<int> rows;
-    for (const QModelIndex &index : ui->sourceTreeView->selectionModel()->selectedRows())
-        rows.append(index.row());
+    for (const QItemSelectionRange &range : ui->sourceTreeView->selectionModel()->selection()) {
+        for (int row = range.top(); row <= range.bottom(); ++row)
+            rows.append(row);
+    }
     return rows;
 }
 
 void ImagesToPDFForm::on_removeButton_clicked()
 {
-    fileListModel.removeFiles(selectedRows());
+    const QList<int> rows = selectedRows();
+    ui->sourceTreeView->clearSelection();
+    const int current = rowLeftBeside(ui->sourceTreeView->currentIndex().row(), rows);
+    ui->sourceTreeView->selectionModel()->setCurrentIndex(fileListModel.index(current, 0),
+                                                          QItemSelectionModel::NoUpdate);
+    fileListModel.removeFiles(rows);
     if (fileListModel.rowCount() == 0)
         updateFormState(State::Empty);
 }
@@ -182,13 +207,10 @@ void ImagesToPDFForm::moveSelectedRows(int step)
     const QList<int> rows = selectedRows();
     if (rows.isEmpty())
         return;
-    const int last = fileListModel.rowCount() - 1;
-    for (const int row : rows) {
-        if (row + step >= 0 && row + step <= last)
-            fileListModel.insertRow(row + step, fileListModel.takeRow(row));
-    }
+    ui->sourceTreeView->clearSelection();
+    fileListModel.moveFiles(rows, step);
     const int top = *std::min_element(rows.begin(), rows.end());
-    const int current = std::clamp(top + step, 0, last);
+    const int current = std::clamp(top + step, 0, fileListModel.rowCount() - 1);
     ui->sourceTreeView->setCurrentIndex(fileListModel.index(current, 0));
 }
 
