@@ -1,9 +1,12 @@
 #include "batch/BatchRun.h"
 #include "shared/image/ImageReading.h"
+#include "shared/platform/Platform.h"
 #include "shared/VistamoGlobal.h"
 #include "support/Program.h"
 
 #include <QElapsedTimer>
+#include <QProcess>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <cstdio>
@@ -23,6 +26,8 @@ namespace {
 constexpr rlim_t mostBytes = rlim_t(2) << 30;
 constexpr int picturesShown = 20;
 constexpr int longestMs = 1'200'000;
+
+const QString makesOriginals = QStringLiteral("originals"); ///< the first argument of who makes them
 
 int refusals = 0; ///< that the debug output has named
 
@@ -48,23 +53,26 @@ public:
     {
         newFolder({"shown", "in", "out"});
         std::printf("%s\n", qPrintable(folder->path()));
-        write("photo.jpg", Pictures::encoded(photo({8000, 6000}), "jpg", 92));
+        QProcess::execute(QCoreApplication::applicationFilePath(), {makesOriginals, folder->path()});
         for (int i = 0; i < conversions; ++i)
             QFile::link(path("photo.jpg"), path(QStringLiteral("in/%1.jpg").arg(i)));
-
-        const QImage large = photo({11600, 8700});
-        write("0.jpg", Pictures::progressiveJpeg(large));
-        QStringList originals = {"0.jpg"};
-        for (const char *const format : {"jpg", "png", "tif", "bmp", "webp", "heic", "avif", "jxl"}) {
-            originals.append(QStringLiteral("large.") + QLatin1String(format));
-            write(originals.last(), Pictures::encoded(large, format));
-        }
-        for (int i = 0; i < picturesShown; ++i) {
+        const QStringList originals = disk(".").filter(QRegularExpression("^(0|large)\\."));
+        for (int i = 0; i < picturesShown && !originals.isEmpty(); ++i) {
             const QString original = originals[i % originals.size()];
             const QString target =
                 QStringLiteral("shown/%1 ").arg(i, 2, 10, QLatin1Char('0')) + original.toLower();
             QFile::link(path(original), path(target));
         }
+    }
+
+    /// In a process of its own: what its heap keeps would count against the limit.
+    static void makeOriginals(const QString &folder)
+    {
+        Files::write(folder + "/photo.jpg", Pictures::encoded(photo({8000, 6000}), "jpg", 92));
+        const QImage large = photo({11600, 8700});
+        Files::write(folder + "/0.jpg", Pictures::progressiveJpeg(large));
+        for (const char *const format : {"jpg", "png", "tif", "bmp", "webp", "heic", "avif", "jxl"})
+            Files::write(folder + "/large." + QLatin1String(format), Pictures::encoded(large, format));
     }
 
     /// False if a picture has no thumbnail.
@@ -108,9 +116,11 @@ public:
         static_cast<void>(convertImages(run, {[](const QString &) {}, [] { return false; }}));
         const QStringList targets = disk("out");
         const bool isWhole = targets.size() + refusals >= run.sourceFiles.size();
-        std::printf("%s%s: %d of %d written, %d refused, %lld s\n",
+        Platform::returnFreedMemory(); // as the thread of conversions does
+        std::printf("%s%s: %d of %d written, %d refused, %lld s, %lld MB held afterwards\n",
                     isWhole ? "" : "WRONG: ", qPrintable(format), int(targets.size()),
-                    int(run.sourceFiles.size()), refusals, time.elapsed() / 1000);
+                    int(run.sourceFiles.size()), refusals, time.elapsed() / 1000,
+                    Platform::usedMemory() >> 20);
         std::fflush(stdout);
         for (const QString &target : targets)
             QFile::remove(path("out/" + target));
@@ -125,6 +135,10 @@ int main(int argc, char *argv[])
     QApplication application(argc, argv);
     QApplication::setStyle("Fusion");
     const QStringList arguments = QApplication::arguments();
+    if (arguments.value(1) == makesOriginals) {
+        LowMemory::makeOriginals(arguments.value(2));
+        return 0;
+    }
     LowMemory attack(arguments.size() > 1 ? arguments[1].toInt() : 40);
     QStringList formats = arguments.mid(2);
     if (formats.isEmpty())

@@ -1,5 +1,7 @@
 #include "batch/ImagesToPDFConvertThread.h"
 
+#include "shared/platform/Platform.h"
+
 ImagesToPDFConvertThread::ImagesToPDFConvertThread(QObject *parent)
     : StoppableThread(parent)
 {
@@ -16,6 +18,7 @@ void ImagesToPDFConvertThread::run()
         existing = convertImages(*this, observer);
     else if (!stopRequested)
         emit pagesWritten(createPdf(*this, observer));
+    Platform::returnFreedMemory(); // of pictures and encoders, a gigabyte
     if (stopRequested)
         emit threadTerminated();
     else

@@ -36,6 +36,8 @@ constexpr qint64 mostJpegBytes = 64 * megabyte;
 // Each scan costs a pass over the whole picture, even an empty one; encoders make a dozen.
 constexpr qsizetype mostScans = 100;
 
+constexpr qint64 littleMemory = 4096; ///< megabytes, which the holes that encoders leave would use up
+
 constexpr qint64 doubtfulBytes = 64 * megabyte;
 constexpr qint64 doubtfulRatio = 1000; ///< of decoded bytes to those of the file
 
@@ -258,6 +260,8 @@ void ImageReading::setAllocationLimit()
     const qint64 usable = Platform::usableMemory() / megabyte;
     QImageReader::setAllocationLimit(static_cast<int>(std::max<qint64>(usable / 4, 256)));
     MemoryBudget::setBytes(std::max<qint64>(usable / 2, 512) * megabyte);
+    if (usable < littleMemory)
+        Platform::returnLargeBlocksAtOnce();
 }
 
 QImage ImageReading::read(const QString &path, Colours colours)

@@ -103,6 +103,10 @@ void followScreenProfiles(QObject &receiver, const char *slot);
 /// Gives memory that was freed in small pieces back to the system, where that does not happen by itself.
 void returnFreedMemory();
 
+/// From now on each block of a megabyte or more goes back to the system as soon as it is freed, at the price
+/// of a fault for each of its pages when the next is taken. Where that happens by itself, nothing.
+void returnLargeBlocksAtOnce();
+
 /// Lowers the priority of the calling thread from now on.
 void lowerThreadPriority();
 

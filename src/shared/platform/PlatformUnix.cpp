@@ -130,6 +130,15 @@ void Platform::returnFreedMemory()
 #endif
 }
 
+void Platform::returnLargeBlocksAtOnce()
+{
+#ifdef __GLIBC__
+    // Unless it is set the threshold grows with the blocks that are freed, up to 32 MB, and their holes are
+    // kept.
+    mallopt(M_MMAP_THRESHOLD, 1 << 20);
+#endif
+}
+
 void Platform::whenAskedToEnd(const std::function<void()> &end)
 {
     int ends[2] = {};

@@ -98,6 +98,8 @@ void Platform::returnFreedMemory()
     HeapCompact(GetProcessHeap(), 0);
 }
 
+void Platform::returnLargeBlocksAtOnce() {}
+
 void Platform::whenAskedToEnd(const std::function<void()> &) {}
 
 // Before 6.5 Qt makes no more than frames dark by itself.
