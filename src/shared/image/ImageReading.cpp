@@ -12,6 +12,7 @@
 #include "shared/image/ImageMetadata.h"
 #include "shared/image/JpegEighth.h"
 #include "shared/image/JpegMarkers.h"
+#include "shared/image/ShrunkPng.h"
 #include "shared/platform/FileForReading.h"
 #include "shared/platform/Platform.h"
 
@@ -125,7 +126,7 @@ public:
         auto share = std::make_unique<const MemoryBudget::Share>(
             std::max({need.sum(), afterwards, isDoubtful ? budget : 0}), patience);
         const QByteArray format = reader.format();
-        QImage image = decoded(need.decoder > 0);
+        QImage image = decoded(need);
         if (image.isNull() && format == "png") {
             // Beside the picture the file, its packed rows and these, unpacked and packed again.
             share.reset();
@@ -165,13 +166,21 @@ public:
 
 private:
     /// The picture as it is stored; of a damaged JPEG file what there is of it.
-    QImage decoded(bool isInScans)
+    QImage decoded(const DecodingNeed &need)
     {
         const QByteArray format = reader.format();
+        // Its rows and the file itself fit into what the decoder and a copy of its picture would take.
+        if (format == "png" && reader.scaledSize().isValid() && file.size() <= need.pictures / 2 + megabyte) {
+            QByteArray shrunk = shrunkPng(look(), reader.scaledSize());
+            QBuffer buffer(&shrunk);
+            const QImage image = shrunk.isEmpty() ? QImage() : QImageReader(&buffer, format).read();
+            if (!image.isNull())
+                return image;
+        }
         if (format != "jpeg")
             return reader.read();
         QList<qint64> scans;
-        if (isInScans)
+        if (need.decoder > 0)
             scans = JpegMarkers::scanEnds(look(), mostScans);
         QImage image = scans.size() < mostScans ? readInkJpeg(look(), reader.scaledSize()) : QImage();
         if (image.isNull() && scans.size() < mostScans)

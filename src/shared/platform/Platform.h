@@ -5,6 +5,7 @@
 #include <QPoint>
 #include <QString>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -99,6 +100,10 @@ using Move = std::function<bool(const QString &from, const QString &to)>;
 /// Calls a slot without parameters, on its object's thread, whenever the system tells that screens' profiles
 /// change. May wait as `screenProfile` does.
 void followScreenProfiles(QObject &receiver, const char *slot);
+
+/// Asks for large pages behind memory of many megabytes that will be filled at once: each page costs a fault.
+/// Where the system has none, or gives them unasked, nothing.
+void useLargePages(void *memory, size_t bytes);
 
 /// Gives memory that was freed in small pieces back to the system, where that does not happen by itself.
 void returnFreedMemory();

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <fstream>
 #include <limits>
 #include <utility>
@@ -18,6 +19,7 @@
 #ifdef __GLIBC__
 #    include <malloc.h>
 #endif
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -121,6 +123,16 @@ bool Platform::isMountPlace(const QString &path)
     static const QRegularExpression places(
         QStringLiteral("^/(media(/[^/]+)?|run/media/[^/]+|mnt|Volumes)/[^/]+/?$"));
     return places.match(path).hasMatch();
+}
+
+void Platform::useLargePages([[maybe_unused]] void *memory, [[maybe_unused]] size_t bytes)
+{
+#ifdef MADV_HUGEPAGE
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const size_t skipped = (page - reinterpret_cast<uintptr_t>(memory) % page) % page;
+    if (bytes > skipped)
+        madvise(static_cast<char *>(memory) + skipped, bytes - skipped, MADV_HUGEPAGE);
+#endif
 }
 
 void Platform::returnFreedMemory()

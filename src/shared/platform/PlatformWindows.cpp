@@ -93,6 +93,9 @@ std::shared_ptr<void> Platform::keepScreenAwake()
     return {nullptr, [](void *) { SetThreadExecutionState(ES_CONTINUOUS); }};
 }
 
+// Large pages want a privilege that users do not have.
+void Platform::useLargePages(void *, size_t) {}
+
 void Platform::returnFreedMemory()
 {
     HeapCompact(GetProcessHeap(), 0);

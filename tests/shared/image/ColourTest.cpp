@@ -5,6 +5,7 @@
 #include "support/JxlFiles.h"
 #include "support/LayeredFiles.h"
 #include "support/Pictures.h"
+#include "support/PngFiles.h"
 #include "support/TiffFiles.h"
 #include "support/Tools.h"
 
@@ -12,7 +13,6 @@
 #include <QtTest>
 
 #include <exiv2/exiv2.hpp>
-#include <zlib.h>
 
 /// Colours as the files mean them, come out as sRGB.
 class ColourTest : public FolderTest
@@ -34,13 +34,8 @@ private:
     {
         constexpr qsizetype behindHeader = 33;
         QByteArray file = Pictures::encoded(image, "png");
-        for (const auto &[type, data] : chunks) {
-            const QByteArray body = type + data;
-            const uLong sum =
-                crc32(0, reinterpret_cast<const Bytef *>(body.constData()), static_cast<uInt>(body.size()));
-            file.insert(behindHeader, bigEndian({static_cast<int>(data.size())}) + body
-                                          + bigEndian({static_cast<int>(sum)}));
-        }
+        for (const auto &[type, data] : chunks)
+            file.insert(behindHeader, PngFiles::chunk(type, data));
         return file;
     }
     static std::pair<QByteArray, QByteArray> profileChunk(const QByteArray &profile)
