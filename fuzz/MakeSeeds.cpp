@@ -141,8 +141,10 @@ int main(int argc, char *argv[])
         writeAll(written({heif(HeifWriter::Coding::Hevc), heif(HeifWriter::Coding::Av1)}), arguments[2]);
     else if (format == "jpeg")
         writeAll(written({jpeg(20, false), jpeg(95, false), jpeg(20, true), jpeg(95, true)}), arguments[2]);
-    else if (format == "bmp" || format == "png")
-        writeAll(written({[=](auto &image, auto &device) { return image.save(&device, format.toLatin1()); }}),
+    else if (format == "bmp" || format.endsWith("png"))
+        writeAll(written({[=](auto &image, auto &device) {
+                     return image.save(&device, format.last(3).toLatin1());
+                 }}),
                  arguments[2]);
     else if (format == "jxl")
         writeAll(written({jxl(50), jxl(100)}) + otherJxlSeeds(), arguments[2]);
