@@ -174,26 +174,32 @@ QByteArray stored(const QByteArray &bytes)
 template <int Channels, typename Predict>
 void addPredicted(uchar *row, const uchar *above, size_t length, const Predict &predict)
 {
-    std::array<int, Channels> left{};
-    std::array<int, Channels> corner{};
+    using Pixel = std::array<qint16, 4>; // which the compiler computes at once
+    Pixel left{};
+    Pixel corner{};
     for (size_t at = 0; at < length; at += Channels) {
-        for (size_t channel = 0; channel < Channels; ++channel) {
-            const int up = above[at + channel];
-            const int predicted = predict(left[channel], up, corner[channel]);
-            row[at + channel] = static_cast<uchar>(row[at + channel] + predicted);
-            left[channel] = row[at + channel];
-            corner[channel] = up;
+        Pixel up{};
+        Pixel sum{};
+        for (size_t i = 0; i < Channels; ++i) {
+            up[i] = above[at + i];
+            sum[i] = row[at + i];
         }
+        for (size_t i = 0; i < sum.size(); ++i)
+            sum[i] = static_cast<uchar>(sum[i] + predict(left[i], up[i], corner[i]));
+        for (size_t i = 0; i < Channels; ++i)
+            row[at + i] = static_cast<uchar>(sum[i]);
+        left = sum;
+        corner = up;
     }
 }
 
-int nearest(int left, int up, int corner)
+int nearest(qint16 left, qint16 up, qint16 corner)
 {
-    const int toLeft = std::abs(up - corner);
-    const int toUp = std::abs(left - corner);
-    const int toCorner = std::abs(left + up - 2 * corner);
-    const int other = toUp <= toCorner ? up : corner;
-    return toLeft <= std::min(toUp, toCorner) ? left : other;
+    const auto toLeft = static_cast<qint16>(std::abs(up - corner));
+    const auto toUp = static_cast<qint16>(std::abs(left - corner));
+    const auto toCorner = static_cast<qint16>(std::abs(left + up - 2 * corner));
+    const qint16 other = toUp < toLeft ? up : left;
+    return toCorner < std::min(toLeft, toUp) ? corner : other;
 }
 
 /// Undoes the filter that a row was packed with. False if there is none of that number.
