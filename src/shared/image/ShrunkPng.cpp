@@ -193,7 +193,7 @@ void addPredicted(uchar *row, const uchar *above, size_t length, const Predict &
     }
 }
 
-int nearest(qint16 left, qint16 up, qint16 corner)
+qint16 nearest(qint16 left, qint16 up, qint16 corner)
 {
     const auto toLeft = static_cast<qint16>(std::abs(up - corner));
     const auto toUp = static_cast<qint16>(std::abs(left - corner));
