@@ -53,7 +53,8 @@ public:
     {
         newFolder({"shown", "in", "out"});
         std::printf("%s\n", qPrintable(folder->path()));
-        QProcess::execute(QCoreApplication::applicationFilePath(), {makesOriginals, folder->path()});
+        if (QProcess::execute(QCoreApplication::applicationFilePath(), {makesOriginals, folder->path()}) != 0)
+            qFatal("The pictures cannot be made.");
         for (int i = 0; i < conversions; ++i)
             QFile::link(path("photo.jpg"), path(QStringLiteral("in/%1.jpg").arg(i)));
         const QStringList originals = disk(".").filter(QRegularExpression("^(0|large)\\."));

@@ -76,14 +76,18 @@ void BatchListModel::addFiles(const QList<BatchFile> &files)
         if (keys.contains(item(row)->data(KeyRole).toULongLong()))
             again.append(row);
     }
-    removeFiles(again);
+    for (qsizetype end = again.size(); end > 0;) { // adjacent rows at once
+        qsizetype first = end - 1;
+        while (first > 0 && again[first - 1] == again[first] - 1)
+            --first;
+        removeRows(again[first], static_cast<int>(end - first));
+        end = first;
+    }
     invisibleRootItem()->appendRows(items);
 }
 
 void BatchListModel::removeFiles(const QList<int> &rows)
 {
-    if (rows.isEmpty())
-        return;
     QList<int> kept = inOrder();
     for (const int row : rows)
         kept[row] = -1;

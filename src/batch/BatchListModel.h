@@ -20,7 +20,8 @@ public:
     /// the end.
     void addFiles(const QList<BatchFile> &files);
 
-    /// Takes rows out, given in any order, each once.
+    /// Takes rows out, given in any order, each once. Those that stay keep their order, but indexes of the
+    /// others are at the end of the list by then.
     void removeFiles(const QList<int> &rows);
 
     /// Moves rows up (-1) or down (1), one after the other; one at the end of the list stays there.

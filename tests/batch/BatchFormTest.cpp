@@ -90,8 +90,11 @@ private slots:
         QVERIFY(find("previewImage")->isVisible());
         QTest::qWait(0);
         QCOMPARE(program->window->height(), 513); // the options scroll
+        view()->setCurrentIndex(view()->model()->index(0, 0));
+        QSignalSpy stands(view()->selectionModel(), &QItemSelectionModel::currentChanged);
         tool("downButton")->click();
         QCOMPARE(rows(), QStringList({"b", "a", "c"}));
+        QCOMPARE(stands.value(stands.size() - 1).value(0).toModelIndex().row(), 1); // told to readers
         tool("downButton")->click();
         QCOMPARE(rows(), QStringList({"b", "c", "a"}));
         QVERIFY(!tool("downButton")->isEnabled());

@@ -207,7 +207,7 @@ void ImagesToPDFForm::moveSelectedRows(int step)
     const QList<int> rows = selectedRows();
     if (rows.isEmpty())
         return;
-    ui->sourceTreeView->clearSelection();
+    ui->sourceTreeView->selectionModel()->clear(); // the row shown next is told to readers, and scrolled to
     fileListModel.moveFiles(rows, step);
     const int top = *std::min_element(rows.begin(), rows.end());
     const int current = std::clamp(top + step, 0, fileListModel.rowCount() - 1);

@@ -13,7 +13,8 @@
 namespace ImageReading {
 
 /// Sets the memory that one decoded picture may take: a quarter of what the process may use, at least 256 MB.
-/// Called once at start.
+/// Where that is less than 4 GB, large blocks go back to the system as soon as they are freed. Called once at
+/// start.
 void setAllocationLimit();
 
 /// What becomes of the picture's colours.

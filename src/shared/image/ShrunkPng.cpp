@@ -18,6 +18,8 @@
 namespace {
 
 constexpr size_t mostBytes = 256 << 20;     ///< of unpacked rows
+constexpr qint64 mostOther = 8'000'000;     ///< bytes of all other chunks; libpng takes so many of each
+constexpr size_t worthLargePages = 4 << 20; ///< bytes, which are no part of the heap's
 constexpr int mostPixelsOfSide = 1'000'000; ///< which libpng takes
 const QByteArray signature("\x89PNG\r\n\x1a\n", 8);
 
@@ -73,7 +75,8 @@ public:
         : size(size)
         , bytes(std::make_unique_for_overwrite<uchar[]>(size))
     {
-        Platform::useLargePages(bytes.get(), size);
+        if (size >= worthLargePages)
+            Platform::useLargePages(bytes.get(), size);
     }
     uchar *begin() const { return bytes.get(); }
     uchar *end() const { return bytes.get() + size; }
@@ -101,6 +104,8 @@ std::optional<Parts> partsOf(QIODevice &file)
     qint64 left = file.size();
     Parts parts{{}, {}, Buffer(static_cast<size_t>(left)), {}};
     size_t packed = 0;
+    bool isBehindPixels = false;
+    qint64 other = 0;
     for (bool isFirst = true;; isFirst = false) {
         QByteArray chunk = file.read(8);
         const qint64 size = chunk.size() == 8 ? qFromBigEndian<quint32>(chunk.constData()) : left;
@@ -112,6 +117,7 @@ std::optional<Parts> partsOf(QIODevice &file)
         if ((type == "IHDR") != isFirst || type == "tRNS" || (isPixels && !parts.after.isEmpty()))
             return {};
         if (isPixels) {
+            isBehindPixels = true;
             uchar *const data = parts.pixels.begin() + packed;
             const bool isRead = file.read(reinterpret_cast<char *>(data), size) == size;
             const quint32 sum = libdeflate_crc32(checksumOf(type), data, static_cast<size_t>(size));
@@ -120,6 +126,9 @@ std::optional<Parts> partsOf(QIODevice &file)
             packed += static_cast<size_t>(size);
             continue;
         }
+        other += size;
+        if (other > mostOther)
+            return {};
         chunk += file.read(size + 4);
         if (chunk.size() != 12 + size)
             return {};
@@ -128,7 +137,7 @@ std::optional<Parts> partsOf(QIODevice &file)
             if (chunk.last(4) != bigEndian(checksumOf(type + parts.header)) || !headerOf(parts.header))
                 return {};
         } else {
-            (packed == 0 ? parts.before : parts.after) += chunk;
+            (isBehindPixels ? parts.after : parts.before) += chunk;
         }
         if (type == "IEND") {
             parts.pixels.size = packed;

@@ -116,6 +116,10 @@ private slots:
         addRow("stream in two places", signature + head + chunk("IDAT", stream.first(99))
                                            + chunk("tIME", "1234567") + chunk("IDAT", stream.mid(99))
                                            + chunk("IEND", {}));
+        addRow("pixels behind an empty place for them", signature + head + chunk("IDAT", {})
+                                                            + chunk("tIME", "1234567") + chunk("IDAT", stream)
+                                                            + chunk("IEND", {}));
+        addRow("much else", file(head + chunk("huGe", QByteArray(9'000'000, 'x')), stream));
         addRow("a row too few", file(head, packed(plain.chopped(121))));
         addRow("a row too many", file(head, packed(plain + QByteArray(121, '\0'))));
         addRow("unknown filter", file(head, packed(unknownFilter)));
