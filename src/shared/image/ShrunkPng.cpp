@@ -21,6 +21,8 @@ constexpr size_t mostBytes = 256 << 20;     ///< of unpacked rows
 constexpr qint64 mostOther = 8'000'000;     ///< bytes of all other chunks; libpng takes so many of each
 constexpr size_t worthLargePages = 4 << 20; ///< bytes, which are no part of the heap's
 constexpr int mostPixelsOfSide = 1'000'000; ///< which libpng takes
+// Newer plug-ins weigh colours by their alpha, and round those without to the nearest.
+constexpr bool takesAlpha = QT_VERSION < QT_VERSION_CHECK(6, 5, 0);
 const QByteArray signature("\x89PNG\r\n\x1a\n", 8);
 
 quint32 checksumOf(const QByteArray &bytes)
@@ -52,7 +54,8 @@ struct Header
 /// The header of a picture that is for us.
 std::optional<Header> headerOf(const QByteArray &data)
 {
-    constexpr std::array channels{0, 0, 3, 0, 2, 0, 4}; // of each type of colours
+    constexpr std::array channels{
+        0, 0, 3, 0, takesAlpha ? 2 : 0, 0, takesAlpha ? 4 : 0}; // of each type of colours
     const auto type = static_cast<uchar>(data.size() == 13 ? data[9] : 0);
     if (type >= channels.size() || channels[type] == 0 || data[8] != 8
         || !data.endsWith(QByteArray("\0\0\0", 3))) // the usual packing and filters, not interlaced
