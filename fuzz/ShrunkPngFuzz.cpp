@@ -36,7 +36,7 @@ bool compare(QByteArray file, QSize size)
     const QImage expected = decoded(file, size);
     // Of a stream that zlib refuses, libdeflate may take all.
     if (!image.isNull() && !expected.isNull()
-        && (image != expected || image.format() != expected.format() || image.text() != expected.text()
+        && (!PngFiles::isAsThePlugin(image, expected) || image.text() != expected.text()
             || image.colorSpace() != expected.colorSpace()))
         std::abort();
     return !image.isNull();
@@ -51,7 +51,8 @@ void compareRows(QByteArray bytes)
         bytes.remove(0, 1);
         return number % most;
     };
-    const auto type = static_cast<PngFiles::ColourType>(2 + 2 * next(3));
+    const QList<PngFiles::ColourType> types = PngFiles::shrunkTypes();
+    const PngFiles::ColourType type = types[next(static_cast<int>(types.size()))];
     const QSize full(1 + next(64), 1 + next(64));
     const QSize size(1 + next(full.width()), 1 + next(full.height()));
     const QByteArray extra = bytes.left(next(40));

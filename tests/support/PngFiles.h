@@ -1,8 +1,13 @@
 #pragma once
 
 #include <QByteArray>
+#include <QImage>
+#include <QList>
 #include <QSize>
 #include <QtEndian>
+
+#include <algorithm>
+#include <cstdlib>
 
 #include <zlib.h>
 
@@ -56,6 +61,30 @@ inline QByteArray packed(const QByteArray &rows)
 inline QByteArray file(const QByteArray &chunks, const QByteArray &stream)
 {
     return signature + chunks + chunk("IDAT", stream) + chunk("IEND", {});
+}
+
+/// Plug-ins from Qt 6.5 on weigh colours by their alpha as they scale, and round those without to the
+/// nearest.
+constexpr bool pluginRoundsDown = QT_VERSION < QT_VERSION_CHECK(6, 5, 0);
+
+/// The kinds of pictures that are shrunk for the plug-in.
+inline QList<ColourType> shrunkTypes()
+{
+    return pluginRoundsDown ? QList<ColourType>{Rgb, GreyAlpha, RgbAlpha} : QList<ColourType>{Rgb};
+}
+
+/// Whether a picture of four bytes a pixel is what the plug-in made, but for its rounding.
+inline bool isAsThePlugin(const QImage &picture, const QImage &expected)
+{
+    if (pluginRoundsDown || picture.size() != expected.size() || picture.format() != expected.format())
+        return picture == expected && picture.format() == expected.format();
+    for (int y = 0; y < picture.height(); ++y) {
+        const uchar *const line = picture.constScanLine(y);
+        if (!std::equal(line, line + picture.width() * 4, expected.constScanLine(y),
+                        [](uchar one, uchar other) { return std::abs(one - other) <= 1; }))
+            return false;
+    }
+    return true;
 }
 
 } // namespace PngFiles
