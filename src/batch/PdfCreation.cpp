@@ -1,4 +1,5 @@
 #include "batch/BatchRun.h"
+#include "batch/PdfJpegs.h"
 #include "batch/PdfPageLayout.h"
 #include "shared/image/ImageReading.h"
 #include "shared/image/ImageWriting.h"
@@ -26,16 +27,44 @@ constexpr qint64 pagesBytes = 512LL * 1024 * 1024;
 // What each page has besides its picture: its description, and lines in the file's table of contents.
 constexpr qint64 bytesBesidePicture = 10 * 1024;
 
-/// The picture as it lies on the page; null if there is none.
-QImage pageImage(const QString &path, QSize available, bool enlarge, bool smooth)
+/// What lies on a page: pixels, or a JPEG file that has them already.
+struct PagePicture
+{
+    QImage image; ///< null if there is none
+    std::optional<ImageReading::PlainJpeg> jpeg;
+
+    /// The most that this may add to the file: the writer stores no picture larger than it is, with its
+    /// alpha.
+    qint64 mostBytes() const { return jpeg ? jpeg->bytes.size() : 4LL * image.width() * image.height(); }
+};
+
+/// How pictures lie on all pages of a file.
+struct PageLayout
+{
+    QSize available;
+    bool enlarge;
+    bool smooth;
+};
+
+QImage pageImage(const QString &path, const PageLayout &page)
 {
     const ImageReading::HeldPicture picture = ImageReading::readAndHold(path);
     const QImage image = ImageWriting::fitted(picture.image, "pdf");
-    const QSize size = pdfPictureSize(image.size(), available, enlarge);
+    const QSize size = pdfPictureSize(image.size(), page.available, page.enlarge);
     if (size.isEmpty())
         return {};
     return image.scaled(size, Qt::IgnoreAspectRatio,
-                        smooth ? Qt::SmoothTransformation : Qt::FastTransformation);
+                        page.smooth ? Qt::SmoothTransformation : Qt::FastTransformation);
+}
+
+PagePicture pagePicture(const QString &path, const PageLayout &page)
+{
+    const auto isUnscaled = [&page](QSize size) {
+        return pdfPictureSize(size, page.available, page.enlarge) == size;
+    };
+    if (auto jpeg = ImageReading::readPlainJpeg(path, isUnscaled))
+        return {{}, std::move(jpeg)};
+    return {pageImage(path, page), {}};
 }
 
 /// Gives a file another name beside it. Its new path, or nothing if that failed.
@@ -54,14 +83,8 @@ std::optional<QString> setAside(const QString &path, HeldFiles &heldFiles)
     return std::nullopt;
 }
 
-/// The most that a page may add to the file: the writer stores no picture larger than it is, with its alpha.
-qint64 mostBytesOf(const QImage &picture)
-{
-    return 4LL * picture.width() * picture.height();
-}
-
 /// Gives the number of pages that are in the file.
-qsizetype writePages(ReplacementFile &file, const BatchRun &run, const RunObserver &observer,
+qsizetype writePages(ReplacementFile &file, PdfJpegs &jpegs, const BatchRun &run, const RunObserver &observer,
                      qint64 mostBytes)
 {
     const QStringList &sources = run.sourceFiles;
@@ -75,27 +98,29 @@ qsizetype writePages(ReplacementFile &file, const BatchRun &run, const RunObserv
     writer.setPageMargins(QMarginsF(0, 0, 0, 0), QPageLayout::Millimeter);
     writer.setPageOrientation(options.pageOrientation == 0 ? QPageLayout::Portrait : QPageLayout::Landscape);
     const QSize page(writer.width(), writer.height());
-    const QSize available = pdfAvailableSize(page, margin);
+    const PageLayout layout{pdfAvailableSize(page, margin), options.resizeImageToPaper,
+                            options.pdfSmoothEdges};
     QPainter painter(&writer);
 
     const qint64 pageBytes = std::max<qint64>(4LL * page.width() * page.height(), 1);
     const qint64 atOnce = std::min<qint64>(pagesBytes / pageBytes, QThread::idealThreadCount());
-    OrderedWork<QImage> images(static_cast<int>(std::max<qint64>(atOnce, 1)));
+    OrderedWork<PagePicture> pictures(static_cast<int>(std::max<qint64>(atOnce, 1)));
     qsizetype started = 0;
     qsizetype pages = 0;
     for (; pages < sources.size() && !observer.isStopped(); ++pages) {
-        for (; started < sources.size() && !images.isFull(); ++started) {
+        for (; started < sources.size() && !pictures.isFull(); ++started) {
             observer.fileBegins(sources[started]);
-            images.start(
-                [path = sources[started], available, enlarge = options.resizeImageToPaper,
-                 smooth = options.pdfSmoothEdges] { return pageImage(path, available, enlarge, smooth); });
+            pictures.start([path = sources[started], layout] { return pagePicture(path, layout); });
         }
-        const QImage picture = images.takeNext();
-        if (pages > 0 && file.size() + mostBytesOf(picture) + (pages + 1) * bytesBesidePicture > mostBytes)
+        const PagePicture picture = pictures.takeNext();
+        if (pages > 0 && file.size() + picture.mostBytes() + (pages + 1) * bytesBesidePicture > mostBytes)
             break;
         if (pages > 0)
             writer.newPage();
-        painter.drawImage(margin, margin, picture);
+        if (!picture.jpeg)
+            painter.drawImage(margin, margin, picture.image);
+        else if (!jpegs.draw(painter, {margin, margin}, *picture.jpeg))
+            painter.drawImage(margin, margin, pageImage(sources[pages], layout));
     }
     return pages;
 }
@@ -115,7 +140,8 @@ qsizetype createPdf(const BatchRun &run, const RunObserver &observer, qint64 mos
     // Where the user was not asked, or asked for another name, what stands there in the end is kept.
     const bool keepsPrevious =
         !QFileInfo::exists(path) || QDir::cleanPath(run.targetPath) != QDir::cleanPath(path);
-    const qsizetype pages = writePages(file, run, observer, mostBytes);
+    PdfJpegs jpegs(file);
+    const qsizetype pages = writePages(file, jpegs, run, observer, mostBytes);
     if (observer.isStopped())
         return pages;
 
@@ -126,7 +152,7 @@ qsizetype createPdf(const BatchRun &run, const RunObserver &observer, qint64 mos
             previous = std::pair(*aside, target);
         return aside.has_value();
     };
-    const bool written = keepsPrevious ? file.commitAsNew(makeWay) : file.commit();
+    const bool written = jpegs.finish() && (keepsPrevious ? file.commitAsNew(makeWay) : file.commit());
     if (!written && previous && !Platform::renameToNew(previous->first, previous->second, heldFiles))
         qDebug() << "Cannot put back" << previous->first;
     return pages;

@@ -1,5 +1,6 @@
 #include "batch/ImagesToPDFConvertThread.h"
 #include "batch/PdfPageLayout.h"
+#include "shared/image/ImageReading.h"
 #include "shared/VistamoGlobal.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
@@ -94,6 +95,68 @@ private slots:
                 gray += qAbs(qGray(stored.pixel(x, 3)) - 128) < 64;
             QVERIFY(smooth ? gray > 200 : gray == 0);
         }
+    }
+
+    /// A page that shows a JPEG file with its own pixels has its bytes, without metadata.
+    void jpegFilesGoInAsTheyAre()
+    {
+        const QImage picture = Pictures::quarters(QSize(90, 60));
+        QImage wide = picture;
+        wide.setColorSpace(QColorSpace::AdobeRgb);
+        const QByteArray plain = Pictures::encoded(picture, "jpg", 85);
+        const QByteArray grey = Pictures::encoded(picture.convertedTo(QImage::Format_Grayscale8), "jpg", 85);
+        const QByteArray progressive = Pictures::progressiveJpeg(picture);
+        const QByteArray adobe("\xff\xee\0\x0e"
+                               "Adobe\0\x64\0\0\0\0\1",
+                               16);
+        const QByteArray others("\xff\xe1\0\x08"
+                                "Exif\0\0\xff\xfe\0\x04hi",
+                                16);
+        const auto with = [&plain](const QByteArray &segments) {
+            return QByteArray(plain).insert(plain.indexOf("\xff\xdb"), segments);
+        };
+        Pictures::save(path("turned.jpg"), QSize(90, 60), 6);
+        QVERIFY(Tools::run("convert", {path("a.png"), "-colorspace", "CMYK", path("inks.jpg")}));
+        const QList<std::tuple<const char *, QByteArray, QByteArray>> cases = {
+            {"plain", plain, plain},
+            {"grey", grey, grey},
+            {"progressive", progressive, progressive},
+            {"metadata", with(others + adobe + others) + "behind", with(adobe)},
+            {"turned", read("turned.jpg"), {}},
+            {"wide colours", Pictures::encoded(wide, "jpg", 85), {}},
+            {"not whole", plain.chopped(2), {}},
+            {"inks", read("inks.jpg"), {}},
+            {"wider than the page", Pictures::encoded(picture.scaled(817, 60), "jpg"), {}},
+        };
+        QStringList files;
+        for (const auto &[name, file, stored] : cases) {
+            files.append(QString(name) + ".jpg");
+            write(files.last(), file);
+        }
+        QVERIFY(create(files).contains(QStringLiteral("Pages:           %1\n").arg(cases.size())));
+        for (int page = 1; page <= cases.size(); ++page) {
+            const auto &[name, file, stored] = cases[page - 1];
+            const QStringList pageAlone = {"-f", QString::number(page), "-l", QString::number(page)};
+            Tools::run("pdfimages", pageAlone + QStringList{"-j", path("all.pdf"), path("stored")});
+            QVERIFY2(stored.isEmpty() != (read("stored-000.jpg") == stored), name);
+            Tools::run("pdftoppm",
+                       pageAlone
+                           + QStringList{"-r", "96", "-png", "-singlefile", path("all.pdf"), path("page")});
+            const QImage shown = ImageReading::read(path(files[page - 1]));
+            const QRect place(QPoint(), shown.size().boundedTo({816, 60}));
+            const double difference =
+                Pictures::difference(QImage(path("page.png")).copy(place), shown.scaled(place.size()));
+            QVERIFY2(difference < 4, name); // a pixel of each edge
+        }
+
+        // Readers mend a wrong table of contents without a word.
+        const QByteArray pdf = read("all.pdf");
+        const QByteArray table = pdf.mid(pdf.mid(pdf.lastIndexOf("startxref\n") + 10).split('\n')[0].toInt());
+        const QList<QByteArray> lines = table.first(table.indexOf("trailer")).split('\n');
+        QVERIFY(lines[0] == "xref" && lines.size() > 4 * cases.size());
+        for (int object = 1; object < lines.size() - 3; ++object)
+            QVERIFY(pdf.mid(lines[object + 2].first(10).toInt())
+                        .startsWith(QByteArray::number(object) + " 0 obj\n"));
     }
 
     void aBrokenPictureGivesABlankPage()

@@ -147,24 +147,55 @@ public:
     {
         const QSize scaled = reader.scaledSize();
         const QSize eighth = reader.size() / 8;
-        if (!decoding || reader.format() != "jpeg" || scaled.width() > eighth.width()
-            || scaled.height() > eighth.height() || file.size() > mostJpegBytes)
+        if (scaled.width() > eighth.width() || scaled.height() > eighth.height())
             return {};
-        const qint64 coefficients = JpegMarkers::coefficientBytes(look()).value_or(0);
-        if (coefficients > MemoryBudget::bytes())
-            return {};
-        // Of the coefficients of several scans those of the smaller colours are kept.
-        const MemoryBudget::Share share(file.size() + 8LL * eighth.width() * eighth.height()
-                                        + coefficients / 2);
-        QImage image = readJpegEighth(look().readAll());
+        const QImage image = readEighth().image;
         if (image.isNull())
             return {};
-        image.setColorSpace(colourSpaceOf(image, "jpeg"));
         return oriented(image.scaled(scaled, Qt::IgnoreAspectRatio, Qt::SmoothTransformation),
                         reader.transformation());
     }
 
+    /// As the function of this name.
+    std::optional<ImageReading::PlainJpeg> readPlainJpeg(const std::function<bool(QSize)> &isWanted)
+    {
+        if (reader.transformation() != QImageIOHandler::TransformationNone || !isWanted(reader.size()))
+            return {};
+        const auto [bytes, image] = readEighth();
+        const QColorSpace colours = image.colorSpace();
+        const bool isSrgb = colours.iccProfile().isEmpty() || colours == QColorSpace(QColorSpace::SRgb);
+        if (image.isNull() || !isSrgb)
+            return {};
+        return ImageReading::PlainJpeg{JpegMarkers::withoutMetadata(bytes), reader.size(),
+                                       image.format() == QImage::Format_Grayscale8};
+    }
+
 private:
+    /// The bytes of a JPEG file, and what is seen of it in its blocks, as it is stored; a null picture if it
+    /// is not whole, or nothing for this way.
+    struct Eighth
+    {
+        QByteArray bytes;
+        QImage image;
+    };
+    Eighth readEighth()
+    {
+        if (!decoding || reader.format() != "jpeg" || file.size() > mostJpegBytes)
+            return {};
+        const qint64 coefficients = JpegMarkers::coefficientBytes(look()).value_or(0);
+        if (coefficients > MemoryBudget::bytes())
+            return {};
+        const QSize eighth = reader.size() / 8;
+        // Of the coefficients of several scans those of the smaller colours are kept.
+        const MemoryBudget::Share share(file.size() + 8LL * eighth.width() * eighth.height()
+                                        + coefficients / 2);
+        Eighth read{look().readAll(), {}};
+        read.image = readJpegEighth(read.bytes);
+        if (!read.image.isNull())
+            read.image.setColorSpace(colourSpaceOf(read.image, "jpeg"));
+        return read;
+    }
+
     /// The picture as it is stored; of a damaged JPEG file what there is of it.
     QImage decoded(const DecodingNeed &need)
     {
@@ -293,6 +324,15 @@ try {
         picture.image = Colour::inSrgb(std::move(picture.image));
     return picture;
 } catch (const std::bad_alloc &) { // which costs this picture, not the program
+    qDebug() << "No memory for" << path;
+    return {};
+}
+
+std::optional<ImageReading::PlainJpeg> ImageReading::readPlainJpeg(const QString &path,
+                                                                   const std::function<bool(QSize)> &isWanted)
+try {
+    return canBeOpened(path) ? PictureFile(path).readPlainJpeg(isWanted) : std::nullopt;
+} catch (const std::bad_alloc &) {
     qDebug() << "No memory for" << path;
     return {};
 }

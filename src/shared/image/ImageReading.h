@@ -2,11 +2,14 @@
 
 #include "shared/image/MemoryBudget.h"
 
+#include <QByteArray>
 #include <QImage>
 #include <QSize>
 #include <QString>
 
+#include <functional>
 #include <memory>
+#include <optional>
 
 /// The one way in which the program reads a user's picture: the format is found from the content, the stored
 /// orientation is applied, colours come out as sRGB. Safe to call from any thread.
@@ -41,6 +44,20 @@ struct HeldPicture
 /// Above 0 the share is waited for until other workers are done.
 [[nodiscard]] HeldPicture readAndHold(const QString &path, Colours colours = Colours::Srgb,
                                       int bytesPerPixel = 0);
+
+/// A JPEG file that any program shows as this one does, and whose metadata are taken out.
+struct PlainJpeg
+{
+    QByteArray bytes;
+    QSize size;
+    bool isGrey;
+};
+
+/// A JPEG file's own bytes, if it is whole, upright, in sRGB, and of 8 bits for grey or three colours;
+/// nothing of any other file.
+/// @param isWanted is asked for the size before the file is read
+[[nodiscard]] std::optional<PlainJpeg> readPlainJpeg(const QString &path,
+                                                     const std::function<bool(QSize)> &isWanted);
 
 /// A thumbnail, and the size of the picture it was made from.
 struct Thumbnail

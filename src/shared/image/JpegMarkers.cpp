@@ -1,6 +1,6 @@
 #include "shared/image/JpegMarkers.h"
 
-#include <QIODevice>
+#include <QBuffer>
 #include <QtEndian>
 
 #include <algorithm>
@@ -42,6 +42,9 @@ public:
 
     /// Where the last marker stands, if one 0xff begins it.
     qint64 markerPosition() const { return chunkStart + at - 2; }
+
+    /// Where the next byte stands.
+    qint64 position() const { return chunkStart + at; }
 
     /// The bytes of the segment behind a marker; nothing if it reaches beyond the file. A length that does
     /// not even count itself is that of an empty one, as decoders have it.
@@ -112,6 +115,22 @@ bool mayFollowScan(int marker)
 {
     return marker == 0xc4 || marker == 0xcc || (marker >= startOfScan && marker <= 0xdd)
            || (marker >= 0xe0 && marker <= 0xef) || marker == 0xfe;
+}
+
+/// True for a comment, and for what an application adds.
+bool isAddition(int marker)
+{
+    return marker == 0xfe || (marker >= 0xe0 && marker <= 0xef);
+}
+
+/// What has to stay of an addition for the colours' sake, as a segment with its marker: nothing of most.
+QByteArray colourStorage(int marker, const QByteArray &addition)
+{
+    if (marker == 0xe0 && addition.startsWith(QByteArray("JFIF", 5)) && addition.size() >= 14)
+        return QByteArray("\xff\xe0\0\x10", 4) + addition.first(12) + QByteArray(2, 0); // no preview
+    if (marker == 0xee && addition.startsWith("Adobe") && addition.size() >= 12)
+        return QByteArray("\xff\xee\0\x0e", 4) + addition.first(12);
+    return {};
 }
 
 int value(const QByteArray &bytes, qsizetype at)
@@ -191,4 +210,33 @@ QByteArray JpegMarkers::cutAt(QIODevice &file, qint64 end)
 {
     file.seek(0);
     return file.read(end) + "\xff\xd9";
+}
+
+QByteArray JpegMarkers::withoutMetadata(QByteArray file)
+{
+    QBuffer buffer(&file);
+    buffer.open(QIODevice::ReadOnly);
+    Walk walk(buffer);
+    QByteArray bare;
+    qint64 done = 0; // bytes of the file that are in `bare`, or left out
+    const auto keepUntil = [&](qint64 end) { bare.append(file.constData() + done, end - done); };
+    bare.reserve(file.size());
+    while (const auto marker = walk.nextMarker()) {
+        if (*marker == startOfImage)
+            continue;
+        if (*marker == endOfImage) {
+            keepUntil(walk.position());
+            return bare;
+        }
+        const qint64 begin = walk.markerPosition();
+        const auto segment = walk.segment();
+        if (!segment)
+            break;
+        if (isAddition(*marker)) {
+            keepUntil(begin);
+            bare += colourStorage(*marker, *segment);
+            done = walk.position();
+        }
+    }
+    return {};
 }

@@ -22,4 +22,8 @@ namespace JpegMarkers {
 /// The first `end` bytes of a file as a file that is complete.
 [[nodiscard]] QByteArray cutAt(QIODevice &file, qint64 end);
 
+/// A file that is whole, up to the end of its picture, less comments, previews and all that applications add
+/// but for what says how the colours are stored. Empty if it has no end.
+[[nodiscard]] QByteArray withoutMetadata(QByteArray file);
+
 } // namespace JpegMarkers
