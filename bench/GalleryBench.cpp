@@ -8,8 +8,11 @@
 //   gallery-bench steps DIR        arrow keys in the viewer; the last photo is the only one of its size
 //   gallery-bench edit FILE        a picture is turned, filtered and cropped in the viewer
 //   gallery-bench idle DIR         processor time while nothing happens
-//   gallery-bench convert DIR      all photos of a folder are converted to JPG
-//   gallery-bench pdf DIR          all photos of a folder become one PDF
+//   gallery-bench convert DIR [.SUFFIX [QUALITY [TO]]]
+//                                  all photos of a folder are converted, to JPG of quality 80 unless told
+//                                  otherwise, and kept only if a folder is named for them
+//   gallery-bench pdf DIR [DPI [TO]]
+//                                  all photos of a folder become one PDF, at 300 dots per inch
 //   gallery-bench lookups          the thumbnail database, small and large
 //   gallery-bench batchlist        rows of a long batch list are moved and removed
 //   gallery-bench tones            pictures of high dynamic range are mapped to what screens show
@@ -45,10 +48,13 @@ void setHome(const QString &home, bool keepsSettings)
 }
 
 /// What needs no window. False if it is none of these.
-bool measuredWithoutWindow(const QString &what, const QString &path)
+bool measuredWithoutWindow(const QString &what, const QString &path, const QStringList &arguments)
 {
-    if (what == "convert" || what == "pdf")
-        measureRun(path, what == "convert");
+    if (what == "convert")
+        measureConversion(path, arguments.value(2, ".jpg"), arguments.value(3, "80").toInt(),
+                          arguments.value(4));
+    else if (what == "pdf")
+        measurePdf(path, arguments.value(2, "300").toInt(), arguments.value(3));
     else if (what == "lookups")
         measureLookups();
     else if (what == "batchlist")
@@ -86,7 +92,7 @@ int main(int argc, char *argv[])
     const QStringList arguments = parser.positionalArguments();
     const QString what = arguments.value(0);
     const QString path = QFileInfo(arguments.value(1)).absoluteFilePath();
-    if (measuredWithoutWindow(what, path))
+    if (measuredWithoutWindow(what, path, arguments))
         return 0;
 
     MainWindow window;

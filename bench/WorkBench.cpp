@@ -1,6 +1,7 @@
 #include "Measuring.h"
 
 #include "batch/BatchListModel.h"
+#include "batch/BatchOptions.h"
 #include "batch/ImagesToPDFConvertThread.h"
 #include "batch/ImagesToPDFForm.h"
 #include "library/ThumbnailDatabase.h"
@@ -18,22 +19,27 @@
 #include <QTreeView>
 
 #include <atomic>
+#include <functional>
 #include <random>
 #include <thread>
 #include <utility>
 #include <vector>
 
-void measureRun(const QString &folder, bool converts)
+namespace {
+
+/// One run of the batch tools over all photos of a folder.
+/// @param prepare is given the run's thread and the folder for what it makes
+void measureRun(const QString &folder, const QString &output,
+                const std::function<void(ImagesToPDFConvertThread &, const QString &)> &prepare)
 {
-    const QTemporaryDir output;
-    VistamoGlobal::outputFolder = output.path();
+    const QTemporaryDir temporary;
+    VistamoGlobal::outputFolder = output.isEmpty() ? temporary.path() : QFileInfo(output).absoluteFilePath();
     VistamoGlobal::pdfFileName = "all.pdf";
     ImagesToPDFConvertThread thread;
     for (const QFileInfo &file : QDir(folder).entryInfoList(QDir::Files, QDir::Name))
         thread.sourceFiles.append(file.filePath());
-    thread.targetPath = output.path() + (converts ? "" : "/all.pdf");
-    thread.targetExtension = ".jpg";
-    thread.isConvertMode = converts;
+    prepare(thread, VistamoGlobal::outputFolder);
+    thread.options = BatchOptions::current();
     qsizetype started = 0;
     QObject::connect(
         &thread, &ImagesToPDFConvertThread::updateFileName, &thread,
@@ -48,7 +54,32 @@ void measureRun(const QString &folder, bool converts)
     thread.wait();
     print("files", static_cast<double>(thread.sourceFiles.size()), "");
     print("time", time.elapsed() / 1e3, "s");
+    print("processor time from the start", static_cast<double>(Platform::processorTime()), "ms");
     print("peak memory", statusMegabytes("VmHWM"), "MB");
+}
+
+} // namespace
+
+void measureConversion(const QString &folder, const QString &extension, int quality, const QString &output)
+{
+    VistamoGlobal::targeFileQuality = quality;
+    measureRun(folder, output, [&](ImagesToPDFConvertThread &thread, const QString &target) {
+        thread.isConvertMode = true;
+        thread.overwrite = true;
+        thread.targetPath = target;
+        thread.targetExtension = extension;
+    });
+}
+
+void measurePdf(const QString &folder, int resolution, const QString &output)
+{
+    for (int row = 0; row < 6; ++row)
+        if (getResolution(row) == resolution)
+            VistamoGlobal::pdfQuality = row;
+    VistamoGlobal::pageOrientation = 1;
+    measureRun(folder, output, [](ImagesToPDFConvertThread &thread, const QString &target) {
+        thread.targetPath = target + "/all.pdf";
+    });
 }
 
 namespace {
