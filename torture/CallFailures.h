@@ -150,6 +150,9 @@ FAILING_OPEN(open)
 FAILING_OPEN(open64)
 FAILING_WRITE(write, (int file, const void *bytes, size_t size), (file, bytes, size), size)
 FAILING_WRITE(pwrite64, (int file, const void *bytes, size_t size, off64_t at), (file, bytes, size, at), size)
+FAILING_WRITE(copy_file_range,
+              (int from, off64_t *read, int file, off64_t *written, size_t size, unsigned flags),
+              (from, read, file, written, size, flags), size)
 FAILING(int, rename, (const char *from, const char *to) noexcept, (from, to), from)
 FAILING(int, renameat2, (int a, const char *from, int b, const char *to, unsigned flags) noexcept,
         (a, from, b, to, flags), from)

@@ -20,6 +20,11 @@ constexpr qint64 chunkBytes = 1 << 20;
 
 [[nodiscard]] bool copyContents(QFile &from, QFile &to, FileCopy::Progress &progress)
 {
+    for (qint64 bytes = 1; bytes > 0 && !progress.cancelled; progress.done += bytes)
+        bytes = Platform::copyPart(from, to, progress.done, chunkBytes);
+    // The rest, or all of it, where the system knows no such way.
+    if (!from.seek(progress.done) || !to.seek(progress.done))
+        return false;
     while (!from.atEnd() && !progress.cancelled) {
         const QByteArray chunk = from.read(chunkBytes);
         if (chunk.isEmpty() || to.write(chunk) != chunk.size())

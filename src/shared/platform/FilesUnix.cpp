@@ -165,6 +165,18 @@ bool Platform::removeFile(const QString &path, HeldFiles &)
     return removed;
 }
 
+qint64 Platform::copyPart([[maybe_unused]] const QFileDevice &from, [[maybe_unused]] const QFileDevice &to,
+                          [[maybe_unused]] qint64 at, [[maybe_unused]] qint64 most)
+{
+#ifdef Q_OS_LINUX
+    off64_t read = at;
+    off64_t written = at;
+    return std::max<qint64>(copy_file_range(from.handle(), &read, to.handle(), &written, most, 0), 0);
+#else
+    return 0;
+#endif
+}
+
 void Platform::copyAttributes(const QString &from, QFileDevice &to)
 {
 #ifdef Q_OS_LINUX

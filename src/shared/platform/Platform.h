@@ -74,6 +74,12 @@ void keepToUser(const QString &folder);
 /// Removes a file, a write-protected one too. False, with the file as it was, if that failed.
 [[nodiscard]] bool removeFile(const QString &path, HeldFiles &heldFiles);
 
+/// Copies a part of an open file to the same place in another, without its passing through this process: on
+/// the disk or its server, or as blocks that both files share, where the file system can. Neither stands
+/// elsewhere afterwards. Bytes copied; 0 at the end, and where the system does not know that.
+/// @param at a multiple of a megabyte
+[[nodiscard]] qint64 copyPart(const QFileDevice &from, const QFileDevice &to, qint64 at, qint64 most);
+
 /// Gives an open file what belongs to another one beside its content, as far as both their file systems can:
 /// extended attributes and the access list; on Windows the further streams.
 void copyAttributes(const QString &from, QFileDevice &to);
