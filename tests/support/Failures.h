@@ -1,15 +1,11 @@
 #pragma once
 
-#include <QDir>
-#include <QFileInfo>
-#include <QTest>
+#include <QtTest>
 
 #include <functional>
 
 #ifdef Q_OS_WIN
 #    include "support/Imports.h"
-
-#    include <QCoreApplication>
 
 #    include <atomic>
 #    include <limits>

@@ -2,12 +2,7 @@
 
 #include "support/Tools.h"
 
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusObjectPath>
-#include <QDBusVariant>
-#include <QDBusVirtualObject>
-#include <QtTest>
+#include <QtDBus>
 
 #include <unistd.h>
 

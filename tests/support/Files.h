@@ -1,12 +1,8 @@
 #pragma once
 
-#include <QByteArray>
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QtTest>
 
+#include <filesystem>
 #include <memory>
 
 /// How long what has to happen is waited for, milliseconds: a machine that is slow, or busy, is no failure.
@@ -55,6 +51,12 @@ inline bool link(const QString &target, const QString &path)
 #endif
 }
 
+inline void hardLink(const QString &file, const QString &path)
+{
+    std::filesystem::create_hard_link(QFileInfo(file).filesystemFilePath(),
+                                      QFileInfo(path).filesystemFilePath());
+}
+
 /// A name with what names may hold there: Windows takes few signs.
 inline QString possibleName(QString name)
 {
@@ -82,11 +84,18 @@ protected:
     {
         return QDir(path(name)).entryList(QDir::Files, QDir::Name);
     }
+    /// Hidden ones, too.
+    QStringList all(const QString &name, const QStringList &patterns = {}) const
+    {
+        return QDir(path(name)).entryList(patterns, QDir::Files | QDir::Hidden, QDir::Name);
+    }
     void write(const QString &name, const QByteArray &content) const
     {
         QVERIFY(Files::write(path(name), content));
     }
     QByteArray read(const QString &name) const { return Files::read(path(name)); }
+    /// A path as it is from the folder.
+    QString relative(const QString &path) const { return QDir(folder->path()).relativeFilePath(path); }
     /// The lines of a text in an order of their own, whatever ends them.
     QStringList lines(const QString &name) const
     {

@@ -1,13 +1,6 @@
 #include "support/Pictures.h"
 
-#include <QBuffer>
-#include <QDateTime>
-#include <QFile>
-#include <QImageReader>
-#include <QImageWriter>
-#include <QRandomGenerator>
 #include <QTest>
-#include <QTransform>
 
 #include <exiv2/exiv2.hpp>
 

@@ -1,9 +1,6 @@
 #pragma once
 
-#include <QColor>
-#include <QColorSpace>
-#include <QImage>
-#include <QString>
+#include <QtGui>
 
 /// Pictures for the tests, made by code.
 namespace Pictures {

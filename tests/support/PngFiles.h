@@ -1,10 +1,6 @@
 #pragma once
 
-#include <QByteArray>
-#include <QImage>
-#include <QList>
-#include <QSize>
-#include <QtEndian>
+#include <QtGui>
 
 #include <algorithm>
 #include <cstdlib>

@@ -222,12 +222,11 @@ protected:
         program->openFolder(folder);
         settle(rows);
     }
-    /// Gives this folder to whoever asks for one; no other question is answered.
-    static void choosesFolder(const QString &folder)
+    /// Gives this folder to whoever asks for one; other questions are answered by `other`, if any.
+    static void choosesFolder(const QString &folder, const std::optional<QVariant> &other = {})
     {
-        DialogSeam::setAnswerer([=](const DialogSeam::Question &question) -> std::optional<QVariant> {
-            return question.kind == DialogSeam::Kind::SelectFolder ? std::optional<QVariant>(folder)
-                                                                   : std::nullopt;
+        DialogSeam::setAnswerer([=](const DialogSeam::Question &question) {
+            return question.kind == DialogSeam::Kind::SelectFolder ? folder : other;
         });
     }
     /// Does something with the next menu or modal dialog.

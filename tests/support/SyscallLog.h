@@ -1,8 +1,6 @@
 #pragma once
 
-#include <QDir>
-#include <QFile>
-#include <QStringList>
+#include <QtCore>
 
 #include <cerrno>
 #include <functional>

@@ -1,10 +1,6 @@
 #pragma once
 
-#include <QDir>
-#include <QFile>
-#include <QProcess>
-#include <QTemporaryDir>
-#include <QThread>
+#include <QtCore>
 
 #include <optional>
 
