@@ -2,8 +2,6 @@
 #include "support/Failures.h"
 #include "support/Files.h"
 
-#include <QtTest>
-
 /// Which files go across in a copy or a move, who is asked and what is told, without a window.
 class FileTransferTest : public FolderTest
 {
@@ -116,17 +114,11 @@ private:
 
     QStringList sources(QStringList names) const
     {
-        for (QString &name : names)
-            name = path("from/" + name);
-        return names;
+        return names.replaceInStrings(QRegularExpression("^"), path("from/"));
     }
-    QString shortly(const QString &file) const { return QDir(folder->path()).relativeFilePath(file); }
     QString shortly(const QStringList &files) const
     {
-        QStringList names;
-        for (const QString &file : files)
-            names.append(shortly(file));
-        return names.join(' ');
+        return QStringList(files).replaceInStrings(folder->path() + '/', QString()).join(' ');
     }
 
     QString target;
@@ -134,12 +126,12 @@ private:
     QStringList events;
     FileTransfer transfer{{[this] { return target; },
                            [this] { return std::make_unique<Runner>(cancelAfter); },
-                           [this](const QString &source) { events.append("moved " + shortly(source)); },
+                           [this](const QString &source) { events.append("moved " + relative(source)); },
                            [this](const QStringList &targets, const QStringList &sources) {
                                events.append("offer " + shortly(targets) + " from " + shortly(sources));
                            },
                            [this](int count, const QString &to) {
-                               events.append(QStringLiteral("told %1 %2").arg(count).arg(shortly(to)));
+                               events.append(QStringLiteral("told %1 %2").arg(count).arg(relative(to)));
                            }}};
 };
 

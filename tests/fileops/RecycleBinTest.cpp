@@ -2,8 +2,6 @@
 #include "support/Failures.h"
 #include "support/Files.h"
 
-#include <QtTest>
-
 #include <shellapi.h>
 
 /// What the recycle bin takes, and that nothing is lost where it takes nothing.
