@@ -47,14 +47,11 @@ private slots:
     {
         start({path("odd")}, static_cast<int>(pictures.size()));
         BatchRun run;
-        walkFolder(
-            path("odd"),
-            [&run](const QString &file) {
-                if (VistamoGlobal().isImageFile(file))
-                    run.sourceFiles.append(file);
-                return true;
-            },
-            [] { return false; });
+        walkFolder(path("odd"), [&run](const QString &file) {
+            if (VistamoGlobal().isImageFile(file))
+                run.sourceFiles.append(file);
+            return true;
+        });
         QCOMPARE(run.sourceFiles.size(), pictures.size());
         run.targetPath = run.options.outputFolder = path("out");
         run.targetFormat = "BMP";
@@ -70,9 +67,7 @@ private slots:
         settle(static_cast<int>(pictures.size()));
         for (const QString &name : pictures)
             program->tick(name);
-        DialogSeam::setAnswerer([this](const DialogSeam::Question &question) -> std::optional<QVariant> {
-            return question.kind == DialogSeam::Kind::SelectFolder ? QVariant(path("out")) : QVariant(true);
-        });
+        choosesFolder(path("out"), true);
         program->call("onMovetoAction");
         settle(0);
         for (const QString &name : pictures)

@@ -53,8 +53,7 @@ private slots:
             QStringLiteral("exportImagePath=%1/x.png folderList0=%1/a folderList1=%1/b folderListCount=2 "
                            "height=600 iconSize=256 imageScale=2 posX=12 posY=34 showCheckbox=false "
                            "showGallery=false width=%2")
-                .arg(folder->path())
-                .arg(width);
+                .arg(folder->path(), QString::number(width));
         Program::setFolders({path("b"), path("a")}, QRect(12, 34, 0, 600));
         QSettings settings = programSettings();
         settings.beginGroup("General");
@@ -81,8 +80,7 @@ private slots:
             QCOMPARE(saved.join(' '), table);
         }
 
-        for (const QVariant &nonsense : {QVariant("x"), QVariant(-7), QVariant(4), QVariant(INT_MAX),
-                                         QVariant(QByteArray("\0\xff", 2))}) {
+        for (const QVariant &nonsense : QVariantList{"x", -7, 4, INT_MAX, QByteArray("\0\xff", 2)}) {
             for (const QString &key : settings.childKeys())
                 settings.setValue(key, nonsense);
             settings.sync();
@@ -149,21 +147,12 @@ private slots:
 
     void folderListIsStoredWhileOthersRun()
     {
-        const auto store = [this](const QStringList &folders) {
-            QSettings settings = programSettings();
-            settings.setValue("General/folderListCount", folders.size());
-            for (qsizetype i = 0; i < folders.size(); ++i)
-                settings.setValue(QStringLiteral("General/folderList%1").arg(folders.size() - 1 - i),
-                                  path(folders[i]));
-        };
         const auto stored = [this] {
             const QSettings settings = programSettings();
+            const auto value = [&](const QString &of) { return settings.value("General/folderList" + of); };
             QStringList folders;
-            for (int i = settings.value("General/folderListCount").toInt() - 1; i >= 0; --i) {
-                const QString folder =
-                    settings.value(QStringLiteral("General/folderList%1").arg(i)).toString();
-                folders.append(QDir(path("")).relativeFilePath(folder));
-            }
+            for (int i = value("Count").toInt() - 1; i >= 0; --i)
+                folders.append(relative(value(QString::number(i)).toString()));
             return folders;
         };
         // One is gone, the other away with its drive.
@@ -172,7 +161,7 @@ private slots:
         addFolder(path("b"));
         QTRY_COMPARE(stored(), QStringList({"b", "a", "drive/x"}));
         // Another program adds a folder, removes one, and ends.
-        store({"theirs", "b", "a"});
+        Program::setFolders({path("theirs"), path("b"), path("a")});
         addFolder(path("c"));
         const QStringList all = {"c", "b", "a", "theirs"};
         QTRY_COMPARE(stored(), all);
@@ -361,18 +350,15 @@ private slots:
     void ticksBelongToTheirFiles()
     {
         start({path("a"), path("b")}, 30);
-        for (const int row : {1, 2, 3, 2}) {
-            const QRect item = program->list()->visualRect(program->index(row));
-            QTest::mouseClick(program->list()->viewport(), Qt::LeftButton, {},
-                              {item.left() + 9, item.center().y()});
-        }
-        QCOMPARE(text("tickCountLabel"), "2 ticked, 2 of them here");
         const auto clickOn = [this](int row, Qt::KeyboardModifiers keys) {
             auto *const view = program->list()->viewport();
             const QRect item = program->list()->visualRect(program->index(row));
             QTest::mouseClick(program->window->windowHandle(), Qt::LeftButton, keys,
                               view->mapTo(program->window.get(), QPoint(item.left() + 9, item.center().y())));
         };
+        for (const int row : {1, 2, 3, 2})
+            clickOn(row, {});
+        QCOMPARE(text("tickCountLabel"), "2 ticked, 2 of them here");
         for (const auto &[from, to, count] : {std::tuple(6, 4, 5), {4, 6, 2}}) {
             clickOn(from, {});
             clickOn(to, Qt::ShiftModifier); // all from there to here
@@ -446,8 +432,8 @@ private slots:
         const QImage marked = painted(5);
         VistamoGlobal::fileDataList[5].imageRect = QRect(); // as while it is loading
         QVERIFY(painted(5) != marked);
-        const auto paintedInStrip = [this] {
-            const QTableView *const strip = program->strip();
+        const QTableView *const strip = program->strip();
+        const auto paintedInStrip = [strip] {
             return strip->viewport()->grab(strip->visualRect(strip->model()->index(0, 5))).toImage();
         };
         program->open(5);
@@ -457,8 +443,7 @@ private slots:
         // The strip keeps its columns until the next walk: no other photo takes the mark over.
         program->deleted(path("b/") + program->fileNames()[1]);
         QCOMPARE(VistamoGlobal::fileDataList[4].imageRect, QRect(1, 1, 0, 0));
-        QCOMPARE(program->strip()->model()->index(0, 4).data(Qt::AccessibleDescriptionRole).toString(),
-                 "5 of 6");
+        QCOMPARE(strip->model()->index(0, 4).data(Qt::AccessibleDescriptionRole).toString(), "5 of 6");
         program->click("closeButton");
         const auto whole = [this] { return program->list()->viewport()->grab().toImage(); };
         show(2, 0);

@@ -88,16 +88,6 @@ private slots:
             QVERIFY(isOn(2));
             above->hide();
         }
-
-        // The Tab key goes round without the strip.
-        QTest::mouseClick(program->strip()->viewport(), Qt::LeftButton, {}, {5, 5});
-        QWidget *const first = program->find("fitVHButton");
-        first->setFocus();
-        const auto focused = [this] { return program->window->focusWidget(); };
-        for (int tabs = 0; tabs == 0 || focused() != first; ++tabs) {
-            QVERIFY(tabs < 50 && focused() && focused() != program->strip());
-            QTest::keyClick(focused(), Qt::Key_Tab);
-        }
     }
 
     void closedViewerTakesNothingIn()
