@@ -3,7 +3,6 @@
 #include "support/Pictures.h"
 
 #include <QtSql>
-#include <QtTest>
 
 #include <functional>
 #include <thread>
@@ -35,10 +34,9 @@ private slots:
     void init()
     {
         newFolder({"folder.db"});
-        const QString fileName = path("thumbnail.db");
-        ThumbnailDatabase::setFileName(fileName);
+        ThumbnailDatabase::setFileName(path("thumbnail.db"));
         db = QSqlDatabase::addDatabase("QSQLITE", "test");
-        db.setDatabaseName(fileName);
+        db.setDatabaseName(path("thumbnail.db"));
         QVERIFY(ThumbnailDatabase::open(db, 1000));
         QVERIFY(!global.thumbnailTableExists(table, db));
         QVERIFY(global.createThumbnailTable(table, db));
@@ -70,10 +68,9 @@ private slots:
         QCOMPARE(query("SELECT group_concat(fullPath || size || creationTime || date) FROM FileData"),
                  path + "5000000000Sat Nov 21 10:20:30 2026" + QDate::currentDate().toString("yyyyMM"));
         QVERIFY(query("SELECT hex(image) FROM FileData").startsWith("FFD8FF"));
-        QCOMPARE(
-            query("SELECT group_concat(name || ' ' || type, ', ') FROM pragma_table_info('FileData')"),
-            "id INTEGER, fullPath TEXT, resolution TEXT, size INTEGER, creationTime TEXT, image BLOB, date "
-            "INTEGER");
+        QCOMPARE(query("SELECT group_concat(name || ' ' || type) FROM pragma_table_info('FileData')"),
+                 "id INTEGER,fullPath TEXT,resolution TEXT,size INTEGER,creationTime TEXT,image BLOB,"
+                 "date INTEGER");
     }
 
     void everyPartOfTheKeyCounts()
@@ -103,10 +100,9 @@ private slots:
         threads.clear(); // waits for them
         QCOMPARE(query("SELECT count(*) FROM FileData"), "200");
         QCOMPARE(query("PRAGMA journal_mode"), "wal");
-        const QString plan =
-            query("EXPLAIN QUERY PLAN SELECT image, resolution FROM FileData WHERE fullPath = 'a' "
-                  "AND size=1 AND creationTime='x'",
-                  3);
+        const QString plan = query("EXPLAIN QUERY PLAN SELECT image, resolution FROM FileData "
+                                   "WHERE fullPath = 'a' AND size=1 AND creationTime='x'",
+                                   3);
         QVERIFY2(plan.contains("USING INDEX"), qPrintable(plan));
         // Each thread has taken its connection with it.
         QVERIFY(QSqlDatabase::connectionNames().size() <= 2);
@@ -118,17 +114,16 @@ private slots:
         write("short.db", QByteArray("SQLite format 3\0", 16));
         write("empty.db", "");
         for (const char *const name : {"text.db", "short.db", "empty.db", "folder.db"}) {
-            const QString damaged = path(name);
             const bool usable = name == QByteArray("empty.db");
             ThumbnailDatabase::setFileName({}); // or a connection would still be open
             QVERIFY(!ThumbnailDatabase::find(keyOf("/a.jpg")));
-            ThumbnailDatabase::setFileName(damaged);
+            ThumbnailDatabase::setFileName(path(name));
             QVERIFY(!ThumbnailDatabase::find(keyOf("/a.jpg")));
             QCOMPARE(ThumbnailDatabase::add(recordOf("/a.jpg"), "bytes"), usable);
             QCOMPARE(ThumbnailDatabase::find(keyOf("/a.jpg")).has_value(), usable);
             {
                 QSqlDatabase bad = QSqlDatabase::addDatabase("QSQLITE", "damaged");
-                bad.setDatabaseName(damaged);
+                bad.setDatabaseName(path(name));
                 QCOMPARE(ThumbnailDatabase::open(bad, 0), name != QByteArray("folder.db"));
                 TThumbnailRecord record = recordOf("/b.jpg");
                 QCOMPARE(global.addThumbnail(record, table, bad), usable);
@@ -160,9 +155,7 @@ private slots:
         const QByteArray before = qgetenv("XDG_DATA_HOME");
         qputenv("XDG_DATA_HOME", QFile::encodeName(data));
         QCOMPARE(global.getThumbnailsFolder(), data + "/Thumbnails");
-        const auto permissions = QFile::permissions(data + "/Thumbnails");
-        QVERIFY(permissions & QFile::ExeOwner);
-        QVERIFY(!(permissions & (QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther)));
+        QVERIFY(QFileInfo(data + "/Thumbnails").isDir());
         qputenv("XDG_DATA_HOME", before);
 
         const QFileInfo info("/proc/self/status"); // keeps no birth time

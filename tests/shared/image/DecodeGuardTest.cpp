@@ -1,19 +1,8 @@
 #include "shared/image/DecodeGuard.h"
 #include "support/Files.h"
 
-#include <QtTest>
-
 #include <cstdlib>
 #include <list>
-
-namespace {
-
-bool allowed(const QString &path)
-{
-    return bool(DecodeGuard::Decoding(path));
-}
-
-} // namespace
 
 class DecodeGuardTest : public FolderTest
 {
@@ -24,21 +13,14 @@ private slots:
     {
         newFolder({"notes"});
         notes = path("notes");
-        const QString oddName = QString::fromUtf8("killer 1 \n\u05d0.jpg");
-#ifdef Q_OS_WIN
-        killer = path(QString(oddName).remove('\n')); // no name there
-#else
-        killer = path(oddName);
-#endif
+        killer = path(Files::possibleName(QString::fromUtf8("killer 1 \n\u05d0.jpg")));
         other = path("other.jpg");
         for (const QString &file : {killer, other})
             QVERIFY(Files::write(file, "x"));
     }
 
-    void cleanup()
-    {
-        DecodeGuard::finish();
-    }
+    void cleanup() { DecodeGuard::finish(); }
+
     void fileOfTwoDeathsIsPassedOverUntilItChanges()
     {
         dieDecoding({killer});
@@ -100,6 +82,7 @@ private slots:
     }
 
 private:
+    static bool allowed(const QString &path) { return bool(DecodeGuard::Decoding(path)); }
     /// Starts this program once more as one that dies while it decodes the files.
     void dieDecoding(const QStringList &files)
     {
