@@ -3,10 +3,6 @@
 #include "support/Files.h"
 #include "support/Pictures.h"
 
-#include <QDataStream>
-#include <QRandomGenerator>
-#include <QtTest>
-
 /// Files that Qt's own plug-ins give nothing of, though others show them.
 class DamagedFilesTest : public FolderTest
 {
@@ -106,11 +102,10 @@ private:
     /// A PNG file of noise in the colours of the quarters, so that its bytes are spread over its rows.
     static QByteArray png()
     {
-        QImage image = Pictures::quarters({400, 400});
+        const QImage image = Pictures::quarters({400, 400});
         QRandomGenerator noise(1);
-        for (int i = 0; i < 160000; ++i)
-            image.setPixel(i % 400, i / 400, image.pixel(i % 400, i / 400) ^ noise.bounded(8U));
-        return Pictures::encoded(image, "png");
+        const auto pixel = [&](int x, int y) { return image.pixel(x, y) ^ noise.bounded(8U); };
+        return Pictures::encoded(Pictures::painted(image.size(), pixel), "png");
     }
 };
 

@@ -2,7 +2,6 @@
 #include "support/Memory.h"
 #include "support/Pictures.h"
 
-#include <QtGui>
 #include <QtTest>
 
 #include <cmath>

@@ -2,11 +2,6 @@
 #include "support/Pictures.h"
 #include "support/Tools.h"
 
-#include <QColorSpace>
-#include <QImageReader>
-#include <QtEndian>
-#include <QTest>
-
 #include <set>
 
 using namespace Pictures;

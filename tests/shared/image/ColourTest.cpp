@@ -9,9 +9,6 @@
 #include "support/TiffFiles.h"
 #include "support/Tools.h"
 
-#include <QtGui>
-#include <QtTest>
-
 #include <exiv2/exiv2.hpp>
 
 /// Colours as the files mean them, come out as sRGB.
@@ -29,8 +26,10 @@ private:
         return bytes;
     }
 
-    /// A PNG file of the colours, a row, with these chunks of type and data before its pixels.
-    static QByteArray png(const QImage &image, const QList<std::pair<QByteArray, QByteArray>> &chunks)
+    using Chunk = std::pair<QByteArray, QByteArray>; ///< type and data
+
+    /// A PNG file of the colours, a row, with these chunks before its pixels.
+    static QByteArray png(const QImage &image, const QList<Chunk> &chunks)
     {
         constexpr qsizetype behindHeader = 33;
         QByteArray file = Pictures::encoded(image, "png");
@@ -38,7 +37,7 @@ private:
             file.insert(behindHeader, PngFiles::chunk(type, data));
         return file;
     }
-    static std::pair<QByteArray, QByteArray> profileChunk(const QByteArray &profile)
+    static Chunk profileChunk(const QByteArray &profile)
     {
         return {"iCCP", QByteArray("p\0\0", 3) + qCompress(profile).mid(4)};
     }
@@ -50,22 +49,16 @@ private slots:
     {
         const QList<int> ofSrgb{31270, 32900, 64000, 33000, 30000, 60000, 15000, 6000};
         const QList<int> ofAdobe{31270, 32900, 64000, 33000, 21000, 71000, 15000, 6000};
-        const auto gamma = [](int value) {
-            return std::pair<QByteArray, QByteArray>("gAMA", bigEndian({value}));
-        };
-        const auto primaries = [](const QList<int> &values) {
-            return std::pair<QByteArray, QByteArray>("cHRM", bigEndian(values));
-        };
+        const auto gamma = [](int value) { return Chunk("gAMA", bigEndian({value})); };
+        const auto primaries = [](const QList<int> &values) { return Chunk("cHRM", bigEndian(values)); };
         QList<int> nearly = ofSrgb;
         nearly[2] -= 10; // as programs round
         const QColorSpace adobe = QColorSpace::AdobeRgb;
         const QColorSpace srgb = QColorSpace::SRgb;
         const QColorSpace ofGamma(QColorSpace::Primaries::SRgb, 2.2F);
-        using Chunks = QList<std::pair<QByteArray, QByteArray>>;
-        QImage image(3, 1, QImage::Format_RGB32);
-        image.setPixel(0, 0, qRgb(12, 8, 4));
-        image.setPixel(1, 0, qRgb(90, 120, 60));
-        image.setPixel(2, 0, qRgb(200, 220, 240));
+        using Chunks = QList<Chunk>;
+        const QRgb colours[]{qRgb(12, 8, 4), qRgb(90, 120, 60), qRgb(200, 220, 240)};
+        const QImage image = Pictures::painted({3, 1}, [&](int x, int) { return colours[x]; });
         for (const auto &[name, chunks, space] :
              {std::tuple("of sRGB", Chunks{primaries(ofSrgb), gamma(45455)}, srgb),
               {"nearly", Chunks{primaries(nearly), gamma(45454)}, srgb},
@@ -269,10 +262,8 @@ private slots:
     void profilesMadeOfTables()
     {
         QImage image = Pictures::quarters(QSize(80, 60));
-        QImage expected = image;
-        for (int y = 0; y < image.height(); ++y)
-            for (int x = 0; x < image.width(); ++x)
-                expected.setPixel(x, y, ColourProfiles::rotate(image.pixel(x, y)));
+        const QImage expected = Pictures::painted(
+            image.size(), [&](int x, int y) { return ColourProfiles::rotate(image.pixel(x, y)); });
         const QByteArray profile = ColourProfiles::rotated();
         write("tables.png", png(image, {profileChunk(profile)}));
         image.setColorSpace(QColorSpace::fromIccProfile(profile));

@@ -4,9 +4,6 @@
 #include "support/Files.h"
 #include "support/Pictures.h"
 
-#include <QtGui>
-#include <QtTest>
-
 namespace {
 
 /// Smooth shades, another picture for every `seed`.

@@ -3,9 +3,6 @@
 #include "support/Pictures.h"
 #include "support/PngFiles.h"
 
-#include <QBuffer>
-#include <QColorSpace>
-#include <QRandomGenerator>
 #include <QTest>
 
 namespace {
