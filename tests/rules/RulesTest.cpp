@@ -10,7 +10,6 @@
 #include "viewer/ViewGeometry.h"
 
 #include <QtGui>
-#include <QtTest>
 
 #include <climits>
 #include <cmath>

@@ -5,9 +5,6 @@
 #include "support/Reads.h"
 #include "viewer/PictureLoader.h"
 
-#include <QtGui>
-#include <QtTest>
-
 #include <atomic>
 #include <chrono>
 #include <future>

@@ -5,9 +5,6 @@
 #include "viewer/Adjustments.h"
 #include "viewer/ColourFilters.h"
 
-#include <QProcess>
-#include <QtTest>
-
 static QPixmap filled(const QColor &colour)
 {
     QPixmap pixmap(8000, 6000);

@@ -61,8 +61,7 @@ private slots:
         const QString name = "<b>a</b> & <i>b</i>";
         QString shown;
         QTimer::singleShot(0, [&] {
-            const auto *const box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-            for (const QLabel *const label : box->findChildren<QLabel *>())
+            for (const auto *const label : QApplication::activeModalWidget()->findChildren<QLabel *>())
                 shown += label->textFormat() != Qt::PlainText && Qt::mightBeRichText(label->text())
                              ? QTextDocumentFragment::fromHtml(label->text()).toPlainText()
                              : label->text();
@@ -76,22 +75,17 @@ private slots:
     {
         auto *const desktop = new Desktop("Fusion");
         QApplication::setStyle(new ReadableStyle(desktop));
-        const auto shown = [desktop](const QColor &highlight) {
-            desktop->highlight = highlight;
+        const auto shown = [](QPalette::ColorRole role, QColor &ofDesktop, const QColor &colour) {
+            ofDesktop = colour;
             QApplication::setPalette({});
-            return QApplication::palette().color(QPalette::Highlight);
+            return QApplication::palette().color(role);
         };
-        const QColor light(160, 200, 250);
-        QVERIFY(shown(light).lightness() < light.lightness()); // under white texts
+        const QColor light(160, 200, 250); // under white texts
+        QVERIFY(shown(QPalette::Highlight, desktop->highlight, light).lightness() < light.lightness());
         for (const Qt::GlobalColor strong : {Qt::darkBlue, Qt::black})
-            QCOMPARE(shown(strong), QColor(strong));
-        const auto link = [desktop](const QColor &ground) {
-            desktop->ground = ground;
-            QApplication::setPalette({});
-            return QApplication::palette().color(QPalette::Link);
-        };
-        QCOMPARE(link(Qt::white), QColor(Qt::blue));
-        QVERIFY(link(Qt::black).lightness() > 150);
+            QCOMPARE(shown(QPalette::Highlight, desktop->highlight, strong), QColor(strong));
+        QCOMPARE(shown(QPalette::Link, desktop->ground, Qt::white), QColor(Qt::blue));
+        QVERIFY(shown(QPalette::Link, desktop->ground, Qt::black).lightness() > 150);
     }
 
     void sizesAreThoseOfTheDefaultDelegate()
@@ -107,13 +101,12 @@ private slots:
         }
         QStandardItemModel plain;
         QStandardItemModel ticked; // where there is no box, too, which is not to show
-        for (const QString &name : names) {
+        for (const QString &name : names)
             for (const bool checkable : {false, true}) {
                 plain.appendRow(newItem(name, checkable));
                 ticked.appendRow(newItem(name, checkable));
                 ticked.item(ticked.rowCount() - 1)->setCheckState(Qt::Checked);
             }
-        }
         QListView expected;
         QListView actual;
         expected.setModel(&plain);

@@ -1,6 +1,5 @@
 #include "shared/threads/Worker.h"
 
-#include <QSemaphore>
 #include <QtTest>
 
 namespace {
