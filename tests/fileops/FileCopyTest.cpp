@@ -362,7 +362,10 @@ private:
         QFile file(path(name));
         QVERIFY(file.open(QIODevice::ReadWrite) && file.setFileTime(time, QFile::FileModificationTime));
     }
-    QStringList leftovers() const { return all("to", {".orrelan*"}); }
+    QStringList leftovers() const
+    {
+        return all("to", {".orrelan*"});
+    }
 
     const bool onUnix = QDir::separator() == '/';
     FileCopy::Progress progress;
