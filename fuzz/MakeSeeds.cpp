@@ -150,7 +150,7 @@ int main(int argc, char *argv[])
         writeAll(written({jxl(50), jxl(100)}) + otherJxlSeeds(), arguments[2]);
     else if (format == "psd" || format == "psp")
         writeAll(layeredSeeds(format == "psp"), arguments[2]);
-    else if (format == "tiff")
+    else if (format.endsWith("tiff"))
         makeTiffSeeds(arguments[2]);
     return 0;
 }

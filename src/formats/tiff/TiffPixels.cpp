@@ -4,6 +4,7 @@
 #include "formats/LabColour.h"
 #include "formats/tiff/TiffSamples.h"
 #include "formats/tiff/TiffTags.h"
+#include "shared/image/BoxMeans.h"
 #include "shared/image/ColourConversion.h"
 
 #include <QColorSpace>
@@ -93,8 +94,19 @@ public:
         return deep ? QImage::Format_RGBX64 : QImage::Format_RGB32;
     }
 
-    QImage read()
+    /// True if the means of samples as they are stored are those of the colours that are shown.
+    bool canShrink() const
     {
+        return sampled && alpha == Alpha::None && (bits == 8 || kind.isPlain()) && !kind.isLab()
+               && (photometric == PHOTOMETRIC_MINISBLACK || photometric == PHOTOMETRIC_RGB)
+               && samplesTogether() <= BoxMeans<uint16_t>::mostChannels && bandHeight() > 0
+               && static_cast<size_t>(bandHeight()) <= mostBandSamples / rowSamples();
+    }
+
+    QImage read(QSize scaled)
+    {
+        if (scaled.isValid())
+            shown = scaled;
         const int depth = QImage::toPixelFormat(format()).bitsPerPixel();
         QImage stored;
         if (samples == 1 && depth == bits && depth <= 8)
@@ -105,7 +117,7 @@ public:
             stored = readWith(deep ? &StoredPicture::put<uint16_t> : &StoredPicture::put<uint8_t>,
                               inOrder(format()));
         // Some codecs give whole strips alone.
-        return stored.isNull() ? readPlain() : stored;
+        return stored.isNull() && shown == size ? readPlain() : stored;
     }
 
 private:
@@ -132,7 +144,7 @@ private:
 
     QImage readWith(Put put, QImage::Format putFormat)
     {
-        if (!QImageIOHandler::allocateImage(size, putFormat, &image))
+        if (!QImageIOHandler::allocateImage(shown, putFormat, &image))
             return {};
         if (putFormat == QImage::Format_Mono || putFormat == QImage::Format_Indexed8)
             image.setColorTable(colourTable());
@@ -152,10 +164,16 @@ private:
             });
         }
         bool found = false;
-        readAll([&](const uchar *row, QPoint at, int count, int plane) {
+        const auto take = [&](const uchar *row, QPoint at, int count, int plane) {
             (this->*put)(row, at, count, plane);
             found = true;
-        });
+        };
+        if (shown == size)
+            readAll(take);
+        else if (deep)
+            readMeans<uint16_t>(take);
+        else
+            readMeans<uint8_t>(take);
         if (alpha == Alpha::Premultiplied && deep)
             clampToAlpha<uint16_t>(image);
         else if (alpha == Alpha::Premultiplied)
@@ -233,6 +251,50 @@ private:
             readTiles(take);
         else
             readRows(take);
+    }
+
+    /// How many rows come together.
+    int bandHeight() const
+    {
+        return TIFFIsTiled(file) ? static_cast<int>(tag<uint32_t>(file, TIFFTAG_TILELENGTH)) : 1;
+    }
+
+    size_t rowSamples() const { return static_cast<size_t>(size.width()) * samplesTogether(); }
+
+    /// Gives `take` the rows of the picture that is shown: the means of what their samples cover. Those that
+    /// cannot be decoded are black. Nothing if none can.
+    template <typename Sample, typename Take>
+    void readMeans(Take take)
+    {
+        const int height = bandHeight();
+        std::vector<Sample> band(rowSamples() * height);
+        BoxMeans<Sample> means(size, shown, samplesTogether());
+        int plane = 0;
+        int top = 0;
+        int y = 0;
+        bool found = false;
+        const auto finishBand = [&] {
+            for (int row = 0; row < std::min(height, size.height() - top); ++row)
+                means.take(band.data() + rowSamples() * row, [&](const Sample *mean) {
+                    take(reinterpret_cast<const uchar *>(mean), QPoint(0, y++), shown.width(), plane);
+                });
+            std::fill(band.begin(), band.end(), 0);
+            top += height;
+            if (top >= size.height()) {
+                top = y = 0;
+                ++plane;
+            }
+        };
+        readAll([&](const uchar *row, QPoint at, int count, int ofPlane) {
+            while (plane < ofPlane || top + height <= at.y())
+                finishBand();
+            const size_t first =
+                rowSamples() * (at.y() - top) + static_cast<size_t>(at.x()) * samplesTogether();
+            std::memcpy(band.data() + first, row, sizeof(Sample) * count * samplesTogether());
+            found = true;
+        });
+        while (found && plane < planes)
+            finishBand();
     }
 
     template <typename Take>
@@ -342,8 +404,11 @@ private:
         }
     }
 
+    static constexpr size_t mostBandSamples = 8 << 20;
+
     TIFF *const file;
     const QSize size;
+    QSize shown = size;
     const int samples;
     Tiff::Samples kind;
     const int bits = kind.bits;
@@ -366,7 +431,12 @@ QImage::Format Tiff::formatOf(TIFF *file)
     return StoredPicture(file).format();
 }
 
-QImage Tiff::readPixels(TIFF *file)
+bool Tiff::canShrink(TIFF *file)
 {
-    return StoredPicture(file).read();
+    return StoredPicture(file).canShrink();
+}
+
+QImage Tiff::readPixels(TIFF *file, QSize scaled)
+{
+    return StoredPicture(file).read(scaled);
 }

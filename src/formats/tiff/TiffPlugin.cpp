@@ -4,6 +4,7 @@
 #include <QVariant>
 
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -14,14 +15,15 @@ public:
 
     bool read(QImage *image) override
     {
-        *image = source().read();
+        // What is asked for later is asked for anew.
+        *image = source().read(std::exchange(scaledSize, QSize()));
         return !image->isNull();
     }
 
     bool supportsOption(ImageOption option) const override
     {
         return option == Size || option == ImageFormat || option == ImageTransformation
-               || option == Description;
+               || option == Description || (option == ScaledSize && source().canShrink());
     }
 
     QVariant option(ImageOption option) const override
@@ -33,11 +35,20 @@ public:
             return source().imageFormat();
         case ImageTransformation:
             return int(source().transformation());
+        case ScaledSize:
+            return scaledSize;
         case Description: // for who keeps account of memory
             return QStringLiteral("DecodingBytes: %1").arg(source().bufferBytes());
         default:
             return {};
         }
+    }
+
+    void setOption(ImageOption option, const QVariant &value) override
+    {
+        const QSize wanted = option == ScaledSize ? value.toSize() : QSize();
+        if (!wanted.isEmpty() && wanted.boundedTo(source().size()) == wanted && source().canShrink())
+            scaledSize = wanted;
     }
 
 private:
@@ -48,6 +59,7 @@ private:
         return *reader;
     }
 
+    QSize scaledSize;
     mutable std::optional<TiffReader> reader;
 };
 

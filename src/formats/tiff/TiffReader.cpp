@@ -127,11 +127,16 @@ qint64 TiffReader::bufferBytes() const
                                                          : TIFFStripSize(file.get()));
 }
 
-QImage TiffReader::read() const
+bool TiffReader::canShrink() const
+{
+    return file && Tiff::canShrink(file.get());
+}
+
+QImage TiffReader::read(QSize scaled) const
 {
     if (!file)
         return {};
-    QImage image = Tiff::readPixels(file.get());
+    QImage image = Tiff::readPixels(file.get(), scaled);
     image.setDotsPerMeterX(resolution(file.get(), TIFFTAG_XRESOLUTION));
     image.setDotsPerMeterY(resolution(file.get(), TIFFTAG_YRESOLUTION));
     const QByteArray profile = Tiff::profile(file.get());

@@ -30,10 +30,14 @@ public:
     /// Memory that reading takes beside the picture, for a strip or tile as it is stored and decoded.
     [[nodiscard]] qint64 bufferBytes() const;
 
-    /// The picture as it is stored, with its colour profile and resolution. What cannot be decoded of it
-    /// stays black, or white in a fax. Null if nothing can, or if it is above QImageReader's allocation
-    /// limit.
-    [[nodiscard]] QImage read() const;
+    /// True if `read` can make a smaller picture as the rows come, from the header.
+    [[nodiscard]] bool canShrink() const;
+
+    /// The picture as it is stored, with its colour profile and resolution. With a size, of which no side is
+    /// longer than that of the picture, of pixels that are the means of what they cover. What cannot be
+    /// decoded of it stays black, or white in a fax. Null if nothing can, or if it is above QImageReader's
+    /// allocation limit; with a size, all of it may come without one.
+    [[nodiscard]] QImage read(QSize scaled = {}) const;
 
 private:
     struct Close

@@ -44,6 +44,7 @@ DecodingNeed decodingNeed(const QImageReader &reader, QIODevice &file)
     if (format == "webp" && scaled.isValid())
         return {2 * bytesOf(scaled), file.peek(16).endsWith("VP8 ") ? 0 : bytesOf(full)};
     if (format == "orrelan-tiff")
-        return {2 * bytesOf(full), reader.text(QStringLiteral("DecodingBytes")).toLongLong()};
+        return {2 * bytesOf(scaled.isValid() ? scaled : full),
+                reader.text(QStringLiteral("DecodingBytes")).toLongLong()};
     return {2 * bytesOf(full), 0};
 }

@@ -127,6 +127,11 @@ public:
             std::max({need.sum(), afterwards, isDoubtful ? budget : 0}), patience);
         const QByteArray format = reader.format();
         QImage image = decoded(need);
+        if (image.isNull() && format == "orrelan-tiff" && reader.scaledSize().isValid()) {
+            share.reset(); // other ways to decode it give the whole picture
+            reader.setScaledSize({});
+            return read(bytesPerPixelAfterwards);
+        }
         if (image.isNull() && format == "png") {
             // Beside the picture the file, its packed rows and these, unpacked and packed again.
             share.reset();

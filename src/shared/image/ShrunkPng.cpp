@@ -1,5 +1,6 @@
 #include "shared/image/ShrunkPng.h"
 
+#include "shared/image/BoxMeans.h"
 #include "shared/platform/Platform.h"
 
 #include <QIODevice>
@@ -240,116 +241,6 @@ bool unfilter(int filter, uchar *row, const uchar *above, size_t length)
     }
 }
 
-/// How far things of `units` each fill places of `room` each, one after the other.
-class Filling
-{
-public:
-    Filling(int units, int room)
-        : units(units)
-        , room(room)
-        , left(room)
-    {
-    }
-
-    /// Fills in one more: `add` is told how many of its units go into the place in hand, `finish` that the
-    /// place is full.
-    template <typename Add, typename Finish>
-    void next(const Add &add, const Finish &finish)
-    {
-        for (int rest = units; rest > 0;) {
-            const int part = std::min(rest, left);
-            add(part);
-            rest -= part;
-            left -= part;
-            if (left == 0) {
-                finish();
-                left = room;
-            }
-        }
-    }
-
-private:
-    const int units;
-    const int room;
-    int left; ///< of the place in hand
-};
-
-/// Makes rows of the smaller picture as the larger one's come. A pixel is the mean of what it covers: of each
-/// column first, then of these, both in whole numbers and rounded down, as in Qt's plug-in.
-class Shrinking
-{
-public:
-    Shrinking(const Header &from, QSize to)
-        : from(from)
-        , to(to)
-        , rows(to.height(), from.size.height())
-        , sums(static_cast<size_t>(from.size.width()) * from.channels)
-        , wholeRows(sums.size())
-    {
-    }
-
-    void take(const uchar *row)
-    {
-        rows.next([&](int part) { add(row, part); }, [&] { finishRow(); });
-    }
-
-    /// The rows, each behind the number of its filter, none.
-    QByteArray pixels;
-
-private:
-    void add(const uchar *row, int part)
-    {
-        if (part < to.height()) {
-            for (size_t i = 0; i < sums.size(); ++i)
-                sums[i] += static_cast<quint32>(part) * row[i];
-            return;
-        }
-        for (size_t i = 0; i < sums.size(); ++i)
-            wholeRows[i] = static_cast<quint16>(wholeRows[i] + row[i]);
-        if (++wholeCount == 257) // the sums of more would not fit
-            addWholeRows();
-    }
-
-    void addWholeRows()
-    {
-        for (size_t i = 0; i < sums.size(); ++i)
-            sums[i] += static_cast<quint32>(to.height()) * wholeRows[i];
-        std::fill(wholeRows.begin(), wholeRows.end(), 0);
-        wholeCount = 0;
-    }
-
-    void finishRow()
-    {
-        addWholeRows();
-        const auto channels = static_cast<size_t>(from.channels);
-        std::array<quint32, 4> pixel{};
-        Filling columns(to.width(), from.size.width());
-        pixels += '\0';
-        for (size_t at = 0; at < sums.size(); at += channels) {
-            for (size_t i = at; i < at + channels; ++i)
-                sums[i] /= static_cast<quint32>(from.size.height());
-            columns.next(
-                [&](int part) {
-                    for (size_t i = 0; i < channels; ++i)
-                        pixel[i] += static_cast<quint32>(part) * sums[at + i];
-                },
-                [&] {
-                    for (size_t i = 0; i < channels; ++i)
-                        pixels += static_cast<char>(pixel[i] / static_cast<quint32>(from.size.width()));
-                    pixel = {};
-                });
-        }
-        std::fill(sums.begin(), sums.end(), 0);
-    }
-
-    const Header from;
-    const QSize to;
-    Filling rows;
-    std::vector<quint32> sums;      ///< of each column, times their parts of the row in hand
-    std::vector<quint16> wholeRows; ///< the same of rows that lie in it as a whole, as they are
-    int wholeCount = 0;
-};
-
 /// The smaller picture's rows, each behind the number of its filter; empty if one has an unknown filter.
 QByteArray shrunkRows(const Buffer &rows, const Header &header, QSize size)
 {
@@ -359,14 +250,19 @@ QByteArray shrunkRows(const Buffer &rows, const Header &header, QSize size)
     const size_t length = static_cast<size_t>(header.size.width()) * header.channels;
     const std::vector<uchar> nothing(length);
     const uchar *above = nothing.data();
-    Shrinking shrinking(header, size);
+    const qsizetype smaller = qsizetype(size.width()) * header.channels;
+    BoxMeans<uchar> means(header.size, size, header.channels);
+    QByteArray pixels;
     for (uchar *row = rows.begin(); row < rows.end(); row += 1 + length) {
         if (!unfilterRow(row[0], row + 1, above, length))
             return {};
-        shrinking.take(row + 1);
+        means.take(row + 1, [&](const uchar *mean) {
+            pixels += '\0';
+            pixels.append(reinterpret_cast<const char *>(mean), smaller);
+        });
         above = row + 1;
     }
-    return shrinking.pixels;
+    return pixels;
 }
 
 } // namespace
