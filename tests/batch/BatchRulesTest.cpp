@@ -11,7 +11,6 @@
 #include "support/Tools.h"
 
 #include <QPainter>
-#include <QtTest>
 
 /// The plain rules of the batch tools.
 class BatchRulesTest : public FolderTest

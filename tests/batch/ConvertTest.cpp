@@ -12,13 +12,9 @@
 #include "support/Tools.h"
 #include "viewer/Exports.h"
 
-#include <QtGui>
-#include <QtTest>
-
 #include <cmath>
 #include <cstdlib>
 #include <future>
-#include <memory>
 
 #include <exiv2/exiv2.hpp>
 
@@ -47,11 +43,7 @@ private slots:
         VistamoGlobal::pdfFileName = "all.pdf";
     }
 
-    void cleanup()
-    {
-        for (const char *const name : {"in", "out"})
-            QCOMPARE(QDir(path(name)).entryList({"*.tmp"}, QDir::Files | QDir::Hidden), QStringList());
-    }
+    void cleanup() { QCOMPARE(all("in", {"*.tmp"}) + all("out", {"*.tmp"}), QStringList()); }
 
     /// Every target, read back by the codec's own tool.
     void othersReadWhatIsWritten()
@@ -223,10 +215,10 @@ private slots:
                 const QString target = path("out/a" + extension);
                 const QImage after = ImageReading::read(target);
                 QVERIFY2(Pictures::difference(after, seen) <= 4, qPrintable(source + extension));
-                const QImage stored = ImageReading::read(target, ImageReading::Colours::AsStored);
+                const QByteArray kept = stored("out/a" + extension).colorSpace().iccProfile();
                 // Out of JPEG XL with loss come colours in a space of the decoder's.
                 if (extension != ".jxl")
-                    QCOMPARE(stored.colorSpace().iccProfile() == profile, isKept && extension != ".bmp");
+                    QCOMPARE(kept == profile, isKept && extension != ".bmp");
                 QVERIFY(!this->read("out/a" + extension).contains("xmpmeta")); // the source has none
                 if (QStringList{".png", ".jpg", ".webp", ".tiff"}.contains(extension)) {
                     QVERIFY(Tools::run("convert", {target, "-profile", path("srgb.icc"), path("read.png")}));
@@ -251,8 +243,7 @@ private slots:
             const QString converted = "out/a." + format;
             QCOMPARE(toldOf(converted), photo.arg("60, 40", "65535, ?"));
             QVERIFY(format != "png" || read(converted).indexOf("eXIf") == 37); // where others look for it
-            QCOMPARE(ImageReading::read(path(converted), ImageReading::Colours::AsStored).colorSpace(),
-                     QColorSpace(QColorSpace::DisplayP3));
+            QCOMPARE(stored(converted).colorSpace(), QColorSpace(QColorSpace::DisplayP3));
             QVERIFY(Pictures::difference(ImageReading::read(path(converted)), shown) < 6);
 
             Exports exports;
@@ -261,9 +252,7 @@ private slots:
                         path("out/exported.jpg"), path(converted));
             exports.finish();
             QCOMPARE(toldOf("out/exported.jpg"), photo.arg("30, 20", "1, R98"));
-            QCOMPARE(
-                ImageReading::read(path("out/exported.jpg"), ImageReading::Colours::AsStored).colorSpace(),
-                QColorSpace(QColorSpace::SRgb));
+            QCOMPARE(stored("out/exported.jpg").colorSpace(), QColorSpace(QColorSpace::SRgb));
         }
 
         // However large a PNG is. Rows are short, and what is behind them takes no memory.
@@ -339,17 +328,14 @@ private slots:
     {
         photographed("in/a.jpg");
         QVERIFY(convert({"in/a.jpg"}, ".tiff").isEmpty());
-        const auto change = [this](const std::function<void(Exiv2::Image &)> &change) {
+        {
             const auto file = Exiv2::ImageFactory::open(QFile::encodeName(path("out/a.tiff")).toStdString());
             file->readMetadata();
-            change(*file);
+            file->xmpData()["Xmp.dc.description"] = std::string(100'000, 'x') + "description";
+            file->xmpData()["Xmp.mwg-rs.Regions"] = "faces";
+            file->exifData()["Exif.Photo.UserComment"] = std::string(90'000, 'c') + "comment";
             file->writeMetadata();
-        };
-        change([](Exiv2::Image &file) {
-            file.xmpData()["Xmp.dc.description"] = std::string(100'000, 'x') + "description";
-            file.xmpData()["Xmp.mwg-rs.Regions"] = "faces";
-            file.exifData()["Exif.Photo.UserComment"] = std::string(90'000, 'c') + "comment";
-        });
+        }
         for (const QString format : {"jpg", "png", "heic", "jxl", "tiff"}) {
             QVERIFY(convert({"out/a.tiff"}, '.' + format, true).isEmpty());
             const QByteArray converted = read("out/a." + format);
@@ -433,6 +419,11 @@ private:
                             + relative(completed[0][1].toStringList().value(existing.size())));
         return existing;
     }
+    /// In the colours that the file has.
+    QImage stored(const QString &name) const
+    {
+        return ImageReading::read(path(name), ImageReading::Colours::AsStored);
+    }
     /// A portrait with a profile and with what a camera and its user say, a preview among it.
     void photographed(const QString &name) const
     {
@@ -483,8 +474,6 @@ private:
             tell(file->iptcData(), Exiv2::IptcKey("Iptc.Application2.City"));
         return told.join(", ");
     }
-
-    QString relative(const QString &name) const { return QDir(folder->path()).relativeFilePath(name); }
 
     QStringList names;  ///< as they were announced
     bool stops = false; ///< the run, at its first file

@@ -7,8 +7,6 @@
 #include "support/SyscallLog.h"
 #include "support/Tools.h"
 
-#include <QtTest>
-
 /// PDF files as other programs see them.
 class PdfTest : public FolderTest
 {

@@ -4,10 +4,6 @@
 #include "support/Memory.h"
 #include "support/Pictures.h"
 
-#include <QElapsedTimer>
-#include <QtEndian>
-#include <QTest>
-
 namespace {
 
 QByteArray number(quint32 value, int bytes)

@@ -3,10 +3,6 @@
 #include "support/JxlFiles.h"
 #include "support/Pictures.h"
 
-#include <QElapsedTimer>
-#include <QImageReader>
-#include <QImageWriter>
-
 #include <atomic>
 #include <cstdlib>
 #include <new>

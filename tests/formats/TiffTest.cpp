@@ -7,9 +7,6 @@
 #include "support/Shrunk.h"
 #include "support/TiffFiles.h"
 
-#include <QImageReader>
-#include <QtTest>
-
 #include <array>
 
 #include <tiffio.h>

@@ -6,7 +6,6 @@
 #include "support/Files.h"
 
 #include <QtGui>
-#include <QtTest>
 
 #ifndef Q_OS_WIN
 #    include <sys/stat.h>

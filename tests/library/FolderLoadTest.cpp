@@ -4,8 +4,6 @@
 #include "support/Files.h"
 #include "support/Pictures.h"
 
-#include <QtTest>
-
 #include <atomic>
 
 /// What happens before any look at a file of this name; nothing on Windows.

@@ -8,9 +8,6 @@
 #include "support/Memory.h"
 #include "support/Pictures.h"
 
-#include <QtGui>
-#include <QtTest>
-
 #include <future>
 #include <thread>
 
