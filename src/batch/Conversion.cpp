@@ -11,6 +11,7 @@
 #include <QThread>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -43,13 +44,23 @@ void convert(const QString &source, const QString &target, const BatchRun &run, 
     const bool gif = format == "gif";
     using ImageReading::Colours;
     // A GIF has no profile that would say what the colours mean.
-    const auto picture = ImageReading::readAndHold(source, gif ? Colours::Srgb : Colours::AsStored,
-                                                   ImageWriting::bytesPerPixel(format));
+    auto picture = ImageReading::readAndHold(source, gif ? Colours::Srgb : Colours::AsStored,
+                                             ImageWriting::bytesPerPixel(format));
     qDebug() << "targetFileName #2: " << target;
+    picture.image = ImageWriting::fitted(std::move(picture.image), format);
     if (gif)
-        saveGif(ImageWriting::fitted(picture.image, format), target, run.overwrite, heldFiles);
+        saveGif(picture.image, target, run.overwrite, heldFiles);
     else
-        save(ImageWriting::fitted(picture.image, format), format, source, target, run, heldFiles);
+        save(picture.image, format, source, target, run, heldFiles);
+}
+
+/// How many pictures are converted in parallel.
+int picturesAtOnce(const QString &extension)
+{
+    // Encoders that keep these threads busy with one picture, and take hundreds of megabytes for each.
+    constexpr int threads = 4;
+    static const QStringList busy = {".avif", ".heic", ".heif", ".jxl"};
+    return std::max(QThread::idealThreadCount() / (busy.contains(extension) ? threads : 1), 1);
 }
 
 } // namespace
@@ -59,7 +70,7 @@ ExistingTargets convertImages(const BatchRun &run, const RunObserver &observer)
     qDebug() << "convertImages";
     ExistingTargets existing;
     HeldFiles heldFiles;
-    FilesInFlight filesInFlight(std::max(QThread::idealThreadCount(), 1));
+    FilesInFlight filesInFlight(picturesAtOnce(run.targetExtension));
     for (const QString &source : run.sourceFiles) {
         const QString target = convertTarget(source, run.targetPath, run.targetExtension);
         filesInFlight.waitFor({source, target});

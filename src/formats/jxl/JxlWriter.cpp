@@ -162,7 +162,7 @@ bool JxlWriter::write(const QImage &source, QIODevice &device, int quality, cons
     if (source.isNull())
         return false;
     const QImage image = withProfile(source);
-    const Pixels pixels = pixelsOf(image);
+    Pixels pixels = pixelsOf(image);
     const bool alpha = image.hasAlphaChannel();
     const bool lossless = quality >= 100;
 
@@ -208,6 +208,7 @@ bool JxlWriter::write(const QImage &source, QIODevice &device, int quality, cons
         if (JxlEncoderAddImageFrame(settings, &format, pixels.image.constBits(), pixels.image.sizeInBytes())
             != JXL_ENC_SUCCESS)
             return false;
+        pixels.image = {}; // the encoder has its own by now
         addMetadata(*encoder, metadata);
         JxlEncoderCloseInput(encoder);
         return writeOutput(*encoder, device);

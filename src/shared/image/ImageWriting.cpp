@@ -137,6 +137,9 @@ QImage ImageWriting::fitted(QImage image, const QByteArray &format)
         image = onWhite(image);
     if (format == "tif" || format == "tiff")
         image = withoutPalette(std::move(image));
+    // These encoders take three bytes a pixel, and would have them beside the four.
+    if ((encodesMetadata(format) || format == "webp") && image.format() == QImage::Format_RGB32)
+        image.convertTo(QImage::Format_RGB888);
     return withWritableProfile(std::move(image), format);
 }
 
