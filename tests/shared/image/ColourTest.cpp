@@ -17,15 +17,6 @@ class ColourTest : public FolderTest
     Q_OBJECT
 
 private:
-    static QByteArray bigEndian(const QList<int> &numbers)
-    {
-        QByteArray bytes;
-        QDataStream out(&bytes, QIODevice::WriteOnly);
-        for (const int number : numbers)
-            out << number;
-        return bytes;
-    }
-
     using Chunk = std::pair<QByteArray, QByteArray>; ///< type and data
 
     /// A PNG file of the colours, a row, with these chunks before its pixels.
@@ -49,8 +40,13 @@ private slots:
     {
         const QList<int> ofSrgb{31270, 32900, 64000, 33000, 30000, 60000, 15000, 6000};
         const QList<int> ofAdobe{31270, 32900, 64000, 33000, 21000, 71000, 15000, 6000};
-        const auto gamma = [](int value) { return Chunk("gAMA", bigEndian({value})); };
-        const auto primaries = [](const QList<int> &values) { return Chunk("cHRM", bigEndian(values)); };
+        const auto gamma = [](int value) { return Chunk("gAMA", PngFiles::bigEndian(value)); };
+        const auto primaries = [](const QList<int> &values) {
+            Chunk chunk("cHRM", {});
+            for (const int value : values)
+                chunk.second += PngFiles::bigEndian(value);
+            return chunk;
+        };
         QList<int> nearly = ofSrgb;
         nearly[2] -= 10; // as programs round
         const QColorSpace adobe = QColorSpace::AdobeRgb;
