@@ -260,7 +260,7 @@ private:
                                          {"on_optionsButton_clicked", "push button \"Change"},
                                          {"on_aboutButton_clicked", "push button \"Close\""},
                                          {"showKeys", "\"Keys\""},
-                                         {"onCopytoAction", "push button \"Overwrite\""}}) { // another
+                                         {"onCopytoAction", "push button \"Overwrite\""}}) { // over another
             dialogsSeen = 0;
             whenDialog([&look, part = part](QWidget *dialog) { look(dialog, part); });
             program->call(slot);
