@@ -1,7 +1,11 @@
+#include "formats/jxl/JxlShrunk.h"
+#include "shared/image/ColourCodePoints.h"
 #include "shared/image/MetadataBlocks.h"
 #include "support/Files.h"
 #include "support/JxlFiles.h"
 #include "support/Pictures.h"
+
+#include <QBuffer>
 
 #include <atomic>
 #include <cstdlib>
@@ -96,6 +100,59 @@ private slots:
                                             {{{9, 7}, 8, channels}, false},
                                             {{{800, 800}, 8, channels}, true}})
             QCOMPARE(Pictures::decoded(JxlFiles::make(kind)).isNull(), refused);
+    }
+
+    void smallPicturesComeFromMeansWhereTheFileHasThem()
+    {
+        const QSize full(563, 397), small(70, 49); // of several parts; not a multiple of eight
+        const QImage picture = Pictures::quarters(full);
+        JxlFiles::Kind photo{full};
+        photo.lossy = true;
+        photo.picture = picture;
+        const auto with = [&](const auto &change) {
+            JxlFiles::Kind kind = photo;
+            change(kind);
+            return JxlFiles::make(kind);
+        };
+        const auto set = [&](JxlEncoderFrameSettingId setting, int value) {
+            return with([=](JxlFiles::Kind &kind) { kind.settings = {{setting, value}}; });
+        };
+        QList<std::pair<QByteArray, bool>> files{
+            {JxlFiles::make(photo), true},
+            {with([](auto &kind) { kind.bits = 16; }), true},
+            {set(JXL_ENC_FRAME_SETTING_GROUP_ORDER, 1), true},
+            {set(JXL_ENC_FRAME_SETTING_MODULAR, 1), false},
+            {set(JXL_ENC_FRAME_SETTING_PROGRESSIVE_DC, 1), false},
+            {set(JXL_ENC_FRAME_SETTING_RESAMPLING, 2), false},
+            {with([](auto &kind) { kind.lossy = false; }), false},
+            {with([](auto &kind) { kind.more = {JXL_CHANNEL_ALPHA}; }), false},
+            {with([](auto &kind) { kind.frames = 2; }), false},
+            {with([](auto &kind) { kind.frames = 2, kind.duration = 1; }), true}};
+        QImage wide = picture;
+        for (const QColorSpace &space : {QColorSpace(QColorSpace::DisplayP3), Colour::colourSpace({9, 16})}) {
+            wide.setColorSpace(space);
+            files.append({Pictures::encoded(wide, "jxl", 90), true});
+        }
+        files.append(
+            {Pictures::encoded(picture.convertToFormat(QImage::Format_Grayscale8), "jxl", 90), true});
+        for (int orientation = 2; orientation <= 8; ++orientation)
+            files.append({with([&](auto &kind) { kind.orientation = orientation; }), true});
+        for (qsizetype i = 0; i < files.size(); ++i) {
+            const auto &[file, hasMeans] = files[i];
+            const QImage whole = Pictures::decoded(file);
+            const QSize size = whole.width() > whole.height() ? small : small.transposed();
+            QBuffer buffer;
+            buffer.setData(file);
+            QVERIFY(buffer.open(QIODevice::ReadOnly));
+            QVERIFY2(Jxl::readShrunk(buffer, size).isNull() != hasMeans, qPrintable(QString::number(i)));
+            for (const QSize more : {QSize(1, 0), QSize(0, 1)})
+                QVERIFY(Jxl::readShrunk(buffer, size + more).isNull()); // above an eighth
+            const QImage shown = Pictures::decoded(file, size);
+            QCOMPARE(shown.format(), whole.format());
+            QVERIFY(shown.colorSpace() == whole.colorSpace());
+            const QImage scaled = whole.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+            QVERIFY2(Pictures::difference(shown, scaled) < 2, qPrintable(QString::number(i)));
+        }
     }
 
     void longMetadataKeepNoOthersBack()

@@ -2,6 +2,8 @@
 
 #include <jxl/encode.h>
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -23,6 +25,7 @@ QByteArray JxlFiles::make(const Kind &kind)
     info.uses_original_profile = !kind.lossy;
     info.num_extra_channels = channels;
     info.alpha_bits = kind.more.contains(JXL_CHANNEL_ALPHA) ? bits : 0;
+    info.orientation = static_cast<JxlOrientation>(kind.orientation);
     info.have_animation = kind.frames > 1;
     info.animation.tps_numerator = info.animation.tps_denominator = 1;
     check(JxlEncoderSetCodestreamLevel(encoder.get(), 10));
@@ -48,13 +51,21 @@ QByteArray JxlFiles::make(const Kind &kind)
             all[i] = static_cast<uint16_t>(values[i % values.size()] * 257);
         return all;
     };
-    const std::vector<uint16_t> pixels = samples({std::begin(colours), std::end(colours)});
+    std::vector<uint16_t> pixels = samples({std::begin(colours), std::end(colours)});
+    for (size_t i = 0; !kind.picture.isNull() && i < pixels.size(); i += 3) {
+        const auto at = static_cast<int>(i / 3);
+        const QRgb colour = kind.picture.pixel(at % kind.size.width(), at / kind.size.width());
+        const int parts[] = {qRed(colour), qGreen(colour), qBlue(colour)};
+        std::transform(std::begin(parts), std::end(parts), &pixels[i], [](int part) { return part * 257; });
+    }
     const std::vector<uint16_t> others = samples({inOthers});
     const JxlPixelFormat three{3, JXL_TYPE_UINT16, JXL_NATIVE_ENDIAN, 0};
     const JxlPixelFormat one{1, JXL_TYPE_UINT16, JXL_NATIVE_ENDIAN, 0};
     JxlEncoderFrameSettings *const settings = JxlEncoderFrameSettingsCreate(encoder.get(), nullptr);
     check(JxlEncoderSetFrameLossless(settings, !kind.lossy));
     check(JxlEncoderFrameSettingsSetOption(settings, JXL_ENC_FRAME_SETTING_EFFORT, 1));
+    for (const auto &[setting, value] : kind.settings)
+        check(JxlEncoderFrameSettingsSetOption(settings, setting, value));
     JxlFrameHeader header;
     JxlEncoderInitFrameHeader(&header);
     header.duration = kind.duration;

@@ -15,12 +15,15 @@ public:
 
     bool supportsOption(ImageOption option) const override
     {
-        return option == Quality || option == Description || ReaderHandler::supportsOption(option);
+        return option == ScaledSize || option == Quality || option == Description
+               || ReaderHandler::supportsOption(option);
     }
 
     QVariant option(ImageOption option) const override
     {
         switch (option) {
+        case ScaledSize:
+            return scaledSize;
         case Quality:
             return quality;
         case Description:
@@ -32,13 +35,18 @@ public:
 
     void setOption(ImageOption option, const QVariant &value) override
     {
-        if (option == Quality)
+        if (option == ScaledSize)
+            scaledSize = value.toSize();
+        else if (option == Quality)
             quality = value.toInt();
         else if (option == Description)
             metadata = MetadataBlocks::of(value.toString());
     }
 
 private:
+    QImage picture(JxlReader &from) override { return from.read(scaledSize); }
+
+    QSize scaledSize;
     int quality = -1;
     MetadataBlocks metadata;
 };

@@ -1,6 +1,7 @@
 #include "formats/jxl/JxlReader.h"
 
 #include "formats/jxl/JxlColour.h"
+#include "formats/jxl/JxlShrunk.h"
 #include "formats/jxl/ProcessorShare.h"
 #include "shared/image/ColourConversion.h"
 
@@ -180,7 +181,17 @@ QImage::Format JxlReader::imageFormat()
     return open() ? layoutOf(info).format : QImage::Format_Invalid;
 }
 
-QImage JxlReader::read()
+QImage JxlReader::read(QSize scaled)
+{
+    if (scaled.isEmpty() || !open())
+        return readFull();
+    const QImage shrunk = Jxl::readShrunk(device, scaled);
+    if (!shrunk.isNull())
+        return shrunk.convertToFormat(layoutOf(info).format);
+    return readFull().scaled(scaled, Qt::IgnoreAspectRatio, Qt::FastTransformation);
+}
+
+QImage JxlReader::readFull()
 {
     if (!open())
         return {};

@@ -30,10 +30,12 @@ public:
     /// The upright picture, once: 8 bits a channel, or 16 if the file has more or floating point. Of a file
     /// that ends too early what could be decoded. Null if that is nothing, if the file is broken, or if the
     /// picture is above QImageReader's allocation limit.
-    [[nodiscard]] QImage read();
+    /// @param scaled pixels; the file's size if empty
+    [[nodiscard]] QImage read(QSize scaled = {});
 
 private:
     [[nodiscard]] bool open();
+    [[nodiscard]] QImage readFull();
     [[nodiscard]] JxlDecoderStatus next();
 
     template <auto destroy>
