@@ -26,6 +26,8 @@ struct Item
     QSize size = {64, 64};
     QByteArray codec = box("free", {}); ///< what the decoder has to know
     QByteArray reference = "dimg";
+    QByteArray without = {};          ///< those of the common properties, by their numbers
+    QByteArray own = box("free", {}); ///< a property that the others lack
 };
 
 Item grid(int sides, const QList<int> &parts)
@@ -69,18 +71,23 @@ struct Turn
     bool rightHalf = false;  ///< alone is shown, of 96 x 64 pixels
 };
 
+/// Colours by the code points of video.
+QByteArray colours(int primaries)
+{
+    return box("colr", "nclx" + number(primaries, 2) + number(13, 2) + number(6, 2) + "\x80");
+}
+
 /// A file that shows the first of the items, all turned.
 QByteArray fileOf(const QList<Item> &items, Turn turn = {})
 {
     const QByteArray none = number(0, 4); // version and flags
     const QByteArray one = number(1, 4);
-    QByteArray properties =
-        box("pixi", none + "\3\10\10\10") + box("irot", number(turn.quarters, 1))
-        + (turn.mirror < 0 ? box("free", {}) : box("imir", number(turn.mirror, 1)))
-        + box("colr", "nclx" + number(turn.primaries, 2) + number(13, 2) + number(6, 2) + "\x80")
-        + (turn.rightHalf ? box("clap", number(48, 4) + one + number(64, 4) + one + number(24, 4) + one
-                                            + number(0, 4) + one)
-                          : box("free", {}));
+    QByteArray properties = box("pixi", none + "\3\10\10\10") + box("irot", number(turn.quarters, 1))
+                            + (turn.mirror < 0 ? box("free", {}) : box("imir", number(turn.mirror, 1)))
+                            + colours(turn.primaries)
+                            + (turn.rightHalf ? box("clap", number(48, 4) + one + number(64, 4) + one
+                                                                + number(24, 4) + one + number(0, 4) + one)
+                                              : box("free", {}));
     QByteArray types, places, links, parts, data;
     for (int i = 0; i < items.size(); ++i) {
         const Item &item = items[i];
@@ -88,10 +95,13 @@ QByteArray fileOf(const QList<Item> &items, Turn turn = {})
         types += box("infe", number(2 << 24, 4) + id + number(0, 2) + item.type + number(0, 1));
         places += id + number(1, 2) + number(0, 2) + number(1, 2) + number(data.size(), 4)
                   + number(item.data.size(), 4);
-        const QByteArray sizes = number(6 + 2 * i, 1) + number(7 + 2 * i, 1);
-        links += id + number(7, 1) + "\1\4" + (turn.beforeSize ? "\2\3\5" + sizes : sizes + "\2\3\5");
-        properties +=
-            box("ispe", none + number(item.size.width(), 4) + number(item.size.height(), 4)) + item.codec;
+        const QByteArray sizes = number(6 + 3 * i, 1) + number(7 + 3 * i, 1);
+        QByteArray linked = "\1\4" + (turn.beforeSize ? "\2\3\5" + sizes : sizes + "\2\3\5");
+        for (const char property : item.without)
+            linked.remove(linked.indexOf(property), 1);
+        links += id + number(linked.size() + 1, 1) + linked + number(8 + 3 * i, 1);
+        properties += box("ispe", none + number(item.size.width(), 4) + number(item.size.height(), 4))
+                      + item.codec + item.own;
         data += item.data;
         QByteArray ids;
         for (const int part : item.parts)
@@ -193,19 +203,51 @@ private slots:
 
     void scalesTheThumbnail()
     {
-        const std::tuple<QSize, int, QSize, QString> rows[] = {
-            {{80, 60}, 0, {64, 48}, "yellow blue green red"}, // the thumbnail stands on its head
-            {{80, 60}, 0, {80, 60}, "yellow blue green red"},
-            {{80, 60}, 3, {48, 64}, "green yellow red blue"},
-            {{80, 60}, 0, {100, 75}, "red green blue yellow"}, // it is too small
-            {{80, 80}, 0, {64, 48}, "red green blue yellow"}}; // and of another shape
-        for (const auto &[size, turn, asked, shown] : rows) {
-            Item thumbnail = coded(Pictures::asStored(Pictures::quarters(size), 3));
+        const QByteArray turned = box("irot", "\2"), p3 = colours(12);
+        const QByteArray icc = box("colr", "prof" + QColorSpace(QColorSpace::DisplayP3).iccProfile());
+        const QByteArray one = number(1, 4);
+        const QByteArray cut =
+            box("clap", number(320, 4) + one + number(240, 4) + one + (number(0, 4) + one).repeated(2));
+        struct Row
+        {
+            const char *what;
+            bool isUsed;
+            QSize size = {320, 240};
+            QSize asked = {256, 192};
+            Turn turn = {};
+            QByteArray without = {};
+            QByteArray own = box("free", {});
+            QByteArray ofPicture = box("free", {});
+        };
+        const Row rows[] = {{"larger", true},
+                            {"as large", true, {320, 240}, {320, 240}},
+                            {"turned as the picture", true, {320, 240}, {192, 256}, {3}},
+                            {"mirrored as the picture", true, {320, 240}, {256, 192}, {0, 1}},
+                            {"too small", false, {320, 240}, {400, 300}},
+                            {"too short for any", false, {252, 189}, {64, 48}},
+                            {"of another shape", false, {320, 320}},
+                            {"not turned", false, {320, 240}, {256, 192}, {2}, "\2"},
+                            {"turned on its head", false, {320, 240}, {256, 192}, {}, "\2", turned},
+                            {"not mirrored", false, {320, 240}, {256, 192}, {0, 0}, "\3"},
+                            {"cut out", false, {320, 240}, {256, 192}, {}, {}, cut, cut},
+                            {"of no colours told", false, {320, 240}, {256, 192}, {}, "\4"},
+                            {"of other primaries", false, {320, 240}, {256, 192}, {}, "\4", p3},
+                            {"of a profile", false, {320, 240}, {256, 192}, {}, {}, icc},
+                            {"of the same profile", true, {320, 240}, {256, 192}, {}, {}, icc, icc}};
+        for (const Row &row : rows) {
+            Item picture = coded(Pictures::quarters({640, 480}));
+            Item thumbnail = coded(Pictures::asStored(Pictures::quarters(row.size), 2)); // mirrored
             thumbnail.parts = {1};
             thumbnail.reference = "thmb";
-            const QByteArray file = fileOf({coded(Pictures::quarters({160, 120})), thumbnail}, {turn});
-            QCOMPARE(Pictures::decoded(file, asked).size(), asked);
-            QCOMPARE(Pictures::quartersOf(Pictures::decoded(file, asked)), shown);
+            thumbnail.without = row.without;
+            thumbnail.own = row.own;
+            picture.own = row.ofPicture;
+            const QByteArray file = fileOf({picture, thumbnail}, row.turn);
+            const QImage image = Pictures::decoded(file, row.asked);
+            QVERIFY2(image.size() == row.asked, row.what);
+            const QImage full = Pictures::decoded(file); // which is no thumbnail
+            QVERIFY2((Pictures::quartersOf(image) != Pictures::quartersOf(full)) == row.isUsed, row.what);
+            QVERIFY2(image.colorSpace() == full.colorSpace(), row.what);
         }
     }
 

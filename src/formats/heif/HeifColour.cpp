@@ -4,27 +4,50 @@
 
 #include <QByteArray>
 
+#include <utility>
+#include <vector>
+
 namespace {
 
-QColorSpace fromProfile(const heif_image_handle &handle)
+/// The ICC profile; empty if there is none.
+QByteArray profileOf(const heif_image_handle &handle)
 {
     QByteArray profile(static_cast<qsizetype>(heif_image_handle_get_raw_color_profile_size(&handle)), 0);
-    if (profile.isEmpty() || !Heif::isOk(heif_image_handle_get_raw_color_profile(&handle, profile.data())))
-        return {};
-    return QColorSpace::fromIccProfile(profile);
+    const bool found =
+        !profile.isEmpty() && Heif::isOk(heif_image_handle_get_raw_color_profile(&handle, profile.data()));
+    return found ? profile : QByteArray();
+}
+
+/// The code points; null if there are none.
+Heif::Nclx codePointsOf(const heif_image_handle &handle)
+{
+    heif_color_profile_nclx *nclx = nullptr;
+    const bool found = Heif::isOk(heif_image_handle_get_nclx_color_profile(&handle, &nclx));
+    Heif::Nclx owner(nclx);
+    return found ? std::move(owner) : nullptr;
 }
 
 } // namespace
 
 QColorSpace Heif::colourSpace(const heif_image_handle &handle)
 {
-    if (const QColorSpace space = fromProfile(handle); !space.iccProfile().isEmpty())
-        return space;
-    heif_color_profile_nclx *nclx = nullptr;
-    const bool found = isOk(heif_image_handle_get_nclx_color_profile(&handle, &nclx));
-    const Nclx owner(nclx);
-    return found && nclx ? Colour::colourSpace({nclx->color_primaries, nclx->transfer_characteristics})
-                         : QColorSpace();
+    if (const QByteArray profile = profileOf(handle); !profile.isEmpty())
+        if (const QColorSpace space = QColorSpace::fromIccProfile(profile); !space.iccProfile().isEmpty())
+            return space;
+    const Nclx nclx = codePointsOf(handle);
+    return nclx ? Colour::colourSpace({nclx->color_primaries, nclx->transfer_characteristics})
+                : QColorSpace();
+}
+
+bool Heif::haveSameColours(const heif_image_handle &one, const heif_image_handle &other)
+{
+    const auto points = [](const heif_image_handle &handle) {
+        const Nclx nclx = codePointsOf(handle);
+        return nclx ? std::vector<int>{nclx->color_primaries, nclx->transfer_characteristics,
+                                       nclx->matrix_coefficients, nclx->full_range_flag}
+                    : std::vector<int>();
+    };
+    return profileOf(one) == profileOf(other) && points(one) == points(other);
 }
 
 void Heif::setColourSpace(heif_image &image, const QColorSpace &colourSpace)

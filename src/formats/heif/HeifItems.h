@@ -25,6 +25,8 @@ struct Turn
     int value = 0;
     QSizeF aperture = {}; ///< pixels
     QPointF offset = {};  ///< pixels, of its centre from that of the picture
+
+    bool operator==(const Turn &other) const = default;
 };
 
 /// What is to be known of a file's pictures before one is decoded.
@@ -36,7 +38,8 @@ struct PictureItems
 
 /// Nothing if the file is broken, or if decoding it would never end or cost out of all proportion to the
 /// sizes that it tells: pictures made of one another or of too many parts. libheif before 1.19 takes such
-/// files on. Reads from `start`, leaves the device's position anywhere.
+/// files on, and none tells how its pictures are turned. Reads from `start`, leaves the device's position
+/// anywhere.
 [[nodiscard]] std::optional<PictureItems> pictureItems(QIODevice &device, qint64 start);
 
 } // namespace Heif

@@ -60,6 +60,7 @@ constexpr int headerBytes = 256;         // room for more brands than any writer
 constexpr qint64 megabyte = 1024 * 1024; // unit of QImageReader's limit
 constexpr int leastBytesPerPixel = 4;    // as Qt counts: most pictures take as much sooner or later
 constexpr int mostThumbnails = 16;
+constexpr int leastThumbnail = 256; // pixels of the longer side; smaller ones are often stale or coarse
 constexpr int mostMetadataBlocks = 16;
 constexpr size_t mostMetadataBytes = 16 * 1024 * 1024;
 
@@ -300,6 +301,16 @@ QImage HeifReader::decode(const heif_image_handle &handle, heif_item_id id, bool
 
 QImage HeifReader::readThumbnail(QSize scaled) const
 {
+    const auto turnedAs = [&](heif_item_id id, heif_item_id other) {
+        auto pictures = Heif::pictureItems(*device, start);
+        if (!pictures)
+            return false;
+        // How much of a thumbnail shows that is cut out of a larger one is not to be known.
+        const auto &turns = pictures->turns[id];
+        return turns == pictures->turns[other]
+               && std::none_of(turns.begin(), turns.end(),
+                               [](const auto &turn) { return turn.kind == Heif::Turn::Crop; });
+    };
     std::vector<heif_item_id> ids(mostThumbnails);
     ids.resize(heif_image_handle_get_list_of_thumbnail_IDs(primary.get(), ids.data(), mostThumbnails));
     for (const heif_item_id id : ids) {
@@ -308,15 +319,24 @@ QImage HeifReader::readThumbnail(QSize scaled) const
             continue;
         const Heif::Handle thumbnail(found);
         const QSize size = sizeOf(*thumbnail);
-        const bool covers = size.width() >= scaled.width() && size.height() >= scaled.height();
+        const bool covers = size.width() >= scaled.width() && size.height() >= scaled.height()
+                            && std::max(size.width(), size.height()) >= leastThumbnail;
         const bool alike =
             heif_image_handle_has_alpha_channel(found) == heif_image_handle_has_alpha_channel(primary.get());
-        if (!covers || !alike || !sameShape(size, sizeOf(*primary)))
+        if (!covers || !alike || !sameShape(size, sizeOf(*primary))
+            || !Heif::haveSameColours(*found, *primary) || !turnedAs(id, primaryId()))
             continue;
         if (const QImage image = decode(*found, id, true); image.size() == size)
             return image;
     }
     return {};
+}
+
+heif_item_id HeifReader::primaryId() const
+{
+    heif_item_id id = 0;
+    heif_context_get_primary_image_ID(context.get(), &id);
+    return id;
 }
 
 MetadataBlocks HeifReader::metadata()
@@ -355,9 +375,7 @@ QImage HeifReader::read(QSize scaled)
         if (scales)
             image = readThumbnail(scaled);
         if (image.isNull()) {
-            heif_item_id id = 0;
-            heif_context_get_primary_image_ID(context.get(), &id);
-            image = decode(*primary, id, scales);
+            image = decode(*primary, primaryId(), scales);
             // Turns before the size in the list of properties have no part in the size that is told.
             scales &= image.size() == sizeOf(*primary);
         }

@@ -32,13 +32,14 @@ public:
     [[nodiscard]] MetadataBlocks metadata();
 
     /// The upright picture, in the size asked for if one is given: from the thumbnail in the file if that is
-    /// large enough. In its full size where that is not what the header made of it. Null if the file is
-    /// broken or the picture above QImageReader's allocation limit.
+    /// large enough, and of the same shape, turn and colours. In its full size where that is not what the
+    /// header made of it. Null if the file is broken or the picture above QImageReader's allocation limit.
     [[nodiscard]] QImage read(QSize scaled = {});
 
 private:
     [[nodiscard]] bool open();
     [[nodiscard]] bool limitCost(); ///< of decoding; false for a file that is refused for it
+    [[nodiscard]] heif_item_id primaryId() const;
     [[nodiscard]] QImage readThumbnail(QSize scaled) const; ///< null if there is none of use
     [[nodiscard]] QImage decode(const heif_image_handle &handle, heif_item_id id, bool forScaling) const;
 
