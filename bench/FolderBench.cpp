@@ -129,6 +129,68 @@ void measureFolder(const Program &program, const QString &folder)
     scrollThroughAll(program.list);
 }
 
+void measureGrowth(const Program &program, const QString &folder)
+{
+    constexpr int more = 150;
+    constexpr int everyMs = 100;
+    const auto &records = VistamoGlobal::fileDataList;
+    const auto added = [&](int number) {
+        return QStringLiteral("%1/IMG_%2 added.jpg").arg(folder).arg(number * 300, 6, 10, QLatin1Char('0'));
+    };
+    for (int number = 0; number < more; ++number)
+        QFile::remove(added(number)); // a run that was cut off left it
+    const int files = static_cast<int>(QDir(folder).entryList(QDir::Files).size());
+    QElapsedTimer time;
+    time.start();
+    program.showFolder(folder);
+    waitFor(time, [&] { return records.size() == files && program.allIconsAreThere(); });
+    runFor(2500);
+
+    QHash<QString, qint64> writtenAt; // by their names, of those that are not in the list yet
+    double longest = 0;
+    int written = 0;
+    qsizetype fewest = files;
+    const AnswerWatch watch;
+    const qint64 processorTime = Platform::processorTime();
+    time.restart();
+    QTimer writing;
+    QObject::connect(&writing, &QTimer::timeout, qApp, [&] {
+        if (written == more)
+            return;
+        const QString path = added(written++);
+        writtenAt.insert(QFileInfo(path).fileName(), time.elapsed());
+        if (!QFile::copy(records.first().fullPath, path))
+            qFatal("A file could not be added.");
+    });
+    writing.start(everyMs);
+    waitFor(time, [&] {
+        fewest = std::min(fewest, records.size());
+        if (records.size() == files + written - writtenAt.size())
+            return written == more && writtenAt.isEmpty();
+        writtenAt.removeIf([&](const std::pair<const QString &, qint64 &> &file) {
+            const auto place = std::lower_bound(
+                records.cbegin(), records.cend(), file.first,
+                [](const TFileRecord &record, const QString &name) { return record.fileName < name; });
+            const bool isThere = place != records.cend() && place->fileName == file.first;
+            if (isThere)
+                longest = std::max(longest, static_cast<double>(time.elapsed() - file.second));
+            return isThere;
+        });
+        return false;
+    });
+    if (!std::is_sorted(records.cbegin(), records.cend(),
+                        [](const auto &a, const auto &b) { return a.fileName < b.fileName; }))
+        qFatal("A file is out of its place.");
+    print("a folder that grows: processor time a file",
+          static_cast<double>(Platform::processorTime() - processorTime) / more, "ms");
+    print("a folder that grows: fewest rows, of those before", static_cast<double>(fewest) / files, "");
+    print("a folder that grows: longest until a file is in its place", longest, "ms");
+    print("a folder that grows: longest wait for the GUI thread", watch.longestMs(), "ms");
+    for (int number = 0; number < more; ++number)
+        QFile::remove(added(number));
+    waitFor(time, [&] { return records.size() == files; });
+}
+
 void measureChangeOfFolder(const Program &program, const QString &slowFolder, const QString &other)
 {
     const auto &records = VistamoGlobal::fileDataList;

@@ -78,6 +78,7 @@ struct Program
 
 // What is measured; each prints its rows.
 void measureFolder(const Program &program, const QString &folder);
+void measureGrowth(const Program &program, const QString &folder);
 void measureChangeOfFolder(const Program &program, const QString &slowFolder, const QString &other);
 void measureStart(const Program &program, qint64 startedMs);
 void measurePicture(const Program &program, const QString &path);

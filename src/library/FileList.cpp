@@ -90,7 +90,9 @@ std::optional<QList<TThumbnailRequest>> FileList::take(const FoundFiles &files, 
     if (files.generation != currentGeneration)
         return std::nullopt;
     QList<TThumbnailRequest> requests;
-    if (readAgain) {
+    if (files.gone) {
+        requests = change(files, checkable);
+    } else if (readAgain) {
         found += files.records;
         if (files.cutOff)
             addKnown(found);
@@ -116,34 +118,68 @@ std::optional<QList<TThumbnailRequest>> FileList::take(const FoundFiles &files, 
 /// tick and selection.
 QList<TThumbnailRequest> FileList::merge(const QList<TFileRecord> &files, bool checkable)
 {
-    const int before = count();
-    removeOthers(files);
-    bool stripFits = !fileHasLeft && count() == before;
+    const QSet<QString> before = names();
+    const QSet<QString> now = namesOf(files);
+    QList<int> gone;
+    for (int row = 0; row < count(); ++row) {
+        if (!now.contains(records()[row].fileName))
+            gone.append(row);
+    }
+    QList<TFileRecord> come;
+    std::copy_if(files.cbegin(), files.cend(), std::back_inserter(come),
+                 [&](const TFileRecord &file) { return !before.contains(file.fileName); });
+    replace(gone, come, checkable);
+
     bool boxesChanged = false;
     QList<TThumbnailRequest> requests;
-    for (int row = 0; row < files.size(); ++row) {
-        const auto isHere = [&](qsizetype i) {
-            return row < count() && records()[row].fileName == files[i].fileName;
-        };
-        if (isHere(row)) {
-            boxesChanged |= updateRow(row, files[row], checkable);
-        } else {
-            qsizetype end = row + 1;
-            while (end < files.size() && !isHere(end))
-                ++end;
-            insertRows(row, files.mid(row, end - row), checkable);
-            stripFits = false;
-        }
+    int row = 0;
+    for (const TFileRecord &file : files) {
+        if (row >= count() || records()[row].fileName != file.fileName)
+            continue; // a folder that names a file twice
+        boxesChanged |= setCheckable(row, checkable);
+        updateRow(row, file);
         // Not asked for yet, or changed, or without an answer when the load before was given up.
         if (records()[row].imageRect.isNull())
-            requests.append({QFileInfo(files[row].fullPath), row});
+            requests.append({QFileInfo(file.fullPath), row});
+        ++row;
     }
-    removeRows(static_cast<int>(files.size()), count() - static_cast<int>(files.size()));
     if (boxesChanged)
         emit sizesChanged();
-    if (!stripFits)
-        fillStrip();
     return requests;
+}
+
+/// Takes in what differs from the list: other rows are not looked at.
+QList<TThumbnailRequest> FileList::change(const FoundFiles &files, bool checkable)
+{
+    QList<int> gone;
+    for (const QString &name : *files.gone)
+        gone.append(rowNamed(name));
+    gone.removeAll(-1); // the user was quicker
+    std::sort(gone.begin(), gone.end());
+    QList<TFileRecord> come;
+    std::copy_if(files.records.cbegin(), files.records.cend(), std::back_inserter(come),
+                 [this](const TFileRecord &file) { return rowNamed(file.fileName) < 0; });
+    replace(gone, come, checkable);
+
+    QList<TThumbnailRequest> requests;
+    for (qsizetype i = 0; i < files.records.size(); ++i) {
+        const int row = rowNamed(files.records[i].fileName);
+        updateRow(row, files.records[i]);
+        if (records()[row].imageRect.isNull())
+            requests.append({files.infos.value(i), row});
+    }
+    return requests;
+}
+
+/// Takes out the rows `gone`, in ascending order, and puts in the files `come`, in the order of their names.
+void FileList::replace(const QList<int> &gone, const QList<TFileRecord> &come, bool checkable)
+{
+    removeFiles(gone);
+    const QList<int> rows = insertFiles(come, checkable);
+    if (fileHasLeft)
+        fillStrip();
+    else if (!gone.isEmpty() || !come.isEmpty())
+        changeStrip(gone, rows);
 }
 
 /// Adds the files that stand in the list and not among these, both in the order of their names: of a folder
@@ -160,19 +196,6 @@ void FileList::addKnown(QList<TFileRecord> &files) const
                        });
 }
 
-/// Takes out the rows of all other files.
-void FileList::removeOthers(const QList<TFileRecord> &files)
-{
-    const QSet<QString> names = namesOf(files);
-    for (int end = count(); end > 0;) {
-        int first = end;
-        while (first > 0 && !names.contains(records()[first - 1].fileName))
-            --first;
-        removeRows(first, end - first);
-        end = first - 1; // that one stays
-    }
-}
-
 /// Makes the strip's cells those of the rows.
 void FileList::fillStrip()
 {
@@ -186,6 +209,27 @@ void FileList::fillStrip()
     });
 }
 
+/// Takes the cells of the rows `gone` out of the strip, and puts in those of `come`, rows as they are now.
+void FileList::changeStrip(const QList<int> &gone, const QList<int> &come)
+{
+    surroundings.keepStripInPlace([&] {
+        QList<QStandardItem *> before = galleryModel.takeRow(0);
+        for (const int column : gone)
+            delete std::exchange(before[column], nullptr);
+        before.removeAll(nullptr);
+        QList<QStandardItem *> cells;
+        cells.reserve(count());
+        for (qsizetype i = 0; i < come.size(); ++i) {
+            cells += before.mid(cells.size() - i, come[i] - cells.size());
+            const QStandardItem &item = *mainModel.item(come[i]);
+            cells.append(new QStandardItem(item.icon(), item.text()));
+        }
+        cells += before.mid(cells.size() - come.size());
+        galleryModel.insertRow(0, cells);
+        galleryModel.setColumnCount(count());
+    });
+}
+
 /// Adds files at the end, to the strip first.
 void FileList::appendRows(const QList<TFileRecord> &files, bool checkable)
 {
@@ -196,11 +240,14 @@ void FileList::appendRows(const QList<TFileRecord> &files, bool checkable)
     cells.reserve(files.size());
     for (const TFileRecord &file : files)
         cells.append(new QStandardItem(blank, wrapFileName(file.fileName)));
-    surroundings.keepStripInPlace([&] { addStripCells(galleryModel, count(), cells); });
-    insertRows(count(), files, checkable);
+    const int row = count();
+    surroundings.keepStripInPlace([&] { addStripCells(galleryModel, row, cells); });
+    records() += files;
+    insertItems(row, files, checkable);
 }
 
-void FileList::insertRows(int row, const QList<TFileRecord> &files, bool checkable)
+/// Puts in the items of these files, which stand in the records by now.
+void FileList::insertItems(int row, const QList<TFileRecord> &files, bool checkable)
 {
     const QIcon blank = thumbnailIcons.blank();
     QList<QStandardItem *> items;
@@ -209,33 +256,74 @@ void FileList::insertRows(int row, const QList<TFileRecord> &files, bool checkab
         items.append(new QStandardItem(blank, wrapFileName(file.fileName)));
         items.last()->setCheckable(checkable);
     }
-    records().insert(row, files.size(), {});
-    std::copy(files.begin(), files.end(), records().begin() + row);
     mainModel.invisibleRootItem()->insertRows(row, items);
     assertSameFile(row);
 }
 
-/// Keeps a row's file up to date, and tells whether its size may be another. A file that has changed waits
-/// for its new icon; one that could be listed but not looked at stays as it was.
-bool FileList::updateRow(int row, const TFileRecord &record, bool checkable)
+/// Puts files, in the order of their names, between the rows where they belong. Gives their rows.
+QList<int> FileList::insertFiles(const QList<TFileRecord> &files, bool checkable)
 {
-    QStandardItem *const item = mainModel.item(row, 0);
-    if (TFileRecord &old = records()[row]; record.modifiedTime.isValid() && !isUnchanged(old, record)) {
-        item->setIcon(thumbnailIcons.blank());
-        old = record;
+    QList<int> rows;
+    for (const TFileRecord &file : files)
+        rows.append(placeOf(entryOf(file.fileName)) + static_cast<int>(rows.size()));
+    QList<TFileRecord> &all = records();
+    qsizetype end = all.size(); // of those that are not in their places yet
+    all.resize(end + files.size());
+    for (qsizetype i = files.size() - 1; i >= 0; --i) {
+        const qsizetype place = rows[i] - i;
+        std::move_backward(all.begin() + place, all.begin() + end, all.begin() + end + i + 1);
+        all[rows[i]] = files[i];
+        end = place;
     }
-    const bool boxChanged = item->isCheckable() != checkable;
-    if (boxChanged)
-        item->setCheckable(checkable);
-    return boxChanged;
+    for (qsizetype first = 0, next = 0; first < rows.size(); first = next) {
+        while (next < rows.size() && rows[next] - rows[first] == next - first)
+            ++next;
+        insertItems(rows[first], files.mid(first, next - first), checkable);
+    }
+    return rows;
 }
 
-void FileList::removeRows(int row, int count)
+/// Takes out these rows, in ascending order.
+void FileList::removeFiles(const QList<int> &rows)
 {
-    if (count < 1)
+    for (qsizetype first = rows.size(), end = first; end > 0; end = first) {
+        while (first > 0 && rows[end - 1] - rows[first - 1] == end - first)
+            --first;
+        mainModel.removeRows(rows[first], static_cast<int>(end - first));
+    }
+    int row = 0;
+    auto next = rows.cbegin();
+    records().removeIf([&](const TFileRecord &) {
+        const bool goes = next != rows.cend() && *next == row;
+        next += goes;
+        ++row;
+        return goes;
+    });
+}
+
+/// Keeps a row's file up to date. One that has changed waits for its new icon; one that could be listed but
+/// not looked at stays as it was.
+void FileList::updateRow(int row, const TFileRecord &record)
+{
+    TFileRecord &old = records()[row];
+    if (!record.modifiedTime.isValid())
         return;
-    mainModel.removeRows(row, count);
-    records().remove(row, count);
+    if (isUnchanged(old, record)) {
+        old.modifiedTime = record.modifiedTime;
+        return;
+    }
+    mainModel.item(row)->setIcon(thumbnailIcons.blank());
+    old = record;
+}
+
+/// Gives a row a check box or takes it away. True if it had another.
+bool FileList::setCheckable(int row, bool checkable)
+{
+    QStandardItem *const item = mainModel.item(row);
+    if (item->isCheckable() == checkable)
+        return false;
+    item->setCheckable(checkable);
+    return true;
 }
 
 void FileList::take(const ThumbnailAnswer &answer)
@@ -259,21 +347,22 @@ void FileList::take(const ThumbnailAnswer &answer)
     if (surroundings.isTicked(record))
         item->setCheckState(Qt::Checked);
     // The strip keeps its columns when rows leave the list.
-    if (QStandardItem *const cell = galleryModel.item(0, fileHasLeft ? answer.row : row))
+    int column = row;
+    while (column < galleryModel.columnCount() && galleryModel.item(0, column)
+           && galleryModel.item(0, column)->text() != item->text())
+        ++column;
+    if (QStandardItem *const cell = galleryModel.item(0, column))
         cell->setIcon(icon);
 }
 
-/// The row that holds the file of an answer: that of the request, one above it if files have left, or one
-/// below if others have come since.
+/// The row that holds the file of an answer: that of the request, or another if files have come or left
+/// since.
 int FileList::rowOf(const ThumbnailAnswer &answer) const
 {
     if (answer.generation != currentGeneration)
         return -1;
-    for (int row = std::min(answer.row, count() - 1); row >= 0; --row) {
-        if (records()[row].fileName == answer.fileName)
-            return row;
-    }
-    return firstRow([&](const TFileRecord &file) { return file.fileName == answer.fileName; });
+    const TFileRecord *const asked = at(answer.row);
+    return asked && asked->fileName == answer.fileName ? answer.row : rowNamed(answer.fileName);
 }
 
 QList<TFileRecord> FileList::setTicked(int first, int last, bool ticked)
@@ -340,12 +429,24 @@ int FileList::rowOf(const QString &path) const
 
 int FileList::placeOf(const QString &path) const
 {
-    const FolderEntry wanted = entryOf(QFileInfo(path).fileName());
+    return placeOf(entryOf(QFileInfo(path).fileName()));
+}
+
+/// The row of the first file that does not stand before this one.
+int FileList::placeOf(const FolderEntry &wanted) const
+{
     const auto place =
         std::partition_point(records().cbegin(), records().cend(), [&](const TFileRecord &file) {
             return comesBefore(entryOf(file.fileName), wanted);
         });
     return static_cast<int>(place - records().cbegin());
+}
+
+/// The row of the file of exactly this name; -1 for none.
+int FileList::rowNamed(const QString &fileName) const
+{
+    const int row = placeOf(entryOf(fileName));
+    return row < count() && records()[row].fileName == fileName ? row : -1;
 }
 
 int FileList::lastRowNamed(const QString &fileName) const

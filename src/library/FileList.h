@@ -4,6 +4,7 @@
 #include "library/ThumbnailIcons.h"
 #include "library/ThumbnailRequestQueue.h"
 #include "library/VistamoLoadFolderThread.h"
+#include "shared/platform/FolderEntries.h"
 
 #include <QObject>
 #include <QPixmap>
@@ -48,8 +49,8 @@ public:
     [[nodiscard]] bool isReadAgain() const { return readAgain; }
 
     /// Takes in what a walk has found: at once, or where the folder is read again, all with the last batch.
-    /// Gives the files whose thumbnails are to be asked for, in the order of their rows; nothing if it
-    /// belongs to another load.
+    /// Of what differs from the list no more is touched than that. Gives the files whose thumbnails are to be
+    /// asked for, in the order of their rows; nothing if it belongs to another load.
     /// @param checkable whether the rows have check boxes
     [[nodiscard]] std::optional<QList<TThumbnailRequest>> take(const FoundFiles &files, bool checkable);
 
@@ -101,12 +102,18 @@ signals:
 private:
     void fillStrip();
     void appendRows(const QList<TFileRecord> &files, bool checkable);
-    void insertRows(int row, const QList<TFileRecord> &files, bool checkable);
+    void insertItems(int row, const QList<TFileRecord> &files, bool checkable);
+    void removeFiles(const QList<int> &rows);
+    QList<int> insertFiles(const QList<TFileRecord> &files, bool checkable);
+    void replace(const QList<int> &gone, const QList<TFileRecord> &come, bool checkable);
+    void changeStrip(const QList<int> &gone, const QList<int> &come);
     void addKnown(QList<TFileRecord> &files) const;
-    bool updateRow(int row, const TFileRecord &record, bool checkable);
-    void removeRows(int row, int count);
-    void removeOthers(const QList<TFileRecord> &files);
+    void updateRow(int row, const TFileRecord &record);
+    bool setCheckable(int row, bool checkable);
     [[nodiscard]] QList<TThumbnailRequest> merge(const QList<TFileRecord> &files, bool checkable);
+    [[nodiscard]] QList<TThumbnailRequest> change(const FoundFiles &files, bool checkable);
+    int placeOf(const FolderEntry &file) const;
+    int rowNamed(const QString &fileName) const;
     int rowOf(const ThumbnailAnswer &answer) const;
     void assertSameFile(int row) const;
     void assertInStep() const;

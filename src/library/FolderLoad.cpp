@@ -88,14 +88,31 @@ void FolderLoad::showAgain(const QString &path)
 
 void FolderLoad::showChanged(const QString &path)
 {
-    if (CaselessPath(oldPath) == CaselessPath(path))
+    if (CaselessPath(oldPath) != CaselessPath(path))
+        return;
+    if (ExactPath(currentPath) == ExactPath(path) && !reloadWanted && (allAreKnown || isWalking()))
+        compare();
+    else
         showAgain(path);
+}
+
+/// Finds what differs from the list, after a walk that is going on. The load goes on as it is.
+void FolderLoad::compare()
+{
+    compareAfterWalk = isWalking();
+    if (compareAfterWalk)
+        return;
+    QList<KnownFile> known;
+    known.reserve(VistamoGlobal::fileDataList.size());
+    for (const TFileRecord &file : std::as_const(VistamoGlobal::fileDataList))
+        known.append({file.fileName, file.size, file.modifiedTime});
+    startWalk(std::move(known));
 }
 
 void FolderLoad::leave()
 {
     stopThumbnails();
-    reloadWanted = againAfterWalk = false;
+    reloadWanted = againAfterWalk = compareAfterWalk = allAreKnown = false;
     forgetChanging();
     oldPath.clear();
     currentPath.clear();
@@ -114,20 +131,20 @@ void FolderLoad::stopThen(std::function<void()> removal)
 
 void FolderLoad::startThreads()
 {
-    reloadWanted = againAfterWalk = false;
+    reloadWanted = againAfterWalk = compareAfterWalk = allAreKnown = false;
     currentGeneration = currentGeneration.next();
     emit began(currentGeneration, currentPath);
     startThumbnails();
     startWalk();
 }
 
-void FolderLoad::startWalk()
+void FolderLoad::startWalk(std::optional<QList<KnownFile>> known)
 {
     VistamoGlobal::vistamoLoadFolderThreadStat = true;
     using Thread = VistamoLoadFolderThread;
-    loadFolderThread.set(
-        std::make_unique<Thread>(currentGeneration, currentPath, VistamoGlobal::selectedFileName));
-    loadFolderThread.on(&Thread::filesFound, [this](const FoundFiles &files) { emit filesFound(files); });
+    loadFolderThread.set(std::make_unique<Thread>(currentGeneration, currentPath,
+                                                  VistamoGlobal::selectedFileName, std::move(known)));
+    loadFolderThread.on(&Thread::filesFound, [this](const FoundFiles &files) { onFilesFound(files); });
     loadFolderThread.on(&Thread::currentColumnChanged, [this](int col) { emit currentColumnChanged(col); });
     loadFolderThread.on(&Thread::enumFilesFinish, [this](int count) {
         emit enumFilesFinish(count);
@@ -140,6 +157,20 @@ void FolderLoad::startWalk()
     });
 }
 
+/// A comparison that could not be made is followed by a walk, which tells files that are gone from those
+/// that cannot be seen.
+void FolderLoad::onFilesFound(const FoundFiles &files)
+{
+    if (files.gone && files.isUnreadable) {
+        againAfterWalk = true;
+        return;
+    }
+    allAreKnown = files.complete && !files.isUnreadable;
+    if (files.gone && !files.records.isEmpty())
+        startThumbnails();
+    emit filesFound(files);
+}
+
 void FolderLoad::startThumbnails()
 {
     if (loadThumbnailThread.isActive())
@@ -148,10 +179,23 @@ void FolderLoad::startThumbnails()
     loadThumbnailThread.set(std::make_unique<Thread>(currentGeneration, thumbnailMaker.get()));
     loadThumbnailThread.on(&Thread::thumbnailsFound,
                            [this](const QList<ThumbnailAnswer> &found) { emit thumbnailsFound(found); });
-    loadThumbnailThread.start(QThread::InheritPriority, [this](Thread &) {
-        emit thumbnailsEnded();
-        goOn();
-    });
+    loadThumbnailThread.start(QThread::InheritPriority, [this](Thread &ended) { onThumbnailsEnded(ended); });
+}
+
+/// What was asked of a thread that had just served its last is asked of another.
+void FolderLoad::onThumbnailsEnded(VistamoLoadThumbnailThread &ended)
+{
+    emit thumbnailsEnded();
+    const QList<TThumbnailRequest> late =
+        ended.isStopping() ? QList<TThumbnailRequest>() : ended.takeRequests();
+    if (!late.isEmpty() && !reloadWanted) {
+        startThumbnails();
+        for (const TThumbnailRequest &request : late)
+            requestThumbnail(request.info, request.row);
+        if (!isWalking())
+            loadThumbnailThread->setEnumFinished();
+    }
+    goOn();
 }
 
 void FolderLoad::stopThumbnails()
@@ -229,6 +273,8 @@ void FolderLoad::walkHasEnded()
         removal();
     } else if (std::exchange(againAfterWalk, false) && !reloadWanted) {
         showAgain(currentPath);
+    } else if (std::exchange(compareAfterWalk, false) && !reloadWanted) {
+        showChanged(currentPath);
     }
 }
 

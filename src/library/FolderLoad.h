@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 /// Reads the folder on show: a walk for its files and, beside it, the thumbnails that are asked for. GUI
 /// thread.
@@ -48,7 +49,8 @@ public:
     /// never end otherwise.
     void reload();
 
-    /// A folder has changed: it is read again, unless another has been asked for since.
+    /// A folder has changed: what differs is found, unless another has been asked for since. One of which
+    /// not all files are known is read again.
     void showChanged(const QString &path);
 
     /// Leaves the folder on show: there is none then.
@@ -100,7 +102,10 @@ signals:
 private:
     void showAgain(const QString &path);
     void startThreads();
-    void startWalk();
+    void onThumbnailsEnded(VistamoLoadThumbnailThread &ended);
+    void startWalk(std::optional<QList<KnownFile>> known = std::nullopt);
+    void compare();
+    void onFilesFound(const FoundFiles &files);
     void waitForStoppedThreads();
     void walkHasEnded();
     void onThumbnailMade(const ThumbnailAnswer &answer);
@@ -114,6 +119,8 @@ private:
     std::function<void()> pendingFolderRemoval; ///< as soon as the walk has ended
     bool reloadWanted = false;                  ///< as soon as both threads have ended
     bool againAfterWalk = false;
+    bool compareAfterWalk = false;
+    bool allAreKnown = false;          ///< the folder on show was read to its end
     QTimer refreshTimer;               ///< runs while the threads are ending
     int madeAgain = 0;                 ///< in flight
     QList<TThumbnailRequest> changing; ///< files of the folder on show that were being written

@@ -10,7 +10,7 @@ namespace {
 
 // Debounce: a storm of changes costs one reload after this much quiet, or this long after it began.
 constexpr int debounceMs = 200;
-constexpr int longestDebounceMs = 2000;
+constexpr int longestDebounceMs = 1000;
 constexpr int lookForMissingMs = 1000;
 // Of a drive that hangs there is no answer; it is not asked again.
 constexpr int longestLookMs = 500;

@@ -20,8 +20,13 @@ constexpr int smoothBatch = 8192;
 // Files that are sorted before all others.
 constexpr qsizetype firstScreen = 256;
 
-TFileRecord recordOf(const QFileInfo &info, const QString &fullPath)
+/// Adds a file to what was found, unless it is hidden, which a name does not tell everywhere. Gives that.
+bool add(const FolderEntry &file, FoundFiles &found)
 {
+    const QString fullPath = found.path + QLatin1Char('/') + file.name;
+    const QFileInfo info(fullPath);
+    if (info.isHidden())
+        return false;
     TFileRecord record;
     record.fileName = info.fileName();
     record.path = info.path();
@@ -31,7 +36,19 @@ TFileRecord recordOf(const QFileInfo &info, const QString &fullPath)
     record.creationTime = info.fileTime(QFile::FileBirthTime);
     record.modifiedTime = info.fileTime(QFile::FileModificationTime);
     record.suffix = info.suffix();
-    return record;
+    found.records.append(record);
+    found.infos.append(info);
+    return true;
+}
+
+FileStamp stampOf(const KnownFile &file)
+{
+    return {file.size, file.modifiedTime.toMSecsSinceEpoch()};
+}
+
+bool isImage(const FolderEntry &file)
+{
+    return !file.isFolder && VistamoGlobal().isImageFile(file.name);
 }
 
 /// Puts files in their order from `first` on: the first of all for the first screen, then the rest. Gives up
@@ -55,10 +72,12 @@ int batchSize(int published)
 }
 
 VistamoLoadFolderThread::VistamoLoadFolderThread(Generation generation, const QString &path,
-                                                 const QString &selectedFileName, QObject *parent)
+                                                 const QString &selectedFileName,
+                                                 std::optional<QList<KnownFile>> known, QObject *parent)
     : StoppableThread(parent)
     , generation(generation)
     , selectedFileName(selectedFileName)
+    , known(std::move(known))
     , pathList(path)
 {
     setObjectName(QStringLiteral("LoadFolder"));
@@ -68,7 +87,11 @@ void VistamoLoadFolderThread::run()
 {
     qDebug() << "VistamoLoadFolderThread::run()";
     setPriority(QThread::HighPriority);
-    loadFiles(pathList.takeLast());
+    const QString path = pathList.takeLast();
+    if (known)
+        compareFiles(path);
+    else
+        loadFiles(path);
 }
 
 void VistamoLoadFolderThread::loadFiles(const QString &path)
@@ -109,15 +132,9 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
         if (batch.records.size() >= batchSize(batch.firstRow)
             || (!batch.records.isEmpty() && sincePublished.hasExpired(longestSilenceMs)))
             publish();
-        if (files[i].isFolder || !VistamoGlobal().isImageFile(files[i].name))
+        if (!isImage(files[i]) || !add(files[i], batch))
             continue;
-        const QString fullPath = path + QLatin1Char('/') + files[i].name;
-        const QFileInfo info(fullPath);
-        if (info.isHidden()) // which a name does not tell everywhere
-            continue;
-        batch.records.append(recordOf(info, fullPath));
-        batch.infos.append(info);
-        if (!selectedFileName.isEmpty() && CaselessPath(selectedFileName) == CaselessPath(info.fileName()))
+        if (!selectedFileName.isEmpty() && CaselessPath(selectedFileName) == CaselessPath(files[i].name))
             columnsToSelect.append(row);
         ++row;
     }
@@ -127,4 +144,41 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
     publish();
     emit enumFilesFinish(row);
     qDebug() << "VistamoLoadFolderThread::loadFiles End";
+}
+
+void VistamoLoadFolderThread::compareFiles(const QString &path)
+{
+    FoundFiles changed;
+    changed.generation = generation;
+    changed.path = path;
+    changed.complete = true;
+    auto [files, cutOff, isUnreadable] = folderEntries(
+        path, [this] { return isStopping(); }, true);
+    changed.cutOff = cutOff;
+    changed.isUnreadable = isUnreadable;
+
+    QHash<QString, const KnownFile *> gone; // what was not met so far
+    gone.reserve(known->size());
+    for (const KnownFile &file : *known)
+        gone.insert(file.fileName, &file);
+    files.removeIf([&](const FolderEntry &file) {
+        const auto before = gone.constFind(file.name);
+        const bool isSame = before != gone.cend() && file.stamp == stampOf(**before);
+        if (isSame)
+            gone.erase(before);
+        return isSame || !isImage(file);
+    });
+    const qsizetype same = known->size() - gone.size();
+    std::sort(files.begin(), files.end(), comesBefore);
+    for (const FolderEntry &file : std::as_const(files)) {
+        if (!stopRequested && add(file, changed))
+            gone.remove(file.name);
+    }
+    if (stopRequested)
+        return;
+    const QStringList names = gone.keys();
+    changed.gone = QSet<QString>(names.begin(), names.end());
+    emit filesFound(changed);
+    if (!isUnreadable)
+        emit enumFilesFinish(static_cast<int>(same + changed.records.size()));
 }

@@ -39,6 +39,15 @@ void VistamoLoadThumbnailThread::addRequest(const QFileInfo &info, int row)
     access.wakeOne();
 }
 
+QList<TThumbnailRequest> VistamoLoadThumbnailThread::takeRequests()
+{
+    const auto access = asked.lock();
+    QList<TThumbnailRequest> requests;
+    while (auto request = access->requestList.takeNext(0, 0))
+        requests.append(*std::move(request));
+    return requests;
+}
+
 void VistamoLoadThumbnailThread::setScrollPosition(float ratio, int files)
 {
     const auto access = asked.lock();

@@ -24,6 +24,9 @@ public:
     /// Adds a file to the end of the queue. Rows come in ascending order.
     void addRequest(const QFileInfo &info, int row);
 
+    /// Takes what came too late to be served, from a thread that has ended.
+    [[nodiscard]] QList<TThumbnailRequest> takeRequests();
+
     /// Tells what the user is looking at.
     /// @param ratio scroll position, value / maximum
     /// @param files in the list by now

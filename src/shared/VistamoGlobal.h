@@ -28,6 +28,7 @@ struct TFileRecord
     QString suffix;
     QRect imageRect; ///< where the picture lies in its 256-pixel square; null until that is known
 };
+Q_DECLARE_TYPEINFO(TFileRecord, Q_RELOCATABLE_TYPE);
 
 /// What goes into the thumbnail database and comes out of it.
 struct TThumbnailRecord

@@ -139,9 +139,50 @@ private slots:
         QCOMPARE(sizes.size(), 0);
         readAgain({"c.jpg", "f.jpg"}, false);
         QVERIFY(selected.row() == 0 && sizes.size() == 1 && !list->list().item(1)->isCheckable());
-        readAgain({"f.jpg", "c.jpg"}, false); // another order, as of no walk
         list->begin({1}, "/other");
         QVERIFY(list->count() == 0 && !selected.isValid());
+    }
+
+    void onlyWhatDiffersIsTouched()
+    {
+        QVERIFY(list->take(batch(0, {"a.jpg", "b.jpg", "c.jpg", "d.jpg", "e.jpg"}, true), true));
+        list->take(answer(3, "d.jpg"));
+        const QPersistentModelIndex selected = list->list().index(3, 0);
+        const QIcon icon = list->list().item(3)->icon();
+        const auto differ = [&](const QStringList &come, const QSet<QString> &gone) {
+            FoundFiles files = batch(0, come, true);
+            for (TFileRecord &file : files.records) {
+                file.modifiedTime = QDateTime::currentDateTime();
+                file.size = 2;
+            }
+            files.gone = gone;
+            asked.clear();
+            for (const TThumbnailRequest &request :
+                 list->take(files, true).value_or(QList<TThumbnailRequest>()))
+                asked.append(request.row);
+            QCOMPARE(texts(list->list()), namesInList());
+            QCOMPARE(cells(), namesInList());
+        };
+        // In front, in the middle and at the end; one that was put in another's place; one that is not
+        // listed.
+        differ({"0.jpg", "1.jpg", "bb.jpg", "c.jpg", "f.jpg"}, {"a.jpg", "b.jpg", "x.jpg"});
+        QCOMPARE(namesInList(),
+                 QStringList({"0.jpg", "1.jpg", "bb.jpg", "c.jpg", "d.jpg", "e.jpg", "f.jpg"}));
+        QCOMPARE(asked, QList({0, 1, 2, 3, 6}));
+        QVERIFY(selected.row() == 4 && list->list().item(4)->icon().cacheKey() == icon.cacheKey());
+        // What was asked for before finds its place, in the strip too.
+        list->take(answer(4, "e.jpg"));
+        QCOMPARE(list->strip().item(0, 5)->icon().cacheKey(), list->list().item(5)->icon().cacheKey());
+        QVERIFY(!list->at(5)->imageRect.isNull() && list->at(4)->size == 1);
+        // One that left by itself has left its cell, which the next change takes away.
+        QVERIFY(list->remove("/photos/d.jpg"));
+        list->take(answer(6, "f.jpg"));
+        QCOMPARE(list->strip().item(0, 6)->icon().cacheKey(), list->list().item(5)->icon().cacheKey());
+        differ({}, {"0.jpg"});
+        differ({}, {"1.jpg", "bb.jpg", "c.jpg", "e.jpg", "f.jpg"});
+        QCOMPARE(list->count(), 0);
+        differ({"z.jpg"}, {});
+        QCOMPARE(asked, QList({0}));
     }
 
     void filesWhoseNamesDifferByCaseAlone()
@@ -218,6 +259,20 @@ private:
         for (int row = 0; row < model.rowCount(); ++row)
             texts.append(model.item(row)->text());
         return texts;
+    }
+    static QStringList namesInList()
+    {
+        QStringList names;
+        for (const TFileRecord &file : std::as_const(VistamoGlobal::fileDataList))
+            names.append(file.fileName);
+        return names;
+    }
+    QStringList cells() const
+    {
+        QStringList cells;
+        for (int column = 0; column < list->strip().columnCount(); ++column)
+            cells.append(list->strip().item(0, column)->text());
+        return cells;
     }
     QList<int> ticked() const
     {

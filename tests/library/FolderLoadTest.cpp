@@ -83,12 +83,18 @@ private slots:
             current = generation;
             currentPath = path;
             names.clear();
+            VistamoGlobal::fileDataList.clear();
             batches.clear();
             complete = false;
         });
         connect(load.get(), &FolderLoad::filesFound, this, [this](const FoundFiles &found) {
             QCOMPARE(found.generation, current);
             QCOMPARE(found.path, currentPath); // by now another may be asked for
+            if (found.gone) {
+                takeChange(found);
+                return;
+            }
+            VistamoGlobal::fileDataList += found.records;
             QVERIFY(!complete && found.firstRow == names.size());
             complete = found.complete;
             cutOff = found.cutOff;
@@ -104,7 +110,7 @@ private slots:
             events.append("column " + QString::number(column));
         });
         connect(load.get(), &FolderLoad::enumFilesFinish, this,
-                [this](int count) { QCOMPARE(count, names.size()); });
+                [this](int count) { QCOMPARE(count, VistamoGlobal::fileDataList.size()); });
         connect(load.get(), &FolderLoad::walkEnded, this, [this] { events.append("walked"); });
         connect(load.get(), &FolderLoad::thumbnailMade, this, [this] { ++answers; });
     }
@@ -117,6 +123,7 @@ private slots:
         load.reset();
         QVERIFY(!VistamoGlobal::vistamoLoadFolderThreadStat);
         VistamoGlobal::selectedFileName.clear();
+        VistamoGlobal::fileDataList.clear();
     }
 
     void imagesAreFoundInTheOrderOfTheirNames()
@@ -252,6 +259,46 @@ private slots:
         QCOMPARE(events.count("removed"), 2);
     }
 
+    void whatDiffersIsFoundWithoutAWalk()
+    {
+        const auto changed = [this] {
+            events.clear();
+            load->showChanged(path("b"));
+            QTRY_COMPARE(load->state(), State::Idle);
+        };
+        walk("b");
+        changed();
+        QCOMPARE(events, QStringList({"gone , come ", "walked"}));
+        QVERIFY(QFile::copy(path("b/0000.jpg"), path("b/new.jpg")) && QFile::remove(path("b/0001.jpg")));
+        for (const char *const name : {"b/0002.jpg", "b/text", "b/.hidden.jpg"})
+            write(name, "another");
+        QVERIFY(QDir(path("b")).mkdir("folder.jpg"));
+        answers = 0;
+        changed();
+        QCOMPARE(events, QStringList({"gone 0001.jpg, come 0002.jpg new.jpg", "walked"}));
+        QTRY_COMPARE(answers, 2);
+        // What comes meanwhile is found afterwards, once; a walk that is asked for comes then.
+        load->showChanged(path("b"));
+        write("b/more.jpg", "x");
+        for (int i = 0; i < 3; ++i)
+            changed();
+        QCOMPARE(VistamoGlobal::fileDataList.last().fileName, "more.jpg");
+        load->showChanged(path("b"));
+        load->reload();
+        events.clear();
+        QTRY_COMPARE(load->state(), State::Idle);
+        QCOMPARE(events, QStringList({"gone , come ", "walked", "shown b", "walked"}));
+        // While it cannot be read to its end, nothing is known to be gone.
+        entriesUntilFailure = 1;
+        changed();
+        QCOMPARE(events, QStringList({"walked", "shown b", "walked"}));
+        QVERIFY(cutOff);
+        entriesUntilFailure = -1;
+        changed();
+        QCOMPARE(events, QStringList({"shown b", "walked"}));
+        QCOMPARE(names, QStringList({"0000.jpg", "0002.jpg", "more.jpg", "new.jpg"}));
+    }
+
     void changesAreDebounced()
     {
         FolderWatch watch;
@@ -291,6 +338,23 @@ private:
         load->leave();
         load->show(path(name));
         QTRY_COMPARE(load->state(), State::Idle);
+    }
+
+    /// Makes the list that of the folder.
+    void takeChange(const FoundFiles &found)
+    {
+        QStringList gone(found.gone->begin(), found.gone->end());
+        gone.sort();
+        auto &files = VistamoGlobal::fileDataList;
+        files.removeIf([&](const TFileRecord &file) { return gone.contains(file.fileName); });
+        QStringList come;
+        for (qsizetype i = 0; i < found.records.size(); ++i) {
+            come.append(found.records[i].fileName);
+            files.removeIf([&](const TFileRecord &file) { return file.fileName == come.last(); });
+            files.append(found.records[i]);
+            load->requestThumbnail(found.infos[i], static_cast<int>(i));
+        }
+        events.append("gone " + gone.join(' ') + ", come " + come.join(' '));
     }
 
     std::unique_ptr<FolderLoad> load;

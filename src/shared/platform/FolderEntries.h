@@ -5,6 +5,15 @@
 
 #include <functional>
 
+/// By which a file is told from another that was put in its place, or from itself before it was written to.
+struct FileStamp
+{
+    qint64 size = -1;      ///< bytes; -1: not asked for, or not known
+    qint64 modifiedMs = 0; ///< since 1970
+
+    friend bool operator==(const FileStamp &, const FileStamp &) = default;
+};
+
 /// One entry of a folder.
 struct FolderEntry
 {
@@ -12,6 +21,7 @@ struct FolderEntry
     QString folded; ///< the name without its case, to sort by
     bool isFolder = false;
     bool isLink = false;
+    FileStamp stamp = {}; ///< of the file that a link leads to
 };
 
 /// What a folder gives of its entries.
@@ -26,7 +36,9 @@ struct FolderListing
 /// The files and folders directly in a folder, in no order, those that links lead to among them; none if the
 /// folder cannot be read. Hidden names, special files, links to nothing, and names that a QString cannot hold
 /// are left out. Ends early, with what it has, once `isStopped` gives true.
-[[nodiscard]] FolderListing folderEntries(const QString &folder, const std::function<bool()> &isStopped);
+/// @param withStamps whether the stamps are wanted: of some, such as links on Windows, they are not known
+[[nodiscard]] FolderListing folderEntries(const QString &folder, const std::function<bool()> &isStopped,
+                                          bool withStamps = false);
 
 /// True if `a` stands before `b` in a list of files: by name, case ignored, numbers as numbers; names that
 /// are the same so far by their code units.

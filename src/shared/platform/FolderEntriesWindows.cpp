@@ -16,6 +16,19 @@ bool isLink(const WIN32_FIND_DATAW &entry)
                || entry.dwReserved0 == IO_REPARSE_TAG_MOUNT_POINT);
 }
 
+/// What the folder says of the file; it keeps nothing of what a link leads to.
+FileStamp stampOf(const WIN32_FIND_DATAW &entry)
+{
+    if (isLink(entry))
+        return {};
+    constexpr qint64 ticksInMs = 10'000;                // of 100 nanoseconds
+    constexpr qint64 msBefore1970 = 11'644'473'600'000; // since 1601
+    const auto number = [](DWORD high, DWORD low) { return qint64(quint64(high) << 32 | low); };
+    const FILETIME &written = entry.ftLastWriteTime;
+    return {number(entry.nFileSizeHigh, entry.nFileSizeLow),
+            number(written.dwHighDateTime, written.dwLowDateTime) / ticksInMs - msBefore1970};
+}
+
 /// True for an error by which the system says what the folder is; by others it cannot tell, as of a drive
 /// that has failed.
 bool isAnswer(DWORD error)
@@ -26,7 +39,7 @@ bool isAnswer(DWORD error)
 
 } // namespace
 
-FolderListing folderEntries(const QString &folder, const std::function<bool()> &isStopped)
+FolderListing folderEntries(const QString &folder, const std::function<bool()> &isStopped, bool withStamps)
 {
     FolderListing listing;
     std::wstring pattern = nativePath(folder);
@@ -40,7 +53,8 @@ FolderListing folderEntries(const QString &folder, const std::function<bool()> &
         const bool isHidden = name.startsWith(u'.') || (entry.dwFileAttributes & FILE_ATTRIBUTE_HIDDEN);
         const bool isFolder = entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY;
         if (!isHidden && (!isLink(entry) || QFileInfo::exists(folder + u'/' + name)))
-            listing.entries.append({name, name.toCaseFolded(), isFolder, isLink(entry)});
+            listing.entries.append({name, name.toCaseFolded(), isFolder, isLink(entry),
+                                    withStamps ? stampOf(entry) : FileStamp()});
         found = FindNextFileW(search, &entry) != FALSE;
     }
     const DWORD error = found ? ERROR_SUCCESS : GetLastError();

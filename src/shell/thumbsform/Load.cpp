@@ -42,7 +42,7 @@ void ThumbsForm::showList(bool visible)
 
 void ThumbsForm::onFilesFound(const FoundFiles &files)
 {
-    const bool readAgain = fileList.isReadAgain();
+    const bool wasThere = fileList.isReadAgain() || files.gone;
     const bool ticksRest = ExactPath(files.path) == ExactPath(restOf);
     const QSet<QString> before = ticksRest ? fileList.names() : QSet<QString>();
     const auto requests = fileList.take(files, VistamoGlobal::showCheckbox);
@@ -61,7 +61,7 @@ void ThumbsForm::onFilesFound(const FoundFiles &files)
         // A folder on a drive that did not answer at the start is watched from its first walk on.
         if (folderWatch.watch(files.path))
             folderWatch.reportSoon(files.path); // it may have changed since the walk
-        if (readAgain && !VistamoGlobal::selectedFileName.isEmpty())
+        if (wasThere && !VistamoGlobal::selectedFileName.isEmpty())
             onCurrentColumnChanged(fileList.lastRowNamed(VistamoGlobal::selectedFileName));
         followShownFile();
     }
