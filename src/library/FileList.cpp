@@ -24,7 +24,8 @@ QList<TFileRecord> &records()
 /// True if the file is the same as at the last walk, so that its icon can stay.
 bool isUnchanged(const TFileRecord &old, const TFileRecord &record)
 {
-    return old.size == record.size && old.creationTime == record.creationTime;
+    return old.size == record.size && old.creationTime == record.creationTime
+           && (old.creationTime.isValid() || old.modifiedTime == record.modifiedTime);
 }
 
 QSet<QString> namesOf(const QList<TFileRecord> &files)
@@ -83,6 +84,7 @@ void FileList::begin(Generation generation, const QString &path)
     currentFolder = path;
     readAgain = count() > 0;
     found.clear();
+    changed.clear();
 }
 
 std::optional<QList<TThumbnailRequest>> FileList::take(const FoundFiles &files, bool checkable)
@@ -162,11 +164,17 @@ QList<TThumbnailRequest> FileList::change(const FoundFiles &files, bool checkabl
     replace(gone, come, checkable);
 
     QList<TThumbnailRequest> requests;
+    auto next = come.cbegin();
     for (qsizetype i = 0; i < files.records.size(); ++i) {
-        const int row = rowNamed(files.records[i].fileName);
-        updateRow(row, files.records[i]);
-        if (records()[row].imageRect.isNull())
-            requests.append({files.infos.value(i), row});
+        const TFileRecord &file = files.records[i];
+        const int row = rowNamed(file.fileName);
+        const bool hasCome = next != come.cend() && next->fileName == file.fileName;
+        next += hasCome;
+        if (!hasCome && !updateRow(row, file))
+            continue; // has been asked for
+        if (!hasCome)
+            changed.insert(file.fileName);
+        requests.append({files.infos.value(i), row});
     }
     return requests;
 }
@@ -301,19 +309,20 @@ void FileList::removeFiles(const QList<int> &rows)
     });
 }
 
-/// Keeps a row's file up to date. One that has changed waits for its new icon; one that could be listed but
-/// not looked at stays as it was.
-void FileList::updateRow(int row, const TFileRecord &record)
+/// Keeps a row's file up to date. One that has changed, which is given, waits for its new icon; one that
+/// could be listed but not looked at stays as it was.
+bool FileList::updateRow(int row, const TFileRecord &record)
 {
     TFileRecord &old = records()[row];
     if (!record.modifiedTime.isValid())
-        return;
+        return false;
     if (isUnchanged(old, record)) {
         old.modifiedTime = record.modifiedTime;
-        return;
+        return false;
     }
     mainModel.item(row)->setIcon(thumbnailIcons.blank());
     old = record;
+    return true;
 }
 
 /// Gives a row a check box or takes it away. True if it had another.
@@ -332,6 +341,12 @@ void FileList::take(const ThumbnailAnswer &answer)
     if (row < 0)
         return;
     TFileRecord &record = records()[row];
+    const bool isOfEarlier =
+        !answer.again
+        && (answer.key.size != record.size
+            || (record.creationTime.isValid() && answer.key.creationTime != record.creationTime));
+    if (isOfEarlier && changed.contains(record.fileName))
+        return; // that of the file as it is now has been asked for, too
     record.imageRect = thumbnailRect(answer.size);
     record.size = answer.key.size; // one that was being written has grown
     const QIcon icon = thumbnailIcons.icon(answer, record);

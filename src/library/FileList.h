@@ -108,7 +108,7 @@ private:
     void replace(const QList<int> &gone, const QList<TFileRecord> &come, bool checkable);
     void changeStrip(const QList<int> &gone, const QList<int> &come);
     void addKnown(QList<TFileRecord> &files) const;
-    void updateRow(int row, const TFileRecord &record);
+    bool updateRow(int row, const TFileRecord &record);
     bool setCheckable(int row, bool checkable);
     [[nodiscard]] QList<TThumbnailRequest> merge(const QList<TFileRecord> &files, bool checkable);
     [[nodiscard]] QList<TThumbnailRequest> change(const FoundFiles &files, bool checkable);
@@ -126,5 +126,7 @@ private:
     bool fileHasLeft = false; ///< since the strip was filled
     QString currentFolder;
     bool readAgain = false;
+    QSet<QString>
+        changed; ///< files that have changed in this load: their earlier requests may be answered yet
     QList<TFileRecord> found; ///< of a folder that is read again, until the walk has ended
 };

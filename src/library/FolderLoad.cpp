@@ -140,13 +140,16 @@ void FolderLoad::startThreads()
 
 void FolderLoad::startWalk(std::optional<QList<KnownFile>> known)
 {
+    const bool compares = known.has_value();
     VistamoGlobal::vistamoLoadFolderThreadStat = true;
     using Thread = VistamoLoadFolderThread;
     loadFolderThread.set(std::make_unique<Thread>(currentGeneration, currentPath,
                                                   VistamoGlobal::selectedFileName, std::move(known)));
     loadFolderThread.on(&Thread::filesFound, [this](const FoundFiles &files) { onFilesFound(files); });
     loadFolderThread.on(&Thread::currentColumnChanged, [this](int col) { emit currentColumnChanged(col); });
-    loadFolderThread.on(&Thread::enumFilesFinish, [this](int count) {
+    loadFolderThread.on(&Thread::enumFilesFinish, [this, compares](int count) {
+        if (compares && loadFolderThread.isStopping())
+            return;
         emit enumFilesFinish(count);
         if (loadThumbnailThread.isActive())
             loadThumbnailThread->setEnumFinished();
@@ -161,6 +164,8 @@ void FolderLoad::startWalk(std::optional<QList<KnownFile>> known)
 /// that cannot be seen.
 void FolderLoad::onFilesFound(const FoundFiles &files)
 {
+    if (files.gone && loadFolderThread.isStopping()) // another folder is to be shown, or this one anew
+        return;
     if (files.gone && files.isUnreadable) {
         againAfterWalk = true;
         return;
@@ -192,8 +197,7 @@ void FolderLoad::onThumbnailsEnded(VistamoLoadThumbnailThread &ended)
         startThumbnails();
         for (const TThumbnailRequest &request : late)
             requestThumbnail(request.info, request.row);
-        if (!isWalking())
-            loadThumbnailThread->setEnumFinished();
+        loadThumbnailThread->setEnumFinished();
     }
     goOn();
 }
@@ -226,6 +230,11 @@ void FolderLoad::onThumbnailMade(const ThumbnailAnswer &answer)
 {
     madeAgain -= answer.again;
     if (answer.changing && answer.generation == currentGeneration) {
+        const auto isThisFile = [&](const TThumbnailRequest &request) {
+            return request.info.filePath() == answer.key.fullPath;
+        };
+        changing.removeIf(isThisFile);
+        complete.removeIf(isThisFile);
         changing.append({QFileInfo(answer.key.fullPath), answer.row});
         if (!changingTimer.isActive())
             changingTimer.start();

@@ -111,10 +111,10 @@ void ThumbnailMaker::makeAgain(Generation generation, const TThumbnailRequest &r
     });
 }
 
-void ThumbnailMaker::waitForLoad(Generation generation, const std::atomic_bool &stopped)
+void ThumbnailMaker::waitForLoad(Generation generation, const std::function<bool()> &isOver)
 {
     auto access = inFlight.lock();
-    while (!stopped && access->ofGeneration.contains(generation))
+    while (!isOver() && access->ofGeneration.contains(generation))
         access.wait();
 }
 

@@ -13,6 +13,7 @@
 #include <QThreadPool>
 
 #include <atomic>
+#include <functional>
 
 /// A thumbnail for one row of the list.
 struct ThumbnailAnswer
@@ -53,8 +54,9 @@ public:
     /// keeps them few.
     void makeAgain(Generation generation, const TThumbnailRequest &request, ThumbnailStoring storing);
 
-    /// Waits until nothing is in flight for this load, or `stopped` is set.
-    void waitForLoad(Generation generation, const std::atomic_bool &stopped);
+    /// Waits until nothing is in flight for this load, or `isOver` gives true: called under a lock, and again
+    /// at each `wake`.
+    void waitForLoad(Generation generation, const std::function<bool()> &isOver);
 
     void wake();
 

@@ -153,7 +153,8 @@ void VistamoLoadFolderThread::compareFiles(const QString &path)
     changed.path = path;
     changed.complete = true;
     auto [files, cutOff, isUnreadable] = folderEntries(
-        path, [this] { return isStopping(); }, true);
+        path, [this] { return isStopping(); },
+        [](const QString &name) { return VistamoGlobal().isImageFile(name); });
     changed.cutOff = cutOff;
     changed.isUnreadable = isUnreadable;
 

@@ -34,9 +34,12 @@ VistamoLoadThumbnailThread::VistamoLoadThumbnailThread(Generation generation, Th
 
 void VistamoLoadThumbnailThread::addRequest(const QFileInfo &info, int row)
 {
-    auto access = asked.lock();
-    access->requestList.append({info, row});
-    access.wakeOne();
+    {
+        auto access = asked.lock();
+        access->requestList.append({info, row});
+        access.wakeOne();
+    }
+    maker->wake(); // the thread may have served all others
 }
 
 QList<TThumbnailRequest> VistamoLoadThumbnailThread::takeRequests()
@@ -74,10 +77,13 @@ void VistamoLoadThumbnailThread::run()
     qDebug() << "VistamoLoadThumbnailThread::run()";
     setPriority(QThread::HighPriority);
     sincePublished.start();
-    while (const auto request = nextRequest())
-        processRequestThumbnail(*request);
-    publish();
-    maker->waitForLoad(generation, stopRequested);
+    const auto isWanted = [this] { return stopRequested || !asked.lock()->requestList.isEmpty(); };
+    do {
+        while (const auto request = nextRequest())
+            processRequestThumbnail(*request);
+        publish();
+        maker->waitForLoad(generation, isWanted); // what comes meanwhile does not wait for a slow decode
+    } while (!stopRequested && isWanted());
 }
 
 /// The next request in the order of service. Waits for one; nothing at the end of the load.

@@ -174,6 +174,11 @@ private slots:
         list->take(answer(4, "e.jpg"));
         QCOMPARE(list->strip().item(0, 5)->icon().cacheKey(), list->list().item(5)->icon().cacheKey());
         QVERIFY(!list->at(5)->imageRect.isNull() && list->at(4)->size == 1);
+        // An answer to what was there before is none.
+        list->take(answer(2, "c.jpg"));
+        QVERIFY(list->at(3)->imageRect.isNull() && list->at(3)->size == 2);
+        differ({"c.jpg"}, {});
+        QCOMPARE(asked, QList<int>()); // is the same now
         // One that left by itself has left its cell, which the next change takes away.
         QVERIFY(list->remove("/photos/d.jpg"));
         list->take(answer(6, "f.jpg"));

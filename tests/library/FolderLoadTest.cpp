@@ -288,6 +288,16 @@ private slots:
         events.clear();
         QTRY_COMPARE(load->state(), State::Idle);
         QCOMPARE(events, QStringList({"gone , come ", "walked", "shown b", "walked"}));
+        // What was found when another folder is chosen is not for it.
+        write("b/late.jpg", "x");
+        events.clear();
+        load->showChanged(path("b"));
+        QThread::msleep(200); // its result waits in the queue
+        load->show(path("c"));
+        QTRY_COMPARE(load->state(), State::Idle);
+        QCOMPARE(events, QStringList({"shown c", "walked", "walked"}));
+        QVERIFY(QFile::remove(path("b/late.jpg")));
+        walk("b");
         // While it cannot be read to its end, nothing is known to be gone.
         entriesUntilFailure = 1;
         changed();

@@ -36,9 +36,11 @@ struct FolderListing
 /// The files and folders directly in a folder, in no order, those that links lead to among them; none if the
 /// folder cannot be read. Hidden names, special files, links to nothing, and names that a QString cannot hold
 /// are left out. Ends early, with what it has, once `isStopped` gives true.
-/// @param withStamps whether the stamps are wanted: of some, such as links on Windows, they are not known
-[[nodiscard]] FolderListing folderEntries(const QString &folder, const std::function<bool()> &isStopped,
-                                          bool withStamps = false);
+/// @param wantsStamp of which names the stamps are wanted: of some files, such as links on Windows, they are
+///                   not known, and a Windows folder may keep an old one of a file with several names
+[[nodiscard]] FolderListing folderEntries(
+    const QString &folder, const std::function<bool()> &isStopped,
+    const std::function<bool(const QString &)> &wantsStamp = [](const QString &) { return false; });
 
 /// True if `a` stands before `b` in a list of files: by name, case ignored, numbers as numbers; names that
 /// are the same so far by their code units.

@@ -50,7 +50,8 @@ bool isAnswer(int error)
 
 } // namespace
 
-FolderListing folderEntries(const QString &folder, const std::function<bool()> &isStopped, bool withStamps)
+FolderListing folderEntries(const QString &folder, const std::function<bool()> &isStopped,
+                            const std::function<bool(const QString &)> &wantsStamp)
 {
     FolderListing listing;
     const std::unique_ptr<DIR, int (*)(DIR *)> directory(opendir(QFile::encodeName(folder).constData()),
@@ -69,8 +70,9 @@ FolderListing folderEntries(const QString &folder, const std::function<bool()> &
         // The kind of most entries comes with their name; only links are looked at one by one.
         bool isFolder = entry->d_type == DT_DIR;
         bool isFile = entry->d_type == DT_REG;
+        const bool withStamp = wantsStamp(name);
         struct stat target = {};
-        const bool isSeen = (withStamps || (!isFolder && !isFile))
+        const bool isSeen = (withStamp || (!isFolder && !isFile))
                             && fstatat(dirfd(directory.get()), entry->d_name, &target, 0) == 0;
         if (!isFolder && !isFile && isSeen) {
             isFolder = S_ISDIR(target.st_mode);
@@ -79,7 +81,7 @@ FolderListing folderEntries(const QString &folder, const std::function<bool()> &
         if (isFolder || isFile)
             listing.entries.append({name, name.toCaseFolded(), isFolder,
                                     isLink(*entry, dirfd(directory.get())),
-                                    isSeen && withStamps ? stampOf(target) : FileStamp()});
+                                    isSeen && withStamp ? stampOf(target) : FileStamp()});
     }
     listing.cutOff = error && !isAnswer(error);
     listing.isUnreadable = error != 0;

@@ -39,7 +39,8 @@ bool isAnswer(DWORD error)
 
 } // namespace
 
-FolderListing folderEntries(const QString &folder, const std::function<bool()> &isStopped, bool withStamps)
+FolderListing folderEntries(const QString &folder, const std::function<bool()> &isStopped,
+                            const std::function<bool(const QString &)> &wantsStamp)
 {
     FolderListing listing;
     std::wstring pattern = nativePath(folder);
@@ -54,7 +55,7 @@ FolderListing folderEntries(const QString &folder, const std::function<bool()> &
         const bool isFolder = entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY;
         if (!isHidden && (!isLink(entry) || QFileInfo::exists(folder + u'/' + name)))
             listing.entries.append({name, name.toCaseFolded(), isFolder, isLink(entry),
-                                    withStamps ? stampOf(entry) : FileStamp()});
+                                    wantsStamp(name) ? stampOf(entry) : FileStamp()});
         found = FindNextFileW(search, &entry) != FALSE;
     }
     const DWORD error = found ? ERROR_SUCCESS : GetLastError();
