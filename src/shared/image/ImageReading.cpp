@@ -139,6 +139,9 @@ public:
                 std::max(need.pictures + need.pictures / 2 + 2 * file.size(), afterwards), patience);
             image = QImageReader(&look(), "orrelan-png").read();
         }
+        // From Qt 6.8 on inks without a profile come as they are.
+        if (image.pixelFormat().colorModel() == QPixelFormat::CMYK)
+            image = std::move(image).convertToFormat(QImage::Format_RGB32);
         image = withoutMetadataTexts(std::move(image));
         image = oriented(oriented(std::move(image), reader.transformation()), ignored);
         image.setDevicePixelRatio(1); // which Qt reads out of names like "a@2x.png"
