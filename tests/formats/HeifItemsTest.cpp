@@ -160,6 +160,8 @@ private slots:
                 const QImage image = Pictures::decoded(fileOf(items) + behind);
                 QCOMPARE(image.size(), QSize(64, 64));
                 QCOMPARE(Pictures::quartersOf(image), "red green blue yellow");
+                QCOMPARE(Pictures::quartersOf(Pictures::decoded(fileOf(items) + behind, {48, 20})),
+                         "red green blue yellow");
             }
         }
     }
@@ -180,8 +182,9 @@ private slots:
                     QCOMPARE(image.size(), QSize(half ? 48 : 96, 64));
                     QCOMPARE(image.colorSpace(), QColorSpace(QColorSpace::DisplayP3));
                     QCOMPARE(image.depth() == 64, format == QImage::Format_RGBX64);
-                    QCOMPARE(Pictures::quartersOf(image),
-                             half ? "green green yellow yellow" : "red green blue yellow");
+                    for (const QImage &shown : {image, Pictures::decoded(file, image.size() * 2 / 3)})
+                        QCOMPARE(Pictures::quartersOf(shown),
+                                 half ? "green green yellow yellow" : "red green blue yellow");
                 }
     }
 

@@ -1,5 +1,6 @@
 #include "support/Files.h"
 #include "support/Pictures.h"
+#include "support/Shrunk.h"
 #include "support/Tools.h"
 
 #include <set>
@@ -61,6 +62,27 @@ private slots:
                     else if (pixels != QImage::Format_Grayscale16)
                         QCOMPARE(back.depth() == 64, image.depth() == 64);
                 }
+    }
+
+    void shrinksRowByRow()
+    {
+        for (const char *const format : {"heic", "avif"})
+            for (const auto pixels : {QImage::Format_RGB888, QImage::Format_RGBX64, QImage::Format_Grayscale8,
+                                      QImage::Format_RGBA8888}) {
+                const QByteArray file = encoded(gradient({97, 65}, pixels), format, 95);
+                const QImage full = decoded(file);
+                for (const QSize size : {QSize(96, 64), QSize(31, 20), QSize(1, 65), QSize(120, 65)}) {
+                    const QImage shrunk = decoded(file, size);
+                    const QImage same = full.convertToFormat(shrunk.format());
+                    const QImage scaled = same.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+                    const bool isPlain = !full.hasAlphaChannel() && size.width() < 97;
+                    const auto what = QStringLiteral("%1 %2 %3").arg(format).arg(pixels).arg(size.width());
+                    QVERIFY2(shrunk.size() == size && difference(shrunk, scaled) < 1, qPrintable(what));
+                    // Newer libraries make colours of planes and of pixels not quite the same way.
+                    QVERIFY2(!isPlain || (Shrunk::isOf(same, shrunk, 1) && shrunk != scaled),
+                             qPrintable(what));
+                }
+            }
     }
 
     void keepsMoreThanEightBits()

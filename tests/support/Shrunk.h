@@ -14,9 +14,9 @@ inline qint64 overlap(qint64 pixel, qint64 count, qint64 at, qint64 full)
     return std::min((pixel + 1) * full, (at + 1) * count) - std::max(pixel * full, at * count);
 }
 
-/// True if each sample is the mean of what it covers in the full picture, or up to `most` below it.
+/// True if each sample is the mean of what it covers in the full picture, or from `least` to `most` below it.
 template <typename Sample>
-bool isMean(const QImage &shrunk, const QImage &full, double most)
+bool isMean(const QImage &shrunk, const QImage &full, double least, double most)
 {
     const int channels = full.depth() / (8 * int(sizeof(Sample)));
     for (int y = 0; y < shrunk.height(); ++y) {
@@ -39,7 +39,7 @@ bool isMean(const QImage &shrunk, const QImage &full, double most)
             }
             const double below = sum / full.width() / full.height()
                                  - reinterpret_cast<const Sample *>(shrunk.constScanLine(y))[i];
-            if (below < -1e-6 || below >= most)
+            if (below < least - 1e-6 || below >= most)
                 return false;
         }
     }
@@ -47,12 +47,14 @@ bool isMean(const QImage &shrunk, const QImage &full, double most)
 }
 
 /// True if a picture is made of the means of a full one, rounded down twice, in its format.
-inline bool isOf(const QImage &full, const QImage &shrunk)
+/// @param apart how much the samples of both may differ before, of 255
+inline bool isOf(const QImage &full, const QImage &shrunk, double apart = 0)
 {
     if (shrunk.isNull() || shrunk.format() != full.format() || shrunk.colorSpace() != full.colorSpace())
         return false;
     const bool isDeep = full.depth() > 32 || full.format() == QImage::Format_Grayscale16;
-    return isDeep ? isMean<quint16>(shrunk, full, 2) : isMean<uchar>(shrunk, full, 2);
+    return isDeep ? isMean<quint16>(shrunk, full, -257 * apart, 2 + 257 * apart)
+                  : isMean<uchar>(shrunk, full, -apart, 2 + apart);
 }
 
 } // namespace Shrunk

@@ -3,6 +3,8 @@
 #include "formats/ClampToAlpha.h"
 #include "formats/heif/HeifColour.h"
 #include "formats/heif/HeifLimits.h"
+#include "formats/heif/HeifSamples.h"
+#include "formats/heif/HeifShrunk.h"
 #include "shared/image/Flipping.h"
 
 #include <QImageReader>
@@ -119,13 +121,10 @@ bool sameShape(QSize thumbnail, QSize full)
 /// Samples of `bits` bits spread over the 16 bits of Qt's.
 void widen(QImage &image, int bits)
 {
-    if (bits < 9 || bits > 15)
-        return;
     for (int y = 0; y < image.height(); ++y) {
         auto *const line = reinterpret_cast<quint16 *>(image.scanLine(y));
-        std::transform(line, line + 4 * static_cast<qsizetype>(image.width()), line, [bits](quint16 sample) {
-            return static_cast<quint16>(sample << (16 - bits) | sample >> (2 * bits - 16));
-        });
+        std::transform(line, line + 4 * static_cast<qsizetype>(image.width()), line,
+                       [bits](quint16 sample) { return Heif::widened(sample, bits); });
     }
 }
 
@@ -374,12 +373,14 @@ QImage HeifReader::read(QSize scaled)
         QImage image;
         if (scales)
             image = readThumbnail(scaled);
+        if (image.isNull() && scales && withinLimit(sizeOf(*primary), layoutOf(*primary, true).format))
+            image = Heif::readShrunk(*primary, scaled);
         if (image.isNull()) {
             image = decode(*primary, primaryId(), scales);
             // Turns before the size in the list of properties have no part in the size that is told.
             scales &= image.size() == sizeOf(*primary);
         }
-        if (scales && withinLimit(scaled, image.format()))
+        if (scales && image.size() != scaled && withinLimit(scaled, image.format()))
             image = image.scaled(scaled, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
         image.setColorSpace(Heif::colourSpace(*primary));
         return image;
