@@ -90,6 +90,24 @@ private slots:
         QCOMPARE(disk("out").size(), std::size(rows));
     }
 
+    /// A PNG's pixels are packed in pieces of a megabyte, whose last bytes are filled otherwise each time.
+    void piecesOfPngAreOneStream()
+    {
+        for (const QSize size : {QSize(341, 8192), QSize(1000, 3000)}) { // the first in pieces that are full
+            QImage image = Pictures::noise(size).convertToFormat(QImage::Format_RGB888);
+            for (int y = 0; y < size.height(); ++y)
+                std::fill_n(image.scanLine(y), y / 7 % 3 * size.width(), y / 100);
+            QBuffer file;
+            file.open(QIODevice::WriteOnly);
+            QVERIFY(ImageWriting::write(image, "png", -1, {}, file));
+            QVERIFY(QImage::fromData(file.data()).convertToFormat(image.format()) == image);
+            write("a.png", file.data());
+            QVERIFY(Tools::run("convert", {path("a.png"), path("a.bmp")}));
+            QVERIFY(QImage(path("a.bmp")).convertToFormat(image.format()) == image);
+            QVERIFY(file.data().count("IDAT") > 5 && file.size() < image.sizeInBytes() * 3 / 4);
+        }
+    }
+
     void everythingVisibleIsInListOrder()
     {
         QStringList sources;

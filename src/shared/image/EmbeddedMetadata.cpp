@@ -5,6 +5,7 @@
 #include "shared/image/MetadataFile.h"
 #include "shared/image/MetadataPng.h"
 #include "shared/image/MetadataTiff.h"
+#include "shared/image/PackedPng.h"
 #include "shared/platform/FileForReading.h"
 
 #include <QBuffer>
@@ -355,6 +356,6 @@ QByteArray pngChunks(const EmbeddedMetadata &metadata)
     const QByteArray small = smallestPng();
     return chunks
            + withMetadata(small, metadata)
-                 .chopped(small.size() - PngWithChunks::behindHeader)
-                 .mid(PngWithChunks::behindHeader);
+                 .chopped(small.size() - PackedPng::behindHeader)
+                 .mid(PackedPng::behindHeader);
 }

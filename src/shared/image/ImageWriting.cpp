@@ -7,6 +7,7 @@
 #include "shared/image/MemoryBudget.h"
 #include "shared/image/MetadataBlocks.h"
 #include "shared/image/MetadataPng.h"
+#include "shared/image/PackedPng.h"
 #include "shared/platform/Platform.h"
 
 #include <QBuffer>
@@ -171,10 +172,10 @@ bool ImageWriting::write(const QImage &image, const QByteArray &format, int qual
     if (understoodAlone.contains(format) && !image.colorSpace().isValid())
         metadata.icc = image.colorSpace().iccProfile();
     QBuffer buffer;
-    PngWithChunks png(device, format == "png" && !metadata.isEmpty() ? pngChunks(metadata) : QByteArray());
+    PackedPng png(device, format == "png" && !metadata.isEmpty() ? pngChunks(metadata) : QByteArray());
     const bool inMemory = isTaken && format != "png" && !metadata.isEmpty();
     QImageWriter writer(inMemory ? &buffer : format == "png" ? &png : &device, format);
-    writer.setQuality(quality);
+    writer.setQuality(format == "png" ? PackedPng::quality : quality);
     writer.setOptimizedWrite(true);
     writer.setProgressiveScanWrite(true);
     if (encodesMetadata(format))
