@@ -139,7 +139,8 @@ QImage ImageWriting::fitted(QImage image, const QByteArray &format)
     if (format == "tif" || format == "tiff")
         image = withoutPalette(std::move(image));
     // These encoders take three bytes a pixel, and would have them beside the four.
-    if ((encodesMetadata(format) || format == "webp") && image.format() == QImage::Format_RGB32)
+    if ((encodesMetadata(format) || format == "webp" || format.startsWith("tif"))
+        && image.format() == QImage::Format_RGB32)
         image.convertTo(QImage::Format_RGB888);
     return withWritableProfile(std::move(image), format);
 }
