@@ -36,17 +36,36 @@ QSet<QString> namesOf(const QList<TFileRecord> &files)
     return names;
 }
 
-FolderEntry entryOf(const QString &fileName)
-{
-    return {fileName, fileName.toCaseFolded()};
-}
-
 /// The row of the first file of which `is` is true, or -1.
 template <typename Predicate>
 int firstRow(Predicate is)
 {
     const auto found = std::find_if(records().cbegin(), records().cend(), is);
     return found == records().cend() ? -1 : static_cast<int>(found - records().cbegin());
+}
+
+/// A copy of an item with another text. What was set one by one has room for as much again, in a hundred
+/// thousand items tens of megabytes; what is copied has none.
+QStandardItem *copyOf(const QStandardItem &item, const QString &text)
+{
+    QStandardItem *const copy = item.clone();
+    copy->setText(text);
+    return copy;
+}
+
+/// Cells of the strip for items of the list, of which they share the texts.
+QList<QStandardItem *> newCells(const QList<QStandardItem *> &items)
+{
+    QList<QStandardItem *> cells;
+    cells.reserve(items.size());
+    for (const QStandardItem *item : items) {
+        if (cells.isEmpty())
+            cells.append(new QStandardItem(item->icon(), item->text()));
+        else
+            cells.append(copyOf(*cells.first(), item->text()));
+        cells.last()->setIcon(item->icon());
+    }
+    return cells;
 }
 
 /// Adds cells to the strip's one row, from column `first` on. The row is taken out and put back: columns
@@ -198,22 +217,21 @@ void FileList::addKnown(QList<TFileRecord> &files) const
     const qsizetype known = files.size();
     std::copy_if(records().cbegin(), records().cend(), std::back_inserter(files),
                  [&](const TFileRecord &file) { return !names.contains(file.fileName); });
-    std::inplace_merge(files.begin(), files.begin() + known, files.end(),
-                       [](const TFileRecord &a, const TFileRecord &b) {
-                           return comesBefore(entryOf(a.fileName), entryOf(b.fileName));
-                       });
+    std::inplace_merge(
+        files.begin(), files.begin() + known, files.end(),
+        [](const TFileRecord &a, const TFileRecord &b) { return nameComesBefore(a.fileName, b.fileName); });
 }
 
 /// Makes the strip's cells those of the rows.
 void FileList::fillStrip()
 {
     fileHasLeft = false;
-    QList<QStandardItem *> cells;
+    QList<QStandardItem *> items;
     for (int row = 0; row < mainModel.rowCount(); ++row)
-        cells.append(new QStandardItem(mainModel.item(row, 0)->icon(), mainModel.item(row, 0)->text()));
+        items.append(mainModel.item(row, 0));
     surroundings.keepStripInPlace([&] {
         galleryModel.clear();
-        addStripCells(galleryModel, 0, cells);
+        addStripCells(galleryModel, 0, newCells(items));
     });
 }
 
@@ -229,8 +247,7 @@ void FileList::changeStrip(const QList<int> &gone, const QList<int> &come)
         cells.reserve(count());
         for (qsizetype i = 0; i < come.size(); ++i) {
             cells += before.mid(cells.size() - i, come[i] - cells.size());
-            const QStandardItem &item = *mainModel.item(come[i]);
-            cells.append(new QStandardItem(item.icon(), item.text()));
+            cells += newCells({mainModel.item(come[i])});
         }
         cells += before.mid(cells.size() - come.size());
         galleryModel.insertRow(0, cells);
@@ -243,29 +260,24 @@ void FileList::appendRows(const QList<TFileRecord> &files, bool checkable)
 {
     if (files.isEmpty())
         return;
-    const QIcon blank = thumbnailIcons.blank();
-    QList<QStandardItem *> cells;
-    cells.reserve(files.size());
-    for (const TFileRecord &file : files)
-        cells.append(new QStandardItem(blank, wrapFileName(file.fileName)));
+    const QList<QStandardItem *> items = newItems(files, checkable);
     const int row = count();
-    surroundings.keepStripInPlace([&] { addStripCells(galleryModel, row, cells); });
+    surroundings.keepStripInPlace([&] { addStripCells(galleryModel, row, newCells(items)); });
     records() += files;
-    insertItems(row, files, checkable);
-}
-
-/// Puts in the items of these files, which stand in the records by now.
-void FileList::insertItems(int row, const QList<TFileRecord> &files, bool checkable)
-{
-    const QIcon blank = thumbnailIcons.blank();
-    QList<QStandardItem *> items;
-    items.reserve(files.size());
-    for (const TFileRecord &file : files) {
-        items.append(new QStandardItem(blank, wrapFileName(file.fileName)));
-        items.last()->setCheckable(checkable);
-    }
     mainModel.invisibleRootItem()->insertRows(row, items);
     assertSameFile(row);
+}
+
+/// The items of these files in the list, for it to own.
+QList<QStandardItem *> FileList::newItems(const QList<TFileRecord> &files, bool checkable)
+{
+    QStandardItem blank(thumbnailIcons.blank(), {});
+    blank.setCheckable(checkable);
+    QList<QStandardItem *> items;
+    items.reserve(files.size());
+    for (const TFileRecord &file : files)
+        items.append(copyOf(blank, wrapFileName(file.fileName)));
+    return items;
 }
 
 /// Puts files, in the order of their names, between the rows where they belong. Gives their rows.
@@ -273,7 +285,7 @@ QList<int> FileList::insertFiles(const QList<TFileRecord> &files, bool checkable
 {
     QList<int> rows;
     for (const TFileRecord &file : files)
-        rows.append(placeOf(entryOf(file.fileName)) + static_cast<int>(rows.size()));
+        rows.append(placeOfName(file.fileName) + static_cast<int>(rows.size()));
     QList<TFileRecord> &all = records();
     qsizetype end = all.size(); // of those that are not in their places yet
     all.resize(end + files.size());
@@ -286,7 +298,8 @@ QList<int> FileList::insertFiles(const QList<TFileRecord> &files, bool checkable
     for (qsizetype first = 0, next = 0; first < rows.size(); first = next) {
         while (next < rows.size() && rows[next] - rows[first] == next - first)
             ++next;
-        insertItems(rows[first], files.mid(first, next - first), checkable);
+        mainModel.invisibleRootItem()->insertRows(static_cast<int>(rows[first]),
+                                                  newItems(files.mid(first, next - first), checkable));
     }
     return rows;
 }
@@ -444,15 +457,15 @@ int FileList::rowOf(const QString &path) const
 
 int FileList::placeOf(const QString &path) const
 {
-    return placeOf(entryOf(QFileInfo(path).fileName()));
+    return placeOfName(QFileInfo(path).fileName());
 }
 
 /// The row of the first file that does not stand before this one.
-int FileList::placeOf(const FolderEntry &wanted) const
+int FileList::placeOfName(const QString &fileName) const
 {
     const auto place =
         std::partition_point(records().cbegin(), records().cend(), [&](const TFileRecord &file) {
-            return comesBefore(entryOf(file.fileName), wanted);
+            return nameComesBefore(file.fileName, fileName);
         });
     return static_cast<int>(place - records().cbegin());
 }
@@ -460,7 +473,7 @@ int FileList::placeOf(const FolderEntry &wanted) const
 /// The row of the file of exactly this name; -1 for none.
 int FileList::rowNamed(const QString &fileName) const
 {
-    const int row = placeOf(entryOf(fileName));
+    const int row = placeOfName(fileName);
     return row < count() && records()[row].fileName == fileName ? row : -1;
 }
 

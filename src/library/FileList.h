@@ -4,8 +4,6 @@
 #include "library/ThumbnailIcons.h"
 #include "library/ThumbnailRequestQueue.h"
 #include "library/VistamoLoadFolderThread.h"
-#include "shared/platform/FolderEntries.h"
-
 #include <QObject>
 #include <QPixmap>
 #include <QSet>
@@ -102,7 +100,7 @@ signals:
 private:
     void fillStrip();
     void appendRows(const QList<TFileRecord> &files, bool checkable);
-    void insertItems(int row, const QList<TFileRecord> &files, bool checkable);
+    QList<QStandardItem *> newItems(const QList<TFileRecord> &files, bool checkable);
     void removeFiles(const QList<int> &rows);
     QList<int> insertFiles(const QList<TFileRecord> &files, bool checkable);
     void replace(const QList<int> &gone, const QList<TFileRecord> &come, bool checkable);
@@ -112,7 +110,7 @@ private:
     bool setCheckable(int row, bool checkable);
     [[nodiscard]] QList<TThumbnailRequest> merge(const QList<TFileRecord> &files, bool checkable);
     [[nodiscard]] QList<TThumbnailRequest> change(const FoundFiles &files, bool checkable);
-    int placeOf(const FolderEntry &file) const;
+    int placeOfName(const QString &fileName) const;
     int rowNamed(const QString &fileName) const;
     int rowOf(const ThumbnailAnswer &answer) const;
     void assertSameFile(int row) const;

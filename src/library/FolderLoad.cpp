@@ -1,6 +1,8 @@
 #include "library/FolderLoad.h"
 
 #include "shared/platform/PathIdentity.h"
+#include "shared/platform/Platform.h"
+#include "shared/threads/Background.h"
 
 #include <QtDebug>
 
@@ -198,6 +200,8 @@ void FolderLoad::onThumbnailsEnded(VistamoLoadThumbnailThread &ended)
         for (const TThumbnailRequest &request : late)
             requestThumbnail(request.info, request.row);
         loadThumbnailThread->setEnumFinished();
+    } else {
+        Background::run(Platform::returnFreedMemory); // of the requests for all files
     }
     goOn();
 }

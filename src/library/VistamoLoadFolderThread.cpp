@@ -5,6 +5,7 @@
 
 #include <QElapsedTimer>
 #include <QSemaphore>
+#include <QStringBuilder>
 #include <QtDebug>
 
 #include <algorithm>
@@ -20,22 +21,28 @@ constexpr int smoothBatch = 8192;
 // Files that are sorted before all others.
 constexpr qsizetype firstScreen = 256;
 
+/// `text`, or what is the same and kept already.
+QString shared(const QString &text, const QString &kept)
+{
+    return text == kept ? kept : text;
+}
+
 /// Adds a file to what was found, unless it is hidden, which a name does not tell everywhere. Gives that.
 bool add(const FolderEntry &file, FoundFiles &found)
 {
-    const QString fullPath = found.path + QLatin1Char('/') + file.name;
+    const QString fullPath = found.path % u'/' % file.name; // at once: what is appended has room for more
     const QFileInfo info(fullPath);
     if (info.isHidden())
         return false;
     TFileRecord record;
     record.fileName = info.fileName();
-    record.path = info.path();
+    record.path = shared(info.path(), found.path);
     record.fullPath = fullPath;
     record.size = info.size();
     record.accessTime = info.fileTime(QFile::FileAccessTime);
     record.creationTime = info.fileTime(QFile::FileBirthTime);
     record.modifiedTime = info.fileTime(QFile::FileModificationTime);
-    record.suffix = info.suffix();
+    record.suffix = shared(info.suffix(), found.records.isEmpty() ? QString() : found.records.last().suffix);
     found.records.append(record);
     found.infos.append(info);
     return true;

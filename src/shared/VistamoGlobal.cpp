@@ -10,10 +10,12 @@
 
 bool VistamoGlobal::isImageFile(const QString &fileName) const
 {
-    const QString extension = QLatin1Char('.') + QFileInfo(fileName).suffix();
+    const qsizetype dot = fileName.lastIndexOf(u'.');
+    const QStringView extension = dot < 0 ? QStringView() : QStringView(fileName).mid(dot);
     return std::any_of(
-        imageFileExtensionList.cbegin(), imageFileExtensionList.cend(),
-        [&](const QString &known) { return known.compare(extension, Qt::CaseInsensitive) == 0; });
+        imageFileExtensionList.cbegin(), imageFileExtensionList.cend(), [&](const QString &known) {
+            return known.size() == extension.size() && known.compare(extension, Qt::CaseInsensitive) == 0;
+        });
 }
 
 QString VistamoGlobal::getAppTitle() const

@@ -129,11 +129,13 @@ private slots:
     void imagesAreFoundInTheOrderOfTheirNames()
     {
         const QString longest = QString(251, 'n') + ".jpg";
-        const QString foreign = QString::fromUtf8("\u05e9\u05dc\u05d5\u05dd.jpg");
-        QStringList images = {"#?;&.jpg",       "09.jpg",   "9.jpg", "100%1 %s.jpg",
-                              "a.b.c.webp",     "a.PNG",    "b.jpg", "layers.pspimage",
-                              "line\nfeed.jpg", "link.jpg", longest, "quote's \".jpg",
-                              "X.JFI",          "x.jfi",    "x.psd", foreign};
+        QStringList images = {"#?;&.jpg", "09.jpg",         "9.jpg",           "100%1 %s.jpg",   "a.b.c.webp",
+                              "a.PNG",    "b.jpg",          "layers.pspimage", "line\nfeed.jpg", "link.jpg",
+                              longest,    "quote's \".jpg", "X.JFI",           "x.jfi",          "x.psd"};
+        // Of one unit and of two, each with its capital between two small ones.
+        for (const char *const name : {"\u00e4a", "\u00c4b", "\u00e4c", "\u05e9\u05dc\u05d5\u05dd",
+                                       "\U00010428a", "\U00010400b", "\U00010428c"})
+            images.append(QString::fromUtf8(name) + ".jpg");
 #ifdef Q_OS_WIN
         images.removeAll("x.jfi"); // the same file
         std::transform(images.cbegin(), images.cend(), images.begin(), Files::possibleName);

@@ -18,7 +18,17 @@ QStringView takeNumber(QStringView text, qsizetype &at)
     return text.mid(first, at - first);
 }
 
-/// Below, at or above 0 as the names stand, with numbers as numbers.
+/// The letter that begins at `at`, without its case; `at` is behind it then.
+char32_t takeFolded(QStringView text, qsizetype &at)
+{
+    const QChar unit = text[at++];
+    if (unit < u'\x80')
+        return unit >= u'A' && unit <= u'Z' ? unit.unicode() | 0x20 : unit.unicode();
+    const bool isPair = unit.isHighSurrogate() && at < text.size() && text[at].isLowSurrogate();
+    return QChar::toCaseFolded(isPair ? QChar::surrogateToUcs4(unit, text[at++]) : char32_t(unit.unicode()));
+}
+
+/// Below, at or above 0 as the names stand, case ignored, with numbers as numbers.
 qsizetype compareNatural(QStringView a, QStringView b)
 {
     qsizetype i = 0;
@@ -31,11 +41,11 @@ qsizetype compareNatural(QStringView a, QStringView b)
                 return one.size() - other.size();
             if (const int order = one.compare(other))
                 return order;
-        } else if (a[i] != b[j]) {
-            return a[i] < b[j] ? -1 : 1;
         } else {
-            ++i;
-            ++j;
+            const char32_t one = takeFolded(a, i);
+            const char32_t other = takeFolded(b, j);
+            if (one != other)
+                return one < other ? -1 : 1;
         }
     }
     return (a.size() - i) - (b.size() - j);
@@ -43,8 +53,13 @@ qsizetype compareNatural(QStringView a, QStringView b)
 
 } // namespace
 
+bool nameComesBefore(QStringView a, QStringView b)
+{
+    const qsizetype order = compareNatural(a, b);
+    return order != 0 ? order < 0 : a < b;
+}
+
 bool comesBefore(const FolderEntry &a, const FolderEntry &b)
 {
-    const qsizetype order = compareNatural(a.folded, b.folded);
-    return order != 0 ? order < 0 : a.name < b.name;
+    return nameComesBefore(a.name, b.name);
 }

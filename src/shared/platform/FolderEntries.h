@@ -18,7 +18,6 @@ struct FileStamp
 struct FolderEntry
 {
     QString name;
-    QString folded; ///< the name without its case, to sort by
     bool isFolder = false;
     bool isLink = false;
     FileStamp stamp = {}; ///< of the file that a link leads to
@@ -42,6 +41,7 @@ struct FolderListing
     const QString &folder, const std::function<bool()> &isStopped,
     const std::function<bool(const QString &)> &wantsStamp = [](const QString &) { return false; });
 
-/// True if `a` stands before `b` in a list of files: by name, case ignored, numbers as numbers; names that
+/// True if the name `a` stands before `b` in a list of files: case ignored, numbers as numbers; names that
 /// are the same so far by their code units.
+[[nodiscard]] bool nameComesBefore(QStringView a, QStringView b);
 [[nodiscard]] bool comesBefore(const FolderEntry &a, const FolderEntry &b);

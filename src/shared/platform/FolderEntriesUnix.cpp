@@ -2,6 +2,7 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
@@ -13,7 +14,10 @@ namespace {
 /// The name as Qt writes it; empty if it cannot be told in a QString.
 QString nameOf(const dirent &entry)
 {
-    const QByteArray bytes(entry.d_name);
+    const QByteArrayView letters(entry.d_name);
+    if (std::none_of(letters.cbegin(), letters.cend(), [](char letter) { return letter & '\x80'; }))
+        return QString::fromLatin1(letters);
+    const QByteArray bytes = letters.toByteArray();
     const QString decoded = QFile::decodeName(bytes);
     // What is no UTF-8 is decoded to this letter, which a name may have by itself.
     const bool isExact =
@@ -79,8 +83,7 @@ FolderListing folderEntries(const QString &folder, const std::function<bool()> &
             isFile = S_ISREG(target.st_mode);
         }
         if (isFolder || isFile)
-            listing.entries.append({name, name.toCaseFolded(), isFolder,
-                                    isLink(*entry, dirfd(directory.get())),
+            listing.entries.append({name, isFolder, isLink(*entry, dirfd(directory.get())),
                                     isSeen && withStamp ? stampOf(target) : FileStamp()});
     }
     listing.cutOff = error && !isAnswer(error);

@@ -54,8 +54,8 @@ FolderListing folderEntries(const QString &folder, const std::function<bool()> &
         const bool isHidden = name.startsWith(u'.') || (entry.dwFileAttributes & FILE_ATTRIBUTE_HIDDEN);
         const bool isFolder = entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY;
         if (!isHidden && (!isLink(entry) || QFileInfo::exists(folder + u'/' + name)))
-            listing.entries.append({name, name.toCaseFolded(), isFolder, isLink(entry),
-                                    wantsStamp(name) ? stampOf(entry) : FileStamp()});
+            listing.entries.append(
+                {name, isFolder, isLink(entry), wantsStamp(name) ? stampOf(entry) : FileStamp()});
         found = FindNextFileW(search, &entry) != FALSE;
     }
     const DWORD error = found ? ERROR_SUCCESS : GetLastError();
