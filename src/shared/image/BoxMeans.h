@@ -45,7 +45,8 @@ private:
 /// Makes rows of a smaller picture as the larger one's come. A sample is the mean of what it covers: of each
 /// column first, then of these, both in whole numbers and rounded down, as in Qt's PNG plug-in.
 /// @tparam Sample of 8 or 16 bits, without a sign
-template <typename Sample>
+/// @tparam Mean of 16 bits for samples of 8, to have the means in parts of 256 of theirs
+template <typename Sample, typename Mean = Sample>
 class BoxMeans
 {
 public:
@@ -81,7 +82,8 @@ private:
     static constexpr bool isDeep = sizeof(Sample) > 1;
     using Sum = std::conditional_t<isDeep, double, qint32>; ///< which holds a million rows of a million parts
     using WholeSum = std::conditional_t<isDeep, quint32, quint16>;
-    using PixelSum = std::conditional_t<isDeep, quint64, quint32>;
+    using PixelSum = std::conditional_t<(sizeof(Mean) > 1), quint64, quint32>;
+    static constexpr int parts = 1 << (8 * (sizeof(Mean) - sizeof(Sample))); ///< of a sample, in its mean
     static constexpr int mostWholeRows =
         std::numeric_limits<WholeSum>::max() / std::numeric_limits<Sample>::max();
 
@@ -111,12 +113,12 @@ private:
         addWholeRows();
         // Numbers as small as these are divided exactly, several at a time.
         for (Sum &sum : sums)
-            sum = static_cast<qint32>(static_cast<double>(sum) / from.height());
+            sum = static_cast<qint32>(static_cast<double>(sum) * parts / from.height());
         Filling columns(to.width(), from.width());
         std::array<PixelSum, mostChannels> pixel{}; // which the compiler keeps at hand
         const size_t count = channels;
         const Sum *sum = sums.data();
-        Sample *mean = smaller.data();
+        Mean *mean = smaller.data();
         for (int x = 0; x < from.width(); ++x, sum += count) {
             columns.next(
                 [&](int part) {
@@ -125,7 +127,7 @@ private:
                 },
                 [&] {
                     for (size_t i = 0; i < count; ++i)
-                        *mean++ = static_cast<Sample>(pixel[i] / static_cast<PixelSum>(from.width()));
+                        *mean++ = static_cast<Mean>(pixel[i] / static_cast<PixelSum>(from.width()));
                     pixel = {};
                 });
         }
@@ -139,5 +141,5 @@ private:
     std::vector<Sum> sums;           ///< of each column, times their parts of the row in hand
     std::vector<WholeSum> wholeRows; ///< the same of rows that lie in it as a whole, as they are
     int wholeCount = 0;
-    std::vector<Sample> smaller;
+    std::vector<Mean> smaller;
 };

@@ -40,9 +40,8 @@ DecodingNeed decodingNeed(const QImageReader &reader, QIODevice &file)
     if (format == "jpeg")
         return {2 * bytesOf(scaled.isValid() ? jpegStep(full, scaled) : full),
                 JpegMarkers::coefficientBytes(file).value_or(0)};
-    // Only what is coded with loss is scaled row by row.
     if (format == "webp" && scaled.isValid())
-        return {2 * bytesOf(scaled), file.peek(16).endsWith("VP8 ") ? 0 : bytesOf(full)};
+        return {2 * bytesOf(scaled), bytesOf(full)};
     if (format == "orrelan-tiff")
         return {2 * bytesOf(scaled.isValid() ? scaled : full),
                 reader.text(QStringLiteral("DecodingBytes")).toLongLong()};

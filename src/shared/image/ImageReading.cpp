@@ -13,6 +13,7 @@
 #include "shared/image/JpegEighth.h"
 #include "shared/image/JpegMarkers.h"
 #include "shared/image/ShrunkPng.h"
+#include "shared/image/ShrunkWebp.h"
 #include "shared/platform/FileForReading.h"
 #include "shared/platform/Platform.h"
 
@@ -103,7 +104,7 @@ public:
     /// Tells the decoder to scale the upright picture. False if it cannot; then nothing changes.
     bool scaleTo(QSize size)
     {
-        if (!reader.supportsOption(QImageIOHandler::ScaledSize))
+        if (!reader.supportsOption(QImageIOHandler::ScaledSize) && reader.format() != "webp") // as we do that
             return false;
         // The decoder scales before the orientation is applied.
         reader.setScaledSize(turned() ? size.transposed() : size);
@@ -213,6 +214,11 @@ private:
             QByteArray shrunk = shrunkPng(look(), reader.scaledSize());
             QBuffer buffer(&shrunk);
             const QImage image = shrunk.isEmpty() ? QImage() : QImageReader(&buffer, format).read();
+            if (!image.isNull())
+                return image;
+        }
+        if (format == "webp" && reader.scaledSize().isValid()) {
+            const QImage image = shrunkWebp(look(), reader.scaledSize());
             if (!image.isNull())
                 return image;
         }

@@ -1,12 +1,15 @@
 #include "shared/image/ImageReading.h"
 #include "shared/image/ColourCodePoints.h"
+#include "shared/image/ColourConversion.h"
 #include "shared/image/DecodingNeed.h"
 #include "shared/image/Flipping.h"
 #include "shared/image/JpegMarkers.h"
 #include "shared/image/MemoryBudget.h"
+#include "shared/image/ShrunkWebp.h"
 #include "support/Files.h"
 #include "support/Memory.h"
 #include "support/Pictures.h"
+#include "support/Shrunk.h"
 
 #include <future>
 #include <thread>
@@ -65,6 +68,36 @@ private slots:
         write("cut.png", whole.chopped(20));
         for (const char *const name : {"a.png", "cut.png"})
             QCOMPARE(ImageReading::read(path(name)).size(), QSize(60, 40)); // turned
+    }
+
+    void webpIsShrunkToItsMeans()
+    {
+        const auto shrunk = [](QByteArray file, QSize size) {
+            QBuffer buffer(&file);
+            return buffer.open(QIODevice::ReadOnly) ? shrunkWebp(buffer, size)
+                                                    : QImage(1, 1, QImage::Format_Mono);
+        };
+        for (const QSize full : {QSize(97, 65), QSize(96, 64), QSize(400, 8)})
+            for (const bool isLossy : {false, true}) {
+                QImage image = Pictures::painted(
+                    full, [&](int x, int y) { return qRgb(20 + x / 2, 85 * y / full.height(), 70); });
+                image.setColorSpace(QColorSpace::DisplayP3);
+                const auto encoded = [&] { return Pictures::encoded(image, "webp", isLossy ? 90 : 100); };
+                const QByteArray file = encoded();
+                const bool isForIt = !isLossy || full.width() % 2 == 0;
+                for (const QSize size : {full / 4, full / 8, QSize(1, 1)})
+                    QCOMPARE(Shrunk::isOf(Pictures::decoded(file), shrunk(file, size), isLossy ? 2 : 1),
+                             isForIt);
+                write("a.webp", file);
+                if (isForIt)
+                    QCOMPARE(ImageReading::readThumbnail(path("a.webp"), full.width() / 4).image,
+                             Colour::inSrgb(shrunk(file, full / 4)));
+                QVERIFY(shrunk(file, full / 4 + QSize(1, 1)).isNull());
+                QVERIFY(shrunk(file.chopped(9), QSize(1, 1)).isNull());
+                image = image.convertToFormat(QImage::Format_ARGB32);
+                image.setPixelColor(0, 0, Qt::transparent);
+                QVERIFY(shrunk(encoded(), QSize(1, 1)).isNull());
+            }
     }
 
     void thumbnailsHaveTheirSizeInEveryFormat()
@@ -131,7 +164,7 @@ private slots:
         const std::tuple<QByteArray, bool, qint64> files[] = {
             {Pictures::encoded(picture, "jpg"), false, 0},
             {Pictures::progressiveJpeg(picture), false, blocks * 128},
-            {Pictures::encoded(picture, "webp", 50), true, 0},
+            {Pictures::encoded(picture, "webp", 50), true, 400 * 300 * 4},
             {Pictures::encoded(picture, "webp", 100), true, 400 * 300 * 4}};
         for (const auto &[bytes, scaled, kept] : files) {
             write("a", bytes);
