@@ -8,6 +8,7 @@
 #include "shared/image/MetadataBlocks.h"
 #include "shared/image/MetadataPng.h"
 #include "shared/image/PackedPng.h"
+#include "shared/image/PlainTiff.h"
 #include "shared/platform/Platform.h"
 
 #include <QBuffer>
@@ -21,8 +22,8 @@
 
 namespace {
 
-// A larger picture is written to TIFF, whose files may be as large, without metadata, for which the whole
-// file has to be in memory.
+// A larger picture that is not written to TIFF strip by strip has no metadata there, for which the whole file
+// would have to be in memory.
 constexpr qint64 mostInMemory = 512LL * 1024 * 1024;
 
 constexpr qsizetype mostExif = 16 * 1024 * 1024;
@@ -48,12 +49,17 @@ bool encodesMetadata(const QByteArray &format)
     return format == "heic" || format == "heif" || format == "avif" || format == "jxl";
 }
 
+bool isTiff(const QByteArray &format)
+{
+    return format == "tif" || format == "tiff";
+}
+
 /// Whether metadata can be put into what the encoder makes, or has made.
 bool takesMetadata(const QImage &image, const QByteArray &format)
 {
     static const QList<QByteArray> packed = {"jpg", "jpeg", "jfif", "png", "webp"};
-    static const QList<QByteArray> large = {"tif", "tiff"};
-    return packed.contains(format) || (large.contains(format) && image.sizeInBytes() <= mostInMemory);
+    return packed.contains(format)
+           || (isTiff(format) && (PlainTiff::takes(image) || image.sizeInBytes() <= mostInMemory));
 }
 
 bool holdsAlpha(const QByteArray &format)
@@ -136,11 +142,10 @@ QImage ImageWriting::fitted(QImage image, const QByteArray &format)
     image = withWritableRange(std::move(image), format);
     if (image.hasAlphaChannel() && !holdsAlpha(format))
         image = onWhite(image);
-    if (format == "tif" || format == "tiff")
+    if (isTiff(format))
         image = withoutPalette(std::move(image));
     // These encoders take three bytes a pixel, and would have them beside the four.
-    if ((encodesMetadata(format) || format == "webp" || format.startsWith("tif"))
-        && image.format() == QImage::Format_RGB32)
+    if ((encodesMetadata(format) || format == "webp") && image.format() == QImage::Format_RGB32)
         image.convertTo(QImage::Format_RGB888);
     return withWritableProfile(std::move(image), format);
 }
@@ -150,8 +155,8 @@ int ImageWriting::bytesPerPixel(const QByteArray &format)
     // Measured as the peak of a process that writes 12 and 48 megapixels of noise on gradients (getrusage),
     // less that before: jpg 3.5 and 3.1, png 0.5 and 0.1, tif 2.2 and 0.5, webp 13.2 and 13.0, gif 1.0
     // and 1.0, heic 19.1 and 17.6, avif 22.5 and 21.5, jxl 50.8 and 50.0. Metadata that are put into a
-    // finished file, of all but png, take that file three times more, and a profile of webp the picture once
-    // more.
+    // finished file, of all but png and plain tif, take that file three times more, and a profile of webp the
+    // picture once more.
     static const QHash<QByteArray, int> needs = {{"jpg", 6},   {"png", 6}, {"tif", 16},  {"tiff", 16},
                                                  {"webp", 20}, {"gif", 2}, {"heic", 24}, {"heif", 24},
                                                  {"avif", 24}, {"jxl", 56}};
@@ -174,14 +179,15 @@ bool ImageWriting::write(const QImage &image, const QByteArray &format, int qual
         metadata.icc = image.colorSpace().iccProfile();
     QBuffer buffer;
     PackedPng png(device, format == "png" && !metadata.isEmpty() ? pngChunks(metadata) : QByteArray());
-    const bool inMemory = isTaken && format != "png" && !metadata.isEmpty();
+    const bool isPlainTiff = isTiff(format) && PlainTiff::takes(image);
+    const bool inMemory = isPlainTiff || (isTaken && format != "png" && !metadata.isEmpty());
     QImageWriter writer(inMemory ? &buffer : format == "png" ? &png : &device, format);
     writer.setQuality(format == "png" ? PackedPng::quality : quality);
     writer.setOptimizedWrite(true);
     writer.setProgressiveScanWrite(true);
     if (encodesMetadata(format))
         MetadataBlocks{metadata.exif, metadata.xmpWithIptc()}.handTo(writer);
-    QImage encodable = image;
+    QImage encodable = isPlainTiff ? image.copy(0, 0, 1, 1) : image;
     if (!metadata.icc.isEmpty() && format == "webp")
         encodable.setColorSpace(
             QColorSpace::SRgb); // exiv2 changes a profile, and adds one in the wrong place
@@ -192,8 +198,10 @@ bool ImageWriting::write(const QImage &image, const QByteArray &format, int qual
     }
     if (!inMemory)
         return true;
-    const QByteArray whole = withMetadata(buffer.data(), metadata);
+    const QByteArray whole = metadata.isEmpty() ? buffer.data() : withMetadata(buffer.data(), metadata);
     if (!metadata.icc.isEmpty() && whole == buffer.data()) // of other colours without it
         return write(inSrgbOrNone(image), format, quality, source, device, places);
+    if (isPlainTiff)
+        return PlainTiff::write(image, whole, device);
     return device.write(whole) == whole.size();
 }
