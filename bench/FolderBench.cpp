@@ -9,11 +9,22 @@
 #include <QDir>
 #include <QFile>
 #include <QScrollBar>
+#include <QThread>
 #include <QTimer>
+#include <QWheelEvent>
 
 #include <algorithm>
+#include <ctime>
 
 namespace {
+
+/// Processor time of the calling thread, milliseconds.
+double threadMs()
+{
+    timespec used = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return static_cast<double>(used.tv_sec) * 1e3 + static_cast<double>(used.tv_nsec) / 1e6;
+}
 
 bool answered(const TFileRecord &record)
 {
@@ -70,6 +81,34 @@ void scrollThroughAll(const TListView &list)
     bar.setValue(0);
 }
 
+/// Makes steps as a screen of 60 pictures a second wants them, and prints the times from each to its pixels.
+/// What comes from the background between two steps is painted within the later one's time.
+void measureFrames(const TListView &list, const QString &what, int steps,
+                   const std::function<void(int step)> &make)
+{
+    constexpr double frameMs = 1000.0 / 60;
+    QList<double> frames;
+    QList<double> processorTimes; // of the GUI thread, which others on the machine do not lengthen
+    QElapsedTimer time;
+    for (int step = 0; step < steps; ++step) {
+        time.restart();
+        const double before = threadMs();
+        make(step);
+        QCoreApplication::processEvents();
+        list.viewport()->repaint();
+        processorTimes.append(threadMs() - before);
+        frames.append(milliseconds(time));
+        if (frames.last() < frameMs)
+            QThread::usleep(static_cast<unsigned long>((frameMs - frames.last()) * 1000));
+    }
+    for (QList<double> *const times : {&frames, &processorTimes}) {
+        std::sort(times->begin(), times->end());
+        const QString of = times == &frames ? what : what + ", processor time of the GUI thread";
+        print(of + ": longest frame", times->last(), "ms");
+        print(of + ": 99th percentile", (*times)[times->size() * 99 / 100], "ms");
+    }
+}
+
 void measureResizes(MainWindow &window)
 {
     double longest = 0;
@@ -101,7 +140,7 @@ void measureFolder(const Program &program, const QString &folder)
         QTimer::singleShot(0, qApp, [&] { program.showFolder(folder); });
         print("first rows", waitFor(time, [&] { return !records.isEmpty(); }), "ms");
         waitFor(time, [&] { return seen.isScreenComplete(); });
-        program.list.viewport()->repaint(); // icons are decoded when they are painted
+        program.paintScreen();
         print("first screen of icons", milliseconds(time), "ms");
         print("all rows", waitFor(time, [&] { return records.size() >= files; }), "ms");
         print("all icons", waitFor(time, [&] { return seen.isComplete(); }), "ms");
@@ -127,6 +166,33 @@ void measureFolder(const Program &program, const QString &folder)
     }
     measureResizes(program.window);
     scrollThroughAll(program.list);
+}
+
+void measureFling(const Program &program, const QString &folder)
+{
+    QElapsedTimer time;
+    time.start();
+    program.showFolder(folder);
+    waitFor(time, [&] { return program.allIconsAreThere(); });
+    TListView &list = program.list;
+    QScrollBar &bar = *list.verticalScrollBar();
+    for (const QString size : {"small", "large"}) {
+        if (size == "large")
+            program.call("on_plusButton_clicked");
+        bar.setValue(0);
+        runFor(1000);
+        measureFrames(list, size + " thumbnails, scroll bar", 600,
+                      [&](int step) { bar.setValue(static_cast<int>(step * qint64(bar.maximum()) / 600)); });
+        bar.setValue(0);
+        runFor(1000);
+        const QPointF middle = list.viewport()->rect().center();
+        measureFrames(list, size + " thumbnails, wheel", 600, [&](int) {
+            QWheelEvent turn(middle, list.viewport()->mapToGlobal(middle), {}, {0, -360}, Qt::NoButton,
+                             Qt::NoModifier, Qt::NoScrollPhase, false);
+            QCoreApplication::sendEvent(list.viewport(), &turn);
+        });
+    }
+    program.call("on_minButton_clicked");
 }
 
 void measureGrowth(const Program &program, const QString &folder)
@@ -222,7 +288,7 @@ void measureStart(const Program &program, qint64 startedMs)
     const qint64 before = now.msecsSinceReference() - startedMs;
     AnswersSeen seen(program.list);
     waitFor(now, [&] { return seen.isScreenComplete(); });
-    program.list.viewport()->repaint();
+    program.paintScreen();
     print("start of the program to the first screen", static_cast<double>(before) + milliseconds(now), "ms");
     waitFor(now, [&] { return program.allIconsAreThere(); });
 }

@@ -2,6 +2,7 @@
 // `bench/run` calls it for every row of docs/performance.md.
 //
 //   gallery-bench folder DIR       a folder is shown: rows, thumbnails, memory, answering, scrolling
+//   gallery-bench fling DIR        a folder is scrolled through at speed, with small and large thumbnails
 //   gallery-bench growth DIR       150 files come into a folder on show, ten a second
 //   gallery-bench change SLOW DIR  another folder is shown while pictures of 100 megapixels are decoded
 //   gallery-bench start MS         the program, begun at MS of the steady clock, shows its last folder
@@ -107,6 +108,8 @@ int main(int argc, char *argv[])
     QCoreApplication::processEvents();
     if (what == "folder")
         measureFolder(program, path);
+    else if (what == "fling")
+        measureFling(program, path);
     else if (what == "growth")
         measureGrowth(program, path);
     else if (what == "change")

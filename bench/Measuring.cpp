@@ -1,5 +1,6 @@
 #include "Measuring.h"
 
+#include "library/ThumbnailIcons.h"
 #include "library/TListView.h"
 #include "shared/VistamoGlobal.h"
 #include "shell/MainWindow.h"
@@ -106,6 +107,7 @@ Program::Program(MainWindow &window)
     , form(*window.findChild<QObject *>("ThumbsForm"))
     , list(*window.findChild<TListView *>("mainListView"))
     , label(*window.findChild<TImageLabel *>("imageLabel"))
+    , icons(*window.findChild<ThumbnailIcons *>())
 {
 }
 
@@ -130,6 +132,15 @@ QModelIndex Program::findInList(const QString &path) const
     const auto record = std::find_if(records.cbegin(), records.cend(),
                                      [&](const TFileRecord &r) { return r.fileName == info.fileName(); });
     return list.model()->index(static_cast<int>(record - records.cbegin()), 0);
+}
+
+void Program::paintScreen() const
+{
+    QElapsedTimer time;
+    time.start();
+    list.viewport()->repaint();
+    waitFor(time, [&] { return !icons.isMaking(); });
+    list.viewport()->repaint();
 }
 
 double Program::openInViewer(const QModelIndex &index) const

@@ -12,6 +12,7 @@
 class MainWindow;
 class TListView;
 class TImageLabel;
+class ThumbnailIcons;
 
 /// Prints one figure: a row that `bench/run` reads.
 void print(const QString &what, double value, const QString &unit);
@@ -59,6 +60,7 @@ struct Program
     QObject &form;
     TListView &list;
     TImageLabel &label;
+    ThumbnailIcons &icons;
 
     /// Calls a slot of the form by its name.
     void call(const char *slot) const;
@@ -69,6 +71,9 @@ struct Program
     /// Shows the folder of a picture, waits for its thumbnails, and gives the picture's place in the list.
     QModelIndex findInList(const QString &path) const;
 
+    /// Paints the list, with all pictures that its screen has.
+    void paintScreen() const;
+
     /// Opens a picture of the list in the viewer; milliseconds until it is there in full.
     double openInViewer(const QModelIndex &index) const;
 
@@ -78,6 +83,7 @@ struct Program
 
 // What is measured; each prints its rows.
 void measureFolder(const Program &program, const QString &folder);
+void measureFling(const Program &program, const QString &folder);
 void measureGrowth(const Program &program, const QString &folder);
 void measureChangeOfFolder(const Program &program, const QString &slowFolder, const QString &other);
 void measureStart(const Program &program, qint64 startedMs);

@@ -86,6 +86,7 @@ void addStripCells(QStandardItemModel &strip, qsizetype first, const QList<QStan
 FileList::FileList(Surroundings surroundings, QObject *parent)
     : QObject(parent)
     , surroundings(std::move(surroundings))
+    , thumbnailIcons(this)
 {
 }
 

@@ -16,6 +16,7 @@
 #include <QTimeZone>
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -26,13 +27,15 @@ namespace {
 constexpr int jpegQuality = 75;
 constexpr int workerBusyTimeoutMs = 500;
 constexpr int pauseAfterFailureMs = 5000;
+// Its markers and tables alone take more.
+constexpr int leastBytesOfJpeg = 125;
 
 Guarded<QString> sharedFileName;
 Guarded<QList<QTimeZone>> formerZones;
 
-QString lookupStatement(const QString &tableName)
+QString lookupStatement(const QString &columns, const QString &tableName)
 {
-    return QStringLiteral("SELECT image, resolution FROM ") + tableName
+    return QStringLiteral("SELECT ") + columns + QStringLiteral(" FROM ") + tableName
            + QStringLiteral(" WHERE fullPath = :fullPath AND size=:size AND creationTime=:creationTime");
 }
 
@@ -138,24 +141,51 @@ QSqlQuery *prepared(const QSqlDatabase &db, const QString &statement, QSqlError 
     return true;
 }
 
+/// Looks up the key of `record`, and calls `take` for its row.
+ThumbnailDatabase::Outcome lookUp(const TThumbnailRecord &record, const QString &columns,
+                                  const QString &tableName, const QSqlDatabase &db,
+                                  const std::function<void(const QSqlQuery &row)> &take)
+{
+    using ThumbnailDatabase::Outcome;
+    const auto failure = [](const QSqlError &error) {
+        return isBusy(error) ? Outcome::Busy : Outcome::Failed;
+    };
+    QSqlError error;
+    QSqlQuery *const query = prepared(db, lookupStatement(columns, tableName), &error);
+    if (!query)
+        return failure(error);
+    for (const QString &time : textsOf(record.creationTime)) {
+        query->bindValue(QStringLiteral(":fullPath"), record.fullPath);
+        bindSizeAndTime(*query, record.size, time);
+        if (!run(*query, &error))
+            return failure(error);
+        const bool hasRow = query->next();
+        if (hasRow)
+            take(*query);
+        query->finish(); // so that it holds no lock
+        if (hasRow)
+            return Outcome::Found;
+    }
+    return Outcome::Missing;
+}
+
 /// A worker thread's own connection.
 class Connection
 {
 public:
     ~Connection() { close(); }
 
-    std::optional<ThumbnailDatabase::Stored> find(const TThumbnailRecord &record)
+    /// True if there is a row, which `take` has had.
+    bool find(const TThumbnailRecord &record, const QString &columns,
+              const std::function<void(const QSqlQuery &row)> &take)
     {
         using ThumbnailDatabase::Outcome;
-        ThumbnailDatabase::Stored found;
         if (!ready())
-            return std::nullopt;
-        const Outcome outcome = ThumbnailDatabase::find(record, VistamoGlobal::thumbnailTableName, db, found);
-        if (outcome == Outcome::Found)
-            return found;
-        if (outcome != Outcome::Missing)
+            return false;
+        const Outcome outcome = lookUp(record, columns, VistamoGlobal::thumbnailTableName, db, take);
+        if (outcome != Outcome::Found && outcome != Outcome::Missing)
             pause();
-        return std::nullopt;
+        return outcome == Outcome::Found;
     }
 
     bool add(const TThumbnailRecord &record, const QByteArray &jpeg)
@@ -300,26 +330,9 @@ bool ThumbnailDatabase::createTable(const QString &tableName, const QSqlDatabase
 ThumbnailDatabase::Outcome ThumbnailDatabase::find(const TThumbnailRecord &record, const QString &tableName,
                                                    const QSqlDatabase &db, Stored &found)
 {
-    const auto failure = [](const QSqlError &error) {
-        return isBusy(error) ? Outcome::Busy : Outcome::Failed;
-    };
-    QSqlError error;
-    QSqlQuery *const query = prepared(db, lookupStatement(tableName), &error);
-    if (!query)
-        return failure(error);
-    for (const QString &time : textsOf(record.creationTime)) {
-        query->bindValue(QStringLiteral(":fullPath"), record.fullPath);
-        bindSizeAndTime(*query, record.size, time);
-        if (!run(*query, &error))
-            return failure(error);
-        const bool hasRow = query->next();
-        if (hasRow)
-            found = {query->value(0).toByteArray(), query->value(1).toString()};
-        query->finish(); // so that it holds no lock
-        if (hasRow)
-            return Outcome::Found;
-    }
-    return Outcome::Missing;
+    return lookUp(record, QStringLiteral("image, resolution"), tableName, db, [&](const QSqlQuery &row) {
+        found = {row.value(0).toByteArray(), row.value(1).toString()};
+    });
 }
 
 bool ThumbnailDatabase::complete(TThumbnailRecord &record, const QString &tableName, const QSqlDatabase &db)
@@ -338,7 +351,25 @@ bool ThumbnailDatabase::complete(TThumbnailRecord &record, const QString &tableN
 
 std::optional<ThumbnailDatabase::Stored> ThumbnailDatabase::find(const TThumbnailRecord &record)
 {
-    return threadConnection().find(record);
+    Stored found;
+    const bool isThere =
+        threadConnection().find(record, QStringLiteral("image, resolution"), [&](const QSqlQuery &row) {
+            found = {row.value(0).toByteArray(), row.value(1).toString()};
+        });
+    return isThere ? std::optional(found) : std::nullopt;
+}
+
+std::optional<QSize> ThumbnailDatabase::findResolution(const TThumbnailRecord &record)
+{
+    QSize full;
+    const bool isThere = threadConnection().find(
+        record, QStringLiteral("resolution, length(image)"), [&](const QSqlQuery &row) {
+            const QString text = row.value(0).toString();
+            const qsizetype times = text.indexOf(u'x');
+            if (times > 0 && row.value(1).toInt() >= leastBytesOfJpeg)
+                full = {QStringView(text).first(times).toInt(), QStringView(text).mid(times + 1).toInt()};
+        });
+    return isThere ? std::optional(full) : std::nullopt;
 }
 
 bool ThumbnailDatabase::add(const TThumbnailRecord &record, const QString &tableName, const QSqlDatabase &db)

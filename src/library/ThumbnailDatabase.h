@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QFileInfo>
+#include <QSize>
 
 #include <optional>
 
@@ -65,6 +66,10 @@ void setFormerTimeZones(const QStringList &names);
 
 /// The stored thumbnail, over the calling worker's own connection; nothing for a miss.
 [[nodiscard]] std::optional<Stored> find(const TThumbnailRecord &record);
+
+/// The size of the full picture, from which that of its thumbnail follows: the stored one is not read. Over
+/// the calling worker's own connection. Nothing for a miss; empty for a row without a size or a thumbnail.
+[[nodiscard]] std::optional<QSize> findResolution(const TThumbnailRecord &record);
 
 /// Adds a row for the record, whose image is encoded. A record without `resolution` is refused by the table.
 [[nodiscard]] bool add(const TThumbnailRecord &record, const QString &tableName, const QSqlDatabase &db);

@@ -16,7 +16,9 @@ void ThumbnailIconEngine::paint(QPainter *painter, const QRect &rect, QIcon::Mod
     const int side = std::min(rect.width(), rect.height());
     QRect square(0, 0, side, side);
     square.moveCenter(rect.center());
-    painter->drawPixmap(square, pixmap(square.size() * ratio, mode, state));
+    const int pixels = qRound(side * ratio);
+    if (icons && pixels > 0)
+        painter->drawPixmap(square, inMode(icons->paintedSquare(source, pixels), mode, state));
 }
 
 QPixmap ThumbnailIconEngine::pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state)
@@ -24,9 +26,7 @@ QPixmap ThumbnailIconEngine::pixmap(const QSize &size, QIcon::Mode mode, QIcon::
     const int side = std::min(size.width(), size.height());
     if (!icons || side < 1)
         return {};
-    const QPixmap square = icons->square(source, side);
-    // An icon of pixels knows how the style shows it selected or disabled.
-    return mode == QIcon::Normal ? square : QIcon(square).pixmap(square.size(), 1.0, mode, state);
+    return inMode(icons->square(source, side), mode, state);
 }
 
 QSize ThumbnailIconEngine::actualSize(const QSize &size, QIcon::Mode, QIcon::State)
@@ -38,4 +38,10 @@ QSize ThumbnailIconEngine::actualSize(const QSize &size, QIcon::Mode, QIcon::Sta
 QIconEngine *ThumbnailIconEngine::clone() const
 {
     return new ThumbnailIconEngine(icons, source);
+}
+
+/// An icon of pixels knows how the style shows it selected or disabled.
+QPixmap ThumbnailIconEngine::inMode(const QPixmap &square, QIcon::Mode mode, QIcon::State state)
+{
+    return mode == QIcon::Normal ? square : QIcon(square).pixmap(square.size(), 1.0, mode, state);
 }

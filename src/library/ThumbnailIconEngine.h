@@ -17,6 +17,8 @@ public:
     QIconEngine *clone() const override;
 
 private:
+    [[nodiscard]] static QPixmap inMode(const QPixmap &square, QIcon::Mode mode, QIcon::State state);
+
     const QPointer<ThumbnailIcons> icons;
     const ThumbnailIcons::Source source;
 };

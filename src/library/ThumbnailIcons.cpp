@@ -4,8 +4,11 @@
 #include "library/ThumbnailIconEngine.h"
 #include "shared/image/ColourScreens.h"
 
+#include <QGuiApplication>
 #include <QPalette>
+#include <QScreen>
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -16,6 +19,11 @@ constexpr qsizetype encodedBytes = 64LL * 1024 * 1024;
 // A database that is busy is asked again after this, and given up after two seconds.
 constexpr int repaintAfterMs = 100;
 constexpr int mostBusyAnswers = 20;
+// What the GUI thread may spend on missing squares, until none has been missing for a while.
+constexpr qint64 mostOnMissingNs = 4'000'000;
+constexpr int restMs = 100;
+// Squares that are made within half a frame are painted together.
+constexpr int paintedTogetherMs = 8;
 // More than fit on a screen; one that falls out is reported again when it is painted.
 constexpr qsizetype mostLost = 200;
 
@@ -29,8 +37,12 @@ ThumbnailIcons::ThumbnailIcons(QObject *parent)
     repaintTimer.setSingleShot(true);
     repaintTimer.setInterval(repaintAfterMs);
     connect(&repaintTimer, &QTimer::timeout, this, &ThumbnailIcons::repaintNeeded);
+    madeTimer.setSingleShot(true);
+    madeTimer.setInterval(paintedTogetherMs);
+    connect(&madeTimer, &QTimer::timeout, this, &ThumbnailIcons::repaintNeeded);
+    connect(&maker, &SquareMaker::made, this, &ThumbnailIcons::takeMade);
     connect(&Colour::Screens::all(), &Colour::Screens::changed, this, [this] {
-        squares.clear();
+        clearSquares();
         emit repaintNeeded();
     });
 }
@@ -59,17 +71,67 @@ QPixmap ThumbnailIcons::square(const Source &source, int side)
     if (const QPixmap *const ready = squares.object(key))
         return *ready;
 
-    const Colour::Screens &screens = Colour::Screens::all();
-    const QImage thumbnail = screens.shown(source.id ? picture(source) : QImage(), screens.iconScreen());
-    QImage canvas =
-        squareAround(thumbnail, thumbnailSide, QPalette().color(QPalette::Active, QPalette::Base));
-    if (side != thumbnailSide)
-        canvas = canvas.scaled(side, side, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-
-    QPixmap square = QPixmap::fromImage(std::move(canvas));
+    const QImage thumbnail = source.id ? picture(source) : QImage();
+    const SquareOrder order = orderOf(source, side);
+    QPixmap square = QPixmap::fromImage(order.squareAround(thumbnail));
     if (!thumbnail.isNull() || source.id == 0)
-        squares.insert(key, new QPixmap(square), qsizetype(side) * side * 4);
+        keep(order, square);
     return square;
+}
+
+QPixmap ThumbnailIcons::paintedSquare(const Source &source, int side)
+{
+    if (source.id == 0 || squares.contains({source.id, side}))
+        return square(source, side);
+    if (!sinceMissing.isValid() || sinceMissing.hasExpired(restMs))
+        spentOnMissing = 0;
+    sinceMissing.start();
+    const QByteArray *const bytes = source.stored ? nullptr : encoded.object(source.id);
+    if ((!source.stored && !bytes) || notMade.contains(source.id)
+        || (spentOnMissing < mostOnMissingNs && !maker.isBusy())) {
+        QPixmap made = square(source, side);
+        spentOnMissing += sinceMissing.nsecsElapsed();
+        return made;
+    }
+    SquareOrder order = orderOf(source, side);
+    order.key = source.key;
+    if (bytes)
+        order.encoded = *bytes;
+    maker.order(std::move(order));
+    return square({}, side);
+}
+
+SquareOrder ThumbnailIcons::orderOf(const Source &source, int side) const
+{
+    const Colour::Screens &screens = Colour::Screens::all();
+    SquareOrder order;
+    order.id = source.id;
+    order.side = side;
+    order.background = QPalette().color(QPalette::Active, QPalette::Base);
+    order.to = screens.transformTo(screens.iconScreen());
+    return order;
+}
+
+void ThumbnailIcons::keep(const SquareOrder &order, const QPixmap &square)
+{
+    // All that the screens can show stay, or they would be made and painted without end.
+    if (const QScreen *const screen = QGuiApplication::primaryScreen()) {
+        const QSizeF shown = QSizeF(screen->virtualSize()) * screen->devicePixelRatio();
+        squares.setMaxCost(
+            std::max(squaresBytes, static_cast<qsizetype>(2 * 4 * shown.width() * shown.height())));
+    }
+    notMade.remove(order.id);
+    squares.insert(order.name(), new QPixmap(square), qsizetype(order.side) * order.side * 4);
+}
+
+void ThumbnailIcons::takeMade(const SquareOrder &order, const QImage &square)
+{
+    if (square.isNull())
+        notMade.insert(order.id); // painting it tells why
+    else
+        keep(order, QPixmap::fromImage(square));
+    if (!madeTimer.isActive())
+        madeTimer.start();
 }
 
 std::optional<ThumbnailIcons::Source> ThumbnailIcons::takeLost()
@@ -77,11 +139,18 @@ std::optional<ThumbnailIcons::Source> ThumbnailIcons::takeLost()
     return lost.isEmpty() ? std::nullopt : std::optional(lost.takeLast());
 }
 
+void ThumbnailIcons::clearSquares()
+{
+    maker.dropAll();
+    squares.clear();
+}
+
 void ThumbnailIcons::clear()
 {
-    squares.clear();
+    clearSquares();
     encoded.clear();
     busyAnswers.clear();
+    notMade.clear();
     lost.clear();
 }
 

@@ -1,14 +1,17 @@
 #pragma once
 
+#include "library/SquareMaker.h"
 #include "library/ThumbnailMaker.h"
 #include "shared/VistamoGlobal.h"
 
 #include <QCache>
+#include <QElapsedTimer>
 #include <QHash>
 #include <QIcon>
 #include <QList>
 #include <QObject>
 #include <QPixmap>
+#include <QSet>
 #include <QTimer>
 
 #include <optional>
@@ -42,12 +45,19 @@ public:
     /// is reported lost, or can be painted again later.
     [[nodiscard]] QPixmap square(const Source &source, int side);
 
+    /// The same for painting: where too much would be missing at once, as it is while the user scrolls, it is
+    /// the blank square until the picture is made in the background and `repaintNeeded`.
+    [[nodiscard]] QPixmap paintedSquare(const Source &source, int side);
+
+    /// True while pictures are being made in the background.
+    [[nodiscard]] bool isMaking() const { return maker.isBusy(); }
+
     /// The picture that was missed last, of those that are neither in the database nor in memory any more and
     /// have not been taken yet.
     [[nodiscard]] std::optional<Source> takeLost();
 
     /// Drops all pixels, so that squares are made again in the palette's colours.
-    void clearSquares() { squares.clear(); }
+    void clearSquares();
 
     /// Drops all that is kept for icons that are gone.
     void clear();
@@ -56,10 +66,13 @@ signals:
     /// `takeLost` has something to give.
     void lostPictures();
 
-    /// Icons that could not be painted can be tried again.
+    /// Icons that could not be painted can be tried again, or their pictures have been made.
     void repaintNeeded();
 
 private:
+    [[nodiscard]] SquareOrder orderOf(const Source &source, int side) const;
+    void keep(const SquareOrder &order, const QPixmap &square);
+    void takeMade(const SquareOrder &order, const QImage &square);
     [[nodiscard]] QImage picture(const Source &source);
     [[nodiscard]] QImage storedPicture(const Source &source);
     void reportLost(const Source &source);
@@ -70,4 +83,9 @@ private:
     QHash<quint64, int> busyAnswers;              ///< of the database, by source
     QList<Source> lost;                           ///< the latest last
     QTimer repaintTimer;
+    QSet<quint64> notMade;      ///< sources that had no picture in the background
+    QTimer madeTimer;           ///< runs from the first of some squares made to their painting
+    QElapsedTimer sinceMissing; ///< since the last square that was painted and not there
+    qint64 spentOnMissing = 0;  ///< nanoseconds, since squares began to be missing
+    SquareMaker maker;
 };

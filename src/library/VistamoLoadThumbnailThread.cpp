@@ -1,9 +1,8 @@
 #include "library/VistamoLoadThumbnailThread.h"
 
 #include "library/ThumbnailDatabase.h"
+#include "shared/image/ImageReading.h"
 
-#include <QBuffer>
-#include <QImageReader>
 #include <QtDebug>
 
 #include <utility>
@@ -13,13 +12,6 @@ namespace {
 // Answers are sent in batches, so that the GUI thread is not woken ten thousand times a second.
 constexpr int answersTogether = 64;
 constexpr int longestDelayMs = 15;
-
-/// Size of the picture in a JPEG file's header, or an empty size if there is none.
-QSize sizeOfJpeg(QByteArray bytes)
-{
-    QBuffer buffer(&bytes);
-    return QImageReader(&buffer, "jpg").size();
-}
 
 } // namespace
 
@@ -102,14 +94,14 @@ std::optional<TThumbnailRequest> VistamoLoadThumbnailThread::nextRequest()
 void VistamoLoadThumbnailThread::processRequestThumbnail(const TThumbnailRequest &request)
 {
     const TThumbnailRecord key = ThumbnailDatabase::keyOf(request.info);
-    const auto stored = ThumbnailDatabase::find(key);
-    const QSize size = stored ? sizeOfJpeg(stored->jpeg) : QSize();
-    if (size.isEmpty() || size.width() > thumbnailSide || size.height() > thumbnailSide) {
+    const auto full = ThumbnailDatabase::findResolution(key);
+    if (!full || full->isEmpty()) {
         publish();
-        maker->make(generation, request, stored ? ThumbnailStoring::AddBehindBroken : ThumbnailStoring::Add,
+        maker->make(generation, request, full ? ThumbnailStoring::AddBehindBroken : ThumbnailStoring::Add,
                     stopRequested);
         return;
     }
+    const QSize size = ImageReading::thumbnailSize(*full, thumbnailSide);
     found.append({generation, request.row, request.info.fileName(), key, size, true, {}, false, false});
     if (found.size() >= answersTogether || sincePublished.hasExpired(longestDelayMs))
         publish();

@@ -108,6 +108,39 @@ private slots:
         QCOMPARE(query("SELECT count(*) FROM FileData"), "3");
     }
 
+    void storedPicturesAreReadWhereTheyArePainted()
+    {
+        Pictures::save(path("a.jpg"), QSize(60, 40));
+        const ThumbnailAnswer whole = loadAll({"a.jpg"})[0];
+        QSqlQuery(VistamoGlobal::thumbnailDatabase).exec("UPDATE FileData SET resolution='512x128'");
+        QCOMPARE(loadAll({"a.jpg"})[0].size, QSize(256, 64));
+        // More than there is time for: the others follow by themselves.
+        QList<QIcon> made;
+        for (int i = 0; i < 150; ++i)
+            made.append(icons->icon(whole, {}));
+        const auto painted = [&] {
+            QImage canvas(256, 256, QImage::Format_RGB32);
+            return std::count_if(made.cbegin(), made.cend(), [&](const QIcon &icon) {
+                QPainter painter(&canvas);
+                icon.paint(&painter, canvas.rect());
+                return canvas.pixelColor(128, 128) != base();
+            });
+        };
+        qsizetype last = painted();
+        QVERIFY(last < made.size());
+        connect(icons.get(), &ThumbnailIcons::repaintNeeded, this, [&] { last = painted(); });
+        QTRY_COMPARE(last, made.size());
+        // In the palette's other colours; without a picture they are reported.
+        icons->clearSquares();
+        QVERIFY(painted() < made.size());
+        icons->clearSquares();
+        QSqlQuery(VistamoGlobal::thumbnailDatabase).exec("UPDATE FileData SET image=zeroblob(1000)");
+        QTRY_VERIFY(painted() == 0 && !icons->isMaking());
+        QVERIFY(icons->takeLost());
+        QVERIFY(loadAll({"a.jpg"})[0].stored);
+        icons->disconnect(this);
+    }
+
     void cachesStayWithinTheirBounds()
     {
         ThumbnailAnswer answer;

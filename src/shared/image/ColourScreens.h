@@ -31,6 +31,12 @@ public:
     /// False if `shown` would leave pictures as they are.
     [[nodiscard]] bool changes(const QScreen *screen) const;
 
+    /// For pictures that are made ready for this screen on another thread.
+    [[nodiscard]] ScreenTransform transformTo(const QScreen *screen) const
+    {
+        return known.value(screen).transform;
+    }
+
     /// A picture in sRGB as this screen is to be given it.
     [[nodiscard]] QImage shown(const QImage &image, const QScreen *screen) const;
 

@@ -74,7 +74,8 @@ ThumbsForm::ThumbsForm(QWidget *parent)
     : QWidget(parent)
     , ui(std::make_unique<Ui::ThumbsForm>())
     , fileList({[this](const TFileRecord &file) { return ticks.contains(file.path, file.fileName); },
-                [this](const auto &change) { ui->galleryTableView->keepInPlace(change); }})
+                [this](const auto &change) { ui->galleryTableView->keepInPlace(change); }},
+               this)
     , fileTransfer(transferSurroundings())
 {
     Q_INIT_RESOURCE(resources);
