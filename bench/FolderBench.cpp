@@ -124,6 +124,21 @@ void measureResizes(MainWindow &window)
     window.resize(size);
 }
 
+/// Presses plus and minus in turn; until the list has its new layout and shows it.
+void measureIconSizes(const Program &program)
+{
+    double longest = 0;
+    QElapsedTimer time;
+    for (int press = 0; press < 6; ++press) {
+        time.restart();
+        program.call(press % 2 == 0 ? "on_plusButton_clicked" : "on_minButton_clicked");
+        program.list.viewport()->repaint();
+        QCoreApplication::processEvents();
+        longest = std::max(longest, milliseconds(time));
+    }
+    print("longest press of plus or minus", longest, "ms");
+}
+
 } // namespace
 
 void measureFolder(const Program &program, const QString &folder)
@@ -165,6 +180,7 @@ void measureFolder(const Program &program, const QString &folder)
         }
     }
     measureResizes(program.window);
+    measureIconSizes(program);
     scrollThroughAll(program.list);
 }
 

@@ -4,6 +4,7 @@
 //   gallery-bench folder DIR       a folder is shown: rows, thumbnails, memory, answering, scrolling
 //   gallery-bench fling DIR        a folder is scrolled through at speed, with small and large thumbnails
 //   gallery-bench growth DIR       150 files come into a folder on show, ten a second
+//   gallery-bench leaving DIR      copies of a folder's photos, all ticked, are deleted and moved
 //   gallery-bench change SLOW DIR  another folder is shown while pictures of 100 megapixels are decoded
 //   gallery-bench start MS         the program, begun at MS of the steady clock, shows its last folder
 //   gallery-bench picture FILE     a picture is opened in the viewer: first sight, full picture, zoom
@@ -35,6 +36,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
+
+#include <cstdio>
 
 namespace {
 
@@ -83,7 +86,10 @@ int main(int argc, char *argv[])
         isStart = isStart || qstrcmp(argv[i], "start") == 0;
     }
     setHome(home, isStart);
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
+        if (type == QtFatalMsg)
+            std::fprintf(stderr, "%s\n", qPrintable(text));
+    });
 
     QApplication application(argc, argv);
     QApplication::setStyle("Fusion");
@@ -112,6 +118,8 @@ int main(int argc, char *argv[])
         measureFling(program, path);
     else if (what == "growth")
         measureGrowth(program, path);
+    else if (what == "leaving")
+        measureLeaving(program, path);
     else if (what == "change")
         measureChangeOfFolder(program, path, QFileInfo(arguments.value(2)).absoluteFilePath());
     else if (what == "picture")

@@ -85,6 +85,7 @@ struct Program
 void measureFolder(const Program &program, const QString &folder);
 void measureFling(const Program &program, const QString &folder);
 void measureGrowth(const Program &program, const QString &folder);
+void measureLeaving(const Program &program, const QString &folder);
 void measureChangeOfFolder(const Program &program, const QString &slowFolder, const QString &other);
 void measureStart(const Program &program, qint64 startedMs);
 void measurePicture(const Program &program, const QString &path);

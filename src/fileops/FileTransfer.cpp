@@ -47,6 +47,7 @@ bool FileTransfer::transfer(Mode mode, const QStringList &sources)
     }
     const bool cancelled = runner->isCancelled();
     runner.reset(); // with its dialog
+    tellMoved();
     if (!fileExistsList.isEmpty() && !cancelled) {
         surroundings.offerToOverwrite(fileExistsList, fileSourceList);
         return false;
@@ -67,6 +68,7 @@ void FileTransfer::overwrite(const QStringList &targets, const QStringList &sour
                                            FileCopy::Existing::Replace));
     }
     runner.reset();
+    tellMoved();
     finish();
 }
 
@@ -74,6 +76,13 @@ void FileTransfer::finish() const
 {
     if (copiedFileCount > 0)
         surroundings.tellSum(copiedFileCount, copyTargetFolder);
+}
+
+/// All at once: a list of files costs the same however many leave it.
+void FileTransfer::tellMoved()
+{
+    if (const QStringList files = std::exchange(movedFiles, {}); !files.isEmpty())
+        surroundings.moved(files);
 }
 
 /// True if another file of this move stands at the target.
@@ -102,6 +111,6 @@ bool FileTransfer::transferFile(FileRunner &runner, FileRunner::Place place, con
     written.insert(NativeCaselessPath(target), target);
     // A source that stays is one file too many, never one too few.
     if (moved == FileCopy::Moved::Yes)
-        surroundings.moved(source);
+        movedFiles.append(source);
     return true;
 }

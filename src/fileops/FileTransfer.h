@@ -31,8 +31,8 @@ public:
         /// Makes what runs the files of one transfer; it goes before anything is asked or told of them.
         std::function<std::unique_ptr<FileRunner>()> makeRunner;
 
-        /// A file has been transferred in a move, and removed from its old place.
-        std::function<void(const QString &source)> moved;
+        /// Files, at least one, have been transferred in a move, and removed from their old places.
+        std::function<void(const QStringList &sources)> moved;
 
         /// Asks which of the targets to replace: `overwrite` with some of them, or `finish`.
         std::function<void(const QStringList &targets, const QStringList &sources)> offerToOverwrite;
@@ -54,6 +54,7 @@ public:
     void finish() const;
 
 private:
+    void tellMoved();
     [[nodiscard]] bool isTaken(const QString &source, const QString &target) const;
     [[nodiscard]] bool transferFile(FileRunner &runner, FileRunner::Place place, const QString &source,
                                     const QString &target, FileCopy::Existing existing);
@@ -62,6 +63,7 @@ private:
     Mode moveMode = Mode::Copy;
     QStringList fileExistsList; ///< targets that did not come about, with their sources
     QStringList fileSourceList;
+    QStringList movedFiles;                          ///< that nobody has been told of yet
     QMultiHash<NativeCaselessPath, QString> written; ///< targets that have come about, or stand there
     QString copyTargetFolder;
     int copiedFileCount = 0;

@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <algorithm>
+
 namespace {
 
 enum Column
@@ -41,6 +43,7 @@ VistamoDeleteDialog::~VistamoDeleteDialog()
 void VistamoDeleteDialog::setFileList(const QList<VistamoGlobal::TFileData> &list)
 {
     QStringList paths;
+    QList<QList<QStandardItem *>> rows; // the last file stands first
     for (const VistamoGlobal::TFileData &file : list) {
         const QFileInfo info(file.fullPath);
         if (!info.exists())
@@ -48,10 +51,11 @@ void VistamoDeleteDialog::setFileList(const QList<VistamoGlobal::TFileData> &lis
         auto *const item = new QStandardItem(info.fileName());
         item->setCheckable(true);
         item->setCheckState(Qt::Checked);
-        rootItem->insertRow(0, {item, new QStandardItem(QDir::toNativeSeparators(info.path())),
-                                new QStandardItem(QString::number(file.index))});
+        rows.append({item, new QStandardItem(QDir::toNativeSeparators(info.path())),
+                     new QStandardItem(QString::number(file.index))});
         paths.append(file.fullPath);
     }
+    std::for_each(rows.crbegin(), rows.crend(), [this](const auto &row) { rootItem->appendRow(row); });
     iconThread.set(std::make_unique<DeleteIconThread>(paths, thumbnailSize));
     iconThread.on(&DeleteIconThread::iconMade,
                   [this](int number, const QImage &icon) { onIconMade(number, icon); });

@@ -7,6 +7,7 @@
 #include "shared/threads/Background.h"
 
 #include <QFileInfo>
+#include <QMultiHash>
 #include <QSet>
 #include <QtDebug>
 
@@ -415,20 +416,29 @@ void FileList::clear()
     assertInStep();
 }
 
-bool FileList::remove(const QString &path)
+bool FileList::remove(const QStringList &paths)
 {
-    const QString fileName = QFileInfo(path).fileName();
-    const int row = firstRow([&](const TFileRecord &file) {
-        return file.fileName.compare(fileName, Qt::CaseInsensitive) == 0
-               && isOneDespiteCase(file.fullPath, path);
-    });
-    if (row < 0)
+    QMultiHash<QString, QString> wanted; // by their names, without their case
+    for (const QString &path : paths)
+        wanted.insert(QFileInfo(path).fileName().toCaseFolded(), path);
+    QList<int> rows;
+    for (int row = 0; row < count(); ++row) {
+        const TFileRecord &file = records()[row];
+        const auto [begin, end] = wanted.equal_range(file.fileName.toCaseFolded());
+        const auto found = std::find_if(
+            begin, end, [&](const QString &path) { return isOneDespiteCase(file.fullPath, path); });
+        if (found == end)
+            continue;
+        wanted.erase(found);
+        rows.append(row);
+    }
+    if (rows.isEmpty())
         return false;
     fileHasLeft = true;
-    mainModel.removeRow(row);
-    galleryModel.removeRow(row);
-    records().removeAt(row);
-    assertSameFile(row);
+    removeFiles(rows);
+    if (rows.first() == 0)
+        galleryModel.removeRow(0);
+    assertSameFile(rows.first());
     assertInStep();
     return true;
 }

@@ -62,9 +62,9 @@ public:
     /// Empties the list.
     void clear();
 
-    /// Takes a file out of the list, whatever the case of its path. False if it is not there. The strip has a
+    /// Takes files out of the list, whatever the case of their paths. False if none is there. The strip has a
     /// single row: it loses all or nothing.
-    [[nodiscard]] bool remove(const QString &path);
+    [[nodiscard]] bool remove(const QStringList &paths);
 
     [[nodiscard]] int count() const { return static_cast<int>(VistamoGlobal::fileDataList.size()); }
 

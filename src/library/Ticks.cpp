@@ -50,11 +50,21 @@ void Ticks::set(const QString &path, const QString &fileName, bool ticked)
 
 void Ticks::set(const QList<TFileRecord> &files, bool ticked)
 {
-    QSet<QString> gone;
+    QStringList unticked;
     for (const TFileRecord &file : files) {
         if (ticked)
             set(file.path, file.fileName, true);
-        else if (const QString found = find(file.path + QLatin1Char('/') + file.fileName); !found.isNull())
+        else
+            unticked.append(file.path + QLatin1Char('/') + file.fileName);
+    }
+    untick(unticked);
+}
+
+void Ticks::untick(const QStringList &files)
+{
+    QSet<QString> gone;
+    for (const QString &file : files) {
+        if (const QString found = find(file); !found.isNull())
             gone.insert(found);
     }
     for (const QString &file : gone) {

@@ -29,6 +29,9 @@ public:
     /// The same for many.
     void set(const QList<TFileRecord> &files, bool ticked);
 
+    /// Takes the ticks off files, given with their paths, wherever they have one.
+    void untick(const QStringList &files);
+
     /// Tells which files a folder has. A tick whose file has gone, or has another name by now, stays for when
     /// it comes back, and is not counted until then.
     void setPresent(const QString &folder, const QList<TFileRecord> &files);

@@ -126,7 +126,7 @@ private:
     QStringList events;
     FileTransfer transfer{{[this] { return target; },
                            [this] { return std::make_unique<Runner>(cancelAfter); },
-                           [this](const QString &source) { events.append("moved " + relative(source)); },
+                           [this](const QStringList &files) { events.append("moved " + shortly(files)); },
                            [this](const QStringList &targets, const QStringList &sources) {
                                events.append("offer " + shortly(targets) + " from " + shortly(sources));
                            },

@@ -180,7 +180,7 @@ private slots:
         differ({"c.jpg"}, {});
         QCOMPARE(asked, QList<int>()); // is the same now
         // One that left by itself has left its cell, which the next change takes away.
-        QVERIFY(list->remove("/photos/d.jpg"));
+        QVERIFY(list->remove({"/photos/d.jpg"}));
         list->take(answer(6, "f.jpg"));
         QCOMPARE(list->strip().item(0, 6)->icon().cacheKey(), list->list().item(5)->icon().cacheKey());
         differ({}, {"0.jpg"});
@@ -206,7 +206,7 @@ private slots:
         QVERIFY(list->take(files, true));
         QCOMPARE(list->lastRowNamed("A.jpg"), 0);
         ticks->set(folder.path(), "a.jpg", false);
-        QVERIFY(list->remove(folder.filePath("a.jpg")) && !list->remove(folder.filePath("a.jpg")));
+        QVERIFY(list->remove({folder.filePath("a.jpg")}) && !list->remove({folder.filePath("a.jpg")}));
         QCOMPARE(VistamoGlobal::fileDataList.value(0).fileName, "A.jpg");
         QCOMPARE(ticks->files(), QStringList(folder.filePath("A.jpg")));
     }
@@ -214,7 +214,7 @@ private slots:
     void answersFindTheirFile()
     {
         QVERIFY(list->take(batch(0, {"a.jpg", "b.jpg", "c.jpg"}, true), true));
-        QVERIFY(list->remove("/PHOTOS/A.jpg") && !list->remove("/photos/a.jpg"));
+        QVERIFY(list->remove({"/PHOTOS/A.jpg"}) && !list->remove({"/photos/a.jpg"}));
         list->take(answer(2, "c.jpg")); // its row is 1 by now
         list->take(answer(0, "a.jpg")); // has left
         list->take(answer(0, "b.jpg", 2));

@@ -31,6 +31,8 @@ private slots:
             if (question.kind == DialogSeam::Kind::Message
                 && !program->window->findChild<QProgressDialog *>())
                 messages.append(question.title + ": " + question.text);
+            if (question.kind == DialogSeam::Kind::SelectFolder)
+                std::exchange(whileAsked, [] {})();
             return question.kind == DialogSeam::Kind::SelectFolder ? target : QString();
         });
         target = path("target");
@@ -105,6 +107,21 @@ private slots:
         QCOMPARE(disk("photos"), QStringList({"a.png", "c.png"}));
         QCOMPARE(program->rows(), 2);
         QTRY_COMPARE(columns(), 2);
+    }
+
+    void tickLeavesWithFileWhoseRowHasGone()
+    {
+        startOn("showCheckboxButton");
+        program->tick("c.png");
+        whileAsked = [this] {
+            program->deleted("another"); // the next change is not skipped
+            QVERIFY(QFile::remove(path("photos/c.png")));
+            QTRY_COMPARE(program->rows(), 2);
+            write("photos/c.png", contents["photos/c.png"]);
+        };
+        program->call("onMovetoAction");
+        QCOMPARE(disk("target"), QStringList("c.png"));
+        QVERIFY(VistamoGlobal::checkedItemList.isEmpty());
     }
 
     void renamed()
@@ -319,6 +336,7 @@ private:
 
     QHash<QString, QByteArray> contents;
     QString target;
+    std::function<void()> whileAsked = [] {}; ///< what happens once, until a folder is chosen
     QStringList messages;
 };
 

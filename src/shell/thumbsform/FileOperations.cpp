@@ -43,7 +43,7 @@ FileTransfer::Surroundings ThumbsForm::transferSurroundings()
         return picker.selectFolder(picker.documentsFolder(), tr("Select Folder ..."));
     };
     return {pickFolder, [this] { return std::make_unique<FileWork>(this); },
-            [this](const QString &source) { removeItemFromList(source); },
+            [this](const QStringList &sources) { removeItemsFromList(sources); },
             [this](const QStringList &targets, const QStringList &sources) {
                 showOverwriteDialog(targets, sources);
             },
@@ -134,12 +134,11 @@ void ThumbsForm::on_readyToDeleteFile()
 /// Takes deleted files out of the lists, by their paths: their rows may have moved by now.
 void ThumbsForm::on_fileDeleted(QList<VistamoGlobal::TFileData> deletedFileList)
 {
-    for (auto file = deletedFileList.crbegin(); file != deletedFileList.crend(); ++file) {
-        removeItemFromList(file->fullPath);
-        // Also of a file whose row has gone already.
-        const QFileInfo info(file->fullPath);
-        ticks.set(info.path(), info.fileName(), false);
-    }
+    QStringList files;
+    for (const VistamoGlobal::TFileData &file : deletedFileList)
+        files.append(file.fullPath);
+    removeItemsFromList(files);
+    ticks.untick(files);
     checkDeleteButton();
     folderWatch.clearSkip();
 }

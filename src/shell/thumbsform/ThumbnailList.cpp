@@ -10,6 +10,7 @@
 #include <QtDebug>
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -180,15 +181,19 @@ void ThumbsForm::onDoubleClickListView(QModelIndex index)
     initCropMode();
 }
 
-void ThumbsForm::removeItemFromList(QString path)
+/// Takes files that have left the disk out of the list; those of the folder on show lose their ticks.
+void ThumbsForm::removeItemsFromList(const QStringList &files)
 {
     qDebug() << "removeItemFromList: ";
-    if (!fileList.remove(path))
-        return;
     // Rows that a walk still adds go by its own count, and the strip is filled by a walk alone.
-    folderWatch.reportSoon(folderLoad.path());
-    const QFileInfo info(path);
-    ticks.set(info.path(), info.fileName(), false);
+    if (fileList.remove(files))
+        folderWatch.reportSoon(folderLoad.path());
+    // Also those whose rows have gone already.
+    QStringList here;
+    std::copy_if(files.begin(), files.end(), std::back_inserter(here), [this](const QString &file) {
+        return NativeCaselessPath(QFileInfo(file).path()) == NativeCaselessPath(fileList.folder());
+    });
+    ticks.untick(here);
     checkDeleteButton();
 }
 
