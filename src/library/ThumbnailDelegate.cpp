@@ -86,14 +86,12 @@ QSize ThumbnailDelegate::sizeHint(const QStyleOptionViewItem &option, const QMod
 QSize ThumbnailDelegate::sizeOf(const QString &text, bool checkable, const QStyleOptionViewItem &option,
                                 const QModelIndex &index) const
 {
-    QSize &size = sizeOfText[checkable][text];
-    if (!size.isValid()) {
-        const QSize room = textSize(text, option);
-        QSize &known = sizeOfShape[{room.width(), room.height(), checkable}];
-        if (!known.isValid())
-            known = QStyledItemDelegate::sizeHint(option, index);
-        size = known;
-    }
+    QSize &room = roomOfText[text];
+    if (!room.isValid())
+        room = textSize(text, option);
+    QSize &size = sizeOfShape[{room.width(), room.height(), checkable}];
+    if (!size.isValid())
+        size = QStyledItemDelegate::sizeHint(option, index);
     return size;
 }
 
@@ -107,15 +105,13 @@ void ThumbnailDelegate::initStyleOption(QStyleOptionViewItem *option, const QMod
 
 void ThumbnailDelegate::forgetIfChanged(const QStyleOptionViewItem &option) const
 {
-    const bool changed = font != option.font || iconSize != option.decorationSize;
-    if (changed) {
+    const bool fontChanged = font != option.font;
+    if (fontChanged || iconSize != option.decorationSize) {
         font = option.font;
         iconSize = option.decorationSize;
         sizeOfShape.clear();
         sizeOfRow.clear();
     }
-    if (changed || sizeOfText[0].size() + sizeOfText[1].size() >= mostTexts) {
-        sizeOfText[0].clear();
-        sizeOfText[1].clear();
-    }
+    if (fontChanged || roomOfText.size() >= mostTexts)
+        roomOfText.clear();
 }

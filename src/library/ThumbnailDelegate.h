@@ -50,6 +50,6 @@ private:
     mutable QFont font;
     mutable QSize iconSize;
     mutable QHash<Shape, QSize> sizeOfShape;
-    mutable QHash<QString, QSize> sizeOfText[2]; ///< without and with a check box
+    mutable QHash<QString, QSize> roomOfText; ///< whatever the size of the icons
     mutable QList<RowSize> sizeOfRow;
 };
