@@ -12,6 +12,7 @@
 #include <QThread>
 #include <QTimer>
 #include <QWheelEvent>
+#include <QWindow>
 
 #include <algorithm>
 #include <ctime>
@@ -298,6 +299,16 @@ void measureChangeOfFolder(const Program &program, const QString &slowFolder, co
     }
     print("change of folder while a slow decode runs: click", median(clicks), "ms");
     print("change of folder while a slow decode runs: first rows", median(rows), "ms");
+}
+
+void measureWindow(const Program &program, qint64 startedMs)
+{
+    QElapsedTimer now;
+    now.start();
+    const qint64 before = now.msecsSinceReference() - startedMs;
+    waitFor(now, [&] { return program.window.windowHandle()->isExposed(); });
+    program.window.repaint();
+    print("start of the program to its window", static_cast<double>(before) + milliseconds(now), "ms");
 }
 
 void measureStart(const Program &program, qint64 startedMs)

@@ -7,6 +7,7 @@
 //   gallery-bench leaving DIR      copies of a folder's photos, all ticked, are deleted and moved
 //   gallery-bench change SLOW DIR  another folder is shown while pictures of 100 megapixels are decoded
 //   gallery-bench start MS         the program, begun at MS of the steady clock, shows its last folder
+//   gallery-bench window MS        the program, begun at MS of the steady clock, shows its window
 //   gallery-bench picture FILE     a picture is opened in the viewer: first sight, full picture, zoom
 //   gallery-bench steps DIR        arrow keys in the viewer; the last photo is the only one of its size
 //   gallery-bench edit FILE        a picture is turned, filtered and cropped in the viewer
@@ -109,6 +110,10 @@ int main(int argc, char *argv[])
     const Program program(window);
     if (isStart) {
         measureStart(program, arguments.value(1).toLongLong());
+        return 0;
+    }
+    if (what == "window") {
+        measureWindow(program, arguments.value(1).toLongLong());
         return 0;
     }
     QCoreApplication::processEvents();

@@ -88,6 +88,7 @@ void measureGrowth(const Program &program, const QString &folder);
 void measureLeaving(const Program &program, const QString &folder);
 void measureChangeOfFolder(const Program &program, const QString &slowFolder, const QString &other);
 void measureStart(const Program &program, qint64 startedMs);
+void measureWindow(const Program &program, qint64 startedMs);
 void measurePicture(const Program &program, const QString &path);
 void measureSteps(const Program &program, const QString &folder);
 void measureEdits(const Program &program, const QString &path);

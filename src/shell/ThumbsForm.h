@@ -249,7 +249,7 @@ private:
     void tickRows(int first, int last, bool ticked);
     void tickFolder(bool ticked);
     void tickRest(const QSet<QString> &before);
-    void removeItemsFromList(const QStringList &files);
+    void removeItemFromList(const QStringList &files);
     QStringList selectedFiles() const;
 
     // Viewer

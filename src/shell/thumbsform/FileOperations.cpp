@@ -43,7 +43,7 @@ FileTransfer::Surroundings ThumbsForm::transferSurroundings()
         return picker.selectFolder(picker.documentsFolder(), tr("Select Folder ..."));
     };
     return {pickFolder, [this] { return std::make_unique<FileWork>(this); },
-            [this](const QStringList &sources) { removeItemsFromList(sources); },
+            [this](const QStringList &sources) { removeItemFromList(sources); },
             [this](const QStringList &targets, const QStringList &sources) {
                 showOverwriteDialog(targets, sources);
             },
@@ -137,7 +137,7 @@ void ThumbsForm::on_fileDeleted(QList<VistamoGlobal::TFileData> deletedFileList)
     QStringList files;
     for (const VistamoGlobal::TFileData &file : deletedFileList)
         files.append(file.fullPath);
-    removeItemsFromList(files);
+    removeItemFromList(files);
     ticks.untick(files);
     checkDeleteButton();
     folderWatch.clearSkip();

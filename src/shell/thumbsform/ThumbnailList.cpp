@@ -182,7 +182,7 @@ void ThumbsForm::onDoubleClickListView(QModelIndex index)
 }
 
 /// Takes files that have left the disk out of the list; those of the folder on show lose their ticks.
-void ThumbsForm::removeItemsFromList(const QStringList &files)
+void ThumbsForm::removeItemFromList(const QStringList &files)
 {
     qDebug() << "removeItemFromList: ";
     // Rows that a walk still adds go by its own count, and the strip is filled by a walk alone.
