@@ -26,7 +26,7 @@ void fill(const QString &folder, const QStringList &photos, const QString &from)
         const QString source = from + '/' + name;
         const QString target = folder + '/' + name;
         std::error_code failure;
-        std::filesystem::create_hard_link(source.toStdString(), target.toStdString(), failure);
+        std::filesystem::create_hard_link(source.toStdU16String(), target.toStdU16String(), failure);
         if (failure && !QFile::copy(source, target))
             qFatal("A photo could not be put into its place.");
     }
@@ -47,7 +47,7 @@ double plainLoop(const QStringList &photos, const QString &from, const QString &
                 || info.write(QByteArray(100, ' ')) != 100)
                 qFatal("Nothing can be noted.");
         }
-        std::filesystem::rename((from + '/' + name).toStdString(), (to + '/' + name).toStdString());
+        std::filesystem::rename((from + '/' + name).toStdU16String(), (to + '/' + name).toStdU16String());
         if (!isTrash) {
             Platform::flushFolder(to);
             Platform::flushFolder(from);

@@ -26,6 +26,9 @@ namespace Platform {
 /// Processor time that this process has used, milliseconds.
 [[nodiscard]] qint64 processorTime();
 
+/// That of the calling thread alone.
+[[nodiscard]] double threadProcessorTime();
+
 /// Flushes an open file to the disk. False if that failed.
 [[nodiscard]] bool flushToDisk(const QFileDevice &file);
 

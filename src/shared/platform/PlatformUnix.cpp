@@ -117,6 +117,13 @@ qint64 Platform::processorTime()
     return used.tv_sec * 1000LL + used.tv_nsec / 1'000'000;
 }
 
+double Platform::threadProcessorTime()
+{
+    timespec used = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return static_cast<double>(used.tv_sec) * 1e3 + static_cast<double>(used.tv_nsec) / 1e6;
+}
+
 bool Platform::isMountPlace(const QString &path)
 {
     // Where desktops mount what is plugged in.

@@ -27,6 +27,12 @@ namespace {
 // Who has died of an error has no window to tell it in.
 [[maybe_unused]] const int runtimeErrorMode = _set_error_mode(_OUT_TO_STDERR);
 
+/// Of a time that is told in units of 100 ns.
+double milliseconds(FILETIME time)
+{
+    return static_cast<double>(quint64(time.dwHighDateTime) << 32 | time.dwLowDateTime) / 1e4;
+}
+
 /// What the job that the process runs in allows it, bytes.
 quint64 jobLimit()
 {
@@ -74,9 +80,14 @@ qint64 Platform::processorTime()
     FILETIME created, ended, kernel, user;
     if (!GetProcessTimes(GetCurrentProcess(), &created, &ended, &kernel, &user))
         return 0;
-    const auto milliseconds = [](FILETIME time) { // told in units of 100 ns
-        return static_cast<qint64>((quint64(time.dwHighDateTime) << 32 | time.dwLowDateTime) / 10'000);
-    };
+    return static_cast<qint64>(milliseconds(kernel) + milliseconds(user));
+}
+
+double Platform::threadProcessorTime()
+{
+    FILETIME created, ended, kernel, user;
+    if (!GetThreadTimes(GetCurrentThread(), &created, &ended, &kernel, &user))
+        return 0;
     return milliseconds(kernel) + milliseconds(user);
 }
 
