@@ -14,6 +14,8 @@ namespace {
 constexpr int longestEndMs = 1000;
 // As long as a file that is being written has to be quiet.
 constexpr int changingMs = 2000;
+// What they take in memory is worth giving back: a megabyte or more.
+constexpr int manyRequests = 2000;
 
 } // namespace
 
@@ -183,6 +185,7 @@ void FolderLoad::startThumbnails()
     if (loadThumbnailThread.isActive())
         return;
     using Thread = VistamoLoadThumbnailThread;
+    requested = 0;
     loadThumbnailThread.set(std::make_unique<Thread>(currentGeneration, thumbnailMaker.get()));
     loadThumbnailThread.on(&Thread::thumbnailsFound,
                            [this](const QList<ThumbnailAnswer> &found) { emit thumbnailsFound(found); });
@@ -200,7 +203,7 @@ void FolderLoad::onThumbnailsEnded(VistamoLoadThumbnailThread &ended)
         for (const TThumbnailRequest &request : late)
             requestThumbnail(request.info, request.row);
         loadThumbnailThread->setEnumFinished();
-    } else {
+    } else if (requested >= manyRequests) {
         Background::run(Platform::returnFreedMemory); // of the requests for all files
     }
     goOn();
@@ -214,8 +217,10 @@ void FolderLoad::stopThumbnails()
 
 void FolderLoad::requestThumbnail(const QFileInfo &info, int row)
 {
-    if (loadThumbnailThread.isActive())
-        loadThumbnailThread->addRequest(info, row);
+    if (!loadThumbnailThread.isActive())
+        return;
+    ++requested;
+    loadThumbnailThread->addRequest(info, row);
 }
 
 void FolderLoad::setScrollPosition(float ratio, int files)

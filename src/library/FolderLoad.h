@@ -122,6 +122,7 @@ private:
     bool compareAfterWalk = false;
     bool allAreKnown = false;          ///< the folder on show was read to its end
     QTimer refreshTimer;               ///< runs while the threads are ending
+    int requested = 0;                 ///< of the thread that finds thumbnails
     int madeAgain = 0;                 ///< in flight
     QList<TThumbnailRequest> changing; ///< files of the folder on show that were being written
     QList<TThumbnailRequest> complete; ///< those that may be complete by now

@@ -29,10 +29,10 @@ SquareMaker::SquareMaker(QObject *parent)
     pool.setObjectName(QStringLiteral("SquareMaker"));
 }
 
-SquareMaker::~SquareMaker()
+bool SquareMaker::finish(int milliseconds)
 {
     waiting.lock()->clear();
-    pool.waitForDone();
+    return pool.waitForDone(milliseconds);
 }
 
 void SquareMaker::order(SquareOrder order)

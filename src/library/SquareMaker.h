@@ -38,7 +38,6 @@ class SquareMaker : public QObject
 
 public:
     explicit SquareMaker(QObject *parent = nullptr);
-    ~SquareMaker() override;
 
     /// Comes back as `made`, unless too many orders follow or all are dropped. One that is given again is
     /// made once.
@@ -46,6 +45,10 @@ public:
 
     /// No order given so far comes back.
     void dropAll();
+
+    /// Makes no more, and waits for what is in hand, `milliseconds` at most. False if something still is:
+    /// then this object has to stay.
+    [[nodiscard]] bool finish(int milliseconds);
 
     [[nodiscard]] bool isBusy() const { return !ordered.isEmpty(); }
 

@@ -3,6 +3,7 @@
 #include "library/ThumbnailDatabase.h"
 #include "library/ThumbnailIconEngine.h"
 #include "shared/image/ColourScreens.h"
+#include "shared/threads/StoppableThread.h"
 
 #include <QGuiApplication>
 #include <QPalette>
@@ -24,6 +25,8 @@ constexpr qint64 mostOnMissingNs = 4'000'000;
 constexpr int restMs = 100;
 // Squares that are made within half a frame are painted together.
 constexpr int paintedTogetherMs = 8;
+// Of a lookup in hand at the end of the program.
+constexpr int longestEndMs = 1000;
 // More than fit on a screen; one that falls out is reported again when it is painted.
 constexpr qsizetype mostLost = 200;
 
@@ -33,6 +36,7 @@ ThumbnailIcons::ThumbnailIcons(QObject *parent)
     : QObject(parent)
     , squares(squaresBytes)
     , encoded(encodedBytes)
+    , maker(std::make_unique<SquareMaker>())
 {
     repaintTimer.setSingleShot(true);
     repaintTimer.setInterval(repaintAfterMs);
@@ -40,11 +44,19 @@ ThumbnailIcons::ThumbnailIcons(QObject *parent)
     madeTimer.setSingleShot(true);
     madeTimer.setInterval(paintedTogetherMs);
     connect(&madeTimer, &QTimer::timeout, this, &ThumbnailIcons::repaintNeeded);
-    connect(&maker, &SquareMaker::made, this, &ThumbnailIcons::takeMade);
+    connect(maker.get(), &SquareMaker::made, this, &ThumbnailIcons::takeMade);
     connect(&Colour::Screens::all(), &Colour::Screens::changed, this, [this] {
         clearSquares();
         emit repaintNeeded();
     });
+}
+
+ThumbnailIcons::~ThumbnailIcons()
+{
+    if (maker->finish(longestEndMs))
+        return;
+    StoppableThread::someLeftBehind = true;
+    static_cast<void>(maker.release()); // a lookup that hangs may come back to it
 }
 
 QIcon ThumbnailIcons::blank()
@@ -88,7 +100,7 @@ QPixmap ThumbnailIcons::paintedSquare(const Source &source, int side)
     sinceMissing.start();
     const QByteArray *const bytes = source.stored ? nullptr : encoded.object(source.id);
     if ((!source.stored && !bytes) || notMade.contains(source.id)
-        || (spentOnMissing < mostOnMissingNs && !maker.isBusy())) {
+        || (spentOnMissing < mostOnMissingNs && !maker->isBusy())) {
         QPixmap made = square(source, side);
         spentOnMissing += sinceMissing.nsecsElapsed();
         return made;
@@ -97,7 +109,7 @@ QPixmap ThumbnailIcons::paintedSquare(const Source &source, int side)
     order.key = source.key;
     if (bytes)
         order.encoded = *bytes;
-    maker.order(std::move(order));
+    maker->order(std::move(order));
     return square({}, side);
 }
 
@@ -116,7 +128,7 @@ void ThumbnailIcons::keep(const SquareOrder &order, const QPixmap &square)
 {
     // All that the screens can show stay, or they would be made and painted without end.
     if (const QScreen *const screen = QGuiApplication::primaryScreen()) {
-        const QSizeF shown = QSizeF(screen->virtualSize()) * screen->devicePixelRatio();
+        const QSizeF shown = QSizeF(screen->virtualSize()) * qGuiApp->devicePixelRatio();
         squares.setMaxCost(
             std::max(squaresBytes, static_cast<qsizetype>(2 * 4 * shown.width() * shown.height())));
     }
@@ -141,7 +153,7 @@ std::optional<ThumbnailIcons::Source> ThumbnailIcons::takeLost()
 
 void ThumbnailIcons::clearSquares()
 {
-    maker.dropAll();
+    maker->dropAll();
     squares.clear();
 }
 

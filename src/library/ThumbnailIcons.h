@@ -14,6 +14,7 @@
 #include <QSet>
 #include <QTimer>
 
+#include <memory>
 #include <optional>
 
 /// The icons of the thumbnails: squares of 256 pixels with the picture in the middle, made when they are
@@ -34,6 +35,7 @@ public:
     };
 
     explicit ThumbnailIcons(QObject *parent = nullptr);
+    ~ThumbnailIcons() override;
 
     /// The plain square that stands for a picture not read yet or without content.
     [[nodiscard]] QIcon blank();
@@ -50,7 +52,7 @@ public:
     [[nodiscard]] QPixmap paintedSquare(const Source &source, int side);
 
     /// True while pictures are being made in the background.
-    [[nodiscard]] bool isMaking() const { return maker.isBusy(); }
+    [[nodiscard]] bool isMaking() const { return maker->isBusy(); }
 
     /// The picture that was missed last, of those that are neither in the database nor in memory any more and
     /// have not been taken yet.
@@ -87,5 +89,5 @@ private:
     QTimer madeTimer;           ///< runs from the first of some squares made to their painting
     QElapsedTimer sinceMissing; ///< since the last square that was painted and not there
     qint64 spentOnMissing = 0;  ///< nanoseconds, since squares began to be missing
-    SquareMaker maker;
+    std::unique_ptr<SquareMaker> maker;
 };

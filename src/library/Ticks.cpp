@@ -12,6 +12,8 @@ QString Ticks::find(const QString &file) const
     if (tickedFiles.isEmpty())
         return {};
     const auto [begin, end] = tickedFiles.equal_range(NativeCaselessPath(file));
+    if (std::find(begin, end, file) != end) // of two that have gone nobody can tell whether they were one
+        return file;
     const auto found =
         std::find_if(begin, end, [&](const QString &other) { return isOneDespiteCase(other, file); });
     return found == end ? QString() : *found;
@@ -57,10 +59,20 @@ void Ticks::set(const QList<TFileRecord> &files, bool ticked)
         else
             unticked.append(file.path + QLatin1Char('/') + file.fileName);
     }
-    untick(unticked);
+    remove(unticked);
 }
 
 void Ticks::untick(const QStringList &files)
+{
+    for (const QString &file : files) {
+        qDebug() << "removeItemFromCheckedItemList: ";
+        qDebug() << "path: " << QFileInfo(file).path();
+        qDebug() << "fileName: " << QFileInfo(file).fileName();
+    }
+    remove(files);
+}
+
+void Ticks::remove(const QStringList &files)
 {
     QSet<QString> gone;
     for (const QString &file : files) {

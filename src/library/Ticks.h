@@ -46,6 +46,7 @@ public:
 
 private:
     [[nodiscard]] QString find(const QString &file) const;
+    void remove(const QStringList &files);
     void assertInStep() const;
 
     QMultiHash<NativeCaselessPath, QString> tickedFiles; ///< with their paths

@@ -209,6 +209,11 @@ private slots:
         QVERIFY(list->remove({folder.filePath("a.jpg")}) && !list->remove({folder.filePath("a.jpg")}));
         QCOMPARE(VistamoGlobal::fileDataList.value(0).fileName, "A.jpg");
         QCOMPARE(ticks->files(), QStringList(folder.filePath("A.jpg")));
+        // Both at once, when neither is there to be asked whether they were one.
+        ticks->set(folder.path(), "a.jpg", true);
+        QVERIFY(QFile::remove(folder.filePath("A.jpg")));
+        ticks->untick({folder.filePath("A.jpg"), folder.filePath("a.jpg")});
+        QCOMPARE(ticks->files(), QStringList());
     }
 
     void answersFindTheirFile()

@@ -50,7 +50,7 @@ QImage Heif::readShrunk(const heif_image_handle &handle, QSize size)
         return {};
     const int bits = heif_image_get_bits_per_pixel_range(decoded, heif_channel_R);
     const bool isDeep = heif_image_handle_get_luma_bits_per_pixel(&handle) > 8;
-    if ((bits > 8) != isDeep)
+    if (isDeep ? bits < 9 || bits > 16 : bits != 8)
         return {};
     QImage image;
     if (!QImageIOHandler::allocateImage(size, isDeep ? QImage::Format_RGBX64 : QImage::Format_RGBX8888,

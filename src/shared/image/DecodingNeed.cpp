@@ -41,7 +41,7 @@ DecodingNeed decodingNeed(const QImageReader &reader, QIODevice &file)
         return {2 * bytesOf(scaled.isValid() ? jpegStep(full, scaled) : full),
                 JpegMarkers::coefficientBytes(file).value_or(0)};
     if (format == "webp" && scaled.isValid())
-        return {2 * bytesOf(scaled), bytesOf(full)};
+        return {2 * bytesOf(scaled), 2 * bytesOf(full)}; // what is not decoded in rows is scaled as a whole
     if (format == "orrelan-tiff")
         return {2 * bytesOf(scaled.isValid() ? scaled : full),
                 reader.text(QStringLiteral("DecodingBytes")).toLongLong()};

@@ -32,7 +32,10 @@ constexpr qsizetype mostExif = 16 * 1024 * 1024;
 /// with it: some end the program then.
 bool hasMemoryFor(const QImage &image, const QByteArray &format)
 {
-    const qint64 need = qint64(image.width()) * image.height() * ImageWriting::bytesPerPixel(format)
+    const bool isPlainTiff =
+        format.startsWith("tif") && PlainTiff::takes(image); // has no file to put metadata into
+    const qint64 need = qint64(image.width()) * image.height()
+                        * ImageWriting::bytesPerPixel(isPlainTiff ? "png" : format)
                         * (image.depth() > 32 ? 2 : 1);
     if (need <= MemoryBudget::bytes())
         return true;

@@ -95,6 +95,8 @@ bool PackedPng::unpack(QByteArray data)
 
 bool PackedPng::writePiece(bool isLast)
 {
+    if (!packer) // a writer opens what is closed
+        return false;
     const size_t bytes = pieceBytes - unpacking.avail_out;
     checksum = libdeflate_adler32(checksum, piece.data(), bytes);
     QByteArray packed(static_cast<qsizetype>(libdeflate_deflate_compress_bound(packer.get(), bytes)),

@@ -184,7 +184,8 @@ void ThumbsForm::onDoubleClickListView(QModelIndex index)
 /// Takes files that have left the disk out of the list; those of the folder on show lose their ticks.
 void ThumbsForm::removeItemFromList(const QStringList &files)
 {
-    qDebug() << "removeItemFromList: ";
+    for (qsizetype i = 0; i < files.size(); ++i)
+        qDebug() << "removeItemFromList: ";
     // Rows that a walk still adds go by its own count, and the strip is filled by a walk alone.
     if (fileList.remove(files))
         folderWatch.reportSoon(folderLoad.path());

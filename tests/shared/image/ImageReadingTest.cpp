@@ -164,8 +164,8 @@ private slots:
         const std::tuple<QByteArray, bool, qint64> files[] = {
             {Pictures::encoded(picture, "jpg"), false, 0},
             {Pictures::progressiveJpeg(picture), false, blocks * 128},
-            {Pictures::encoded(picture, "webp", 50), true, 400 * 300 * 4},
-            {Pictures::encoded(picture, "webp", 100), true, 400 * 300 * 4}};
+            {Pictures::encoded(picture, "webp", 50), true, 2 * 400 * 300 * 4},
+            {Pictures::encoded(picture, "webp", 100), true, 2 * 400 * 300 * 4}};
         for (const auto &[bytes, scaled, kept] : files) {
             write("a", bytes);
             QFile file(path("a"));
