@@ -3,6 +3,7 @@
 #include "shared/image/ImageReading.h"
 #include "shared/image/ImageWriting.h"
 #include "shared/image/MemoryBudget.h"
+#include "shared/image/PlainTiff.h"
 #include "shared/platform/Platform.h"
 #include "shared/VistamoGlobal.h"
 #include "support/ColourProfiles.h"
@@ -112,7 +113,16 @@ private slots:
                     QVERIFY(QImage(path("a.bmp")).convertToFormat(pixels) == image);
                     QVERIFY(toldOf("a." + format).startsWith("Camera"));
                     QVERIFY(format == "tiff" || file.data().count("IDAT") > 2);
+                    QFile full(path("full"));
+                    bool isDone = true;
+                    Failures::onFullDisk(file.size() / 2, [&] {
+                        isDone = full.open(QIODevice::WriteOnly)
+                                 && ImageWriting::write(image, format, -1, path("in/a.jpg"), full)
+                                 && full.flush();
+                    });
+                    QVERIFY(full.isOpen() && !isDone);
                 }
+                QVERIFY(PlainTiff::headOf(image, "no file of one pixel").isEmpty());
             }
     }
 

@@ -204,7 +204,11 @@ bool ImageWriting::write(const QImage &image, const QByteArray &format, int qual
     const QByteArray whole = metadata.isEmpty() ? buffer.data() : withMetadata(buffer.data(), metadata);
     if (!metadata.icc.isEmpty() && whole == buffer.data()) // of other colours without it
         return write(inSrgbOrNone(image), format, quality, source, device, places);
-    if (isPlainTiff)
-        return PlainTiff::write(image, whole, device);
+    if (isPlainTiff) {
+        QByteArray head = PlainTiff::headOf(image, whole);
+        if (head.isEmpty()) // metadata cost themselves, not the picture
+            head = PlainTiff::headOf(image, buffer.data());
+        return !head.isEmpty() && PlainTiff::write(image, head, device);
+    }
     return device.write(whole) == whole.size();
 }

@@ -23,6 +23,11 @@ qint64 bytesOfRow(const QImage &image)
     return qint64(image.width()) * (isGrey(image) ? 1 : 3);
 }
 
+qint64 rowsOfStrip(const QImage &image)
+{
+    return std::clamp<qint64>(stripBytes / bytesOfRow(image), 1, image.height());
+}
+
 // Such files are in the byte order of the machine.
 template <typename Number>
 Number numberAt(const QByteArray &file, qsizetype at)
@@ -47,10 +52,10 @@ bool PlainTiff::takes(const QImage &image)
            && bytesOfRow(image) * image.height() < most;
 }
 
-bool PlainTiff::write(const QImage &image, QByteArray head, QIODevice &device)
+QByteArray PlainTiff::headOf(const QImage &image, QByteArray head)
 {
     const qint64 row = bytesOfRow(image);
-    const qint64 rows = std::clamp<qint64>(stripBytes / row, 1, image.height());
+    const qint64 rows = rowsOfStrip(image);
     const qint64 strips = (image.height() + rows - 1) / rows;
 
     head.append(head.size() % 2, 0);
@@ -76,7 +81,7 @@ bool PlainTiff::write(const QImage &image, QByteArray head, QIODevice &device)
                    {279, strips, isSingle ? rows * row : places + 4 * strips}};
     const qsizetype directory = numberAt<quint32>(head, 4);
     if (directory > places - 2)
-        return false;
+        return {};
     const qsizetype entries =
         std::min<qsizetype>(numberAt<quint16>(head, directory), (places - directory) / entryBytes);
     size_t found = 0;
@@ -91,9 +96,15 @@ bool PlainTiff::write(const QImage &image, QByteArray head, QIODevice &device)
             ++found;
         }
     }
-    if (found != std::size(changed) || device.write(head) != head.size())
-        return false;
+    return found == std::size(changed) ? head : QByteArray();
+}
 
+bool PlainTiff::write(const QImage &image, const QByteArray &head, QIODevice &device)
+{
+    if (device.write(head) != head.size())
+        return false;
+    const qint64 row = bytesOfRow(image);
+    const qint64 rows = rowsOfStrip(image);
     const QImage::Format format = isGrey(image) ? image.format() : QImage::Format_RGB888;
     for (qint64 y = 0; y < image.height(); y += rows) {
         const int count = static_cast<int>(std::min(rows, image.height() - y));

@@ -12,10 +12,12 @@ namespace PlainTiff {
 /// Whether a picture is for this way: 8 bits a channel, of grey or of colours without alpha.
 [[nodiscard]] bool takes(const QImage &image);
 
-/// Writes a picture in the place of another's one pixel.
+/// What stands before the rows of a picture. Empty if the file is none of one pixel.
 /// @param ofOnePixel a TIFF file of the same format and colours, uncompressed, with whatever tags are wanted,
 /// as libtiff writes it
-/// False if that is no such file, or if the device fails.
-[[nodiscard]] bool write(const QImage &image, QByteArray ofOnePixel, QIODevice &device);
+[[nodiscard]] QByteArray headOf(const QImage &image, QByteArray ofOnePixel);
+
+/// Writes that and the rows. False if the device fails.
+[[nodiscard]] bool write(const QImage &image, const QByteArray &head, QIODevice &device);
 
 } // namespace PlainTiff
