@@ -17,6 +17,7 @@
 namespace {
 
 constexpr qint64 mostBytes = 256 << 20; ///< of the file
+constexpr qint64 headBytes = 4096;      ///< tell what the picture is, but behind a large profile
 constexpr int leastStep = 4; ///< below it shows that halved colours are not drawn softly over the next pixels
 constexpr int lossy = 1;
 
@@ -24,6 +25,19 @@ using Config = std::unique_ptr<WebPDecoderConfig, decltype([](WebPDecoderConfig 
                                    WebPFreeDecBuffer(&config->output);
                                    delete config;
                                })>;
+
+WebPData dataOf(const QByteArray &bytes)
+{
+    return {reinterpret_cast<const uint8_t *>(bytes.constData()), static_cast<size_t>(bytes.size())};
+}
+
+bool isShrinkable(const WebPBitstreamFeatures &input, QSize size)
+{
+    // Halved colours of an odd side reach beyond it.
+    const bool isOdd = input.format == lossy && (input.width | input.height) % 2 != 0;
+    return !input.has_alpha && !input.has_animation && !isOdd && input.width / leastStep >= size.width()
+           && input.height / leastStep >= size.height();
+}
 
 QColorSpace colourSpaceOf(const WebPData &file)
 {
@@ -95,21 +109,21 @@ bool shrinkRows(const WebPData &data, WebPDecoderConfig &config, QImage &image)
 
 QImage shrunkWebp(QIODevice &file, QSize size)
 {
-    const QByteArray bytes = file.size() > mostBytes ? QByteArray() : file.readAll();
-    const WebPData data{reinterpret_cast<const uint8_t *>(bytes.constData()),
-                        static_cast<size_t>(bytes.size())};
     const Config config(new WebPDecoderConfig{});
-    const WebPBitstreamFeatures &input = config->input;
-    if (size.isEmpty() || WebPInitDecoderConfig(config.get()) == 0
-        || WebPGetFeatures(data.bytes, data.size, &config->input) != VP8_STATUS_OK || input.has_alpha
-        || input.has_animation || input.width / leastStep < size.width()
-        || input.height / leastStep < size.height())
+    if (size.isEmpty() || file.size() > mostBytes || WebPInitDecoderConfig(config.get()) == 0)
         return {};
-    // Halved colours of an odd side reach beyond it.
-    if (input.format == lossy && (input.width | input.height) % 2 != 0)
+    WebPBitstreamFeatures &input = config->input;
+    const auto isKnown = [&input](const WebPData &begin) {
+        return WebPGetFeatures(begin.bytes, begin.size, &input) == VP8_STATUS_OK;
+    };
+    const QByteArray head = file.peek(headBytes);
+    if (isKnown(dataOf(head)) && !isShrinkable(input, size))
         return {};
+    const QByteArray bytes = file.readAll();
+    const WebPData data = dataOf(bytes);
     QImage image;
-    if (!QImageIOHandler::allocateImage(size, QImage::Format_RGB32, &image))
+    if (!isKnown(data) || !isShrinkable(input, size)
+        || !QImageIOHandler::allocateImage(size, QImage::Format_RGB32, &image))
         return {};
     if (!(input.format == lossy ? shrinkPlanes : shrinkRows)(data, *config, image))
         return {};
