@@ -194,7 +194,7 @@ bool ImageWriting::write(const QImage &image, const QByteArray &format, int qual
     if (!metadata.icc.isEmpty() && format == "webp")
         encodable.setColorSpace(
             QColorSpace::SRgb); // exiv2 changes a profile, and adds one in the wrong place
-    if (!writer.write(encodable)) {
+    if (!writer.write(encodable) || png.hasFailed()) {
         qDebug() << "Cannot encode" << format << writer.errorString()
                  << QImageWriter::supportedImageFormats();
         return false;

@@ -43,25 +43,34 @@ PackedPng::~PackedPng()
 
 qint64 PackedPng::writeData(const char *data, qint64 length)
 {
+    if (failed)
+        return length;
     pending.append(data, length);
+    failed = !takePending();
+    return length;
+}
+
+/// Takes what chunks are whole by now.
+bool PackedPng::takePending()
+{
     qsizetype done = 0;
     if (!isBegun && pending.startsWith('\x89')) {
         if (pending.size() < signatureBytes)
-            return length;
+            return true;
         done = signatureBytes;
         if (!write(pending.first(done)))
-            return -1;
+            return false;
     }
     while (pending.size() - done >= 12) {
         const qint64 size = 12 + qint64(qFromBigEndian<quint32>(pending.constData() + done));
         if (size > pending.size() - done)
             break;
         if (!take(pending.sliced(done, size)))
-            return -1;
+            return false;
         done += size;
     }
     pending.remove(0, done);
-    return length;
+    return true;
 }
 
 bool PackedPng::write(const QByteArray &bytes)

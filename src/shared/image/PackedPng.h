@@ -23,12 +23,16 @@ public:
 
     [[nodiscard]] bool isSequential() const override { return true; }
 
+    /// True once the device has failed, or if the stream is none of PNG: the writer is not told so, as it
+    /// would not give back what it holds in memory.
+    [[nodiscard]] bool hasFailed() const { return failed; }
+
 protected:
     qint64 readData(char * /*data*/, qint64 /*most*/) override { return -1; }
-    /// -1 once the device has failed, or if the stream is none of PNG.
     qint64 writeData(const char *data, qint64 length) override;
 
 private:
+    [[nodiscard]] bool takePending();
     [[nodiscard]] bool write(const QByteArray &bytes);
     [[nodiscard]] bool take(const QByteArray &chunk);
     [[nodiscard]] bool unpack(QByteArray data);
@@ -42,5 +46,6 @@ private:
     std::vector<uchar> piece; ///< of the rows, each behind the number of its filter
     quint32 checksum = 1;     ///< of all rows, as Adler begins it
     bool isBegun = false;     ///< the stream of packed pixels
+    bool failed = false;
     const std::unique_ptr<libdeflate_compressor, decltype(&libdeflate_free_compressor)> packer;
 };
