@@ -1,6 +1,8 @@
 // Holds the shrinking of HEIC and AVIF pictures against the means of the whole picture: of pictures of the
 // kind that the bytes say, with their other bytes as pixels.
 
+#include "Choices.h"
+
 #include "formats/heif/HeifReader.h"
 #include "formats/heif/HeifWriter.h"
 #include "support/Shrunk.h"
@@ -11,17 +13,14 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    const uint8_t *const end = data + size;
-    const auto next = [&](int most) { return data < end ? *data++ % most : 0; };
+    Choices choices(data, size);
+    const auto next = [&](int most) { return choices.next(most); };
     const auto coding = next(2) ? HeifWriter::Coding::Av1 : HeifWriter::Coding::Hevc;
     const int quality = next(101);
     const bool isDeep = next(2);
     const QSize full(1 + next(128), 1 + next(96));
     const QSize scaled(1 + next(full.width()), 1 + next(full.height()));
-    QImage picture(5, 4, isDeep ? QImage::Format_RGBX64 : QImage::Format_RGB32);
-    for (int i = 0; i < 20; ++i)
-        picture.setPixelColor(i % 5, i / 5, QColor(next(256), next(256), next(256)));
-    picture = picture.scaled(full, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    QImage picture = choices.picture(full, isDeep ? QImage::Format_RGBX64 : QImage::Format_RGB32);
     picture.setColorSpace(next(2) ? QColorSpace::DisplayP3 : QColorSpace::SRgb);
 
     QBuffer buffer;

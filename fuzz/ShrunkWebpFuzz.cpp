@@ -1,6 +1,8 @@
 // Holds the shrinking of WebP pictures against the means of the whole picture: of soft pictures in the
 // colours and of the kind that the bytes say.
 
+#include "Choices.h"
+
 #include "shared/image/ShrunkWebp.h"
 #include "support/Shrunk.h"
 
@@ -20,17 +22,14 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    const uint8_t *const end = data + size;
-    const auto next = [&](int most) { return data < end ? *data++ % most : 0; };
+    Choices choices(data, size);
+    const auto next = [&](int most) { return choices.next(most); };
     const int quality = next(101); // 100 is without loss
     const QSize full(64 + next(193), 64 + next(65));
     const QSize scaled(1 + next(full.width() / 4), 1 + next(full.height() / 4));
     const int cut = next(8) == 7 ? next(256) : 0;
-    QImage picture(5, 4, QImage::Format_RGB32);
     // Brighter and darker ones are cut off in each pixel alone, the means of them in none.
-    for (int i = 0; i < 20; ++i)
-        picture.setPixelColor(i % 5, i / 5, QColor(80 + next(96), 80 + next(96), 80 + next(96)));
-    picture = picture.scaled(full, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    QImage picture = choices.picture(full, QImage::Format_RGB32, 80, 175);
     picture.setColorSpace(next(2) ? QColorSpace::DisplayP3 : QColorSpace::SRgb);
 
     QByteArray file;

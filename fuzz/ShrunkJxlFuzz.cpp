@@ -1,6 +1,8 @@
 // Holds the shrinking of JPEG XL pictures against that of the whole picture: of soft pictures in the colours
 // and in the way of coding that the bytes say.
 
+#include "Choices.h"
+
 #include "formats/jxl/JxlReader.h"
 #include "formats/jxl/JxlShrunk.h"
 #include "support/JxlFiles.h"
@@ -13,8 +15,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    const uint8_t *const end = data + size;
-    const auto next = [&](int most) { return data < end ? *data++ % most : 0; };
+    Choices choices(data, size);
+    const auto next = [&](int most) { return choices.next(most); };
     JxlFiles::Kind kind{QSize(257 + next(256), 64 + next(256))};
     kind.bits = 8 + 8 * next(2);
     kind.lossy = next(8) > 0;
@@ -26,10 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
                      {JXL_ENC_FRAME_SETTING_MODULAR, kind.lossy ? next(8) / 7 : 0}};
     const int shorter = std::min(kind.size.width(), kind.size.height()) / 8; // it may be turned
     const QSize wanted(1 + next(shorter), 1 + next(shorter));
-    QImage colours(5, 4, QImage::Format_RGB32);
-    for (int i = 0; i < 20; ++i)
-        colours.setPixelColor(i % 5, i / 5, QColor(next(256), next(256), next(256)));
-    kind.picture = colours.scaled(kind.size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    kind.picture = choices.picture(kind.size);
 
     const QByteArray file = JxlFiles::make(kind);
     QBuffer buffer;
