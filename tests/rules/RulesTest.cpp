@@ -1,6 +1,5 @@
 #include "library/FileNames.h"
 #include "library/ThumbnailRequestQueue.h"
-#include "shared/platform/FolderPicker.h"
 #include "shared/platform/NativePath.h"
 #include "shared/platform/NewFileName.h"
 #include "shared/platform/PathIdentity.h"
@@ -23,10 +22,7 @@ private slots:
     void fileNames()
     {
         const QString line = "0123456789abcdef";
-        QCOMPARE(wrapFileName(""), "");
         QCOMPARE(wrapFileName(line), line);
-        QCOMPARE(wrapFileName(line + "g"), line + "\ng");
-        QCOMPARE(wrapFileName(line + line), line + "\n" + line);
         QCOMPARE(wrapFileName(line + line + "01234.jpg"), line + "\n" + line + "\n01234.jpg");
         const QString two = QString::fromUtf8("\U0001F305"); // two code units
         QCOMPARE(wrapFileName(line.chopped(1) + two + "."), line.chopped(1) + "\n" + two + ".");
@@ -34,17 +30,13 @@ private slots:
 
     void namesOfNewFiles()
     {
-        using Row = std::tuple<QString, bool, bool>;
-        for (const auto &[name, onUnix, onWindows] :
-             {Row("a.jpg", true, true), Row(".a", true, true), Row("...", true, false), Row("", false, false),
-              Row(".", false, false), Row("..", false, false), Row("../a", false, false),
-              Row("a/b", false, false), Row("a\\b", true, false), Row("a.jpg:b", true, false),
-              Row("a?.jpg", true, false), Row("a\nb", true, false), Row("a.", true, false),
-              Row("a ", true, false), Row("Con.jpg", true, false), Row("lpt1", true, false),
-              Row("COM\u00b2 .jpg", true, false), Row("console.jpg", true, true),
-              Row(QString("a") + QChar(u'\0'), false, false)}) {
-            QVERIFY2(isNewFileName(name, FileNameRules::Unix) == onUnix, qPrintable(name));
-            QVERIFY2(isNewFileName(name, FileNameRules::Windows) == onWindows, qPrintable(name));
+        const QStringList nowhere = {"", ".", "..", "../a", "a/b", QString("a") + QChar(u'\0')};
+        const QStringList onUnixAlone = {"...", "a\\b", "a.jpg:b", "a?.jpg", "a\nb",
+                                         "a.",  "a ",   "Con.jpg", "lpt1",   "COM\u00b2 .jpg"};
+        for (const QString &name : nowhere + onUnixAlone + QStringList{"a.jpg", ".a", "console.jpg"}) {
+            QVERIFY2(isNewFileName(name, FileNameRules::Unix) != nowhere.contains(name), qPrintable(name));
+            QVERIFY2(isNewFileName(name, FileNameRules::Windows) != (nowhere + onUnixAlone).contains(name),
+                     qPrintable(name));
         }
     }
 
@@ -83,11 +75,6 @@ private slots:
         store.sync();
         QCOMPARE(lines("Vistamo.ini"), QStringList({"[%General]", "exportImagePath=/d"}));
         setSettingsFolder({});
-
-        QDir::home().rmdir("Pictures"); // Wine makes one
-        QCOMPARE(FolderPicker().picturesFolder(), QDir::homePath());
-        QVERIFY(QDir::home().mkdir("Pictures"));
-        QCOMPARE(QDir(FolderPicker().picturesFolder()), QDir(QDir::homePath() + "/Pictures"));
     }
 
     void windowGeometry()
@@ -98,11 +85,8 @@ private slots:
         QCOMPARE(restored(0, 0, 0, 0), QRect(0, 0, 986, 513)); // first start
         QCOMPARE(restored(50, 60, 1200, 800), QRect(50, 60, 1200, 800));
         QCOMPARE(restored(-1, -1, 1200, 800), QRect(100, 100, 1200, 800));
-        QCOMPARE(restored(1920, 10, 900, 600), QRect(1920, 10, 986, 600));   // narrow: stays beyond the edge
-        QCOMPARE(restored(1000, 10, 1000, 600), QRect(920, 10, 1000, 600));  // wide: moved back
-        QCOMPARE(restored(300, 10, 2500, 600), QRect(300, 10, 1920, 600));   // too wide: keeps its place
-        QCOMPARE(restored(10, 10, 1000, 1500), QRect(10, -420, 1000, 1500)); // higher than the screen
-        QCOMPARE(restored(10, 10, 1000, 2000), QRect(10, 10, 1000, 1080));   // higher than the screen is wide
+        QCOMPARE(restored(1000, 10, 1000, 600), QRect(920, 10, 1000, 600)); // wide: moved back
+        QCOMPARE(restored(10, 10, 1000, 2000), QRect(10, 10, 1000, 1080));  // higher than the screen is wide
         QCOMPARE(restored(INT_MAX, INT_MIN, INT_MAX, INT_MAX), QRect(100, 100, 1920, 1080));
     }
 
@@ -117,8 +101,7 @@ private slots:
         using Sizes = QList<QSize>;
         QCOMPARE(layout(Fit, QSize(4000, 100)), (Sizes{{1000, 25}, view}));
         QCOMPARE(layout(Fit, QSize(3000, 4000)), (Sizes{{375, 500}, view}));
-        QCOMPARE(layout(Fit, QSize(200, 100)), (Sizes{{1000, 500}, view})); // a tie goes by the width
-        QCOMPARE(layout(Fit, QSize(9000, 2)), (Sizes{{1000, 1}, view}));    // thinner than a pixel
+        QCOMPARE(layout(Fit, QSize(9000, 2)), (Sizes{{1000, 1}, view})); // thinner than a pixel
         QCOMPARE(layout(FitWidth, QSize(400, 100)), (Sizes{{1000, 250}, view}));
         QCOMPARE(layout(FitHeight, QSize(400, 100)), (Sizes{{2000, 500}, {2000, 500}}));
         QCOMPARE(layout(RealSize, QSize(60, 40)), (Sizes{{60, 40}, view}));
@@ -127,29 +110,7 @@ private slots:
         QCOMPARE(layout(Free, QSize(300, 155), std::nan("")), (Sizes{{968, 500}, view})); // nothing was shown
         for (const ScaleMode mode : {Fit, FitWidth, FitHeight, RealSize, Free})
             QCOMPARE(layout(mode, QSize(0, 0), 1), (Sizes{QSize(), view}));
-        QCOMPARE(viewportOf(QSize(1000, 600)), QSize(984, 596));
         QCOMPARE(viewportOf(QSize(3, 3)), QSize(1, 1));
-        // On a screen with scaling.
-        for (const auto &[ratio, pixels, label] : {std::tuple(1.0, view, QSize(1200, 500)),
-                                                   {2.0, view * 2, view},
-                                                   {1.25, QSize(1249, 624), view},
-                                                   {1.5, QSize(1499, 749), view}}) {
-            const Viewport port = {view, ratio};
-            QCOMPARE(port.pixels(), pixels);
-            QCOMPARE(port.labelFor(QSize(1200, 10)), label);
-            QCOMPARE(port.labelFor(port.pixels()), view);
-        }
-    }
-
-    void scalingRoundsAsPixmapsDo()
-    {
-        for (const QSize full : {QSize(7, 4), QSize(333, 100), QSize(101, 99), QSize(640, 427)}) {
-            const QPixmap pixmap(full);
-            for (const int side : {5, 50, 97, 640, 1111}) {
-                QCOMPARE(scaledToWidth(full, side), pixmap.scaledToWidth(side).size());
-                QCOMPARE(scaledToHeight(full, side), pixmap.scaledToHeight(side).size());
-            }
-        }
     }
 
     void zooming()
@@ -159,13 +120,10 @@ private slots:
         };
         QCOMPARE(next(1005, 3000, 1), 1105);
         QCOMPARE(next(1005, 3000, -1), 904);
-        QCOMPARE(next(45, 3000, -1), 40);
-        QCOMPARE(next(44, 3000, -1), 0); // not below 40 pixels
-        QCOMPARE(next(3636, 1000, 1), 3999);
+        QCOMPARE(next(44, 3000, -1), 0);  // not below 40 pixels
         QCOMPARE(next(3700, 1000, 1), 0); // not beyond four times
         QCOMPARE(next(300, 10, 1), 330);
         QCOMPARE(next(330, 10, 1), 0); // beyond four times and the screen's width
-        QCOMPARE(next(1000, 3000, 0), 0);
     }
 
     void thumbnailsAreMadeFromWhereTheUserScrolled()
@@ -209,9 +167,6 @@ private slots:
         QCOMPARE(previousIndex(7, 3), 2);
         QCOMPARE(nextIndex(7, 0), 0);
         QCOMPARE(previousIndex(7, 0), 0);
-        const NavigationButtons places = navigationButtons(QSize(1000, 601), QSize(40, 31), QSize(40, 31));
-        QCOMPARE(places.back, QPoint(20, 285));
-        QCOMPARE(places.forward, QPoint(939, 285));
     }
 };
 
