@@ -28,12 +28,8 @@ private slots:
         for (const char *const name : {"a", "b", "c"})
             QCOMPARE(read(QString("to/") + name), QByteArray("from/") + name);
         QCOMPARE(disk("from").size(), 3);
-        // The sum is that of the last transfer.
-        transfer.finish();
+        transfer.finish(); // there was no other since
         QCOMPARE(events.last(), "told 3 to");
-        QVERIFY(!transfer.transfer(Mode::Copy, sources({"a"})));
-        transfer.finish(); // nothing to tell of
-        QCOMPARE(events.last(), "offer to/a from from/a");
     }
 
     void filesOfOneNameAreNotMovedOverEachOther()
@@ -85,9 +81,6 @@ private slots:
         write("to/c", "in the way");
         transfer.overwrite({path("to/c"), path("to/b")}, sources({"c", "b"}));
         QVERIFY(read("to/c") == "from/c" && read("to/b") == "in the way");
-        events.clear();
-        QVERIFY(transfer.transfer(Mode::Copy, {})); // nobody is asked for a folder
-        QCOMPARE(events, QStringList());
     }
 
 private:

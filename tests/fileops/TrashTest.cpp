@@ -14,11 +14,7 @@ private slots:
 
     void filesOfTheHomeVolume()
     {
-        const QStringList names = {"a.jpg",
-                                   ".hidden",
-                                   "100% \u00fc\nb.jpg",
-                                   QString(81, u'写') + ".jpg",
-                                   QString(123, u'ü') + "写.jpg",
+        const QStringList names = {".hidden", "100% \u00fc\nb.jpg", QString(123, u'ü') + "写.jpg",
                                    QString(249, 'n') + ".jpeg"};
         for (int round = 0; round < 2; ++round) { // a name may go there twice
             for (const QString &name : names) {
