@@ -1,10 +1,9 @@
 #include "fileops/FileCopy.h"
-#include "support/Failures.h"
 #include "support/Files.h"
 
 #include <shellapi.h>
 
-/// What the recycle bin takes, and that nothing is lost where it takes nothing.
+/// What the recycle bin takes. FilesInUseTest has what it cannot take.
 class RecycleBinTest : public FolderTest
 {
     Q_OBJECT
@@ -27,17 +26,6 @@ private slots:
                 QCOMPARE(inBin(), before + 1);
             }
         }
-    }
-
-    void fileStaysWhereNothingTakesIt()
-    {
-        write("a.jpg", "the picture");
-        const qint64 before = inBin();
-        Failures::inClosedFolder(folder->path(),
-                                 [this] { QVERIFY(!FileCopy::moveToTrash(path("a.jpg"), progress)); });
-        QVERIFY(!FileCopy::moveToTrash(path("gone.jpg"), progress));
-        QCOMPARE(read("a.jpg"), "the picture");
-        QCOMPARE(inBin(), before);
     }
 
 private:

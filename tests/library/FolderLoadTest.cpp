@@ -139,13 +139,15 @@ private slots:
 #ifdef Q_OS_WIN
         images.removeAll("x.jfi"); // the same file
         std::transform(images.cbegin(), images.cend(), images.begin(), Files::possibleName);
+        write("c/hidden.jpg", "x");
+        QVERIFY(SetFileAttributesW(QFileInfo(path("c/hidden.jpg")).filesystemFilePath().c_str(),
+                                   FILE_ATTRIBUTE_HIDDEN));
 #endif
         for (const QString &name :
              images + QStringList{"c.txt", ".hidden.jpg", "jpg", "archive.png.zip", "picture."})
             write(name == "link.jpg" ? "target" : "c/" + name, "x");
         QVERIFY(QDir(path("c")).mkdir("folder.jpg"));
-        for (const char *const name : {"c/folder.jpg/inside.jpg", "c/folder.jpg/readme"})
-            write(name, "x");
+        write("c/folder.jpg/inside.jpg", "x");
         if (!Files::link(path("target"), path("c/link.jpg")))
             images.removeAll("link.jpg");
         else
@@ -208,35 +210,24 @@ private slots:
         QTRY_COMPARE(load->state(), State::Idle);
     }
 
-    void statesOfALoad()
-    {
-        QCOMPARE(load->state(), State::Idle);
-        load->show(path("b"));
-        QVERIFY(load->state() == State::Running && VistamoGlobal::vistamoLoadFolderThreadStat);
-        load->show(path("b")); // the same: nothing
-        QTRY_COMPARE(load->state(), State::Idle);
-        QCOMPARE(events, QStringList({"shown b", "walked"}));
-        QVERIFY(complete && names.size() == 3 && answers == 3);
-        QVERIFY(!VistamoGlobal::vistamoLoadFolderThreadStat);
-        load->showChanged(path("B")); // whatever the case
-        load->showChanged(path("c")); // not on show any more
-        QTRY_COMPARE(load->state(), State::Idle);
-        QCOMPARE(events.mid(2), QStringList({"shown B", "walked"}));
-        load->leave();
-        load->reload();
-        QCOMPARE(load->state(), State::Idle);
-        QCOMPARE(load->path(), QString());
-    }
-
     void lastFolderCounts()
     {
         load->show(path("a"));
         load->show(path("c"));
-        load->show(path("b"));
+        for (int i = 0; i < 2; ++i)
+            load->show(path("b"));
         QCOMPARE(load->state(), State::Stopping);
         QTRY_COMPARE(load->state(), State::Idle);
         QCOMPARE(events, QStringList({"shown a", "shown c", "shown b", "walked", "walked"}));
-        QCOMPARE(names.size(), 3);
+        QVERIFY(names.size() == 3 && answers == 3);
+        load->showChanged(path("c")); // not on show any more
+        QCOMPARE(load->state(), State::Idle);
+        load->showChanged(path("B")); // whatever the case
+        QVERIFY(load->state() == State::Running && VistamoGlobal::vistamoLoadFolderThreadStat);
+        load->leave();
+        load->reload();
+        QTRY_COMPARE(load->state(), State::Idle);
+        QCOMPARE(load->path(), QString());
     }
 
     void walkThatWasCutShortIsRedone()
