@@ -39,8 +39,7 @@ private slots:
             folders.add(path, {});
         QCOMPARE(folders.paths(), QStringList({"/", "/photos/c", "/photos/b", "/photos/a"}));
         QCOMPARE(texts(folders.model()), QStringList({"", "c", "b", "a"}));
-        for (const auto &[path, row] : {std::pair("/PHOTOS/B", 2), {"/photos", -1}, {"", -1}})
-            QCOMPARE(folders.find(path), row);
+        QVERIFY(folders.find("/PHOTOS/B") == 2 && folders.find("/photos") == -1);
         for (const auto &[from, to] : {std::pair(0, 3), {2, 0}})
             QVERIFY(folders.move(from, to));
         for (const auto &[from, to] : {std::pair(4, 0), {0, 4}, {-1, 0}})
@@ -48,8 +47,7 @@ private slots:
         QCOMPARE(texts(folders.model()), QStringList({"a", "c", "b", ""}));
         QVERIFY(!folders.remove("/photos/B"));
         QVERIFY(folders.remove("/photos/b"));
-        QCOMPARE(folders.pathAt(2), "/");
-        QCOMPARE(folders.pathAt(3), QString());
+        QVERIFY(folders.pathAt(2) == "/" && folders.pathAt(3).isEmpty());
     }
 
     void foldersThatMayComeBackAreNoneThatAreGone()
@@ -80,9 +78,7 @@ private slots:
         rmdir(qPrintable(mountPoint));
 #endif
         for (const auto &[path, state] : cases)
-            QVERIFY2(
-                states.contains(path) && states[path] == state,
-                qPrintable(QString("%1: %2").arg(path).arg(states.contains(path) ? int(states[path]) : -1)));
+            QVERIFY2(states.value(path, FolderState(-1)) == state, qPrintable(path));
     }
 
     void ticksKeepTheirOrder()
@@ -161,7 +157,7 @@ private slots:
                  list->take(files, true).value_or(QList<TThumbnailRequest>()))
                 asked.append(request.row);
             QCOMPARE(texts(list->list()), namesInList());
-            QCOMPARE(cells(), namesInList());
+            QCOMPARE(texts(list->strip()), namesInList());
         };
         // In front, in the middle and at the end; one that was put in another's place; one that is not
         // listed.
@@ -225,11 +221,8 @@ private slots:
         list->take(answer(0, "b.jpg", 2));
         QCOMPARE(VistamoGlobal::fileDataList[0].imageRect, QRect());
         QCOMPARE(VistamoGlobal::fileDataList[1].imageRect, thumbnailRect(QSize(256, 128)));
-        QCOMPARE(list->rowOf("/photos/c.jpg"), 1);
-        QCOMPARE(list->rowOf("/PHOTOS/c.jpg"), 1);
-        QCOMPARE(list->rowOf("/photos/C.jpg"), -1);
-        QCOMPARE(list->lastRowNamed("C.JPG"), 1);
-        QVERIFY(!list->at(2) && !list->at(-1));
+        QVERIFY(list->rowOf("/PHOTOS/c.jpg") == 1 && list->rowOf("/photos/C.jpg") == -1);
+        QVERIFY(list->lastRowNamed("C.JPG") == 1 && !list->at(2) && !list->at(-1));
         // The next walk fills the strip again.
         list->begin({1}, "/photos");
         QVERIFY(list->take(batch(0, {"b.jpg", "c.jpg"}, true), true));
@@ -266,8 +259,8 @@ private:
     static QStringList texts(const QStandardItemModel &model)
     {
         QStringList texts;
-        for (int row = 0; row < model.rowCount(); ++row)
-            texts.append(model.item(row)->text());
+        for (int i = 0; i < model.rowCount() * model.columnCount(); ++i) // one of them is 1
+            texts.append(model.item(i % model.rowCount(), i / model.rowCount())->text());
         return texts;
     }
     static QStringList namesInList()
@@ -276,13 +269,6 @@ private:
         for (const TFileRecord &file : std::as_const(VistamoGlobal::fileDataList))
             names.append(file.fileName);
         return names;
-    }
-    QStringList cells() const
-    {
-        QStringList cells;
-        for (int column = 0; column < list->strip().columnCount(); ++column)
-            cells.append(list->strip().item(0, column)->text());
-        return cells;
     }
     QList<int> ticked() const
     {
