@@ -87,42 +87,55 @@ private slots:
         QTRY_COMPARE(HangingDrive::waiting, 0);
     }
 
-    void otherFoldersStayUsable_data()
+    void aFolderThatIsChosen()
     {
-        QTest::addColumn<QString>("folder");
-        QTest::newRow("a folder that is on show") << "drive/near";
-        QTest::newRow("one that is chosen") << "drive/far";
+        startAndHang();
+        program->openFolder(1);
+        QTRY_VERIFY(HangingDrive::waiting > 0);
+        otherFoldersAreUsable();
     }
 
-    void otherFoldersStayUsable()
+    void theFolderOnShow()
     {
-        QFETCH(QString, folder);
-        const QStringList folders = {path("drive/near"), path("drive/far"), path("photos")};
-        start(folders, 40);
-        hang();
-        if (folder == "drive/far") {
-            program->openFolder(1);
-            QTRY_VERIFY(HangingDrive::waiting > 0);
-        } else {
-            program->open(5);
-            program->click("forwardButton");
-            QTRY_VERIFY(HangingDrive::waiting > 0);
-            program->click("closeButton");
-            program->list()->scrollToBottom();
-            program->choose(6);
-            whenDialog([](QWidget *dialog) {
-                QTest::qWait(200); // for its icons
-                dialog->close();
-            });
-            program->click("deleteButton");
-            whenDialog([](QWidget *menu) { menu->close(); });
-            program->call("onRightMouseButtonPressEvent", Q_ARG(QPoint, QPoint(60, 60)));
-            program->click("slideShowButton");
-            QTest::qWait(300);
-            if (auto *const show = program->window->findChild<QWidget *>("SlideShowForm"))
-                QTest::keyClick(show, Qt::Key_Escape);
-            program->click("showCheckboxButton"); // reads the folder again
-        }
+        startAndHang();
+        program->open(5);
+        program->click("forwardButton");
+        QTRY_VERIFY(HangingDrive::waiting > 0);
+        program->click("closeButton");
+        program->list()->scrollToBottom();
+        program->choose(6);
+        whenDialog([](QWidget *dialog) {
+            QTest::qWait(200); // for its icons
+            dialog->close();
+        });
+        program->click("deleteButton");
+        whenDialog([](QWidget *menu) { menu->close(); });
+        program->call("onRightMouseButtonPressEvent", Q_ARG(QPoint, QPoint(60, 60)));
+        program->click("slideShowButton");
+        QTest::qWait(300);
+        if (auto *const show = program->window->findChild<QWidget *>("SlideShowForm"))
+            QTest::keyClick(show, Qt::Key_Escape);
+        program->click("showCheckboxButton"); // reads the folder again
+        otherFoldersAreUsable();
+    }
+
+    void programStartsAndEnds()
+    {
+        HangingDrive::hangs = true;
+        Program::setFolders({path("drive/near"), path("drive/far"), path("photos")});
+        program = std::make_unique<Program>();
+        QCOMPARE(program->tree(), QStringList({"near", "far", "photos"}));
+        otherFoldersAreUsable();
+    }
+
+private:
+    void startAndHang()
+    {
+        start({path("drive/near"), path("drive/far"), path("photos")}, 40);
+        HangingDrive::hangs = true;
+    }
+    void otherFoldersAreUsable()
+    {
         show(2, 6);
         program->open(1);
         QTRY_COMPARE(program->shown({60, 40}), QString("red green blue yellow"));
@@ -130,20 +143,6 @@ private slots:
         program.reset();
         QVERIFY2(HangingDrive::askedByWindow.empty(), HangingDrive::askedByWindow.c_str());
     }
-
-    void programStartsAndEnds()
-    {
-        hang();
-        Program::setFolders({path("drive/near"), path("photos")});
-        program = std::make_unique<Program>();
-        QCOMPARE(program->tree(), QStringList({"near", "photos"}));
-        show(1, 6);
-        program.reset();
-        QVERIFY2(HangingDrive::askedByWindow.empty(), HangingDrive::askedByWindow.c_str());
-    }
-
-private:
-    static void hang() { HangingDrive::hangs = true; }
 };
 
 PROGRAM_TEST_MAIN(HangingDriveTest)

@@ -18,7 +18,7 @@ class ProcessTest : public FolderTest
 private slots:
     void init()
     {
-        newFolder({"photos", "other"});
+        newFolder({"photos"});
         programSettings().clear();
         QDir(data()).removeRecursively();
     }
@@ -117,22 +117,6 @@ private slots:
         QVERIFY2(deaths <= mostDeaths && (deaths > 0) == (mostDeaths > 0),
                  qPrintable(QString::number(deaths)));
         QCOMPARE(thumbnails(), photos);
-    }
-
-    void twoAtOnce()
-    {
-        Pictures::saveMany(path("photos"), 3);
-        Pictures::saveMany(path("other"), 4);
-        const Process one = started({path("photos")});
-        const Process two = started({path("other")});
-        QTRY_COMPARE(thumbnails(), 7);
-        QVERIFY(end(*one));
-        QVERIFY(end(*two));
-        const QSettings settings = programSettings();
-        const QSet<QString> folders = {settings.value("General/folderList0").toString(),
-                                       settings.value("General/folderList1").toString()};
-        QCOMPARE(folders, QSet({path("other"), path("photos")}));
-        QVERIFY(isWhole());
     }
 
 private:
