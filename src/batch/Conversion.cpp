@@ -11,6 +11,7 @@
 #include <QThread>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -28,19 +29,40 @@ void saveGif(const QImage &image, const QString &target, bool overwrite, HeldFil
         qDebug() << "Cannot write: " << target << " " << file.errorString();
 }
 
+int qualityFor(const QByteArray &format, const BatchRun &run)
+{
+    return format == "jpg" ? run.options.targeFileQuality : -1;
+}
+
 void save(const QImage &image, const QByteArray &format, const QString &source, const QString &target,
           const BatchRun &run, HeldFiles &heldFiles)
 {
     ReplacementFile file(target, heldFiles);
-    const int quality = format == "jpg" ? run.options.targeFileQuality : -1;
-    if (!file.create() || !ImageWriting::write(image, format, quality, source, file)
+    if (!file.create() || !ImageWriting::write(image, format, qualityFor(format, run), source, file)
         || !commit(file, run.overwrite))
         qDebug() << "Cannot write: " << target << " " << file.errorString();
+}
+
+/// The most usual case, with little memory. False, and nothing is written, if the picture has to be whole for
+/// it, or if anything fails.
+bool convertRows(const QString &source, const QString &target, const QByteArray &format, const BatchRun &run,
+                 HeldFiles &heldFiles)
+{
+    auto picture = ImageWriting::takesRows(format) ? ImageReading::openRows(source) : std::nullopt;
+    if (!picture || !ImageWriting::takesRows(*picture, format))
+        return false;
+    ReplacementFile file(target, heldFiles);
+    if (!file.create() || !ImageWriting::writeRows(*picture, format, qualityFor(format, run), source, file))
+        return false;
+    picture.reset(); // the target may be the source
+    return commit(file, run.overwrite);
 }
 
 void convert(const QString &source, const QString &target, const BatchRun &run, HeldFiles &heldFiles)
 {
     const QByteArray format = QFileInfo(target).suffix().toLower().toLatin1();
+    if (convertRows(source, target, format, run, heldFiles))
+        return;
     const bool gif = format == "gif";
     using ImageReading::Colours;
     // A GIF has no profile that would say what the colours mean.

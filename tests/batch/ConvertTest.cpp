@@ -3,6 +3,7 @@
 #include "shared/image/ImageReading.h"
 #include "shared/image/ImageWriting.h"
 #include "shared/image/MemoryBudget.h"
+#include "shared/image/PictureRows.h"
 #include "shared/image/PlainTiff.h"
 #include "shared/platform/Platform.h"
 #include "shared/VistamoGlobal.h"
@@ -122,8 +123,59 @@ private slots:
                     });
                     QVERIFY(full.isOpen() && !isDone);
                 }
-                QVERIFY(PlainTiff::headOf(image, "no file of one pixel").isEmpty());
+                QVERIFY(PlainTiff::headOf({image, size, {}}, "no file of one pixel").isEmpty());
             }
+    }
+
+    /// What is converted as its rows come is the file that all of the picture would make.
+    void rowsMakeTheSameFile()
+    {
+        const QImage colours = Pictures::noise({203, 301});
+        const QImage greys = colours.convertToFormat(QImage::Format_Grayscale8);
+        const QByteArray plain = Pictures::encoded(colours, "jpg", 90);
+        const qsizetype half = plain.size() / 2;
+        QImage described = colours;
+        described.setText("Description", "as told");
+        described.setDotsPerMeterX(11811);
+        described.setDotsPerMeterY(5906);
+        photographed("in/turned.jpg");
+        QByteArray photo = read("in/turned.jpg");
+        photo.replace(photo.indexOf(QByteArray("\x12\1\3\0\1\0\0\0\6", 9)) + 8, 1, "\1");
+        const struct
+        {
+            const char *what;
+            QByteArray file;
+            bool isByRows;
+        } rows[] = {
+            {"plain", plain, true},
+            {"grey", Pictures::encoded(greys, "jpg"), true},
+            {"one pixel", Pictures::encoded(colours.copy(9, 9, 1, 1), "jpg"), true},
+            {"texts and resolution", Pictures::encoded(described, "jpg"), true},
+            {"profile and metadata", photo, true},
+            {"bits that make no code", QByteArray(plain).replace(half, 9, QByteArray(9, '\x55')), true},
+            {"another beginning", QByteArray(plain).insert(half, "\xff\xd8"), true},
+            {"no end", plain.first(half), true},
+            {"no picture", plain.first(300), false},
+            {"turned", read("in/turned.jpg"), false},
+            {"progressive", Pictures::progressiveJpeg(colours), false},
+        };
+        for (const auto &[what, file, isByRows] : rows) {
+            write("in/a.jpg", file);
+            const auto opened = ImageReading::openRows(path("in/a.jpg"));
+            for (const QByteArray format : {"jpg", "tiff"}) {
+                const QImage image = ImageWriting::fitted(stored("in/a.jpg"), format);
+                QBuffer whole;
+                whole.open(QIODevice::WriteOnly);
+                const bool isPicture = !image.isNull();
+                QVERIFY(isPicture == ImageWriting::write(image, format, 80, path("in/a.jpg"), whole));
+                QVERIFY2(isByRows == (opened && ImageWriting::takesRows(*opened, format)), what);
+                VistamoGlobal::targeFileQuality = 80;
+                QFile::remove(path("out/a." + format));
+                QVERIFY(convert({"in/a.jpg"}, '.' + format).isEmpty());
+                QCOMPARE(QFile::exists(path("out/a." + format)), isPicture);
+                QVERIFY2(!isPicture || read("out/a." + format) == whole.data(), what);
+            }
+        }
     }
 
     void everythingVisibleIsInListOrder()
@@ -187,7 +239,7 @@ private slots:
         QTest::addColumn<QString>("extension");
         for (const char *const fault : {"read-only folder", "full disk", "broken source", "source gone",
                                         "target is a folder", "no folder", "no such format"})
-            for (const char *const extension : {".png", ".gif"})
+            for (const char *const extension : {".png", ".gif", ".tiff"})
                 QTest::addRow("%s %s", fault, extension) << fault << extension;
         for (const char *const fault : {"read-only folder", "full disk", "no folder", "stopped"})
             QTest::addRow("%s .pdf", fault) << fault << QStringLiteral(".pdf");
@@ -199,22 +251,23 @@ private slots:
         const QString target = extension == ".pdf" ? "out/all.pdf" : "out/a" + extension;
         // Small enough for the disk to be found full at the end: Qt's PNG writer leaks what it cannot finish.
         const QSize size = extension == ".png" ? QSize(60, 40) : QSize(400, 300);
-        QVERIFY(Pictures::noise(size).save(path("in/a.bmp")));
-        const QByteArray source = read("in/a.bmp");
+        const QString name = extension == ".tiff" ? "in/a.jpg" : "in/a.bmp"; // the first by its rows
+        QVERIFY(Pictures::noise(size).save(path(name)));
+        const QByteArray source = read(name);
         if (fault == "target is a folder")
             QVERIFY(QDir(path("out")).mkdir("a" + extension));
         else
             write(target, "the old one");
         if (fault == "broken source")
-            write("in/a.bmp", source.first(20));
+            write(name, source.first(20));
         else if (fault == "source gone")
-            QVERIFY(QFile::remove(path("in/a.bmp")));
+            QVERIFY(QFile::remove(path(name)));
         else if (fault == "no folder")
             VistamoGlobal::outputFolder = path("gone");
         else if (fault == "no such format")
             extension = ".xyz";
         stops = fault == "stopped";
-        const QStringList sources(stops ? 40 : 1, "in/a.bmp");
+        const QStringList sources(stops ? 40 : 1, name);
         Failures::giveToNobody({path("."), path("in")});
         const auto run = [&] { convert(sources, extension, true, extension != ".pdf"); };
         if (fault == "read-only folder")
@@ -228,7 +281,7 @@ private slots:
             QCOMPARE(read(target), "the old one");
         QCOMPARE(QDir(path("out")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
         if (fault != "source gone")
-            QVERIFY(source.startsWith(read("in/a.bmp")));
+            QVERIFY(source.startsWith(read(name)));
     }
 
     /// Whatever a format makes of them, the colours are seen as before, by others too.

@@ -10,6 +10,7 @@
 #include "shared/image/ExifOrientation.h"
 #include "shared/image/Flipping.h"
 #include "shared/image/ImageMetadata.h"
+#include "shared/image/JpegDecoder.h"
 #include "shared/image/JpegEighth.h"
 #include "shared/image/JpegMarkers.h"
 #include "shared/image/ShrunkPng.h"
@@ -120,12 +121,10 @@ public:
         const qint64 budget = MemoryBudget::bytes();
         if (need.decoder > budget)
             return {};
-        // A few bytes that claim a huge picture may be one, but are more likely to be broken.
-        const bool isDoubtful = need.sum() > doubtfulBytes && need.sum() / doubtfulRatio > file.size();
         const qint64 afterwards = need.pictures + need.pictures / 2 / 4 * bytesPerPixelAfterwards;
         const MemoryBudget::Patience patience = patienceFor(bytesPerPixelAfterwards);
         auto share = std::make_unique<const MemoryBudget::Share>(
-            std::max({need.sum(), afterwards, isDoubtful ? budget : 0}), patience);
+            std::max({need.sum(), afterwards, isDoubtful(need) ? budget : 0}), patience);
         const QByteArray format = reader.format();
         QImage image = decoded(need);
         if (image.isNull() && format == "orrelan-tiff" && reader.scaledSize().isValid()) {
@@ -163,6 +162,35 @@ public:
             return {};
         return oriented(image.scaled(scaled, Qt::IgnoreAspectRatio, Qt::SmoothTransformation),
                         reader.transformation());
+    }
+
+    /// As the function of this name. The rows last as long as this.
+    std::optional<PictureRows> openRows()
+    {
+        // Encoders may keep the coefficients of a picture that is decoded row by row.
+        constexpr int bytesOfCoefficients = 6;
+        if (!decoding || reader.format() != "jpeg"
+            || reader.transformation() != QImageIOHandler::TransformationNone
+            || JpegMarkers::coefficientBytes(look()) != 0)
+            return {};
+        const QSize size = reader.size();
+        const DecodingNeed need = decodingNeed(reader, look());
+        if (need.pictures > MemoryBudget::bytes() || isDoubtful(need))
+            return {};
+        reader.setClipRect(QRect(0, 0, 1, 1));
+        QImage pixel = withoutMetadataTexts(reader.read());
+        pixel.setDevicePixelRatio(1);
+        pixel.setColorSpace(colourSpaceOf(pixel, "jpeg"));
+        share.emplace(qint64(size.width()) * size.height() * bytesOfCoefficients,
+                      MemoryBudget::Patience::Long);
+        rows.emplace(look());
+        PictureRows picture{std::move(pixel), size, [this, left = size.height()](uchar *row) mutable {
+                                return rows->read(row) && (--left > 0 || rows->finish());
+                            }};
+        if (!rows->start(JpegDecoder::Model::Light) || rows->size() != size
+            || picture.bytesOfRow() != qint64(size.width()) * rows->bytesPerPixel())
+            return {};
+        return picture;
     }
 
     /// As the function of this name.
@@ -276,6 +304,12 @@ private:
                                                    : QImageIOHandler::TransformationNone;
     }
 
+    /// A few bytes that claim a huge picture may be one, but are more likely to be broken.
+    bool isDoubtful(const DecodingNeed &need) const
+    {
+        return need.sum() > doubtfulBytes && need.sum() / doubtfulRatio > file.size();
+    }
+
     /// The file from its beginning, for all but the decoder, which counts on its own place in it.
     QFile &look()
     {
@@ -293,6 +327,8 @@ private:
     FileForReading beside;
     QImageReader reader; ///< of the file
     QImageIOHandler::Transformations ignored;
+    std::optional<const MemoryBudget::Share> share; ///< while there are rows
+    std::optional<JpegDecoder> rows;
 };
 
 /// True for what is in 8 bits by now, and is mapped or encoded in 16.
@@ -338,6 +374,20 @@ try {
         picture.image = Colour::inSrgb(std::move(picture.image));
     return picture;
 } catch (const std::bad_alloc &) { // which costs this picture, not the program
+    qDebug() << "No memory for" << path;
+    return {};
+}
+
+std::optional<PictureRows> ImageReading::openRows(const QString &path)
+try {
+    if (!canBeOpened(path))
+        return {};
+    const auto file = std::make_shared<PictureFile>(path);
+    auto picture = file->openRows();
+    if (picture)
+        picture->next = [file, next = std::move(picture->next)](uchar *row) { return next(row); };
+    return picture;
+} catch (const std::bad_alloc &) {
     qDebug() << "No memory for" << path;
     return {};
 }

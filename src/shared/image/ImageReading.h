@@ -1,6 +1,7 @@
 #pragma once
 
 #include "shared/image/MemoryBudget.h"
+#include "shared/image/PictureRows.h"
 
 #include <QByteArray>
 #include <QImage>
@@ -44,6 +45,10 @@ struct HeldPicture
 /// Above 0 the share is waited for until other workers are done.
 [[nodiscard]] HeldPicture readAndHold(const QString &path, Colours colours = Colours::Srgb,
                                       int bytesPerPixel = 0);
+
+/// The picture as it is stored, decoded while its rows are asked for; nothing if that takes all of it. Holds
+/// the file, and memory for an encoder of rows, until it goes. What fails on the way may be read as a whole.
+[[nodiscard]] std::optional<PictureRows> openRows(const QString &path);
 
 /// A JPEG file that any program shows as this one does, and whose metadata are taken out.
 struct PlainJpeg

@@ -4,10 +4,12 @@
 #include "shared/image/ColourConversion.h"
 #include "shared/image/EmbeddedMetadata.h"
 #include "shared/image/ImageMetadata.h"
+#include "shared/image/JpegEncoder.h"
 #include "shared/image/MemoryBudget.h"
 #include "shared/image/MetadataBlocks.h"
 #include "shared/image/MetadataPng.h"
 #include "shared/image/PackedPng.h"
+#include "shared/image/PictureRows.h"
 #include "shared/image/PlainTiff.h"
 #include "shared/platform/Platform.h"
 
@@ -18,7 +20,9 @@
 #include <QPainter>
 #include <QtDebug>
 
+#include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -33,7 +37,8 @@ constexpr qsizetype mostExif = 16 * 1024 * 1024;
 bool hasMemoryFor(const QImage &image, const QByteArray &format)
 {
     const bool isPlainTiff =
-        format.startsWith("tif") && PlainTiff::takes(image); // has no file to put metadata into
+        format.startsWith("tif")
+        && PlainTiff::takes(image.format(), image.size()); // has no file to put metadata into
     const qint64 need = qint64(image.width()) * image.height()
                         * ImageWriting::bytesPerPixel(isPlainTiff ? "png" : format)
                         * (image.depth() > 32 ? 2 : 1);
@@ -62,7 +67,8 @@ bool takesMetadata(const QImage &image, const QByteArray &format)
 {
     static const QList<QByteArray> packed = {"jpg", "jpeg", "jfif", "png", "webp"};
     return packed.contains(format)
-           || (isTiff(format) && (PlainTiff::takes(image) || image.sizeInBytes() <= mostInMemory));
+           || (isTiff(format)
+               && (PlainTiff::takes(image.format(), image.size()) || image.sizeInBytes() <= mostInMemory));
 }
 
 bool holdsAlpha(const QByteArray &format)
@@ -138,6 +144,86 @@ QImage withWritableProfile(QImage image, const QByteArray &format)
     return inSrgbOrNone(std::move(image));
 }
 
+EmbeddedMetadata metadataFor(const QImage &image, QSize size, const QByteArray &format, const QString &source,
+                             ImageWriting::Places places)
+{
+    return metadataForCopy(source, size, image.colorSpace() == QColorSpace(QColorSpace::SRgb),
+                           format.startsWith('j') && format != "jxl" ? EmbeddedMetadata::mostExifOfJpeg
+                                                                     : mostExif,
+                           places == ImageWriting::Places::Others);
+}
+
+/// The profile that Qt's writer leaves out.
+QByteArray profileLeftOut(const QImage &image, const QByteArray &format)
+{
+    const bool isLeftOut = understoodAlone.contains(format) && !image.colorSpace().isValid();
+    return isLeftOut ? image.colorSpace().iccProfile() : QByteArray();
+}
+
+bool encode(const QImage &image, const QByteArray &format, int quality, const EmbeddedMetadata &metadata,
+            QIODevice &device)
+{
+    QImageWriter writer(&device, format);
+    writer.setQuality(format == "png" ? PackedPng::quality : quality);
+    writer.setOptimizedWrite(true);
+    writer.setProgressiveScanWrite(true);
+    if (encodesMetadata(format))
+        MetadataBlocks{metadata.exif, metadata.xmpWithIptc()}.handTo(writer);
+    if (writer.write(image))
+        return true;
+    qDebug() << "Cannot encode" << format << writer.errorString() << QImageWriter::supportedImageFormats();
+    return false;
+}
+
+PictureRows rowsOf(const QImage &image)
+{
+    PictureRows rows{image.copy(0, 0, 1, 1), image.size(), {}};
+    rows.next = [image, isGrey = rows.isGrey(), bytes = rows.bytesOfRow(), y = 0](uchar *row) mutable {
+        const QImage line(image.constScanLine(y++), image.width(), 1, image.bytesPerLine(), image.format());
+        const QImage plain = line.convertToFormat(isGrey ? QImage::Format_Grayscale8 : QImage::Format_RGB888);
+        std::copy_n(plain.constScanLine(0), bytes, row);
+        return true;
+    };
+    return rows;
+}
+
+/// What a file says of a picture whose rows follow: of JPEG as a file of one pixel. Empty if that cannot be
+/// encoded, or if the profile does not go into it.
+QByteArray headFor(const PictureRows &picture, const QByteArray &format, int quality, const QString &source,
+                   ImageWriting::Places places)
+{
+    EmbeddedMetadata metadata = metadataFor(picture.pixel, picture.size, format, source, places);
+    metadata.icc = profileLeftOut(picture.pixel, format);
+    QBuffer buffer;
+    if (!encode(picture.pixel, format, quality, metadata, buffer))
+        return {};
+    const QByteArray whole = metadata.isEmpty() ? buffer.data() : withMetadata(buffer.data(), metadata);
+    if (!metadata.icc.isEmpty() && whole == buffer.data())
+        return {};
+    if (!isTiff(format))
+        return whole;
+    const QByteArray head = PlainTiff::headOf(picture, whole);
+    // Metadata cost themselves, not the picture.
+    return head.isEmpty() ? PlainTiff::headOf(picture, buffer.data()) : head;
+}
+
+bool writeBehind(const QByteArray &head, const PictureRows &picture, const QByteArray &format,
+                 QIODevice &device)
+{
+    const bool isJpeg = format == "jpg";
+    JpegEncoder jpeg(device);
+    if (isJpeg ? !jpeg.start(head, picture.size) : device.write(head) != head.size())
+        return false;
+    std::vector<uchar> row(static_cast<size_t>(picture.bytesOfRow()));
+    const auto *const bytes = reinterpret_cast<const char *>(row.data());
+    const auto length = static_cast<qint64>(row.size());
+    for (int y = 0; y < picture.size.height(); ++y)
+        if (!picture.next(row.data())
+            || (isJpeg ? !jpeg.write(row.data()) : device.write(bytes, length) != length))
+            return false;
+    return !isJpeg || jpeg.finish();
+}
+
 } // namespace
 
 QImage ImageWriting::fitted(QImage image, const QByteArray &format)
@@ -166,49 +252,61 @@ int ImageWriting::bytesPerPixel(const QByteArray &format)
     return needs.value(format, 8);
 }
 
+bool ImageWriting::takesRows(const QByteArray &format)
+{
+    return format == "jpg" || isTiff(format);
+}
+
+bool ImageWriting::takesRows(const PictureRows &picture, const QByteArray &format)
+{
+    const QImage &pixel = picture.pixel;
+    const QImage fit = fitted(pixel, format);
+    return takesRows(format) && PlainTiff::takes(pixel.format(), picture.size)
+           && fit.format() == pixel.format()
+           && fit.colorSpace().iccProfile() == pixel.colorSpace().iccProfile();
+}
+
+bool ImageWriting::writeRows(const PictureRows &picture, const QByteArray &format, int quality,
+                             const QString &source, QIODevice &device)
+{
+    const QByteArray head = headFor(picture, format, quality, source, Places::AsInSource);
+    return !head.isEmpty() && writeBehind(head, picture, format, device);
+}
+
 bool ImageWriting::write(const QImage &image, const QByteArray &format, int quality, const QString &source,
                          QIODevice &device, Places places)
 {
     if (!hasMemoryFor(image, format))
         return false;
+    const QByteArray profile = profileLeftOut(image, format);
+    if (isTiff(format) && PlainTiff::takes(image.format(), image.size())) {
+        const PictureRows rows = rowsOf(image);
+        const QByteArray head = headFor(rows, format, quality, source, places);
+        if (head.isEmpty() && !profile.isEmpty()) // of other colours without it
+            return write(inSrgbOrNone(image), format, quality, source, device, places);
+        return !head.isEmpty() && writeBehind(head, rows, format, device);
+    }
     EmbeddedMetadata metadata;
     const bool isTaken = takesMetadata(image, format);
     if (!image.isNull() && (isTaken || encodesMetadata(format)))
-        metadata = metadataForCopy(
-            source, image.size(), image.colorSpace() == QColorSpace(QColorSpace::SRgb),
-            format.startsWith('j') && format != "jxl" ? EmbeddedMetadata::mostExifOfJpeg : mostExif,
-            places == Places::Others);
-    if (understoodAlone.contains(format) && !image.colorSpace().isValid())
-        metadata.icc = image.colorSpace().iccProfile();
+        metadata = metadataFor(image, image.size(), format, source, places);
+    metadata.icc = profile;
+    if (format == "png") {
+        PackedPng png(device, metadata.isEmpty() ? QByteArray() : pngChunks(metadata));
+        return encode(image, format, quality, metadata, png) && !png.hasFailed();
+    }
     QBuffer buffer;
-    PackedPng png(device, format == "png" && !metadata.isEmpty() ? pngChunks(metadata) : QByteArray());
-    const bool isPlainTiff = isTiff(format) && PlainTiff::takes(image);
-    const bool inMemory = isPlainTiff || (isTaken && format != "png" && !metadata.isEmpty());
-    QImageWriter writer(inMemory ? &buffer : format == "png" ? &png : &device, format);
-    writer.setQuality(format == "png" ? PackedPng::quality : quality);
-    writer.setOptimizedWrite(true);
-    writer.setProgressiveScanWrite(true);
-    if (encodesMetadata(format))
-        MetadataBlocks{metadata.exif, metadata.xmpWithIptc()}.handTo(writer);
-    QImage encodable = isPlainTiff ? image.copy(0, 0, 1, 1) : image;
-    if (!metadata.icc.isEmpty() && format == "webp")
+    const bool inMemory = isTaken && !metadata.isEmpty();
+    QImage encodable = image;
+    if (!profile.isEmpty() && format == "webp")
         encodable.setColorSpace(
             QColorSpace::SRgb); // exiv2 changes a profile, and adds one in the wrong place
-    if (!writer.write(encodable) || png.hasFailed()) {
-        qDebug() << "Cannot encode" << format << writer.errorString()
-                 << QImageWriter::supportedImageFormats();
+    if (!encode(encodable, format, quality, metadata, inMemory ? static_cast<QIODevice &>(buffer) : device))
         return false;
-    }
     if (!inMemory)
         return true;
-    const QByteArray whole = metadata.isEmpty() ? buffer.data() : withMetadata(buffer.data(), metadata);
-    if (!metadata.icc.isEmpty() && whole == buffer.data()) // of other colours without it
+    const QByteArray whole = withMetadata(buffer.data(), metadata);
+    if (!profile.isEmpty() && whole == buffer.data()) // of other colours without it
         return write(inSrgbOrNone(image), format, quality, source, device, places);
-    if (isPlainTiff) {
-        QByteArray head = PlainTiff::headOf(image, whole);
-        if (head.isEmpty()) // metadata cost themselves, not the picture
-            head = PlainTiff::headOf(image, buffer.data());
-        return !head.isEmpty() && PlainTiff::write(image, head, device);
-    }
     return device.write(whole) == whole.size();
 }

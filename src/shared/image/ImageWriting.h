@@ -5,6 +5,7 @@
 #include <QString>
 
 class QIODevice;
+struct PictureRows;
 
 /// The one way in which the program writes a picture of the user's, but for PDF and GIF files.
 namespace ImageWriting {
@@ -35,5 +36,16 @@ enum class Places
 /// or if the device fails.
 [[nodiscard]] bool write(const QImage &image, const QByteArray &format, int quality, const QString &source,
                          QIODevice &device, Places places = Places::AsInSource);
+
+/// Whether pictures in a format can be encoded row by row at all.
+[[nodiscard]] bool takesRows(const QByteArray &format);
+
+/// Whether `writeRows` makes of a picture the file that `fitted` and `write` make of all its pixels.
+[[nodiscard]] bool takesRows(const PictureRows &picture, const QByteArray &format);
+
+/// Encodes a picture as its rows come, with little more than these in memory. False if there are less rows,
+/// or if the encoder or the device fails.
+[[nodiscard]] bool writeRows(const PictureRows &picture, const QByteArray &format, int quality,
+                             const QString &source, QIODevice &device);
 
 } // namespace ImageWriting

@@ -1,6 +1,7 @@
 #include "shared/image/PlainTiff.h"
 
-#include <QIODevice>
+#include "shared/image/PictureRows.h"
+
 #include <QtEndian>
 
 #include <algorithm>
@@ -12,21 +13,6 @@ namespace {
 constexpr qsizetype stripBytes = 256 * 1024; // about what stays in the processor's cache
 constexpr qsizetype entryBytes = 12;
 constexpr quint16 typeLong = 4; ///< of 32 bits
-
-bool isGrey(const QImage &image)
-{
-    return image.format() == QImage::Format_Grayscale8;
-}
-
-qint64 bytesOfRow(const QImage &image)
-{
-    return qint64(image.width()) * (isGrey(image) ? 1 : 3);
-}
-
-qint64 rowsOfStrip(const QImage &image)
-{
-    return std::clamp<qint64>(stripBytes / bytesOfRow(image), 1, image.height());
-}
 
 // Such files are in the byte order of the machine.
 template <typename Number>
@@ -43,26 +29,27 @@ void setNumber(QByteArray &file, qsizetype at, Number number)
 
 } // namespace
 
-bool PlainTiff::takes(const QImage &image)
+bool PlainTiff::takes(QImage::Format format, QSize size)
 {
     // The format counts bytes in 32 bits; beside the rows there are their places, and metadata.
     constexpr qint64 most = std::numeric_limits<quint32>::max() / 16 * 15;
-    const QImage::Format format = image.format();
-    return (isGrey(image) || format == QImage::Format_RGB32 || format == QImage::Format_RGB888)
-           && bytesOfRow(image) * image.height() < most;
+    const bool isGrey = format == QImage::Format_Grayscale8;
+    return (isGrey || format == QImage::Format_RGB32 || format == QImage::Format_RGB888)
+           && qint64(size.width()) * size.height() * (isGrey ? 1 : 3) < most;
 }
 
-QByteArray PlainTiff::headOf(const QImage &image, QByteArray head)
+QByteArray PlainTiff::headOf(const PictureRows &picture, QByteArray head)
 {
-    const qint64 row = bytesOfRow(image);
-    const qint64 rows = rowsOfStrip(image);
-    const qint64 strips = (image.height() + rows - 1) / rows;
+    const qint64 row = picture.bytesOfRow();
+    const qint64 height = picture.size.height();
+    const qint64 rows = std::clamp<qint64>(stripBytes / row, 1, height);
+    const qint64 strips = (height + rows - 1) / rows;
 
     head.append(head.size() % 2, 0);
     const qsizetype places = head.size();
     head.append(8 * strips, 0); // where each strip is, and how long
     for (qint64 strip = 0; strip < strips; ++strip) {
-        const qint64 length = std::min(rows, image.height() - strip * rows) * row;
+        const qint64 length = std::min(rows, height - strip * rows) * row;
         setNumber(head, places + 4 * strip, static_cast<quint32>(head.size() + strip * rows * row));
         setNumber(head, places + 4 * (strips + strip), static_cast<quint32>(length));
     }
@@ -74,8 +61,8 @@ QByteArray PlainTiff::headOf(const QImage &image, QByteArray head)
         quint16 tag;
         qint64 count;
         qint64 value;
-    } changed[] = {{256, 1, image.width()},
-                   {257, 1, image.height()},
+    } changed[] = {{256, 1, picture.size.width()},
+                   {257, 1, height},
                    {273, strips, isSingle ? head.size() : places},
                    {278, 1, rows},
                    {279, strips, isSingle ? rows * row : places + 4 * strips}};
@@ -97,23 +84,4 @@ QByteArray PlainTiff::headOf(const QImage &image, QByteArray head)
         }
     }
     return found == std::size(changed) ? head : QByteArray();
-}
-
-bool PlainTiff::write(const QImage &image, const QByteArray &head, QIODevice &device)
-{
-    if (device.write(head) != head.size())
-        return false;
-    const qint64 row = bytesOfRow(image);
-    const qint64 rows = rowsOfStrip(image);
-    const QImage::Format format = isGrey(image) ? image.format() : QImage::Format_RGB888;
-    for (qint64 y = 0; y < image.height(); y += rows) {
-        const int count = static_cast<int>(std::min(rows, image.height() - y));
-        const QImage lines(image.constScanLine(static_cast<int>(y)), image.width(), count,
-                           image.bytesPerLine(), image.format());
-        const QImage strip = lines.convertToFormat(format);
-        for (int line = 0; line < count; ++line)
-            if (device.write(reinterpret_cast<const char *>(strip.constScanLine(line)), row) != row)
-                return false;
-    }
-    return true;
 }
