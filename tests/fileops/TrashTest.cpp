@@ -2,7 +2,11 @@
 #include "support/Failures.h"
 #include "support/Files.h"
 
-#include <sys/stat.h>
+#ifdef Q_OS_WIN
+#    include <shellapi.h>
+#else
+#    include <sys/stat.h>
+#endif
 
 /// What the trash takes, where it keeps it, and that nothing is lost where it takes nothing.
 class TrashTest : public FolderTest
@@ -14,15 +18,25 @@ private slots:
 
     void filesOfTheHomeVolume()
     {
-        const QStringList names = {".hidden", "100% \u00fc\nb.jpg", QString(123, u'ü') + "写.jpg",
-                                   QString(249, 'n') + ".jpeg"};
+        QStringList names = {".hidden", "100% \u00fc\u5199 b.jpg", "read-only.jpg"};
+#ifdef Q_OS_WIN
+        const qint64 before = inBin();
+#else
+        names += {"line\nfeed.jpg", QString(123, u'ü') + "写.jpg", QString(249, 'n') + ".jpeg"};
+#endif
         for (int round = 0; round < 2; ++round) { // a name may go there twice
             for (const QString &name : names) {
-                write("photos/" + name, name.toUtf8());
-                QVERIFY2(toTrash("photos/" + name), qPrintable(name));
-                QVERIFY(!QFile::exists(path("photos/" + name)));
+                const QString file = path("photos/" + name);
+                QVERIFY(Files::write(file, name.toUtf8()));
+                if (name.startsWith("read-only"))
+                    QVERIFY(QFile::setPermissions(file, QFile::ReadOwner));
+                QVERIFY2(FileCopy::moveToTrash(file, progress) && !QFile::exists(file), qPrintable(name));
             }
         }
+#ifdef Q_OS_WIN
+        QCOMPARE(inBin(), before + 2 * names.size());
+    }
+#else
         const QStringList infos = found(home);
         QCOMPARE(infos.size(), 2 * names.size());
         for (const QString &name : names)
@@ -76,7 +90,7 @@ private slots:
         Failures::giveToNobody({home + "/files", home + "/info", home, path("."), path("photos")});
         const QStringList before = found(home);
         const auto stays = [&] {
-            QVERIFY(!toTrash("photos/a.jpg"));
+            QVERIFY(!FileCopy::moveToTrash(path("photos/a.jpg"), progress));
             QCOMPARE(read("photos/a.jpg"), "the picture");
         };
         Failures::onFullDisk(0, [&] { Failures::asNobody(stays); });
@@ -86,9 +100,19 @@ private slots:
         Failures::inClosedFolder(home, stays); // a trash of somebody else
     }
 
-private:
-    bool toTrash(const QString &name) { return FileCopy::moveToTrash(path(name), progress); }
+#endif
 
+private:
+#ifdef Q_OS_WIN
+    /// The number of things in the bin of the test's volume.
+    qint64 inBin() const
+    {
+        SHQUERYRBINFO bin = {};
+        bin.cbSize = sizeof(bin);
+        const QString root = folder->path().left(3);
+        return SUCCEEDED(SHQueryRecycleBinW(root.toStdWString().c_str(), &bin)) ? bin.i64NumItems : -1;
+    }
+#else
     /// What a trash tells of: "PATH: CONTENT". A folder that lacks either does not count.
     static QStringList found(const QString &trash)
     {
@@ -106,6 +130,8 @@ private:
     }
 
     const QString home = qEnvironmentVariable("XDG_DATA_HOME") + "/Trash";
+#endif
+
     FileCopy::Progress progress;
 };
 
