@@ -77,15 +77,14 @@ extern "C" int futimens(int file, const timespec times[2]) noexcept
                          : -1;
 }
 
-static int copiedParts = 0;
-static int mostParts = 1000; ///< that the system copies by itself
+static int partsLeft = -1; ///< that the system copies by itself; below 0: all
 
 extern "C" ssize_t copy_file_range(int from, off64_t *read, int to, off64_t *written, size_t most,
                                    unsigned flags)
 {
-    if (copiedParts == mostParts)
+    if (partsLeft == 0)
         return errno = EIO, -1;
-    ++copiedParts;
+    --partsLeft;
     return reinterpret_cast<decltype(&copy_file_range)>(dlsym(RTLD_NEXT, "copy_file_range"))(
         from, read, to, written, most, flags);
 }
@@ -127,17 +126,12 @@ private slots:
 #ifdef Q_OS_LINUX
     void goesTheSystemsOwnWayAsFarAsThatGoes()
     {
-        QByteArray large(2'500'000, 0);
-        for (qsizetype i = 0; i < large.size(); ++i)
-            large[i] = char(i * i >> 8);
+        const QByteArray large = QByteArray("first").leftJustified(1'500'000, ' ') + "last";
         write("large.jpg", large);
-        for (const int most : {0, 1, 1000}) {
-            copiedParts = 0;
-            mostParts = most;
-            const QString target = QStringLiteral("to/%1.jpg").arg(most);
-            QVERIFY(copy("large.jpg", target));
-            QVERIFY(read(target) == large);
-            QCOMPARE(copiedParts, std::min(most, 4)); // the last one tells of the end
+        for (const int parts : {0, 1, -1}) {
+            partsLeft = parts;
+            QVERIFY(copy("large.jpg", QStringLiteral("to/%1.jpg").arg(parts)));
+            QVERIFY(read(QStringLiteral("to/%1.jpg").arg(parts)) == large);
         }
     }
 #endif

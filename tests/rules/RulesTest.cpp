@@ -159,15 +159,6 @@ private slots:
             takes(1, 499, 499);
         takes(1, 500, 509);
     }
-
-    void neighbours()
-    {
-        // The list may have shrunk, or be gone.
-        QCOMPARE(nextIndex(7, 3), 0);
-        QCOMPARE(previousIndex(7, 3), 2);
-        QCOMPARE(nextIndex(7, 0), 0);
-        QCOMPARE(previousIndex(7, 0), 0);
-    }
 };
 
 QTEST_MAIN(RulesTest)
