@@ -34,8 +34,6 @@ private slots:
         QCOMPARE(find<QComboBox>("pdfPaperSizeComboBox")->currentText(), "Letter");
         QCOMPARE(find<QComboBox>("targetComboBox")->currentText(), "PNG");
         QCOMPARE(batchSettings().allKeys(), QStringList());
-        QCOMPARE(visible(), QStringList({"backButton", "noItemFrame", "openFileAddButton", "optionsWidget",
-                                         "outputWidget"}));
         find<QComboBox>("targetComboBox")->setCurrentText("JPG");
         QCOMPARE(batchSettings().value("General/targeFileType").toInt(), 4);
         for (const Qt::GlobalColor colour : {Qt::black, Qt::white}) { // the theme changes
@@ -113,21 +111,22 @@ private slots:
     void previewOfAThumbnailAndOfAFileWithoutOne()
     {
         write("photos/b.png", "broken");
-        open("pdfButton", {"a.png", "b.png"});
+        open("pdfButton", {"b.png", "a.png"});
         auto *const label = find<QLabel>("previewImage");
-        for (const int row : {0, 1}) { // the old one stays for a second and a half
+        for (const int row : {1, 0}) { // the old one stays for a second and a half
             select({row});
             QCOMPARE(label->pixmap(Qt::ReturnByValue).size(), QSize(231, 154));
         }
         QTRY_VERIFY(label->pixmap(Qt::ReturnByValue).isNull());
 
-        select({0});
+        select({1});
         QTest::mouseDClick(label, Qt::LeftButton);
         auto *const dialog = form()->findChild<QDialog *>("ImagesToPDFPreviewDialog");
         QVERIFY(dialog && dialog->isVisible() && !dialog->isModal());
-        QTRY_COMPARE(dialog->findChild<QLabel *>("sizeInfoLabel")->text(), "90x60");
-        const auto *const scale = dialog->findChild<QLabel *>("percentResizeLabel");
-        const auto percent = [&] { return scale->text().chopped(1).toDouble(); };
+        QTRY_COMPARE(program->find<QLabel>("sizeInfoLabel", dialog)->text(), "90x60");
+        const auto percent = [&] {
+            return program->find<QLabel>("percentResizeLabel", dialog)->text().chopped(1).toDouble();
+        };
         const double fitted = percent();
         QMetaObject::invokeMethod(dialog, "onNeedToResizeImage", Q_ARG(int, -1));
         QVERIFY(percent() < fitted);
@@ -157,7 +156,7 @@ private slots:
             dialog->findChild<QPushButton *>("overwriteButton")->click();
         });
         tool("createPdfButton")->click();
-        QCOMPARE(visible(), QStringList());
+        QVERIFY(!view()->isVisible() && !find("outputWidget")->isVisible());
         QTRY_COMPARE(asked.last(), "Kestrix: The conversion process is completed.");
         QTRY_VERIFY(view()->isVisible() && find("outputWidget")->isVisible());
         QCOMPARE(read("out/a.jpg"), "old");
@@ -166,10 +165,10 @@ private slots:
 
         // With nothing ticked nobody hears of the end: Cancel leaves the progress form.
         whenDialog([&](QWidget *dialog) {
-            for (QTreeWidgetItem *const item :
-                 dialog->findChild<QTreeWidget *>("treeWidget")->findItems("", Qt::MatchContains))
+            auto *const tree = program->find<QTreeWidget>("treeWidget", dialog);
+            for (QTreeWidgetItem *const item : tree->findItems("", Qt::MatchContains))
                 item->setCheckState(0, Qt::Unchecked);
-            dialog->findChild<QPushButton *>("overwriteButton")->click();
+            program->find<QPushButton>("overwriteButton", dialog)->click();
         });
         tool("createPdfButton")->click();
         QTRY_VERIFY(!QApplication::activeModalWidget() && dialogsSeen == 2);
@@ -212,10 +211,10 @@ private slots:
         open("convertButton", {});
         Pictures::saveMany(path("photos"), 60, QSize(1500, 1000));
         MemoryBudget::setBytes(1);
-        auto all = std::make_unique<const MemoryBudget::Share>(1); // nothing is decoded
+        auto share = std::make_unique<const MemoryBudget::Share>(1); // nothing is decoded
         add({"photos"});
         QTRY_VERIFY(find("collectedLabel")->isVisible());
-        all.reset();
+        share.reset();
         QTRY_VERIFY(rows().size() > 2);
         QCOMPARE(text("collectedLabel"), QStringLiteral("Adding images: %1").arg(rows().size()));
         MemoryBudget::setBytes(std::numeric_limits<qint64>::max());
@@ -235,19 +234,16 @@ private slots:
         find<QPushButton>("cancelButton")->click();
         QVERIFY(!find("cancelButton")->isEnabled());
         QTRY_VERIFY(view()->isVisible());
-        QVERIFY(disk("out").size() < 60);
-        QCOMPARE(asked, QStringList()); // no message
+        QVERIFY(disk("out").size() < 60 && asked.isEmpty());
         QTRY_VERIFY(!find("collectedLabel")->isVisible());
 
         QVERIFY(QDir(path("out")).removeRecursively() && QDir().mkdir(path("out")));
         tool("createPdfButton")->click();
         QTRY_VERIFY(disk("out").size() > 2);
         program.reset();
-        const QStringList done = disk("out");
-        QVERIFY(done.size() < 50);
-        for (const QString &name : done)
+        QVERIFY(disk("out").size() < 50);
+        for (const QString &name : all("out"))
             QVERIFY(!QImage(path("out/" + name)).isNull());
-        QCOMPARE(QDir(path("out")).entryList(QDir::Files | QDir::Hidden), done);
     }
 
 private:
@@ -261,7 +257,7 @@ private:
             program->tick(name);
         QVERIFY(program->find(button)->isVisible());
         program->click(button);
-        QTRY_COMPARE(rows().size(), ticked.size());
+        QTRY_COMPARE(rows(), QStringList(ticked).replaceInStrings(".png", QString()));
         for (int row = 0; row < ticked.size(); ++row) // as a screen reader has it
             QCOMPARE(view()->model()->index(row, 0).data(Qt::AccessibleDescriptionRole).toString(),
                      QStringLiteral("%1 of %2").arg(row + 1).arg(ticked.size()));
@@ -295,15 +291,6 @@ private:
             mode = QItemSelectionModel::Select;
         }
     }
-    /// Which of the form's large parts can be seen.
-    QStringList visible() const
-    {
-        QStringList names = {"backButton",   "noItemFrame",  "openFileAddButton", "optionsWidget",
-                             "outputWidget", "previewImage", "sourceTreeView"};
-        names.removeIf([this](const QString &name) { return !find(name)->isVisible(); });
-        return names;
-    }
-
     QVariantList answers; ///< to the questions in turn
     QStringList asked;
 };

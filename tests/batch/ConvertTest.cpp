@@ -1,5 +1,4 @@
 #include "batch/ImagesToPDFConvertThread.h"
-#include "shared/image/ColourCodePoints.h"
 #include "shared/image/ImageReading.h"
 #include "shared/image/ImageWriting.h"
 #include "shared/image/MemoryBudget.h"
@@ -15,7 +14,6 @@
 #include "viewer/Exports.h"
 
 #include <cmath>
-#include <cstdlib>
 #include <future>
 
 #include <exiv2/exiv2.hpp>
@@ -218,19 +216,16 @@ private slots:
         }
     }
 
-    void qualityCountsForJpgAlone()
+    void qualityCountsForJpg()
     {
         Pictures::save(path("in/a.png"), QSize(300, 200));
-        QList<qint64> sizes;
+        qint64 last = 0;
         for (const int quality : {0, 50, 99}) {
             VistamoGlobal::targeFileQuality = quality;
-            for (const char *const extension : {".jpg", ".webp"}) {
-                convert({"in/a.png"}, extension, true);
-                sizes.append(QFileInfo(path(QStringLiteral("out/a") + extension)).size());
-            }
+            convert({"in/a.png"}, ".jpg", true);
+            const qint64 size = read("out/a.jpg").size();
+            QVERIFY(size > std::exchange(last, size));
         }
-        QVERIFY(sizes[0] < sizes[2] && sizes[2] < sizes[4]);
-        QVERIFY(sizes[1] == sizes[3] && sizes[3] == sizes[5]);
     }
 
     void whatFailsLeavesTheDiskAsItWas_data()
@@ -343,20 +338,6 @@ private slots:
             QCOMPARE(toldOf("out/exported.jpg"), photo.arg("30, 20", "1, R98"));
             QCOMPARE(stored("out/exported.jpg").colorSpace(), QColorSpace(QColorSpace::SRgb));
         }
-
-        // However large a PNG is. Rows are short, and what is behind them takes no memory.
-        constexpr int rows = 900'000;
-        constexpr int rowBytes = 600;
-        const std::unique_ptr<void, decltype(&std::free)> zeros(std::calloc(rows, rowBytes), std::free);
-        QImage large(static_cast<uchar *>(zeros.get()), 1, rows, rowBytes, QImage::Format_RGBX64);
-        large.setColorSpace(Colour::colourSpace({9, 16}));
-        QVERIFY(large.sizeInBytes() > 512 << 20);
-        QFile file(path("out/large.png"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QVERIFY(ImageWriting::write(ImageWriting::fitted(large, "png"), "png", -1, path("in/a.jpg"), file));
-        file.close();
-        QCOMPARE(toldOf("out/large.png"), photo.arg("1, 900000", "65535, ?"));
-        QVERIFY(read("out/large.png").first(500).contains("cICP\x9\x10"));
     }
 
     /// A share that is enough to decode the picture is not enough to encode it, too.
@@ -462,20 +443,8 @@ private slots:
 
         // Those of a file as large as this, without a look at the rest of it.
         QVERIFY(QFile::resize(path("out/a.tiff"), 600'000'000));
-        const QByteArray make("II*\0\x08\0\0\0\1\0\x0f\1\2\0\7\0\0\0\x1a\0\0\0\0\0\0\0"
-                              "Camera\0",
-                              34);
-        const QByteArray city("\x1c\2\x5a\0\4Kyiv", 10);
-        const QByteArray resources = QByteArray("8BIM\4\x22\0\0\0\0\0\x22", 12) + make
-                                     + QByteArray("8BIM\4\4\0\0\0\0\0\x09", 12) + city;
-        write("in/b.psd", QByteArray("8BPS\0\1\0\0\0\0\0\0\0\3\0\0\0\2\0\0\0\2\0\x08\0\3\0\0\0\0\0\0\0", 33)
-                              + static_cast<char>(resources.size()) + resources
-                              + QByteArray(4 + 2 + 3 * 4, 0));
-        for (const char *const name : {"out/a", "in/b"}) {
-            QVERIFY(convert({name + QString(name[0] == 'o' ? ".tiff" : ".psd")}, ".jpg", true).isEmpty());
-            const QString told = toldOf(QStringLiteral("out/%1.jpg").arg(QFileInfo(name).fileName()));
-            QVERIFY2(told.startsWith("Camera") && told.endsWith("Kyiv"), qPrintable(told));
-        }
+        QVERIFY(convert({"out/a.tiff"}, ".jpg", true).isEmpty());
+        QVERIFY(toldOf("out/a.jpg").startsWith("Camera") && toldOf("out/a.jpg").endsWith("Kyiv"));
     }
 
 private:

@@ -65,17 +65,6 @@ private slots:
         }
     }
 
-    void marginsBeyondTheSheetDrawNothingAndDoNotFail()
-    {
-        VistamoGlobal::pageMargin = 1;
-        VistamoGlobal::resizeImageToPaper = true;
-        for (const int margin : {99, std::numeric_limits<int>::max()}) {
-            VistamoGlobal::pageMarginSize = margin;
-            QVERIFY(create({"a.png", "b.png"}).contains(QRegularExpression("Pages: +2\n")));
-            QVERIFY(pictureOnPage(1).isEmpty());
-        }
-    }
-
     void edgesAreSmoothOnlyIfWanted()
     {
         VistamoGlobal::pdfQuality = 1; // 150 dpi
@@ -137,14 +126,9 @@ private slots:
             const QStringList pageAlone = {"-f", QString::number(page), "-l", QString::number(page)};
             Tools::run("pdfimages", pageAlone + QStringList{"-j", path("all.pdf"), path("stored")});
             QVERIFY2(stored.isEmpty() != (read("stored-000.jpg") == stored), name);
-            Tools::run("pdftoppm",
-                       pageAlone
-                           + QStringList{"-r", "96", "-png", "-singlefile", path("all.pdf"), path("page")});
             const QImage shown = ImageReading::read(path(files[page - 1]));
             const QRect place(QPoint(), shown.size().boundedTo({816, 60}));
-            const double difference =
-                Pictures::difference(QImage(path("page.png")).copy(place), shown.scaled(place.size()));
-            QVERIFY2(difference < 4, name); // a pixel of each edge
+            QVERIFY2(Pictures::difference(drawn(page, 96).copy(place), shown.scaled(place.size())) < 4, name);
         }
 
         // Readers mend a wrong table of contents without a word.
@@ -160,11 +144,9 @@ private slots:
     void aBrokenPictureGivesABlankPage()
     {
         write("broken.jpg", "broken");
-        const QString info = create({"a.png", "broken.jpg", "gone.jpg", "b.png"});
-        QVERIFY(info.contains(QRegularExpression("Pages: +4\n")));
+        QVERIFY(create({"a.png", "broken.jpg", "b.png"}).contains(QRegularExpression("Pages: +3\n")));
         QVERIFY(pictureOnPage(2).isEmpty());
-        QVERIFY(pictureOnPage(3).isEmpty());
-        QVERIFY(pictureOnPage(4).width() > 600);
+        QVERIFY(pictureOnPage(3).width() > 600);
     }
 
     /// The real limit is two gigabytes.
@@ -232,7 +214,6 @@ private slots:
             VistamoGlobal::pdfFileName = name;
             create({"a.png"});
             QCOMPARE(QDir(folder->path()).entryList(), files);
-            QCOMPARE(disk("real").filter("b.pdf"), QStringList());
         }
     }
 
@@ -253,12 +234,17 @@ private:
         return QString::fromUtf8(Tools::run("pdfinfo", {path("all.pdf")}).value_or(""));
     }
 
-    /// Where a page is not white, points from its upper left corner.
-    QRectF pictureOnPage(int page)
+    QImage drawn(int page, int dpi) const
     {
-        Tools::run("pdftoppm", {"-r", "72", "-png", "-singlefile", "-f", QString::number(page),
+        const QString number = QString::number(page);
+        Tools::run("pdftoppm", {"-r", QString::number(dpi), "-png", "-singlefile", "-f", number, "-l", number,
                                 path("all.pdf"), path("page")});
-        const QImage image(path("page.png"));
+        return QImage(path("page.png"));
+    }
+    /// Where a page is not white, points from its upper left corner.
+    QRectF pictureOnPage(int page) const
+    {
+        const QImage image = drawn(page, 72);
         QRect seen;
         for (int y = 0; y < image.height(); ++y)
             for (int x = 0; x < image.width(); ++x)
