@@ -1,8 +1,10 @@
 #include "batch/BatchRun.h"
 #include "batch/PdfJpegs.h"
 #include "batch/PdfPageLayout.h"
+#include "shared/image/ColourConversion.h"
 #include "shared/image/ImageReading.h"
 #include "shared/image/ImageWriting.h"
+#include "shared/image/ShrunkRows.h"
 #include "shared/platform/HeldFiles.h"
 #include "shared/platform/NewFileName.h"
 #include "shared/platform/Platform.h"
@@ -46,8 +48,20 @@ struct PageLayout
     bool smooth;
 };
 
+/// The picture of a page from the rows of a larger one. Null if that is not for this picture or this page.
+QImage shrunkPageImage(const QString &path, const PageLayout &page)
+{
+    const auto picture = page.smooth ? ImageReading::openRows(path) : std::nullopt;
+    const QSize size = picture ? pdfPictureSize(picture->size, page.available, page.enlarge) : QSize();
+    if (size.isEmpty() || size.boundedTo(picture->size) != size)
+        return {};
+    return Colour::inSrgb(shrunkRows(*picture, size));
+}
+
 QImage pageImage(const QString &path, const PageLayout &page)
 {
+    if (QImage image = shrunkPageImage(path, page); !image.isNull())
+        return image;
     const ImageReading::HeldPicture picture = ImageReading::readAndHold(path);
     const QImage image = ImageWriting::fitted(picture.image, "pdf");
     const QSize size = pdfPictureSize(image.size(), page.available, page.enlarge);

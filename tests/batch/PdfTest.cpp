@@ -1,6 +1,7 @@
 #include "batch/ImagesToPDFConvertThread.h"
 #include "batch/PdfPageLayout.h"
 #include "shared/image/ImageReading.h"
+#include "shared/image/ShrunkRows.h"
 #include "shared/VistamoGlobal.h"
 #include "support/Files.h"
 #include "support/Pictures.h"
@@ -90,6 +91,7 @@ private slots:
         const QImage picture = Pictures::quarters(QSize(90, 60));
         QImage wide = picture;
         wide.setColorSpace(QColorSpace::AdobeRgb);
+        const QImage wider = picture.scaled(1632, 120);
         const QByteArray plain = Pictures::encoded(picture, "jpg", 85);
         const QByteArray grey = Pictures::encoded(picture.convertedTo(QImage::Format_Grayscale8), "jpg", 85);
         const QByteArray progressive = Pictures::progressiveJpeg(picture);
@@ -113,7 +115,10 @@ private slots:
             {"wide colours", Pictures::encoded(wide, "jpg", 85), {}},
             {"not whole", plain.chopped(2), {}},
             {"inks", read("inks.jpg"), {}},
-            {"wider than the page", Pictures::encoded(picture.scaled(817, 60), "jpg"), {}},
+            {"wider than the page", Pictures::encoded(wider, "jpg"), {}},
+            {"half of it", Pictures::encoded(wider, "jpg").first(2500), {}},
+            {"wider, grey", Pictures::encoded(wider.convertedTo(QImage::Format_Grayscale8), "jpg"), {}},
+            {"wider, wide colours", Pictures::encoded(wide.scaled(1632, 120), "jpg"), {}},
         };
         QStringList files;
         for (const auto &[name, file, stored] : cases) {
@@ -139,6 +144,50 @@ private slots:
         for (int object = 1; object < lines.size() - 3; ++object)
             QVERIFY(pdf.mid(lines[object + 2].first(10).toInt())
                         .startsWith(QByteArray::number(object) + " 0 obj\n"));
+    }
+
+    /// Each pixel is the mean of what it covers, as far as this can be told in whole numbers, and so as Qt
+    /// has it.
+    void rowsAreShrunkToTheirMeans()
+    {
+        const auto covered = [](int thing, int place, double ratio) {
+            return std::max(0.0, std::min(thing + 1.0, (place + 1) * ratio)
+                                     - std::max<double>(thing, place * ratio))
+                   / ratio;
+        };
+        const QImage noise = Pictures::noise({301, 97});
+        for (const QImage &larger :
+             {noise.convertedTo(QImage::Format_RGB888), noise.convertedTo(QImage::Format_Grayscale8)}) {
+            for (const QSize size :
+                 {noise.size(), QSize(300, 96), QSize(165, 53), QSize(7, 97), QSize(1, 1)}) {
+                int rowsLeft = 97;
+                PictureRows rows{larger.copy(0, 0, 1, 1), larger.size(), {}};
+                rows.next = [&](uchar *row) {
+                    if (rowsLeft > 0)
+                        std::copy_n(larger.constScanLine(97 - rowsLeft), rows.bytesOfRow(), row);
+                    return --rowsLeft >= 0;
+                };
+                const QImage shrunk = shrunkRows(rows, size);
+                QVERIFY(shrunk.size() == size && shrunkRows(rows, size).isNull());
+                const QImage scaled = larger.convertedTo(QImage::Format_RGB32)
+                                          .scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+                QVERIFY(Pictures::difference(shrunk, scaled) < 1);
+                const double across = 301.0 / size.width(), down = 97.0 / size.height();
+                for (int i = 0; i < size.width() * size.height(); ++i) {
+                    const int x = i % size.width(), y = i / size.width();
+                    double red = 0, blue = 0;
+                    for (int from = int(y * down); from < std::min(97.0, (y + 1) * down); ++from)
+                        for (int column = int(x * across); column < std::min(301.0, (x + 1) * across);
+                             ++column) {
+                            const double part = covered(column, x, across) * covered(from, y, down);
+                            red += part * qRed(larger.pixel(column, from));
+                            blue += part * qBlue(larger.pixel(column, from));
+                        }
+                    QVERIFY(qAbs(red - qRed(shrunk.pixel(x, y))) < 1.5
+                            && qAbs(blue - qBlue(shrunk.pixel(x, y))) < 1.5);
+                }
+            }
+        }
     }
 
     void aBrokenPictureGivesABlankPage()
