@@ -31,6 +31,8 @@ VistamoDeleteDialog::VistamoDeleteDialog(QWidget *parent)
     ui->fileTreeView->setModel(&fileModel);
     // The texts say which files go.
     ui->fileTreeView->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    // Or each icon that comes asks all rows above its own for their heights.
+    ui->fileTreeView->setUniformRowHeights(true);
     ui->fileTreeView->setColumnWidth(FileName, nameColumnWidth);
     ui->fileTreeView->setColumnHidden(Index, true);
 }
@@ -43,12 +45,15 @@ VistamoDeleteDialog::~VistamoDeleteDialog()
 void VistamoDeleteDialog::setFileList(const QList<VistamoGlobal::TFileData> &list)
 {
     QStringList paths;
+    QPixmap blank(thumbnailSize, thumbnailSize); // as high as the icons that are to come
+    blank.fill(Qt::transparent);
+    const QIcon noIcon(blank);
     QList<QList<QStandardItem *>> rows; // the last file stands first
     for (const VistamoGlobal::TFileData &file : list) {
         const QFileInfo info(file.fullPath);
         if (!info.exists())
             continue;
-        auto *const item = new QStandardItem(info.fileName());
+        auto *const item = new QStandardItem(noIcon, info.fileName());
         item->setCheckable(true);
         item->setCheckState(Qt::Checked);
         rows.append({item, new QStandardItem(QDir::toNativeSeparators(info.path())),

@@ -1,6 +1,5 @@
 #include "library/Ticks.h"
 
-#include <QFileInfo>
 #include <QtDebug>
 
 #include <algorithm>
@@ -64,29 +63,34 @@ void Ticks::set(const QList<TFileRecord> &files, bool ticked)
 
 void Ticks::untick(const QStringList &files)
 {
-    for (const QString &file : files) {
-        qDebug() << "removeItemFromCheckedItemList: ";
-        qDebug() << "path: " << QFileInfo(file).path();
-        qDebug() << "fileName: " << QFileInfo(file).fileName();
-    }
+    qDebug() << "removeItemFromCheckedItemList: " << files.size();
     remove(files);
 }
 
 void Ticks::remove(const QStringList &files)
 {
     QSet<QString> gone;
+    gone.reserve(files.size());
     for (const QString &file : files) {
         if (const QString found = find(file); !found.isNull())
             gone.insert(found);
     }
-    for (const QString &file : gone) {
+    if (gone.isEmpty())
+        return;
+    QHash<QString, int> goneOf; // by folder
+    VistamoGlobal::checkedItemList.removeIf([&](const TCheckedItem &item) {
+        const QString file = item.path + QLatin1Char('/') + item.fileName;
+        if (!gone.contains(file))
+            return false;
         tickedFiles.remove(NativeCaselessPath(file), file);
-        --ticksOf[NativeCaselessPath(QFileInfo(file).path())];
-        missing[NativeCaselessPath(QFileInfo(file).path())].remove(file);
-    }
-    VistamoGlobal::checkedItemList.removeIf([&gone](const TCheckedItem &item) {
-        return !gone.isEmpty() && gone.contains(item.path + QLatin1Char('/') + item.fileName);
+        ++goneOf[item.path];
+        return true;
     });
+    for (auto folder = goneOf.cbegin(); folder != goneOf.cend(); ++folder) {
+        const NativeCaselessPath path(folder.key());
+        ticksOf[path] -= folder.value();
+        missing[path].removeIf([&gone](const QString &file) { return gone.contains(file); });
+    }
     assertInStep();
 }
 
@@ -98,6 +102,20 @@ void Ticks::setPresent(const QString &folder, const QList<TFileRecord> &files)
     for (auto file = files.begin(); file != files.end() && !without.isEmpty(); ++file)
         without.remove(find(file->path + QLatin1Char('/') + file->fileName));
     missing[NativeCaselessPath(folder)] = without;
+}
+
+void Ticks::changePresent(const QString &folder, const QSet<QString> &gone, const QList<TFileRecord> &come)
+{
+    const NativeCaselessPath path(folder);
+    if (ticksOf.value(path) == 0)
+        return;
+    QSet<QString> &without = missing[path];
+    for (const QString &fileName : gone) {
+        if (const QString found = find(folder + QLatin1Char('/') + fileName); !found.isNull())
+            without.insert(found);
+    }
+    for (auto file = come.begin(); file != come.end() && !without.isEmpty(); ++file)
+        without.remove(find(file->path + QLatin1Char('/') + file->fileName));
 }
 
 int Ticks::count() const

@@ -36,6 +36,9 @@ public:
     /// it comes back, and is not counted until then.
     void setPresent(const QString &folder, const QList<TFileRecord> &files);
 
+    /// Tells what differs from what was told last: names of files that have gone, and files that have come.
+    void changePresent(const QString &folder, const QSet<QString> &gone, const QList<TFileRecord> &come);
+
     /// How many files are ticked, and how many of them in one folder.
     [[nodiscard]] int count() const;
     [[nodiscard]] int countOf(const QString &folder) const;

@@ -74,6 +74,20 @@ private slots:
             QVERIFY2(states.value(path, FolderState(-1)) == state, qPrintable(path));
     }
 
+    void ticksWithoutFilesAreNotCounted()
+    {
+        for (const char *const name : {"a.jpg", "b.jpg", "c.jpg"})
+            ticks->set("/photos", name, true);
+        ticks->set("/other", "a.jpg", true);
+        const auto counts = [this] { return std::pair(ticks->countOf("/photos"), ticks->count()); };
+        ticks->setPresent("/photos", batch(0, {"b.jpg", "c.jpg", "d.jpg"}, true).records);
+        QCOMPARE(counts(), std::pair(2, 3));
+        ticks->changePresent("/photos", {"c.jpg", "d.jpg"}, batch(0, {"a.jpg", "e.jpg"}, true).records);
+        QCOMPARE(counts(), std::pair(2, 3));
+        ticks->untick({"/photos/a.jpg", "/photos/c.jpg", "/photos/d.jpg"});
+        QCOMPARE(counts(), std::pair(1, 2));
+    }
+
     void folderThatIsReadAgainChangesWhereItDiffers()
     {
         QVERIFY(list->take(batch(0, {"a.jpg", "b.jpg", "c.jpg", "d.jpg"}, true), true));

@@ -53,8 +53,9 @@ void ThumbsForm::onFilesFound(const FoundFiles &files)
     if (files.complete) {
         if (ticksRest)
             restOf.clear();
-        const bool differs = !files.gone || !files.gone->isEmpty() || !files.records.isEmpty();
-        if (differs && !files.isUnreadable && !files.cutOff) // or they are not known to be gone
+        if (files.gone)
+            ticks.changePresent(files.path, *files.gone, files.records);
+        else if (!files.isUnreadable && !files.cutOff) // or they are not known to be gone
             ticks.setPresent(files.path, VistamoGlobal::fileDataList);
         showTickCount();
         ui->mainListView->setEmptyText(files.isUnreadable ? tr("This folder cannot be read.")

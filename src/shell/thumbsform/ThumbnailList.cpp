@@ -184,8 +184,7 @@ void ThumbsForm::onDoubleClickListView(QModelIndex index)
 /// Takes files that have left the disk out of the list; those of the folder on show lose their ticks.
 void ThumbsForm::removeItemFromList(const QStringList &files)
 {
-    for (qsizetype i = 0; i < files.size(); ++i)
-        qDebug() << "removeItemFromList: ";
+    qDebug() << "removeItemFromList: " << files.size();
     // Rows that a walk still adds go by its own count, and the strip is filled by a walk alone.
     if (fileList.remove(files))
         folderWatch.reportSoon(folderLoad.path());
