@@ -8,6 +8,7 @@
 #    include <QtDBus>
 #endif
 
+#ifndef Q_OS_WIN
 namespace {
 
 /// A part of the window as a screen reader has it.
@@ -29,22 +30,6 @@ struct Part
     }
 };
 
-Part partOf(QAccessibleInterface *widget)
-{
-    const QAccessible::Role role = widget->role();
-    const bool isButton =
-        role == QAccessible::Button || role == QAccessible::ButtonMenu || role == QAccessible::CheckBox;
-    Part part{role == QAccessible::PageTabList ? "page tab list" : "",
-              widget->text(QAccessible::Name),
-              widget->text(QAccessible::Description),
-              isButton || (widget->state().focusable && widget->object()),
-              {}};
-    for (int i = 0; !widget->tableCellInterface() && i < widget->childCount(); ++i)
-        if (QAccessibleInterface *const child = widget->child(i); child && !child->state().invisible)
-            part.children.append(partOf(child));
-    return part;
-}
-
 /// What is wrong with the names of a part: a widget that takes the focus, or a button, without a name or a
 /// description of its own, or called as another.
 void findFaults(const Part &part, QStringList &names, QStringList &faults)
@@ -63,7 +48,6 @@ void findFaults(const Part &part, QStringList &names, QStringList &faults)
         findFaults(child, names, faults);
 }
 
-#ifndef Q_OS_WIN
 /// Reads the program from outside, over the bus of the screen readers.
 class ReaderBus
 {
@@ -149,9 +133,9 @@ private:
     const QString accessible = "org.a11y.atspi.Accessible";
     QDBusConnection bus = QDBusConnection("");
 };
-#endif
 
 } // namespace
+#endif
 
 /// The program for who does not see it.
 class AccessibilityTest : public ProgramTest
@@ -175,7 +159,7 @@ private slots:
         QApplication::setLayoutDirection(Qt::LeftToRight);
     }
 
-    void everythingHasANameOfItsOwnAndRoomForItsText_data()
+    void everythingHasRoomForItsText_data()
     {
         QTest::addColumn<int>("times");
         QTest::addColumn<Qt::LayoutDirection>("direction");
@@ -184,7 +168,7 @@ private slots:
         QTest::newRow("twice the font, right to left") << 2 << Qt::RightToLeft;
     }
 
-    void everythingHasANameOfItsOwnAndRoomForItsText()
+    void everythingHasRoomForItsText()
     {
         QFETCH(int, times);
         QFETCH(Qt::LayoutDirection, direction);
@@ -214,7 +198,10 @@ private slots:
                     read = its;
             QVERIFY2(!isDialog || read.name == window->windowTitle(), part);
             qInfo().noquote() << read.text();
-            check(read);
+            QStringList names;
+            QStringList faults;
+            findFaults(read, names, faults);
+            QCOMPARE(faults.join("; "), QString());
             QVERIFY2(read.text().contains(part), part);
         });
 #endif
@@ -284,7 +271,6 @@ private:
     }
     static void check(QWidget *window)
     {
-        check(partOf(QAccessible::queryAccessibleInterface(window)));
         QTRY_COMPARE(clippedIn(window).join("; "), QString());
         const auto labels = window->findChildren<QLabel *>();
         for (const QWidget *const field : window->findChildren<QWidget *>()) {
@@ -327,14 +313,6 @@ private:
     {
         return qobject_cast<const QAbstractButton *>(widget) || qobject_cast<const QComboBox *>(widget)
                || qobject_cast<const QAbstractSpinBox *>(widget);
-    }
-    static void check(const Part &part)
-    {
-        QStringList names;
-        QStringList faults;
-        findFaults(part, names, faults);
-        QCOMPARE(faults.join("; "), QString());
-        QVERIFY(!names.isEmpty());
     }
 
     const QFont font = QApplication::font();
