@@ -42,7 +42,9 @@ inline bool logged(const QString &call)
             Imports::replace<decltype(&call)>(#call, [] parameters -> BOOL {                                 \
                 if (logged(text))                                                                            \
                     return usual##call arguments;                                                            \
-                SetLastError(errno == EXDEV ? ERROR_NOT_SAME_DEVICE : ERROR_NOT_SUPPORTED);                  \
+                SetLastError(errno == EXDEV    ? ERROR_NOT_SAME_DEVICE                                       \
+                             : errno == EACCES ? ERROR_ACCESS_DENIED                                         \
+                                               : ERROR_NOT_SUPPORTED);                                       \
                 return FALSE;                                                                                \
             });
 

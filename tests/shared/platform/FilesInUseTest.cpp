@@ -17,7 +17,7 @@
 #ifdef Q_OS_WIN
 #    include "shared/platform/NativePath.h"
 #    include "shared/platform/WindowsHandle.h"
-#    include "support/Imports.h"
+#    include "support/SyscallLog.h"
 #endif
 
 using FileCopy::Existing;
@@ -151,17 +151,12 @@ private slots:
         FileForReading reader(path("a.jpg"));
         QVERIFY(reader.open());
         auto other = held("b.jpg");
-        static std::atomic_int setAside;
-        static const decltype(&MoveFileExW) usualMove = Imports::replace<decltype(&MoveFileExW)>(
-            "MoveFileExW", [](const wchar_t *from, const wchar_t *to, DWORD flags) {
-                setAside += QString::fromWCharArray(to).endsWith(".previous") ? 1 : 0;
-                return usualMove(from, to, flags);
-            });
+        syscallLog().clear();
         const auto replace = [this](FileCopy::Progress &progress) {
             return Platform::replaceFile(at("b.jpg"), at("a.jpg"), progress.heldFiles);
         };
         QVERIFY(!run({"replaced", replace, {}}));
-        QCOMPARE(setAside, 0);
+        QCOMPARE(syscallLog().filter(".previous"), QStringList());
         other.reset();
         QCOMPARE(state(), before);
     }
@@ -170,16 +165,10 @@ private slots:
     void whoLetsGoAtOnceStandsInNobodysWay()
     {
         start();
-        static bool isDenied = true;
-        static decltype(&MoveFileExW) usual = nullptr;
-        usual = Imports::replace<decltype(usual)>(
-            "MoveFileExW", [](const wchar_t *from, const wchar_t *to, DWORD flags) -> BOOL {
-                if (!std::exchange(isDenied, false))
-                    return usual(from, to, flags);
-                SetLastError(ERROR_ACCESS_DENIED);
-                return FALSE;
-            });
+        bool isDenied = true;
+        beforeSyscall() = [&](const QString &) { return std::exchange(isDenied, false) ? EACCES : 0; };
         QVERIFY(Platform::renameToNew(path("a.jpg"), path("c.jpg"), progress.heldFiles));
+        beforeSyscall() = nullptr;
         QVERIFY(!isDenied);
         QCOMPARE(state(), QStringList({"b.jpg: new", "c.jpg: was there"}));
     }
