@@ -28,10 +28,25 @@ struct Work
     static inline std::atomic_bool moving = false, overlapped = false;
 };
 
+const QString table = QStringLiteral("FileData");
+
+TThumbnailRecord keyOf(const QString &path)
+{
+    return {{}, path, 5'000'000'000, {}, QDateTime(QDate(2026, 11, 21), QTime(10, 20, 30, 400)), {}};
+}
+
+TThumbnailRecord recordOf(const QString &path)
+{
+    TThumbnailRecord record = keyOf(path);
+    record.resolution = QStringLiteral("4032x3024");
+    record.image = Pictures::quarters(QSize(256, 192));
+    return record;
+}
+
 } // namespace
 
-/// The loader, the maker behind it and the icons made from their answers, over a real database.
-class LoadThumbnailThreadTest : public FolderTest
+/// The database of thumbnails; the loader, the maker behind it and the icons made from their answers.
+class ThumbnailsTest : public FolderTest
 {
     Q_OBJECT
 
@@ -40,9 +55,9 @@ private slots:
     {
         newFolder({"folder.db"});
         ThumbnailDatabase::setFileName(path("thumbnail.db"));
-        VistamoGlobal::thumbnailDatabase = QSqlDatabase::addDatabase("QSQLITE");
-        VistamoGlobal::thumbnailDatabase.setDatabaseName(path("thumbnail.db"));
-        QVERIFY(ThumbnailDatabase::open(VistamoGlobal::thumbnailDatabase, 0));
+        db = QSqlDatabase::addDatabase("QSQLITE");
+        db.setDatabaseName(path("thumbnail.db"));
+        QVERIFY(ThumbnailDatabase::open(db, 1000) && global.createThumbnailTable(table, db));
         maker = std::make_unique<ThumbnailMaker>();
         icons = std::make_unique<ThumbnailIcons>();
     }
@@ -51,9 +66,105 @@ private slots:
     {
         icons.reset();
         maker.reset();
-        VistamoGlobal::thumbnailDatabase = QSqlDatabase();
+        db = QSqlDatabase();
         QSqlDatabase::removeDatabase(QSqlDatabase::defaultConnection);
     }
+
+    void rowsAreKeptAsAgreed()
+    {
+        const QString path = QString::fromUtf8("/photos/it's \"1%\"\n\u05d0.jpg");
+        const TThumbnailRecord record = recordOf(path);
+        QVERIFY(global.addThumbnail(record, table, db));
+        TThumbnailRecord found = keyOf(path);
+        QVERIFY(global.getThumbnail(found, table, db));
+        db.close();
+        QVERIFY(ThumbnailDatabase::open(db, 1000));
+        static_cast<void>(global.getThumbnail(found, table, db)); // finds out that its statement has died
+        found.resolution.clear();
+        QVERIFY(global.getThumbnail(found, table, db));
+        QCOMPARE(found.resolution, record.resolution);
+        QVERIFY(!global.addThumbnail(keyOf("/broken.jpg"), table, db)); // without a picture
+        QVERIFY(Pictures::difference(found.image, record.image) < 3);
+
+        QCOMPARE(query("SELECT group_concat(fullPath || size || creationTime || date) FROM FileData"),
+                 path + "5000000000Sat Nov 21 10:20:30 2026" + QDate::currentDate().toString("yyyyMM"));
+        QVERIFY(query("SELECT hex(image) FROM FileData").startsWith("FFD8FF"));
+        QCOMPARE(query("SELECT group_concat(name || ' ' || type) FROM pragma_table_info('FileData')"),
+                 "id INTEGER,fullPath TEXT,resolution TEXT,size INTEGER,creationTime TEXT,image BLOB,"
+                 "date INTEGER");
+    }
+
+    void everyPartOfTheKeyCounts()
+    {
+        QVERIFY(global.addThumbnail(recordOf("/photos/a.jpg"), table, db));
+        const auto isHit = [&](const std::function<void(TThumbnailRecord &)> &change) {
+            TThumbnailRecord key = keyOf("/photos/a.jpg");
+            change(key);
+            return global.getThumbnail(key, table, db) && !key.image.isNull() && !key.resolution.isEmpty();
+        };
+        QVERIFY(!isHit([](auto &key) { key.fullPath = "/photos/A.jpg"; }));
+        QVERIFY(!isHit([](auto &key) { key.size += 1; }));
+        QVERIFY(!isHit([](auto &key) { key.creationTime = key.creationTime.addSecs(1); }));
+        QVERIFY(isHit([](auto &key) { key.creationTime = key.creationTime.addMSecs(500); })); // one second
+    }
+
+    void threadsShareTheFileAndItsIndex()
+    {
+        std::vector<std::jthread> threads;
+        for (int thread = 0; thread < 4; ++thread)
+            threads.emplace_back([thread] {
+                for (int i = 0; i < 50; ++i)
+                    QVERIFY(ThumbnailDatabase::add(recordOf(QStringLiteral("/%1/%2.jpg").arg(thread).arg(i)),
+                                                   "bytes"));
+            });
+        threads.clear(); // waits for them
+        QCOMPARE(query("SELECT count(*) FROM FileData"), "200");
+        QCOMPARE(query("PRAGMA journal_mode"), "wal");
+        const QString plan = query("EXPLAIN QUERY PLAN SELECT image, resolution FROM FileData "
+                                   "WHERE fullPath = 'a' AND size=1 AND creationTime='x'",
+                                   3);
+        QVERIFY2(plan.contains("USING INDEX"), qPrintable(plan));
+        // Each thread has taken its connection with it.
+        QVERIFY(QSqlDatabase::connectionNames().size() <= 2);
+    }
+
+    void damageCostsTheCacheOnly()
+    {
+        write("text.db", QByteArray(20000, '\x5a'));
+        write("short.db", QByteArray("SQLite format 3\0", 16));
+        write("empty.db", "");
+        for (const char *const name : {"text.db", "short.db", "empty.db", "folder.db"}) {
+            const bool usable = name == QByteArray("empty.db");
+            ThumbnailDatabase::setFileName({}); // or a connection would still be open
+            QVERIFY(!ThumbnailDatabase::find(keyOf("/a.jpg")));
+            ThumbnailDatabase::setFileName(path(name));
+            QVERIFY(!ThumbnailDatabase::find(keyOf("/a.jpg")));
+            QCOMPARE(ThumbnailDatabase::add(recordOf("/a.jpg"), "bytes"), usable);
+            QCOMPARE(ThumbnailDatabase::find(keyOf("/a.jpg")).has_value(), usable);
+        }
+    }
+
+    void lockedFileIsNotWaitedForAgainAndAgain()
+    {
+        QVERIFY(ThumbnailDatabase::add(recordOf("/a.jpg"), "bytes"));
+        QSqlQuery lock(db);
+        QVERIFY(lock.exec("BEGIN IMMEDIATE"));
+        QElapsedTimer time;
+        time.start();
+        for (int i = 0; i < 50; ++i)
+            QVERIFY(!ThumbnailDatabase::add(recordOf("/b.jpg"), "bytes"));
+        QVERIFY2(time.elapsed() < 3000, qPrintable(QString::number(time.elapsed())));
+        QVERIFY(lock.exec("ROLLBACK"));
+    }
+
+#ifndef Q_OS_WIN
+    void keyOfAFileWithoutABirthTime()
+    {
+        const QFileInfo info("/proc/self/status");
+        QVERIFY(!info.fileTime(QFile::FileBirthTime).isValid());
+        QCOMPARE(ThumbnailDatabase::keyOf(info).creationTime, info.lastModified());
+    }
+#endif
 
     void secondVisitComesFromTheDatabase()
     {
@@ -96,7 +207,7 @@ private slots:
     {
         Pictures::save(path("a.jpg"), QSize(60, 40));
         const ThumbnailAnswer whole = loadAll({"a.jpg"})[0];
-        QSqlQuery(VistamoGlobal::thumbnailDatabase).exec("UPDATE FileData SET resolution='512x128'");
+        QSqlQuery(db).exec("UPDATE FileData SET resolution='512x128'");
         QCOMPARE(loadAll({"a.jpg"})[0].size, QSize(256, 64));
         // More than there is time for: the others follow by themselves.
         QList<QIcon> made;
@@ -118,7 +229,7 @@ private slots:
         icons->clearSquares();
         QVERIFY(painted() < made.size());
         icons->clearSquares();
-        QSqlQuery(VistamoGlobal::thumbnailDatabase).exec("UPDATE FileData SET image=zeroblob(1000)");
+        QSqlQuery(db).exec("UPDATE FileData SET image=zeroblob(1000)");
         QTRY_VERIFY(painted() == 0 && !icons->isMaking());
         QVERIFY(icons->takeLost());
         QVERIFY(loadAll({"a.jpg"})[0].stored);
@@ -127,31 +238,22 @@ private slots:
 
     void cachesStayWithinTheirBounds()
     {
-        ThumbnailAnswer answer;
-        QList<QIcon> made;
-        const auto painted = [&](int count) {
-            while (made.size() < count) {
-                answer.row = static_cast<int>(made.size());
-                made.append(icons->icon(answer, {}));
-            }
-            return std::count_if(made.cbegin(), made.cend(), [](const QIcon &icon) {
-                return icon.pixmap(QSize(256, 256), 1.0).toImage().pixelColor(128, 128) != base();
-            });
-        };
         // Of a megabyte each; those that fell out of memory are reported, the latest first.
+        ThumbnailAnswer answer;
         answer.size = QSize(256, 171);
         answer.encoded = Pictures::encoded(Pictures::quarters(answer.size), "jpg").leftJustified(1 << 20, 0);
-        QCOMPARE(painted(100), 64);
+        QList<QIcon> made;
+        for (; answer.row < 100; ++answer.row)
+            made.append(icons->icon(answer, {}));
+        QCOMPARE(std::count_if(made.cbegin(), made.cend(),
+                               [](const QIcon &icon) {
+                                   const QImage square = icon.pixmap(QSize(256, 256), 1.0).toImage();
+                                   return square.pixelColor(128, 128) != base();
+                               }),
+                 64);
         for (int row = 35; row >= 0; --row)
             QCOMPARE(icons->takeLost().value_or(ThumbnailIcons::Source()).row, row);
         QVERIFY(!icons->takeLost());
-        // As squares of a quarter of that.
-        made.clear();
-        Pictures::save(path("a.jpg"));
-        answer = loadAll({"a.jpg"})[0];
-        QCOMPARE(painted(300), 300);
-        QSqlQuery(VistamoGlobal::thumbnailDatabase).exec("DELETE FROM FileData");
-        QCOMPARE(painted(300), 48 * 4);
     }
 
     void queuesBetweenTwoThreadsKeepAllInOrder()
@@ -222,7 +324,10 @@ private:
         return answers;
     }
 
-    static QColor base() { return QPalette().color(QPalette::Active, QPalette::Base); }
+    static QColor base()
+    {
+        return QPalette().color(QPalette::Active, QPalette::Base);
+    }
     QImage squareOf(const ThumbnailAnswer &answer)
     {
         return icons->icon(answer, {}).pixmap(QSize(256, 256), 1.0).toImage();
@@ -231,15 +336,17 @@ private:
     {
         return Pictures::quartersOf(squareOf(answer).copy(thumbnailRect(answer.size)));
     }
-    QString query(const QString &text) const
+    QString query(const QString &text, int column = 0) const
     {
-        QSqlQuery query(VistamoGlobal::thumbnailDatabase);
-        return query.exec(text) && query.next() ? query.value(0).toString() : QString();
+        QSqlQuery query(db);
+        return query.exec(text) && query.next() ? query.value(column).toString() : query.lastError().text();
     }
 
+    const VistamoGlobal global = {};
+    QSqlDatabase &db = VistamoGlobal::thumbnailDatabase;
     std::unique_ptr<ThumbnailMaker> maker;
     std::unique_ptr<ThumbnailIcons> icons;
 };
 
-QTEST_MAIN(LoadThumbnailThreadTest)
-#include "LoadThumbnailThreadTest.moc"
+QTEST_MAIN(ThumbnailsTest)
+#include "ThumbnailsTest.moc"
