@@ -445,6 +445,17 @@ private slots:
         QVERIFY(QFile::resize(path("out/a.tiff"), 600'000'000));
         QVERIFY(convert({"out/a.tiff"}, ".jpg", true).isEmpty());
         QVERIFY(toldOf("out/a.jpg").startsWith("Camera") && toldOf("out/a.jpg").endsWith("Kyiv"));
+        const QByteArray resources(
+            "8BIM\4\x22\0\0\0\0\0\x22II*\0\x08\0\0\0\1\0\x0f\1\2\0\7\0\0\0\x1a\0\0\0\0\0\0\0"
+            "Camera\0\0"
+            "8BIM\4\4\0\0\0\0\0\x09\x1c\2\x5a\0\4Kyiv",
+            68);
+        write("in/b.psd", QByteArray("8BPS\0\1\0\0\0\0\0\0\0\3\0\0\0\2\0\0\0\2\0\x08\0\3\0\0\0\0\0\0\0", 33)
+                              + static_cast<char>(resources.size()) + resources
+                              + QByteArray(4 + 2 + 3 * 4, 0));
+        QVERIFY(convert({"in/b.psd"}, ".jpg", true).isEmpty());
+        const QString told = toldOf("out/b.jpg");
+        QVERIFY2(told.startsWith("Camera") && told.endsWith("Kyiv"), qPrintable(told));
     }
 
 private:
