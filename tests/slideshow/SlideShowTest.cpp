@@ -84,6 +84,7 @@ private slots:
         const auto *const swatch = dialog.findChild<QWidget *>("bkColorWidget");
         QCOMPARE(swatch->palette().color(QPalette::Window), QColor(16, 32, 48));
 
+        delay->setValue(1); // which changes no more as it is read
         QSettings settings = programSettings();
         settings.setValue("Options/bkColor", "nonsense");
         settings.setValue("Options/delay", "-3");
