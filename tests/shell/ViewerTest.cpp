@@ -159,6 +159,8 @@ private slots:
         program->click("galleryButton");
         QVERIFY(program->find("scrollArea")->height() > height + 100);
         QCOMPARE(label->size(), viewport());
+        const QWidget *const floating = program->find("forward2Button");
+        QCOMPARE(floating->y(), program->find("scrollArea")->height() / 2 - floating->height() / 2);
         program->click("forwardButton");
         program->click("galleryButton");
         QVERIFY(program->isOn(program->fileNames()[strip->currentIndex().column()]));
