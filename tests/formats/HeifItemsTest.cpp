@@ -204,6 +204,37 @@ private slots:
         }
     }
 
+    void isDecodedOnce()
+    {
+        struct Counting : QBuffer
+        {
+            using QBuffer::QBuffer;
+            qint64 begin = 0;
+            int reads = 0; ///< from there on
+            qint64 readData(char *bytes, qint64 most) override
+            {
+                reads += pos() >= begin;
+                return QBuffer::readData(bytes, most);
+            }
+        };
+        for (const char *const format : {"avif", "heic"}) {
+            QByteArray file = Pictures::encoded(Pictures::quarters({96, 64}), format);
+            const qsizetype data = file.indexOf("mdat") + 4;
+            std::fill(file.begin() + data, file.end(), char(0x55)); // broken: nothing may try it again
+            QList<int> reads;
+            for (const QSize size : {QSize(), QSize(24, 16)}) {
+                Counting device(&file);
+                device.begin = data;
+                QVERIFY(device.open(QIODevice::ReadOnly));
+                QImageReader reader(&device, format);
+                reader.setScaledSize(size);
+                QVERIFY(reader.read().isNull());
+                reads.append(device.reads);
+            }
+            QVERIFY2(reads[0] > 0 && reads[1] == reads[0], format);
+        }
+    }
+
     void scalesTheThumbnail()
     {
         const QByteArray turned = box("irot", "\2"), p3 = colours(12);

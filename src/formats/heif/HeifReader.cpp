@@ -287,15 +287,20 @@ QImage::Format HeifReader::imageFormat()
     return open() ? layoutOf(*primary, false).format : QImage::Format_Invalid;
 }
 
-/// The picture as it is to be shown. libheif before 1.17 mirrors none of more than 8 bits.
+/// The turns that libheif does not make: before 1.17 it mirrors none of more than 8 bits.
+std::vector<Heif::Turn> HeifReader::turnsLeft(const heif_image_handle &handle, heif_item_id id) const
+{
+    const auto found = items.turns.find(id);
+    const bool isLeft = found != items.turns.end() && isMirrored(found->second)
+                        && heif_image_handle_get_luma_bits_per_pixel(&handle) > 8;
+    return isLeft ? found->second : std::vector<Heif::Turn>();
+}
+
+/// The picture as it is to be shown.
 QImage HeifReader::decode(const heif_image_handle &handle, heif_item_id id, bool forScaling) const
 {
-    QImage image = decodePicture(handle, forScaling, true);
-    const auto found = items.turns.find(id);
-    if (image.isNull() && found != items.turns.end() && isMirrored(found->second)
-        && heif_image_handle_get_luma_bits_per_pixel(&handle) > 8)
-        image = turned(decodePicture(handle, forScaling, false), found->second);
-    return image;
+    const std::vector<Heif::Turn> turns = turnsLeft(handle, id);
+    return turned(decodePicture(handle, forScaling, turns.empty()), turns);
 }
 
 QImage HeifReader::readThumbnail(QSize scaled) const
@@ -373,10 +378,12 @@ QImage HeifReader::read(QSize scaled)
         QImage image;
         if (scales)
             image = readThumbnail(scaled);
-        if (image.isNull() && scales && withinLimit(sizeOf(*primary), layoutOf(*primary, true).format))
-            image = Heif::readShrunk(*primary, scaled);
+        std::optional<QImage> shrunk;
+        if (image.isNull() && scales && turnsLeft(*primary, primaryId()).empty()
+            && withinLimit(sizeOf(*primary), layoutOf(*primary, true).format))
+            shrunk = Heif::readShrunk(*primary, scaled);
         if (image.isNull()) {
-            image = decode(*primary, primaryId(), scales);
+            image = shrunk ? *shrunk : decode(*primary, primaryId(), scales);
             // Turns before the size in the list of properties have no part in the size that is told.
             scales &= image.size() == sizeOf(*primary);
         }

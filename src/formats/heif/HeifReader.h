@@ -41,6 +41,7 @@ private:
     [[nodiscard]] bool limitCost(); ///< of decoding; false for a file that is refused for it
     [[nodiscard]] heif_item_id primaryId() const;
     [[nodiscard]] QImage readThumbnail(QSize scaled) const; ///< null if there is none of use
+    [[nodiscard]] std::vector<Heif::Turn> turnsLeft(const heif_image_handle &handle, heif_item_id id) const;
     [[nodiscard]] QImage decode(const heif_image_handle &handle, heif_item_id id, bool forScaling) const;
 
     QIODevice *device;

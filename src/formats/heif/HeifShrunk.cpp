@@ -36,36 +36,39 @@ void shrink(const uchar *plane, int stride, QSize full, int bits, QImage &image,
 
 } // namespace
 
-QImage Heif::readShrunk(const heif_image_handle &handle, QSize size)
+std::optional<QImage> Heif::readShrunk(const heif_image_handle &handle, QSize size)
 {
     const QSize full(heif_image_handle_get_width(&handle), heif_image_handle_get_height(&handle));
     if (size.isEmpty() || size.boundedTo(full) != size || heif_image_handle_has_alpha_channel(&handle))
-        return {};
+        return std::nullopt;
     // The library makes planes of all colours first, whatever is asked for: one beside the other would be a
     // second picture.
     heif_image *decoded = nullptr;
     const bool ok = isOk(heif_decode_image(&handle, &decoded, heif_colorspace_RGB, heif_chroma_444, nullptr));
     const Image owner(decoded);
     if (!ok || !decoded || heif_image_get_chroma_format(decoded) != heif_chroma_444)
-        return {};
+        return QImage();
+    const auto sizeOf = [decoded](heif_channel channel) {
+        return QSize(heif_image_get_width(decoded, channel), heif_image_get_height(decoded, channel));
+    };
+    const QSize real = sizeOf(channels[0]);
     const int bits = heif_image_get_bits_per_pixel_range(decoded, heif_channel_R);
     const bool isDeep = heif_image_handle_get_luma_bits_per_pixel(&handle) > 8;
     if (isDeep ? bits < 9 || bits > 16 : bits != 8)
-        return {};
+        return QImage();
     QImage image;
-    if (!QImageIOHandler::allocateImage(size, isDeep ? QImage::Format_RGBX64 : QImage::Format_RGBX8888,
-                                        &image))
-        return {};
+    if (!QImageIOHandler::allocateImage(real == full ? size : real,
+                                        isDeep ? QImage::Format_RGBX64 : QImage::Format_RGBX8888, &image))
+        return QImage();
     image.fill(Qt::black); // and opaque
     for (size_t i = 0; i < channels.size(); ++i) {
         int stride = 0;
         const uchar *const plane = heif_image_get_plane_readonly(decoded, channels[i], &stride);
         if (!plane || heif_image_get_bits_per_pixel_range(decoded, channels[i]) != bits
-            || QSize(heif_image_get_width(decoded, channels[i]), heif_image_get_height(decoded, channels[i]))
-                   != full)
-            return {};
-        isDeep ? shrink<quint16>(plane, stride, full, bits, image, i)
-               : shrink<uchar>(plane, stride, full, bits, image, i);
+            || sizeOf(channels[i]) != real)
+            return QImage();
+        isDeep ? shrink<quint16>(plane, stride, real, bits, image, i)
+               : shrink<uchar>(plane, stride, real, bits, image, i);
     }
     return image;
 }
