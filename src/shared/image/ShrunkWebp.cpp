@@ -10,6 +10,7 @@
 #include <webp/decode.h>
 #include <webp/demux.h>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <vector>
@@ -102,7 +103,15 @@ bool shrinkRows(const WebPData &data, WebPDecoderConfig &config, QImage &image)
     config.output.is_external_memory = 1;
     config.output.u.RGBA = {image.bits(), static_cast<int>(image.bytesPerLine()),
                             static_cast<size_t>(image.sizeInBytes())};
-    return WebPDecode(data.bytes, data.size, &config) == VP8_STATUS_OK;
+    if (WebPDecode(data.bytes, data.size, &config) != VP8_STATUS_OK)
+        return false;
+    // The library weighs colours by their alpha even where the file says that it has none.
+    for (int y = 0; y < image.height(); ++y) {
+        const auto *const line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
+        if (!std::all_of(line, line + image.width(), [](QRgb pixel) { return qAlpha(pixel) == 255; }))
+            return false;
+    }
+    return true;
 }
 
 } // namespace

@@ -98,6 +98,19 @@ private slots:
                 image.setPixelColor(0, 0, Qt::transparent);
                 QVERIFY(shrunk(encoded(), QSize(1, 1)).isNull());
             }
+        // Colours under alpha that the file says it does not have show.
+        QImage hidden(96, 64, QImage::Format_ARGB32);
+        hidden.fill(qRgba(200, 100, 50, 1));
+        hidden.setPixel(0, 0, qRgba(200, 100, 50, 255)); // or the writer finds it all of one colour
+        QByteArray file = Pictures::encoded(hidden, "webp", 100);
+        constexpr qsizetype alphaIsUsed = 24; // a bit of this byte, behind the sides
+        QVERIFY(file.mid(12, 4) == "VP8L" && (file[alphaIsUsed] & 0x10));
+        file[alphaIsUsed] = char(file[alphaIsUsed] & ~0x10);
+        write("a.webp", file);
+        const QImage whole = Pictures::decoded(file),
+                     thumbnail = ImageReading::readThumbnail(path("a.webp"), 24).image;
+        QVERIFY(whole.pixel(50, 50) == qRgb(200, 100, 50));
+        QCOMPARE(thumbnail.pixel(12, 8), whole.pixel(50, 50));
     }
 
     void thumbnailsHaveTheirSizeInEveryFormat()
