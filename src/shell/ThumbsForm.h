@@ -306,6 +306,7 @@ private:
     const int minIconSize = 128;           ///< pixels
     Ticks ticks;
     QString lastTicked;      ///< the file whose tick the user changed last
+    QString movedFrom;       ///< the folder on show when the last move began
     QString restOf;          ///< the folder whose files that a walk has yet to find are ticked, or lose it
     bool restTicked = false; ///< which of both
     FileMenu contextMenu;

@@ -107,6 +107,7 @@ private slots:
             QVERIFY(QFile::remove(path("photos/c.png")));
             QTRY_COMPARE(program->rows(), 2);
             write("photos/c.png", contents["photos/c.png"]);
+            show(1, 1); // another folder
         };
         program->call("onMovetoAction");
         QCOMPARE(disk("target"), QStringList("c.png"));

@@ -59,6 +59,7 @@ void ThumbsForm::onCopytoAction()
 void ThumbsForm::onMovetoAction()
 {
     folderWatch.skipNext();
+    movedFrom = fileList.folder();
     QStringList sources = ui->showCheckboxButton->isChecked() ? ticks.files() : selectedFiles();
     // Each file that has been moved takes its tick along.
     if (ui->showCheckboxButton->isChecked())

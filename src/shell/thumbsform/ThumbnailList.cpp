@@ -181,7 +181,8 @@ void ThumbsForm::onDoubleClickListView(QModelIndex index)
     initCropMode();
 }
 
-/// Takes files that have left the disk out of the list; those of the folder on show lose their ticks.
+/// Takes files that have left the disk out of the list; those of the folder on show lose their ticks, and
+/// those of the one that was when a move began.
 void ThumbsForm::removeItemFromList(const QStringList &files)
 {
     qDebug() << "removeItemFromList: " << files.size();
@@ -191,7 +192,8 @@ void ThumbsForm::removeItemFromList(const QStringList &files)
     // Also those whose rows have gone already.
     QStringList here;
     std::copy_if(files.begin(), files.end(), std::back_inserter(here), [this](const QString &file) {
-        return NativeCaselessPath(QFileInfo(file).path()) == NativeCaselessPath(fileList.folder());
+        const NativeCaselessPath folder(QFileInfo(file).path());
+        return folder == NativeCaselessPath(fileList.folder()) || folder == NativeCaselessPath(movedFrom);
     });
     ticks.untick(here);
     checkDeleteButton();
