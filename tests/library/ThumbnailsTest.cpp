@@ -256,6 +256,31 @@ private slots:
         QVERIFY(!icons->takeLost());
     }
 
+    void whatComesDoesNotWaitForASlowDecode()
+    {
+        Pictures::save(path("a.jpg"));
+        loadAll({"a.jpg"}); // now the database has it
+        write("slow.jpg", "broken");
+        QSemaphore begun, end;
+        std::atomic_int found = 0;
+        VistamoLoadThumbnailThread thread(generation, maker.get());
+        const auto hold = [&] {
+            begun.release();
+            end.acquire();
+        };
+        connect(maker.get(), &ThumbnailMaker::made, &thread, hold, Qt::DirectConnection); // before its end
+        const auto count = [&](const QList<ThumbnailAnswer> &answers) { found += int(answers.size()); };
+        connect(&thread, &VistamoLoadThumbnailThread::thumbnailsFound, &thread, count, Qt::DirectConnection);
+        thread.start();
+        thread.addRequest(QFileInfo(path("slow.jpg")), 0);
+        thread.setEnumFinished();
+        const bool isSlow = begun.tryAcquire(1, patience);
+        thread.addRequest(QFileInfo(path("a.jpg")), 1);
+        const bool hasCome = QTest::qWaitFor([&] { return found == 1; });
+        end.release();
+        QVERIFY(thread.wait(patience) && isSlow && hasCome);
+    }
+
     void queuesBetweenTwoThreadsKeepAllInOrder()
     {
         Pictures::save(path("a.jpg"));
