@@ -107,8 +107,13 @@ QPixmap ThumbnailIcons::paintedSquare(const Source &source, int side)
     }
     SquareOrder order = orderOf(source, side);
     order.key = source.key;
-    if (bytes)
+    if (bytes) {
         order.encoded = *bytes;
+    } else if (notFound.contains(source.id)) {
+        order.encoded = storedBytes(source); // a lookup here tells why, and leaves the decoding
+        if (order.encoded.isEmpty())
+            return square({}, side);
+    }
     maker->order(std::move(order));
     return square({}, side);
 }
@@ -132,6 +137,7 @@ void ThumbnailIcons::keep(const SquareOrder &order, const QPixmap &square)
         squares.setMaxCost(
             std::max(squaresBytes, static_cast<qsizetype>(2 * 4 * shown.width() * shown.height())));
     }
+    notFound.remove(order.id);
     notMade.remove(order.id);
     squares.insert(order.name(), new QPixmap(square), qsizetype(order.side) * order.side * 4);
 }
@@ -139,7 +145,7 @@ void ThumbnailIcons::keep(const SquareOrder &order, const QPixmap &square)
 void ThumbnailIcons::takeMade(const SquareOrder &order, const QImage &square)
 {
     if (square.isNull())
-        notMade.insert(order.id); // painting it tells why
+        (order.encoded.isEmpty() ? notFound : notMade).insert(order.id); // painting it tells why
     else
         keep(order, QPixmap::fromImage(square));
     if (!madeTimer.isActive())
@@ -162,22 +168,23 @@ void ThumbnailIcons::clear()
     clearSquares();
     encoded.clear();
     busyAnswers.clear();
+    notFound.clear();
     notMade.clear();
     lost.clear();
 }
 
 QImage ThumbnailIcons::picture(const Source &source)
 {
-    if (source.stored)
-        return storedPicture(source);
-    const QByteArray *const bytes = encoded.object(source.id);
-    QImage image = bytes ? QImage::fromData(*bytes) : QImage();
-    if (image.isNull())
+    const QByteArray *const kept = source.stored ? nullptr : encoded.object(source.id);
+    const QByteArray bytes = source.stored ? storedBytes(source) : kept ? *kept : QByteArray();
+    QImage image = QImage::fromData(bytes, source.stored ? "JPG" : nullptr);
+    if (image.isNull() && !(source.stored && bytes.isEmpty())) // which has been seen to
         reportLost(source);
     return image;
 }
 
-QImage ThumbnailIcons::storedPicture(const Source &source)
+/// What the database has of a picture; of none it is reported lost, but not where the database is busy.
+QByteArray ThumbnailIcons::storedBytes(const Source &source)
 {
     ThumbnailDatabase::Stored found;
     const auto outcome = ThumbnailDatabase::find(source.key, VistamoGlobal::thumbnailTableName,
@@ -188,10 +195,9 @@ QImage ThumbnailIcons::storedPicture(const Source &source)
         return {};
     }
     busyAnswers.remove(source.id);
-    QImage image = QImage::fromData(found.jpeg, "JPG");
-    if (image.isNull())
+    if (found.jpeg.isEmpty())
         reportLost(source);
-    return image;
+    return found.jpeg;
 }
 
 void ThumbnailIcons::reportLost(const Source &source)

@@ -76,7 +76,7 @@ private:
     void keep(const SquareOrder &order, const QPixmap &square);
     void takeMade(const SquareOrder &order, const QImage &square);
     [[nodiscard]] QImage picture(const Source &source);
-    [[nodiscard]] QImage storedPicture(const Source &source);
+    [[nodiscard]] QByteArray storedBytes(const Source &source);
     void reportLost(const Source &source);
 
     quint64 lastId = 0;
@@ -85,7 +85,8 @@ private:
     QHash<quint64, int> busyAnswers;              ///< of the database, by source
     QList<Source> lost;                           ///< the latest last
     QTimer repaintTimer;
-    QSet<quint64> notMade;      ///< sources that had no picture in the background
+    QSet<quint64> notFound;     ///< sources that the background did not find in the database
+    QSet<quint64> notMade;      ///< sources whose bytes gave no picture there
     QTimer madeTimer;           ///< runs from the first of some squares made to their painting
     QElapsedTimer sinceMissing; ///< since the last square that was painted and not there
     qint64 spentOnMissing = 0;  ///< nanoseconds, since squares began to be missing
