@@ -114,14 +114,8 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
     batch.path = path;
     QElapsedTimer sincePublished;
     sincePublished.start();
-    const auto turn = std::make_shared<QSemaphore>(1);
     const auto publish = [&] {
-        // Back-pressure: one batch in flight, and between two the window answers the user.
-        while (!turn->tryAcquire(1, lookForStopMs) && !stopRequested) {
-        }
-        batch.turn = std::shared_ptr<void>(nullptr, [turn](void *) { turn->release(); });
-        emit filesFound(batch);
-        batch.turn.reset();
+        send(batch);
         batch.records.clear();
         batch.infos.clear();
         batch.firstRow = row;
@@ -153,6 +147,16 @@ void VistamoLoadFolderThread::loadFiles(const QString &path)
     qDebug() << "VistamoLoadFolderThread::loadFiles End";
 }
 
+/// Back-pressure: one batch is in flight, and between two the window answers the user.
+void VistamoLoadFolderThread::send(FoundFiles &batch)
+{
+    while (!turn->tryAcquire(1, lookForStopMs) && !stopRequested) {
+    }
+    batch.turn = std::shared_ptr<void>(nullptr, [turn = turn](void *) { turn->release(); });
+    emit filesFound(batch);
+    batch.turn.reset();
+}
+
 void VistamoLoadFolderThread::compareFiles(const QString &path)
 {
     FoundFiles changed;
@@ -182,11 +186,18 @@ void VistamoLoadFolderThread::compareFiles(const QString &path)
         if (!stopRequested && add(file, changed))
             gone.remove(file.name);
     }
-    if (stopRequested)
-        return;
     const QStringList names = gone.keys();
-    changed.gone = QSet<QString>(names.begin(), names.end());
-    emit filesFound(changed);
-    if (!isUnreadable)
+    const qsizetype most = std::max(names.size(), changed.records.size());
+    FoundFiles batch = changed;
+    batch.complete = false;
+    for (qsizetype first = 0; !stopRequested && !batch.complete; first += smoothBatch) {
+        const QStringList part = names.mid(first, smoothBatch);
+        batch.gone = QSet<QString>(part.begin(), part.end());
+        batch.records = changed.records.mid(first, smoothBatch);
+        batch.infos = changed.infos.mid(first, smoothBatch);
+        batch.complete = first + smoothBatch >= most;
+        send(batch);
+    }
+    if (!isUnreadable && !stopRequested)
         emit enumFilesFinish(static_cast<int>(same + changed.records.size()));
 }

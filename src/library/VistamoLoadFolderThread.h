@@ -6,6 +6,7 @@
 
 #include <QFileInfo>
 #include <QList>
+#include <QSemaphore>
 #include <QSet>
 #include <QStringList>
 
@@ -42,7 +43,7 @@ Q_DECLARE_METATYPE(FoundFiles)
 int batchSize(int published);
 
 /// Walks one folder, without its subfolders, and reports the images in it; or, given those that are known,
-/// what differs, in one batch, for which it looks again at no file that is the same.
+/// what differs, for which it looks again at no file that is the same.
 ///
 /// The object is owned by a `Worker` and lives on the GUI thread; `run` and `loadFiles` are the worker's. One
 /// load, one object.
@@ -73,9 +74,11 @@ protected:
 private:
     void loadFiles(const QString &path);
     void compareFiles(const QString &path);
+    void send(FoundFiles &batch);
 
     const Generation generation;
     const QString selectedFileName;
     const std::optional<QList<KnownFile>> known;
     QStringList pathList;
+    const std::shared_ptr<QSemaphore> turn = std::make_shared<QSemaphore>(1); ///< to send a batch
 };

@@ -265,6 +265,15 @@ private slots:
         changed();
         QCOMPARE(events, QStringList({"gone 0001.jpg, come 0002.jpg new.jpg", "walked"}));
         QTRY_COMPARE(answers, 2);
+        // Of very many no more at a time than the window takes in between two answers.
+        TFileRecord record;
+        for (int i = 0; i < 20000; ++i) {
+            record.fileName = QString::number(i);
+            VistamoGlobal::fileDataList.append(record);
+        }
+        changed();
+        QCOMPARE(events.size(), 4);
+        QCOMPARE(VistamoGlobal::fileDataList.size(), 3);
         // What comes meanwhile is found afterwards, once; a walk that is asked for comes then.
         load->showChanged(path("b"));
         write("b/more.jpg", "x");
@@ -345,7 +354,7 @@ private:
         QStringList gone(found.gone->begin(), found.gone->end());
         gone.sort();
         auto &files = VistamoGlobal::fileDataList;
-        files.removeIf([&](const TFileRecord &file) { return gone.contains(file.fileName); });
+        files.removeIf([&](const TFileRecord &file) { return found.gone->contains(file.fileName); });
         QStringList come;
         for (qsizetype i = 0; i < found.records.size(); ++i) {
             come.append(found.records[i].fileName);

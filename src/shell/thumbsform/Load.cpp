@@ -50,12 +50,12 @@ void ThumbsForm::onFilesFound(const FoundFiles &files)
         return;
     if (ticksRest)
         tickRest(before);
+    if (files.gone)
+        ticks.changePresent(files.path, *files.gone, files.records);
     if (files.complete) {
         if (ticksRest)
             restOf.clear();
-        if (files.gone)
-            ticks.changePresent(files.path, *files.gone, files.records);
-        else if (!files.isUnreadable && !files.cutOff) // or they are not known to be gone
+        if (!files.gone && !files.isUnreadable && !files.cutOff) // or they are not known to be gone
             ticks.setPresent(files.path, VistamoGlobal::fileDataList);
         showTickCount();
         ui->mainListView->setEmptyText(files.isUnreadable ? tr("This folder cannot be read.")
