@@ -45,15 +45,13 @@ VistamoDeleteDialog::~VistamoDeleteDialog()
 void VistamoDeleteDialog::setFileList(const QList<VistamoGlobal::TFileData> &list)
 {
     QStringList paths;
-    QPixmap blank(thumbnailSize, thumbnailSize); // as high as the icons that are to come
-    blank.fill(Qt::transparent);
-    const QIcon noIcon(blank);
     QList<QList<QStandardItem *>> rows; // the last file stands first
     for (const VistamoGlobal::TFileData &file : list) {
         const QFileInfo info(file.fullPath);
         if (!info.exists())
             continue;
-        auto *const item = new QStandardItem(noIcon, info.fileName());
+        auto *const item = new QStandardItem(info.fileName());
+        item->setSizeHint({nameColumnWidth, thumbnailSize}); // as high as the icon that is to come
         item->setCheckable(true);
         item->setCheckState(Qt::Checked);
         rows.append({item, new QStandardItem(QDir::toNativeSeparators(info.path())),
