@@ -1,9 +1,9 @@
 #include "batch/BatchRun.h"
 #include "batch/PdfJpegs.h"
 #include "batch/PdfPageLayout.h"
-#include "shared/image/ColourConversion.h"
 #include "shared/image/ImageReading.h"
 #include "shared/image/ImageWriting.h"
+#include "shared/image/JpegEncoder.h"
 #include "shared/image/ShrunkRows.h"
 #include "shared/platform/HeldFiles.h"
 #include "shared/platform/NewFileName.h"
@@ -11,6 +11,8 @@
 #include "shared/platform/ReplacementFile.h"
 #include "shared/threads/OrderedWork.h"
 
+#include <QBuffer>
+#include <QColorSpace>
 #include <QDir>
 #include <QFileInfo>
 #include <QPainter>
@@ -48,20 +50,8 @@ struct PageLayout
     bool smooth;
 };
 
-/// The picture of a page from the rows of a larger one. Null if that is not for this picture or this page.
-QImage shrunkPageImage(const QString &path, const PageLayout &page)
-{
-    const auto picture = page.smooth ? ImageReading::openRows(path) : std::nullopt;
-    const QSize size = picture ? pdfPictureSize(picture->size, page.available, page.enlarge) : QSize();
-    if (size.isEmpty() || size.boundedTo(picture->size) != size)
-        return {};
-    return Colour::inSrgb(shrunkRows(*picture, size));
-}
-
 QImage pageImage(const QString &path, const PageLayout &page)
 {
-    if (QImage image = shrunkPageImage(path, page); !image.isNull())
-        return image;
     const ImageReading::HeldPicture picture = ImageReading::readAndHold(path);
     const QImage image = ImageWriting::fitted(picture.image, "pdf");
     const QSize size = pdfPictureSize(image.size(), page.available, page.enlarge);
@@ -71,12 +61,38 @@ QImage pageImage(const QString &path, const PageLayout &page)
                         page.smooth ? Qt::SmoothTransformation : Qt::FastTransformation);
 }
 
+/// The picture of a page from the rows of a larger one, as the PDF writer encodes it. Nothing if that is not
+/// for this picture or this page.
+std::optional<ImageReading::PlainJpeg> shrunkJpeg(const QString &path, const PageLayout &page)
+{
+    constexpr int qualityOfWriter = 94;
+    const auto picture = page.smooth ? ImageReading::openRows(path) : std::nullopt;
+    const QSize size = picture ? pdfPictureSize(picture->size, page.available, page.enlarge) : QSize();
+    if (size.isEmpty() || size.boundedTo(picture->size) != size)
+        return {};
+    const QColorSpace colours = picture->pixel.colorSpace();
+    if (!colours.iccProfile().isEmpty() && colours != QColorSpace(QColorSpace::SRgb))
+        return {};
+    QImage pixel(1, 1, picture->isGrey() ? QImage::Format_Grayscale8 : QImage::Format_RGB32);
+    pixel.fill(Qt::white);
+    QBuffer like, file;
+    const bool isEncoded = like.open(QIODevice::WriteOnly) && file.open(QIODevice::WriteOnly)
+                           && pixel.save(&like, "jpg", qualityOfWriter);
+    JpegEncoder encoder(file);
+    if (!isEncoded || !encoder.start(like.data(), size, JpegEncoder::Codes::Usual)
+        || !shrinkRows(*picture, size, [&](uchar *row) { return encoder.write(row); }) || !encoder.finish())
+        return {};
+    return ImageReading::PlainJpeg{file.data(), size, picture->isGrey()};
+}
+
 PagePicture pagePicture(const QString &path, const PageLayout &page)
 {
     const auto isUnscaled = [&page](QSize size) {
         return pdfPictureSize(size, page.available, page.enlarge) == size;
     };
     if (auto jpeg = ImageReading::readPlainJpeg(path, isUnscaled))
+        return {{}, std::move(jpeg)};
+    if (auto jpeg = shrunkJpeg(path, page))
         return {{}, std::move(jpeg)};
     return {pageImage(path, page), {}};
 }

@@ -39,7 +39,7 @@ void JpegEncoder::writePiece(size_t length)
     destination.free_in_buffer = piece.size();
 }
 
-bool JpegEncoder::start(QByteArray other, QSize size)
+bool JpegEncoder::start(QByteArray other, QSize size, Codes codes)
 {
     QBuffer buffer(&other);
     if (!buffer.open(QIODevice::ReadOnly))
@@ -54,7 +54,7 @@ bool JpegEncoder::start(QByteArray other, QSize size)
     info.image_width = static_cast<JDIMENSION>(size.width());
     info.image_height = static_cast<JDIMENSION>(size.height());
     info.in_color_space = like.num_components == 1 ? JCS_GRAYSCALE : JCS_RGB;
-    info.optimize_coding = TRUE;
+    info.optimize_coding = codes == Codes::Best ? TRUE : FALSE;
     info.write_JFIF_header = FALSE; // it is among the other file's markers
     if (like.progressive_mode == TRUE)
         jpeg_simple_progression(&info);

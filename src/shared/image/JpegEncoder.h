@@ -16,6 +16,13 @@ class QIODevice;
 class JpegEncoder
 {
 public:
+    /// Which codes the coefficients get.
+    enum class Codes
+    {
+        Best, ///< those of the picture, all of whose coefficients are kept for them
+        Usual ///< the same for all pictures
+    };
+
     /// @param device outlives it
     explicit JpegEncoder(QIODevice &device);
     ~JpegEncoder() { jpeg_destroy_compress(&info); }
@@ -25,7 +32,7 @@ public:
     /// Writes what stands before the picture. False if that fails.
     /// @param other a JPEG file of grey or of three colours, whose markers, model, subsampling, quantisation
     /// and kind of scans are taken
-    [[nodiscard]] bool start(QByteArray other, QSize size);
+    [[nodiscard]] bool start(QByteArray other, QSize size, Codes codes = Codes::Best);
 
     /// Takes the next row: a byte of grey a pixel, or red, green and blue. False if the device has failed.
     [[nodiscard]] bool write(uchar *row);

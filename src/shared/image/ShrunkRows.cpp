@@ -1,7 +1,5 @@
 #include "shared/image/ShrunkRows.h"
 
-#include <QColorSpace>
-
 #include <algorithm>
 #include <vector>
 
@@ -42,36 +40,36 @@ struct Columns
 
 /// @param sums of each column, and behind the last one as many as a pixel covers
 template <int channels>
-void shrinkRow(const quint16 *sums, const Columns &columns, QRgb *pixel)
+void shrinkRow(const quint16 *sums, const Columns &columns, uchar *pixel)
 {
     constexpr quint32 half = whole * whole / 2;
     const quint16 *weight = columns.weights.data();
+    const int each = columns.each; // which a byte of a pixel might be, for all that the compiler knows
     for (const int first : columns.first) {
         const quint16 *sample = sums + static_cast<size_t>(first) * channels;
-        quint32 mean[3] = {half, half, half};
-        for (int i = 0; i < columns.each; ++i, ++weight, sample += channels)
-            for (int channel = 0; channel < 3; ++channel)
-                mean[channel] += quint32(sample[channel % channels]) * *weight;
-        *pixel++ = qRgb(mean[0] / whole / whole, mean[1] / whole / whole, mean[2] / whole / whole);
+        quint32 means[channels];
+        std::fill_n(means, channels, half);
+        for (int i = 0; i < each; ++i, ++weight, sample += channels)
+            for (int channel = 0; channel < channels; ++channel)
+                means[channel] += quint32(sample[channel]) * *weight;
+        for (int channel = 0; channel < channels; ++channel)
+            *pixel++ = static_cast<uchar>(means[channel] / whole / whole);
     }
 }
 
 } // namespace
 
-QImage shrunkRows(const PictureRows &picture, QSize size)
+bool shrinkRows(const PictureRows &picture, QSize size, const std::function<bool(uchar *row)> &give)
 {
-    QImage image(size, QImage::Format_RGB32);
-    if (image.isNull())
-        return {};
     const QSize from = picture.size;
     const Columns columns(from.width(), size.width());
     const auto samples = static_cast<size_t>(picture.bytesOfRow());
-    std::vector<uchar> row(samples);
+    std::vector<uchar> row(samples), smaller(samples);
     std::vector<quint16> sums(samples + 3 * static_cast<size_t>(columns.each));
     int y = 0;
     for (int read = 0; read < from.height(); ++read) {
         if (!picture.next(row.data()))
-            return {};
+            return false;
         const qint64 end =
             qint64(read + 1) * size.height(); // where it ends, in parts of rows of both pictures
         do {
@@ -80,12 +78,13 @@ QImage shrunkRows(const PictureRows &picture, QSize size)
                 sums[i] = static_cast<quint16>(sums[i] + row[i] * part);
             if (end < qint64(y + 1) * from.height())
                 break;
-            auto *const pixels = reinterpret_cast<QRgb *>(image.scanLine(y++));
-            picture.isGrey() ? shrinkRow<1>(sums.data(), columns, pixels)
-                             : shrinkRow<3>(sums.data(), columns, pixels);
+            picture.isGrey() ? shrinkRow<1>(sums.data(), columns, smaller.data())
+                             : shrinkRow<3>(sums.data(), columns, smaller.data());
+            if (!give(smaller.data()))
+                return false;
             std::fill(sums.begin(), sums.end(), 0);
+            ++y;
         } while (end > qint64(y) * from.height());
     }
-    image.setColorSpace(picture.pixel.colorSpace());
-    return image;
+    return true;
 }

@@ -2,11 +2,14 @@
 
 #include "shared/image/PictureRows.h"
 
-#include <QImage>
 #include <QSize>
 
-/// A picture made smaller while its rows come, of 32 bits a pixel without alpha: each pixel is the mean of
-/// what it covers, as QImage's smooth scaling gives it. Never has more than a row of the larger one. Null if
-/// that has less rows than it says.
+#include <functional>
+
+/// Makes a picture smaller while its rows come: each pixel is the mean of what it covers, as QImage's smooth
+/// scaling gives it. Never has more than a row of either. False if the picture has less rows than it says, or
+/// if `give` fails.
 /// @param size neither side is longer than the picture's, nor empty
-[[nodiscard]] QImage shrunkRows(const PictureRows &picture, QSize size);
+/// @param give is given each row of the smaller picture, with the picture's own channels
+[[nodiscard]] bool shrinkRows(const PictureRows &picture, QSize size,
+                              const std::function<bool(uchar *row)> &give);
