@@ -147,7 +147,10 @@ private slots:
         } rows[] = {
             {"plain", plain, true},
             {"grey", Pictures::encoded(greys, "jpg"), true},
+            {"more than a piece", Pictures::encoded(Pictures::noise({1000, 400}), "jpg"), true},
             {"one pixel", Pictures::encoded(colours.copy(9, 9, 1, 1), "jpg"), true},
+            {"one column", Pictures::encoded(colours.copy(9, 0, 1, 90), "jpg"), true},
+            {"one row", Pictures::encoded(colours.copy(0, 9, 90, 1), "jpg"), true},
             {"texts and resolution", Pictures::encoded(described, "jpg"), true},
             {"profile and metadata", photo, true},
             {"bits that make no code", QByteArray(plain).replace(half, 9, QByteArray(9, '\x55')), true},
@@ -160,7 +163,7 @@ private slots:
         for (const auto &[what, file, isByRows] : rows) {
             write("in/a.jpg", file);
             const auto opened = ImageReading::openRows(path("in/a.jpg"));
-            for (const QByteArray format : {"jpg", "tiff"}) {
+            for (const QByteArray format : {"jpg", "png", "tiff"}) {
                 const QImage image = ImageWriting::fitted(stored("in/a.jpg"), format);
                 QBuffer whole;
                 whole.open(QIODevice::WriteOnly);

@@ -11,6 +11,7 @@
 #include "shared/image/PackedPng.h"
 #include "shared/image/PictureRows.h"
 #include "shared/image/PlainTiff.h"
+#include "shared/image/PngFilter.h"
 #include "shared/platform/Platform.h"
 
 #include <QBuffer>
@@ -164,7 +165,7 @@ bool encode(const QImage &image, const QByteArray &format, int quality, const Em
             QIODevice &device)
 {
     QImageWriter writer(&device, format);
-    writer.setQuality(format == "png" ? PackedPng::quality : quality);
+    writer.setQuality(quality);
     writer.setOptimizedWrite(true);
     writer.setProgressiveScanWrite(true);
     if (encodesMetadata(format))
@@ -173,6 +174,12 @@ bool encode(const QImage &image, const QByteArray &format, int quality, const Em
         return true;
     qDebug() << "Cannot encode" << format << writer.errorString() << QImageWriter::supportedImageFormats();
     return false;
+}
+
+bool encodePng(const QImage &image, const EmbeddedMetadata &metadata, QIODevice &device)
+{
+    PackedPng png(device, metadata.isEmpty() ? QByteArray() : pngChunks(metadata));
+    return encode(image, "png", PackedPng::quality, {}, png) && !png.hasFailed();
 }
 
 PictureRows rowsOf(const QImage &image)
@@ -195,6 +202,10 @@ QByteArray headFor(const PictureRows &picture, const QByteArray &format, int qua
     EmbeddedMetadata metadata = metadataFor(picture.pixel, picture.size, format, source, places);
     metadata.icc = profileLeftOut(picture.pixel, format);
     QBuffer buffer;
+    if (format == "png")
+        return buffer.open(QIODevice::WriteOnly) && encodePng(picture.pixel, metadata, buffer)
+                   ? PackedPng::headOf(buffer.data(), picture.size)
+                   : QByteArray();
     if (!encode(picture.pixel, format, quality, metadata, buffer))
         return {};
     const QByteArray whole = metadata.isEmpty() ? buffer.data() : withMetadata(buffer.data(), metadata);
@@ -210,18 +221,29 @@ QByteArray headFor(const PictureRows &picture, const QByteArray &format, int qua
 bool writeBehind(const QByteArray &head, const PictureRows &picture, const QByteArray &format,
                  QIODevice &device)
 {
-    const bool isJpeg = format == "jpg";
-    JpegEncoder jpeg(device);
-    if (isJpeg ? !jpeg.start(head, picture.size) : device.write(head) != head.size())
+    const qint64 rowBytes = picture.bytesOfRow();
+    const auto eachRow = [&picture, rowBytes](const auto &take) {
+        std::vector<uchar> row(static_cast<size_t>(rowBytes));
+        for (int y = 0; y < picture.size.height(); ++y)
+            if (!picture.next(row.data()) || !take(row.data()))
+                return false;
+        return true;
+    };
+    if (format == "jpg") {
+        JpegEncoder jpeg(device);
+        return jpeg.start(head, picture.size) && eachRow([&](uchar *row) { return jpeg.write(row); })
+               && jpeg.finish();
+    }
+    if (device.write(head) != head.size())
         return false;
-    std::vector<uchar> row(static_cast<size_t>(picture.bytesOfRow()));
-    const auto *const bytes = reinterpret_cast<const char *>(row.data());
-    const auto length = static_cast<qint64>(row.size());
-    for (int y = 0; y < picture.size.height(); ++y)
-        if (!picture.next(row.data())
-            || (isJpeg ? !jpeg.write(row.data()) : device.write(bytes, length) != length))
-            return false;
-    return !isJpeg || jpeg.finish();
+    if (format == "png") {
+        PackedPng png(device, {});
+        PngFilter filter(static_cast<size_t>(rowBytes), picture.isGrey() ? 1 : 3, picture.size.height() == 1);
+        return eachRow([&](const uchar *row) { return png.pack(filter.filtered(row)); }) && png.finish();
+    }
+    return eachRow([&](const uchar *row) {
+        return device.write(reinterpret_cast<const char *>(row), rowBytes) == rowBytes;
+    });
 }
 
 } // namespace
@@ -254,7 +276,7 @@ int ImageWriting::bytesPerPixel(const QByteArray &format)
 
 bool ImageWriting::takesRows(const QByteArray &format)
 {
-    return format == "jpg" || isTiff(format);
+    return format == "jpg" || format == "png" || isTiff(format);
 }
 
 bool ImageWriting::takesRows(const PictureRows &picture, const QByteArray &format)
@@ -291,10 +313,8 @@ bool ImageWriting::write(const QImage &image, const QByteArray &format, int qual
     if (!image.isNull() && (isTaken || encodesMetadata(format)))
         metadata = metadataFor(image, image.size(), format, source, places);
     metadata.icc = profile;
-    if (format == "png") {
-        PackedPng png(device, metadata.isEmpty() ? QByteArray() : pngChunks(metadata));
-        return encode(image, format, quality, metadata, png) && !png.hasFailed();
-    }
+    if (format == "png")
+        return encodePng(image, metadata, device);
     QBuffer buffer;
     const bool inMemory = isTaken && !metadata.isEmpty();
     QImage encodable = image;

@@ -2,6 +2,7 @@
 
 #include <QtEndian>
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -23,6 +24,17 @@ uchar *bytesOf(QByteArray &bytes)
 }
 
 } // namespace
+
+QByteArray PackedPng::headOf(const QByteArray &ofOnePixel, QSize size)
+{
+    constexpr qsizetype type = signatureBytes + 4, checksum = behindHeader - 4;
+    QByteArray head = ofOnePixel.first(std::max<qsizetype>(ofOnePixel.lastIndexOf("IDAT") - 4, 0));
+    if (head.size() < behindHeader)
+        return {};
+    head.replace(type + 4, 8, bigEndian(size.width()) + bigEndian(size.height()));
+    const auto length = static_cast<size_t>(checksum - type);
+    return head.replace(checksum, 4, bigEndian(libdeflate_crc32(0, head.constData() + type, length)));
+}
 
 PackedPng::PackedPng(QIODevice &device, QByteArray chunksBehindHeader)
     : device(device)
@@ -48,6 +60,25 @@ qint64 PackedPng::writeData(const char *data, qint64 length)
     pending.append(data, length);
     failed = !takePending();
     return length;
+}
+
+bool PackedPng::pack(const std::vector<uchar> &rows)
+{
+    for (size_t done = 0; done < rows.size();) {
+        if (unpacking.avail_out == 0 && !writePiece(false))
+            return false;
+        const size_t length = std::min<size_t>(unpacking.avail_out, rows.size() - done);
+        std::copy_n(rows.data() + done, length, unpacking.next_out);
+        unpacking.next_out += length;
+        unpacking.avail_out -= static_cast<uInt>(length);
+        done += length;
+    }
+    return true;
+}
+
+bool PackedPng::finish()
+{
+    return take(QByteArray("\0\0\0\0IEND\xae\x42\x60\x82", 12));
 }
 
 /// Takes what chunks are whole by now.

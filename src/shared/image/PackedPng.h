@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QIODevice>
+#include <QSize>
 
 #include <libdeflate.h>
 #include <zlib.h>
@@ -18,10 +19,19 @@ public:
     static constexpr int quality = 100;
     static constexpr qint64 behindHeader = 8 + 12 + 13; ///< the signature, and the first chunk
 
+    /// What stands before the pixels in a file of one pixel, made true for a picture of `size`.
+    [[nodiscard]] static QByteArray headOf(const QByteArray &ofOnePixel, QSize size);
+
     PackedPng(QIODevice &device, QByteArray chunksBehindHeader);
     ~PackedPng() override;
 
     [[nodiscard]] bool isSequential() const override { return true; }
+
+    /// Takes rows that are filtered and not packed, behind a file's header.
+    [[nodiscard]] bool pack(const std::vector<uchar> &rows);
+
+    /// Ends such a file. False if it is not complete.
+    [[nodiscard]] bool finish();
 
     /// True once the device has failed, or if the stream is none of PNG: the writer is not told so, as it
     /// would not give back what it holds in memory.
