@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <utility>
+
 /// Keeps a picture that kills its decoder from killing the program at every start.
 ///
 /// While a picture is being decoded its path stands in a journal of this instance, a small file that
@@ -21,7 +23,8 @@ void start(const QString &folder);
 /// Takes the journal away: from here on, ending is no death. GUI thread.
 void finish();
 
-/// Held while one picture is decoded. Safe from any thread.
+/// Held while one picture is decoded, and while it is encoded if its rows are so as they come. Safe from any
+/// thread.
 class Decoding
 {
 public:
@@ -31,6 +34,9 @@ public:
 
     /// False if the file is to be passed over.
     explicit operator bool() const { return allowed; }
+
+    /// For ways to decode that may leave a file to others: true if it is suspected, and then it stays so.
+    [[nodiscard]] bool staysSuspect() { return std::exchange(suspect, false); }
 
 private:
     const QString path;

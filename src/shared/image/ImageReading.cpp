@@ -169,7 +169,7 @@ public:
     {
         // Encoders may keep the coefficients of a picture that is decoded row by row.
         constexpr int bytesOfCoefficients = 6;
-        if (!decoding || reader.format() != "jpeg"
+        if (!decoding || decoding.staysSuspect() || reader.format() != "jpeg"
             || reader.transformation() != QImageIOHandler::TransformationNone
             || JpegMarkers::coefficientBytes(look()) != 0)
             return {};
@@ -196,7 +196,8 @@ public:
     /// As the function of this name.
     std::optional<ImageReading::PlainJpeg> readPlainJpeg(const std::function<bool(QSize)> &isWanted)
     {
-        if (reader.transformation() != QImageIOHandler::TransformationNone || !isWanted(reader.size()))
+        if (decoding.staysSuspect() || reader.transformation() != QImageIOHandler::TransformationNone
+            || !isWanted(reader.size()))
             return {};
         const auto [bytes, image] = readEighth();
         const QColorSpace colours = image.colorSpace();
@@ -322,7 +323,7 @@ private:
     bool turned() const { return swapsSides(reader.transformation()) != swapsSides(ignored); }
 
     const QString path;
-    const DecodeGuard::Decoding decoding;
+    DecodeGuard::Decoding decoding;
     FileForReading file;
     FileForReading beside;
     QImageReader reader; ///< of the file

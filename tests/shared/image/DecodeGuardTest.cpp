@@ -1,4 +1,5 @@
 #include "shared/image/DecodeGuard.h"
+#include "shared/image/ImageReading.h"
 #include "support/Files.h"
 
 #include <cstdlib>
@@ -24,6 +25,10 @@ private slots:
     void fileOfTwoDeathsIsPassedOverUntilItChanges()
     {
         dieDecoding({killer});
+        DecodeGuard::start(notes); // who leaves it to another way of decoding does not clear it
+        QVERIFY(!ImageReading::openRows(killer));
+        QVERIFY(!ImageReading::readPlainJpeg(killer, [](QSize) { return true; }));
+        DecodeGuard::finish();
         dieDecoding({killer});
         for (int start = 0; start < 2; ++start) {
             DecodeGuard::start(notes);
