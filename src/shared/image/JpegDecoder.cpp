@@ -24,9 +24,10 @@ JpegDecoder::JpegDecoder(QIODevice &file)
     source.term_source = [](j_decompress_ptr) {};
     source.resync_to_restart = jpeg_resync_to_restart;
     source.fill_input_buffer = [](j_decompress_ptr info) -> boolean {
-        auto &piece = static_cast<JpegDecoder *>(info->client_data)->piece;
-        qint64 length = static_cast<JpegDecoder *>(info->client_data)
-                            ->file.read(reinterpret_cast<char *>(piece.data()), piece.size());
+        auto *const decoder = static_cast<JpegDecoder *>(info->client_data);
+        auto &piece = decoder->piece;
+        qint64 length = decoder->file.read(reinterpret_cast<char *>(piece.data()), piece.size());
+        decoder->hasFailed = decoder->hasFailed || length < 0;
         if (length <= 0) { // the picture ends with the file
             piece[0] = 0xff;
             piece[1] = JPEG_EOI;
@@ -52,7 +53,7 @@ JpegDecoder::JpegDecoder(QIODevice &file)
 
 bool JpegDecoder::readHeader()
 {
-    if (setjmp(onError) != 0) // NOLINT
+    if (!info.src || setjmp(onError) != 0) // NOLINT
         return false;
     jpeg_save_markers(&info, JPEG_COM, wholeMarker);
     for (int i = 0; i < 16; ++i)
@@ -62,7 +63,7 @@ bool JpegDecoder::readHeader()
 
 bool JpegDecoder::start(Model model, QSize scaled)
 {
-    if (setjmp(onError) != 0) // NOLINT
+    if (!info.src || setjmp(onError) != 0) // NOLINT
         return false;
     jpeg_save_markers(&info, JPEG_APP0 + 2, wholeMarker);
     jpeg_read_header(&info, TRUE);
@@ -91,6 +92,8 @@ QByteArray JpegDecoder::profile()
 {
     JOCTET *bytes = nullptr;
     unsigned length = 0;
+    if (setjmp(onError) != 0) // NOLINT
+        return {};
     if (jpeg_read_icc_profile(&info, &bytes, &length) == FALSE)
         return {};
     const std::unique_ptr<JOCTET, decltype(&std::free)> owner(bytes, std::free);
@@ -101,7 +104,7 @@ bool JpegDecoder::read(uchar *row)
 {
     if (setjmp(onError) != 0) // NOLINT
         return false;
-    if (info.output_scanline >= info.output_height || jpeg_read_scanlines(&info, &row, 1) != 1)
+    if (info.output_scanline >= info.output_height || jpeg_read_scanlines(&info, &row, 1) != 1 || hasFailed)
         return false;
     if (info.out_color_space == JCS_CMYK
         && info.saw_Adobe_marker == FALSE) // Adobe's programs store them inverted
@@ -114,5 +117,5 @@ bool JpegDecoder::finish()
 {
     if (setjmp(onError) != 0) // NOLINT
         return false;
-    return jpeg_finish_decompress(&info) == TRUE;
+    return jpeg_finish_decompress(&info) == TRUE && !hasFailed;
 }

@@ -48,10 +48,11 @@ public:
     /// Empty if there is none.
     QByteArray profile();
 
-    /// The next row. False if the file has no more.
+    /// The next row. False if the file has no more, or could not be read.
     [[nodiscard]] bool read(uchar *row);
 
-    /// Goes through what stands behind the last row. False if it is no end of a picture.
+    /// Goes through what stands behind the last row. False if it is no end of a picture, or could not be
+    /// read.
     [[nodiscard]] bool finish();
 
     /// What libjpeg keeps of the file.
@@ -64,5 +65,6 @@ private:
     /// Where libjpeg's errors come back to. No object may be made in between.
     std::jmp_buf onError{};
     QIODevice &file;
+    bool hasFailed = false;            ///< the file, which is not its end
     std::array<JOCTET, 65536> piece{}; ///< of the file
 };

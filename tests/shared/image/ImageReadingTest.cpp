@@ -3,6 +3,7 @@
 #include "shared/image/ColourConversion.h"
 #include "shared/image/DecodingNeed.h"
 #include "shared/image/Flipping.h"
+#include "shared/image/JpegDecoder.h"
 #include "shared/image/JpegMarkers.h"
 #include "shared/image/MemoryBudget.h"
 #include "shared/image/ShrunkWebp.h"
@@ -247,6 +248,34 @@ private slots:
         QCOMPARE(JpegMarkers::scanEnds(file, 5000).size(), 3000 + bytes.count("\xff\xda"));
         write("b.jpg", JpegMarkers::cutAt(file, JpegMarkers::scanEnds(file, 100).last()));
         QCOMPARE(ImageReading::read(path("a.jpg")), ImageReading::read(path("b.jpg")));
+    }
+
+    void pictureEndsWithItsFileButNotWithItsDrive()
+    {
+        struct Drive : QBuffer
+        {
+            qint64 answers = 1 << 30; ///< bytes, before it is gone
+            qint64 readData(char *data, qint64 length) override
+            {
+                return pos() < answers ? QBuffer::readData(data, std::min(length, answers - pos())) : -1;
+            }
+        };
+        const QByteArray whole = Pictures::encoded(Pictures::noise({400, 400}), "jpg", 95);
+        const qsizetype half = whole.size() / 2;
+        for (const auto &[bytes, answers] :
+             {std::pair(whole, whole.size()), {whole.first(half), whole.size()}, {whole, half}}) {
+            Drive drive;
+            drive.answers = answers;
+            drive.setData(bytes);
+            QVERIFY(drive.open(QIODevice::ReadOnly));
+            JpegDecoder decoder(drive);
+            QVERIFY(decoder.start(JpegDecoder::Model::Light));
+            std::vector<uchar> row(3 * 400);
+            int rows = 0;
+            while (decoder.read(row.data()))
+                ++rows;
+            QCOMPARE(rows == 400, answers > half);
+        }
     }
 
     void pictureIsDecodedOnceItHasItsShare()
