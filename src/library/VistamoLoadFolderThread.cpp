@@ -195,6 +195,7 @@ void VistamoLoadFolderThread::compareFiles(const QString &path)
         batch.gone = QSet<QString>(part.begin(), part.end());
         batch.records = changed.records.mid(first, smoothBatch);
         batch.infos = changed.infos.mid(first, smoothBatch);
+        batch.isRest = first > 0;
         batch.complete = first + smoothBatch >= most;
         send(batch);
     }

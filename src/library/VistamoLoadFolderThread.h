@@ -30,6 +30,7 @@ struct FoundFiles
     QList<TFileRecord> records;
     QList<QFileInfo> infos;            ///< of the same files, with what the walk has read of them
     std::optional<QSet<QString>> gone; ///< only what differs was found, and these files have left
+    bool isRest = false;               ///< of what differs, which came in pieces
     bool complete = false;             ///< the walk has ended with these
     bool cutOff = false;               ///< where it could not go on: further files may be there
     bool isUnreadable = false;         ///< nothing can be said of the folder

@@ -55,7 +55,9 @@ void ThumbsForm::onFilesFound(const FoundFiles &files)
     if (files.complete) {
         if (ticksRest)
             restOf.clear();
-        if (!files.gone && !files.isUnreadable && !files.cutOff) // or they are not known to be gone
+        // In pieces a file of another case may have come before it went. What is unreadable is not known to
+        // be gone.
+        if ((!files.gone || files.isRest) && !files.isUnreadable && !files.cutOff)
             ticks.setPresent(files.path, VistamoGlobal::fileDataList);
         showTickCount();
         ui->mainListView->setEmptyText(files.isUnreadable ? tr("This folder cannot be read.")
