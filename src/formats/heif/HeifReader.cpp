@@ -287,7 +287,7 @@ QImage::Format HeifReader::imageFormat()
     return open() ? layoutOf(*primary, false).format : QImage::Format_Invalid;
 }
 
-/// The turns that libheif does not make: before 1.17 it mirrors none of more than 8 bits.
+/// The turns that are left to us: before 1.17 libheif mirrors nothing of more than 8 bits.
 std::vector<Heif::Turn> HeifReader::turnsLeft(const heif_image_handle &handle, heif_item_id id) const
 {
     const auto found = items.turns.find(id);

@@ -46,7 +46,7 @@ std::optional<QImage> Heif::readShrunk(const heif_image_handle &handle, QSize si
     heif_image *decoded = nullptr;
     const bool ok = isOk(heif_decode_image(&handle, &decoded, heif_colorspace_RGB, heif_chroma_444, nullptr));
     const Image owner(decoded);
-    if (!ok || !decoded || heif_image_get_chroma_format(decoded) != heif_chroma_444)
+    if (!ok || !decoded)
         return QImage();
     const auto sizeOf = [decoded](heif_channel channel) {
         return QSize(heif_image_get_width(decoded, channel), heif_image_get_height(decoded, channel));
@@ -54,8 +54,9 @@ std::optional<QImage> Heif::readShrunk(const heif_image_handle &handle, QSize si
     const QSize real = sizeOf(channels[0]);
     const int bits = heif_image_get_bits_per_pixel_range(decoded, heif_channel_R);
     const bool isDeep = heif_image_handle_get_luma_bits_per_pixel(&handle) > 8;
-    if (isDeep ? bits < 9 || bits > 16 : bits != 8)
-        return QImage();
+    if (heif_image_get_chroma_format(decoded) != heif_chroma_444
+        || (isDeep ? bits < 9 || bits > 16 : bits != 8))
+        return std::nullopt;
     QImage image;
     if (!QImageIOHandler::allocateImage(real == full ? size : real,
                                         isDeep ? QImage::Format_RGBX64 : QImage::Format_RGBX8888, &image))
