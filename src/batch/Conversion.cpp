@@ -54,7 +54,7 @@ bool convertRows(const QString &source, const QString &target, const QByteArray 
     ReplacementFile file(target, heldFiles);
     if (!file.create() || !ImageWriting::writeRows(*picture, format, qualityFor(format, run), source, file))
         return false;
-    picture.reset(); // the target may be the source
+    picture.reset(); // with its memory; and the target may be the source
     return commit(file, run.overwrite);
 }
 

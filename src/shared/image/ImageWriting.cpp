@@ -27,7 +27,7 @@
 
 namespace {
 
-// A larger picture that is not written to TIFF strip by strip has no metadata there, for which the whole file
+// A larger picture that is not written to TIFF row by row has no metadata there, for which the whole file
 // would have to be in memory.
 constexpr qint64 mostInMemory = 512LL * 1024 * 1024;
 
